@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// Questions about MTD partitions by name. Every answer comes fresh from Linux's MTD core; all may sleep.
+#pragma once
+
+#include "flash_mng_types.h"
+
+struct mtd_device_info {
+	u64 size;  // bytes
+	u32 index; // N of /dev/mtdN and /dev/mtdblockN
+	u32 type;  // MTD type code
+};
+
+inline constexpr u32 device_path_size = 32; // buffers for "/dev/mtdN" and "/dev/mtdblockN"
+inline constexpr u32 device_path_max = device_path_size - 1;
+
+extern "C" {
+
+// FLASH_MNG_OK for a name of 1 to 31 characters, otherwise FLASH_MNG_INVALID. Silent.
+u32 flash_check_name(const char *name);
+
+// Fills *info, which the caller has zeroed. FLASH_MNG_INVALID for a bad name or no info; FLASH_MNG_NO_PARTITION.
+u32 drv_mtd_get_info(const char *mtd_name, mtd_device_info *info);
+
+// 1 for the MTD types of NAND flash, otherwise 0.
+u32 drv_flash_mtd_is_nand(u32 type);
+}

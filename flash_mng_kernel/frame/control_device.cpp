@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#include "ioctl/handlers.hpp"
+#include "kernel/device.h"
+#include "platform/messages.hpp"
+#include "uapi/flash_mng.h"
+
+using namespace flash_mng;
+
+namespace {
+
+struct flash_command {
+	u32 number;
+	u32 (*handler)(unsigned long argument);
+};
+
+} // namespace
+
+extern "C" {
+
+// The commands, by number; the first row that matches serves.
+extern const flash_command g_flash_ioctl_cmd[6];
+constinit const flash_command g_flash_ioctl_cmd[6] = {
+	{FLASH_MNG_GET_NAND_PART_INFO, flash_get_nand_part_info},
+	{FLASH_MNG_GET_PART_NUM, flash_get_part_num},
+	{FLASH_MNG_GET_NAND_IS_EXIST, flash_get_nand_is_exist},
+	{FLASH_MNG_MTD_READ, drv_nand_flash_mtd_read_ioctl},
+	{FLASH_MNG_MTD_WRITE, drv_nand_flash_mtd_write_ioctl},
+	{FLASH_MNG_GET_MTD_STATISTICS, flash_get_mtd_statistics},
+};
+
+int flash_open(inode *, file *)
+{
+	return 0;
+}
+
+// A code is handed on zero-extended, never as a negative number.
+long flash_ioctl(file *, unsigned int command, unsigned long argument)
+{
+	for (const flash_command &row : g_flash_ioctl_cmd)
+		if (row.number == command)
+			return static_cast<long>(row.handler(argument));
+
+	drv_log_record(module_log, ordinary, 0, "Flash cmd not support");
+	return FLASH_MNG_UNKNOWN_COMMAND;
+}
+}

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+/* The exports stand in C because the tool that computes their checksums reads C only. */
+#include <linux/export.h>
+
+#include "flash_mng.h"
+
+EXPORT_SYMBOL(drv_flash_mtd_read);
+EXPORT_SYMBOL(drv_flash_mtd_write);
+EXPORT_SYMBOL(drv_flash_get_mtd_size);
+EXPORT_SYMBOL(drv_flash_get_nand_part_num);
+EXPORT_SYMBOL(drv_flash_get_nand_part_size_info);
+EXPORT_SYMBOL(drv_flash_get_nand_is_exist);
+EXPORT_SYMBOL(flash_mng_drv_patch_func1);
+EXPORT_SYMBOL(flash_mng_drv_patch_func2);

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#include <linux/slab.h>
+#include <linux/vmalloc.h>
+
+#include "kernel/memory.h"
+
+void *linux_kzalloc(size_t size)
+{
+	return kzalloc(size, GFP_KERNEL);
+}
+
+void *linux_kcalloc(size_t count, size_t size)
+{
+	return kcalloc(count, size, GFP_KERNEL | __GFP_NOWARN);
+}

@@ -1,0 +1,29 @@
+/* SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only */
+/*
+ * What the module needs of Linux's MTD core. All functions may sleep but the accessors, which only read fields.
+ */
+#ifndef FLASH_MNG_KERNEL_MTD_H
+#define FLASH_MNG_KERNEL_MTD_H
+
+#include "flash_mng_types.h"
+
+FLASH_MNG_C_BEGIN
+
+struct mtd_info;
+
+/* Linux's own. Both give a referenced device, NULL or an error pointer. */
+struct mtd_info *get_mtd_device_nm(const char *name);
+struct mtd_info *get_mtd_device(struct mtd_info *mtd, int num);
+void put_mtd_device(struct mtd_info *mtd);
+
+/* Fields of a referenced device. */
+u64 linux_mtd_size(const struct mtd_info *mtd);	      /* bytes */
+u32 linux_mtd_index(const struct mtd_info *mtd);      /* N of /dev/mtdN */
+u32 linux_mtd_type(const struct mtd_info *mtd);	      /* MTD_* type code */
+u32 linux_mtd_erase_size(const struct mtd_info *mtd); /* bytes */
+u32 linux_mtd_partition_flags(const struct mtd_info *mtd); /* flags of the partition as created; 0 for a whole device */
+const char *linux_mtd_name(const struct mtd_info *mtd);	   /* may be NULL */
+
+FLASH_MNG_C_END
+
+#endif
