@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// The board as the conformance suite sees it: load the module with this configuration, call this function, issue this command, make
+// that call fail, then look at the code, the log, the order of calls and the bytes.
+//
+// Two back ends implement these functions: tests/host runs the module's own objects on a simulated kernel and platform in this very
+// process; tests/guest drives the real modules on the virtual board. A case must not know which one it runs on; one that cannot run on
+// a back end asks `world()` and skips with its reason.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace board {
+
+using std::uint32_t;
+using std::uint64_t;
+using bytes = std::vector<std::uint8_t>;
+
+enum class world_kind { host, guest };
+world_kind world();
+
+// ---------------------------------------------------------------------------------------------------------------- the whole board
+
+// Back to the state right after power-on: the module unloaded, MTD devices of the suite removed, faults disarmed, log and calls
+// cleared, the configuration "plain". Called before and after each case by the fixture.
+void reset();
+
+// Selects the configuration tests/conformance/boards/<name>.xml for the next load.
+void configure(std::string_view name);
+
+// ---------------------------------------------------------------------------------------------------------------- MTD devices
+
+inline constexpr uint32_t mtd_ram = 1, mtd_nor = 3, mtd_nand = 4, mtd_mlc_nand = 8; // MTD type codes
+
+struct mtd_spec {
+	std::string name;			 // any length
+	uint64_t size = 0x40000;		 // bytes; multiple of erase_size; 4 GiB and more allowed (backed sparsely)
+	uint32_t type = mtd_nand;
+	uint32_t erase_size = 0x10000;
+	bool nameless = false;			 // a device without a name at all
+	std::optional<uint32_t> partition_flags; // set: made as a partition of a hidden parent and created with these flags
+	std::optional<int> index = std::nullopt; // wanted MTD number; default: the lowest that is free
+};
+
+// Adds a device and returns its MTD number. A new device reads as 0xFF everywhere. The suite starts with no MTD device at all.
+int add_mtd(const mtd_spec &spec);
+void remove_mtd(int index);
+// Looks at and changes the content behind the module's back, without being traced.
+bytes mtd_content(int index, uint64_t offset, std::size_t length);
+void set_mtd_content(int index, uint64_t offset, std::span<const std::uint8_t> content);
+// References held on a device from outside its owner; 0 when everything was put back.
+int mtd_use_count(int index);
+// Programming and erasing done since the device was added: writes and erases that the flash saw.
+struct mtd_activity {
+	uint64_t erases;
+	uint64_t writes;
+};
+mtd_activity mtd_count(int index);
+
+// ---------------------------------------------------------------------------------------------------------------- faults
+
+// The n-th call (from 1) that the module makes to `function` (a name of calls.def) does nothing and returns `result`.
+// For a function that returns an address, 0 is NULL and a negative number the error pointer.
+void fail(std::string_view function, long long result, unsigned nth = 1);
+// The same for every call from the n-th on.
+void fail_always(std::string_view function, long long result, unsigned nth = 1);
+// The n-th entry list handed out reports this count, whatever its length is; or reports its count and is NULL.
+void lie_about_count(uint32_t reported, unsigned nth = 1);
+void lie_with_null_list(unsigned nth = 1);
+// How many of the armed faults have been hit since the last reset().
+unsigned faults_hit();
+
+// ---------------------------------------------------------------------------------------------------------------- what was seen
+
+struct log_line {
+	uint32_t module_id;
+	uint32_t level;
+	std::string text;
+	bool operator==(const log_line &) const = default;
+};
+
+// Messages written by the module since the last reset or forget(), in order.
+std::vector<log_line> log();
+// Calls made by the module, rendered as calls.def says, in order.
+std::vector<std::string> calls();
+// Forgets log and calls.
+void forget();
+
+// Memory, MTD references and files that the module has taken and not yet given back; 0 right after reset().
+struct holdings {
+	long heap = 0;
+	long virtual_memory = 0;
+	long mtd_references = 0;
+	long open_files = 0;
+	long locks = 0;
+	bool operator==(const holdings &) const = default;
+};
+holdings held();
+
+// ---------------------------------------------------------------------------------------------------------------- the module
+
+// Loads the module. The result is the code given to log_module_init_end(); see load_report().
+uint32_t load();
+void unload();
+bool loaded();
+bool device_registered(); // /dev/flash_mng can be opened
+
+struct load_end {
+	std::string name;
+	uint32_t result;
+	std::optional<std::string> failure;
+};
+std::optional<load_end> load_report(); // what log_module_init_end() was told at the last load
+
+// ---------------------------------------------------------------------------------------------------------------- calling it
+
+// An argument of a function of the module: a number, an address, or a buffer in kernel memory whose content goes in and comes back.
+class argument {
+public:
+	argument(uint64_t value) : value_(value) {}
+	argument(int value) : value_(static_cast<uint64_t>(value)) {}
+	argument(uint32_t value) : value_(value) {}
+	argument(std::nullptr_t) {}
+	argument(bytes *buffer) : buffer_(buffer) {} // updated in place; its size is the buffer's size
+	argument(const char *text) : text_(text) {}  // a NUL-terminated copy
+	argument(const std::string &text) : text_(text) {}
+
+	uint64_t value() const { return value_; }
+	bytes *buffer() const { return buffer_; }
+	const std::optional<std::string> &text() const { return text_; }
+
+private:
+	uint64_t value_ = 0;
+	bytes *buffer_ = nullptr;
+	std::optional<std::string> text_;
+};
+
+// Calls a function of the module in kernel context by its name, exported or not. The result is its 32-bit result.
+uint32_t call(std::string_view function, std::initializer_list<argument> arguments);
+// The same for a function that returns an address: whether it was not NULL.
+bool call_finds(std::string_view function, std::initializer_list<argument> arguments);
+// Content of a global of the module.
+bytes global(std::string_view name, std::size_t size);
+
+// ---------------------------------------------------------------------------------------------------------------- user space
+
+// What the ioctl system call gave to the program. The low 32 bits of `value` are the module's code. In 5.10 an ioctl's result passes through an
+// int: the program sees the low 32 bits sign-extended, -1 becomes errno EPERM, and values from -4095 to -1 become errno.
+struct ioctl_result {
+	long value; // as returned by ioctl(2); -1 when errno_value is set
+	int errno_value;
+	uint32_t code() const { return errno_value ? static_cast<uint32_t>(-errno_value) : static_cast<uint32_t>(value); }
+};
+ioctl_result ioctl(uint32_t command, uint64_t address);
+
+enum class access { read_write, read_only, none };
+// Memory of the calling process: `size` bytes that end right at the end of their mapping, followed by nothing mapped. Lives until reset().
+std::uint8_t *user_memory(std::size_t size, access mode = access::read_write);
+uint64_t user_address(const void *memory);
+// Changes what the program may do with memory from user_memory().
+void protect(void *memory, std::size_t size, access mode);
+uint64_t kernel_address();   // an address that belongs to the kernel
+uint64_t unmapped_address(); // a user address with nothing behind it
+
+} // namespace board

@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// What every conformance case stands on: a board fresh from power-on, and words for the things it expects.
+//
+// A test suite is named after the subsystem that it checks: frame_..., config_..., datapath_..., ioctl_..., spi_... .
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <initializer_list>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "board.hpp"
+
+namespace board {
+
+inline void PrintTo(const log_line &line, std::ostream *out)
+{
+	*out << "(" << line.module_id << ", " << line.level << ", \"" << line.text << "\")";
+}
+
+inline void PrintTo(const holdings &held, std::ostream *out)
+{
+	*out << "heap " << held.heap << ", virtual " << held.virtual_memory << ", MTD " << held.mtd_references << ", files " << held.open_files
+	     << ", locks " << held.locks;
+}
+
+} // namespace board
+
+namespace conformance {
+
+using board::access;
+using board::bytes;
+using board::log_line;
+using board::mtd_spec;
+
+inline constexpr uint32_t failed = 0xFFFFFFFF;
+inline constexpr uint32_t default_instance = 0xFFFFFFFF;
+
+// Where messages go, and how serious they are.
+inline constexpr uint32_t common = 0, own = 27;
+inline constexpr uint32_t serious = 1, ordinary = 2, trace = 3;
+
+inline log_line own_log(uint32_t level, std::string text)
+{
+	return {own, level, std::move(text)};
+}
+
+inline log_line common_log(uint32_t level, std::string text)
+{
+	return {common, level, std::move(text)};
+}
+
+using log_lines = std::vector<log_line>;
+using call_list = std::vector<std::string>;
+
+// The calls seen so far, less those whose names are given.
+inline call_list calls_without(std::initializer_list<std::string_view> names)
+{
+	call_list kept = board::calls();
+	std::erase_if(kept, [&](const std::string &call) {
+		return std::any_of(names.begin(), names.end(), [&](std::string_view name) {
+			return call.size() > name.size() && call.starts_with(name) && call[name.size()] == '(';
+		});
+	});
+	return kept;
+}
+
+// The calls seen so far without messages: what the module did.
+inline call_list deeds()
+{
+	return calls_without({"drv_log_record"});
+}
+
+inline bool called(std::string_view name)
+{
+	const call_list all = board::calls();
+	return std::any_of(all.begin(), all.end(), [&](const std::string &call) {
+		return call.size() > name.size() && call.starts_with(name) && call[name.size()] == '(';
+	});
+}
+
+// `count` bytes that tell their position: byte i is a mix of i and the seed.
+inline bytes pattern(std::size_t count, uint32_t seed = 1)
+{
+	bytes made(count);
+	for (std::size_t i = 0; i < count; ++i)
+		made[i] = static_cast<uint8_t>((i * 31 + (i >> 8) * 7 + seed * 97) ^ (i >> 16));
+	return made;
+}
+
+// A case on a board right after power-on. At its end nothing may be held and the board is put back.
+class on_board : public testing::Test {
+protected:
+	void SetUp() override { board::reset(); }
+
+	void TearDown() override
+	{
+		if (board::loaded())
+			board::unload();
+		EXPECT_EQ(board::held(), expected_leak_) << "the module kept something that it should have given back";
+		board::reset();
+	}
+
+	// For the paths that deliberately keep memory.
+	void expect_leak(board::holdings leak) { expected_leak_ = leak; }
+
+private:
+	board::holdings expected_leak_ = {};
+};
+
+// A case on a loaded module with the log and the calls of the load forgotten.
+class on_loaded_module : public on_board {
+protected:
+	void SetUp() override
+	{
+		on_board::SetUp();
+		prepare();
+		ASSERT_EQ(board::load(), 0u);
+		board::forget();
+	}
+
+	// What must be there before the load: MTD devices, a configuration.
+	virtual void prepare() {}
+};
+
+#define CONFORMANCE_HOST_ONLY(reason)                      \
+	if (board::world() != board::world_kind::host) \
+	GTEST_SKIP() << "host only: " << reason
+#define CONFORMANCE_GUEST_ONLY(reason)                      \
+	if (board::world() != board::world_kind::guest) \
+	GTEST_SKIP() << "guest only: " << reason
+
+} // namespace conformance
