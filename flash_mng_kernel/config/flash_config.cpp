@@ -97,9 +97,9 @@ void get_usrdata_mtd_name(void)
 		return;
 
 	if (const int failed = strcpy_s(g_usrdata_mtd_name, sizeof(g_usrdata_mtd_name), usrdata_name))
-		drv_log_record(module_log, serious, 0, "copy usrdata mtd name failed, ret %d", failed);
+		drv_log_record(common_log, serious, 0, "copy usrdata mtd name failed, ret %d", failed);
 	else
-		drv_log_record(module_log, ordinary, 0, "Get usrdata mtd name: %s", g_usrdata_mtd_name);
+		drv_log_record(common_log, ordinary, 0, "Get usrdata mtd name: %s", g_usrdata_mtd_name);
 }
 
 u32 get_xml_compatible_flash_cfg(u32 inst_id, u32 *count, xml_entry_node **list)
