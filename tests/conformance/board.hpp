@@ -44,7 +44,7 @@ struct mtd_spec {
 	uint32_t type = mtd_nand;
 	uint32_t erase_size = 0x10000;
 	bool nameless = false;			 // a device without a name at all
-	std::optional<uint32_t> partition_flags; // set: made as a partition of a hidden parent and created with these flags
+	std::optional<uint32_t> partition_flags = std::nullopt; // set: made as a partition of a hidden parent and created with these flags
 	std::optional<int> index = std::nullopt; // wanted MTD number; default: the lowest that is free
 };
 
@@ -147,6 +147,8 @@ uint32_t call(std::string_view function, std::initializer_list<argument> argumen
 bool call_finds(std::string_view function, std::initializer_list<argument> arguments);
 // Content of a global of the module.
 bytes global(std::string_view name, std::size_t size);
+// Content of kernel memory at an address that the module gave out.
+bytes memory(uint64_t address, std::size_t size);
 
 // ---------------------------------------------------------------------------------------------------------------- user space
 

@@ -1,0 +1,262 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// The control device: opening it, finding a command's handler by its whole number, and handing on the handler's code.
+#include <cerrno>
+#include <set>
+
+#include "load_words.hpp"
+
+namespace conformance {
+namespace {
+
+constexpr uint32_t unknown_command = 420;
+constexpr uint32_t get_nand_part_info = 0x80045406, get_part_num = 0x80045407, get_nand_is_exist = 0x80045408, find_config = 0x80045409,
+		   find_config_by_inst = 0x8004540A, mtd_read = 0x8004540B, mtd_write = 0x4004540C, get_mtd_statistics = 0x8004540D;
+
+const uint32_t all_commands[] = {get_nand_part_info,  get_part_num, get_nand_is_exist, find_config,
+				 find_config_by_inst, mtd_read,	    mtd_write,	       get_mtd_statistics};
+
+const log_line not_supported = own_log(ordinary, "Flash cmd not support");
+
+class frame_device : public on_loaded_module {
+	void prepare() override { board::configure("bare"); }
+};
+
+TEST_F(frame_device, opens_any_number_of_times_at_no_cost)
+{
+	for (int i = 0; i < 100; ++i)
+		ASSERT_TRUE(board::device_registered());
+	EXPECT_EQ(board::calls(), call_list{});
+	EXPECT_EQ(board::log(), log_lines{});
+	EXPECT_EQ(board::held(), board::holdings{});
+}
+
+// ------------------------------------------------------------------------------------ commands that are served
+
+class frame_served_command : public frame_device, public testing::WithParamInterface<uint32_t> {};
+
+std::string command_name(const testing::TestParamInfo<uint32_t> &row)
+{
+	return hexadecimal(row.param);
+}
+
+TEST_P(frame_served_command, reaches_its_handler)
+{
+	const board::ioctl_result result = board::ioctl(GetParam(), board::unmapped_address());
+	EXPECT_NE(result.code(), unknown_command);
+	const log_lines log = board::log();
+	EXPECT_EQ(std::count(log.begin(), log.end(), not_supported), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(number, frame_served_command,
+			 testing::Values(get_nand_part_info, get_part_num, get_nand_is_exist, mtd_read, mtd_write, get_mtd_statistics),
+			 command_name);
+
+TEST_F(frame_device, hands_the_argument_to_the_handler)
+{
+	std::uint8_t *const answer = board::user_memory(4);
+	std::fill(answer, answer + 4, std::uint8_t{0xA5});
+	EXPECT_EQ(board::ioctl(get_nand_is_exist, board::user_address(answer)).code(), 0u);
+	EXPECT_EQ(bytes(answer, answer + 4), bytes(4, 0));
+}
+
+// Each handler is known by what it first does with an argument that it cannot use.
+struct first_deed {
+	const char *name;
+	uint32_t command;
+	call_list calls;
+	uint32_t code;
+};
+
+void PrintTo(const first_deed &row, std::ostream *out)
+{
+	*out << row.name;
+}
+
+const char *const usrdata_asked = "get_mtd_device_nm(\"\")"; // the board has none
+
+class frame_handler : public frame_device, public testing::WithParamInterface<first_deed> {};
+
+TEST_P(frame_handler, is_the_commands_own)
+{
+	EXPECT_EQ(board::ioctl(GetParam().command, board::unmapped_address()).code(), GetParam().code);
+	EXPECT_EQ(steps(), GetParam().calls);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+	of, frame_handler,
+	testing::Values(first_deed{"part_info", get_nand_part_info, {"linux_kzalloc(-)", usrdata_asked, "kfree(-)"}, failed},
+			first_deed{"part_num", get_part_num, {usrdata_asked}, failed},
+			first_deed{"is_exist", get_nand_is_exist, {usrdata_asked, "linux_copy_to_user(-, -, 4)"}, copy_failed},
+			first_deed{"read", mtd_read, {"linux_copy_from_user(-, -, 48)"}, user_unreadable},
+			first_deed{"write", mtd_write, {"linux_copy_from_user(-, -, 48)"}, user_unreadable},
+			first_deed{"statistics",
+				   get_mtd_statistics,
+				   {"vzalloc(7172)", "get_mtd_device(-, 0)", "linux_copy_to_user(-, -, 7172)", "vfree(-)"},
+				   copy_failed}),
+	[](const auto &row) { return std::string(row.param.name); });
+
+// Reading and writing begin alike; on a listed partition without a device they differ in the buffer that they take.
+class frame_transfer : public on_loaded_module {
+protected:
+	static uint32_t transfer(uint32_t command)
+	{
+		std::uint8_t *const data = board::user_memory(4);
+		std::uint8_t *const record = board::user_memory(48);
+		const uint64_t address = board::user_address(data);
+		std::fill(record, record + 48, std::uint8_t{0});
+		std::copy_n("config", 6, record);
+		record[36] = 4; // length
+		std::copy_n(reinterpret_cast<const std::uint8_t *>(&address), 8, record + 40);
+		return board::ioctl(command, board::user_address(record)).code();
+	}
+};
+
+TEST_F(frame_transfer, of_number_11_reads)
+{
+	EXPECT_EQ(transfer(mtd_read), no_partition);
+	EXPECT_EQ(deeds(), (call_list{"linux_copy_from_user(-, -, 48)", "vzalloc(4)", "get_mtd_device_nm(\"config\")", "vfree(-)"}));
+}
+
+TEST_F(frame_transfer, of_number_12_writes)
+{
+	EXPECT_EQ(transfer(mtd_write), no_partition);
+	EXPECT_EQ(deeds(), (call_list{"linux_copy_from_user(-, -, 48)", "vmalloc(4)", "linux_copy_from_user(-, -, 4)",
+				      "get_mtd_device_nm(\"config\")", "vfree(-)"}));
+}
+
+// ------------------------------------------------------------------------------------ results as a program sees them
+
+TEST_F(frame_device, answers_success_with_0)
+{
+	const board::ioctl_result result = board::ioctl(get_nand_is_exist, board::user_address(board::user_memory(4)));
+	EXPECT_EQ(result.value, 0);
+	EXPECT_EQ(result.errno_value, 0);
+}
+
+TEST_F(frame_device, answers_a_small_code_with_its_number)
+{
+	const board::ioctl_result result = board::ioctl(get_nand_is_exist, board::unmapped_address());
+	EXPECT_EQ(result.value, 1186);
+	EXPECT_EQ(result.errno_value, 0);
+}
+
+TEST_F(frame_device, answers_a_code_with_the_top_bit_without_setting_errno)
+{
+	const board::ioctl_result result = board::ioctl(mtd_read, board::unmapped_address());
+	EXPECT_EQ(result.value, static_cast<int32_t>(0x811B04B7));
+	EXPECT_EQ(result.errno_value, 0);
+	EXPECT_EQ(result.code(), 0x811B04B7u);
+}
+
+TEST_F(frame_device, answers_the_code_of_all_ones_as_eperm)
+{
+	const board::ioctl_result result = board::ioctl(get_part_num, board::user_address(board::user_memory(4)));
+	EXPECT_EQ(result.value, -1);
+	EXPECT_EQ(result.errno_value, EPERM);
+	EXPECT_EQ(result.code(), 0xFFFFFFFFu);
+}
+
+TEST_F(frame_device, answers_an_unknown_command_with_420_and_without_errno)
+{
+	const board::ioctl_result result = board::ioctl(0x80045405, 0);
+	EXPECT_EQ(result.value, 420);
+	EXPECT_EQ(result.errno_value, 0);
+}
+
+// ------------------------------------------------------------------------------------ commands that nobody serves
+
+constexpr uint32_t with_direction(uint32_t command, uint32_t direction)
+{
+	return (command & 0x3FFFFFFF) | direction << 30;
+}
+
+constexpr uint32_t with_size(uint32_t command, uint32_t size)
+{
+	return (command & 0xC000FFFF) | size << 16;
+}
+
+constexpr uint32_t with_type(uint32_t command, char type)
+{
+	return (command & 0xFFFF00FF) | static_cast<uint32_t>(type) << 8;
+}
+
+// Every command with one field of its number changed, and numbers around the table.
+std::vector<uint32_t> near_misses()
+{
+	std::set<uint32_t> numbers = {0,	  1,	      0x5406,	  0x80045400, 0x80045405, 0x8004540E, 0x8004540F,
+				      0x800454FF, 0x4004540B, 0x4004540D, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
+	for (uint32_t command : all_commands) {
+		for (uint32_t direction : {0, 1, 2, 3})
+			numbers.insert(with_direction(command, direction));
+		for (uint32_t size : {0, 3, 5, 8, 48, 0x3FFF})
+			numbers.insert(with_size(command, size));
+		for (char type : {'S', 'U', 't'})
+			numbers.insert(with_type(command, type));
+		for (unsigned bit : {4, 5, 6, 7})
+			numbers.insert(command ^ 1u << bit);
+	}
+	for (uint32_t command : all_commands)
+		numbers.erase(command);
+	return {numbers.begin(), numbers.end()};
+}
+
+class frame_unknown_command : public frame_device, public testing::WithParamInterface<uint32_t> {};
+
+TEST_P(frame_unknown_command, gives_420_and_a_message)
+{
+	const board::ioctl_result result = board::ioctl(GetParam(), board::kernel_address());
+	EXPECT_EQ(result.value, 420);
+	EXPECT_EQ(result.errno_value, 0);
+	EXPECT_EQ(board::log(), log_lines{not_supported});
+	EXPECT_EQ(deeds(), call_list{});
+}
+
+INSTANTIATE_TEST_SUITE_P(number, frame_unknown_command, testing::ValuesIn(near_misses()), command_name);
+
+TEST_F(frame_device, serves_number_12_in_its_write_form_only)
+{
+	EXPECT_EQ(board::ioctl(0x8004540C, board::unmapped_address()).code(), unknown_command);
+	EXPECT_EQ(board::ioctl(0x4004540C, board::unmapped_address()).code(), user_unreadable);
+}
+
+TEST_F(frame_device, serves_number_11_in_its_read_form_only)
+{
+	EXPECT_EQ(board::ioctl(0x4004540B, board::unmapped_address()).code(), unknown_command);
+	EXPECT_EQ(board::ioctl(0x8004540B, board::unmapped_address()).code(), user_unreadable);
+}
+
+TEST_F(frame_device, does_not_look_at_the_argument_of_an_unknown_command)
+{
+	std::uint8_t *const untouched = board::user_memory(64);
+	std::fill(untouched, untouched + 64, std::uint8_t{0x5A});
+	for (uint64_t argument :
+	     {uint64_t{0}, board::user_address(untouched), board::unmapped_address(), board::kernel_address(), ~uint64_t{0}})
+		EXPECT_EQ(board::ioctl(0x4004540D, argument).code(), unknown_command);
+	EXPECT_EQ(bytes(untouched, untouched + 64), bytes(64, 0x5A));
+	EXPECT_EQ(board::log(), log_lines(5, not_supported));
+}
+
+TEST_F(frame_device, says_each_unknown_command_anew)
+{
+	for (int i = 0; i < 10; ++i)
+		EXPECT_EQ(board::ioctl(0x5406, 0).code(), unknown_command);
+	EXPECT_EQ(board::log(), log_lines(10, not_supported));
+	EXPECT_EQ(board::held(), board::holdings{});
+}
+
+// ------------------------------------------------------------------------------------ lookups of the SPI flash registry
+
+// Their handlers come with the registry; as long as there is none the commands are unknown.
+class frame_lookup_without_registry : public frame_device, public testing::WithParamInterface<uint32_t> {};
+
+TEST_P(frame_lookup_without_registry, is_unknown)
+{
+	EXPECT_EQ(board::ioctl(GetParam(), board::unmapped_address()).code(), unknown_command);
+	EXPECT_EQ(board::log(), log_lines{not_supported});
+}
+
+INSTANTIATE_TEST_SUITE_P(number, frame_lookup_without_registry, testing::Values(find_config, find_config_by_inst), command_name);
+
+} // namespace
+} // namespace conformance

@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// Words for cases about partitions: codes, devices with known content, transfers by name.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <utility>
+
+#include "case.hpp"
+
+namespace conformance {
+
+inline constexpr uint32_t null_pointer = 417, invalid = 418, range_overflow = 435, copy_failed = 1186, no_memory = 1194, no_data = 1205,
+			  not_opened = 2983;
+inline constexpr uint32_t not_listed = 0x811B01A4, empty_range = 0x811B01A9, path_failed = 0x811B04A2, clear_failed = 0x811B04A3,
+			  no_buffer = 0x811B04AA, user_unreadable = 0x811B04B7, user_unwritable = 0x811B04B8, no_partition = 0x811B0BA1;
+
+// Errors as forced results.
+inline constexpr long long error_io = -5, error_no_device = -19, error_invalid = -22, error_last = -4095;
+
+// The names of the calls seen so far, messages included.
+inline call_list call_names()
+{
+	call_list names = board::calls();
+	for (std::string &call : names)
+		call.erase(call.find('('));
+	return names;
+}
+
+inline long times_called(std::string_view name)
+{
+	const call_list names = call_names();
+	return std::count(names.begin(), names.end(), name);
+}
+
+// The seen calls of one name, with their arguments.
+inline call_list calls_of(std::string_view name)
+{
+	call_list kept = board::calls();
+	std::erase_if(kept, [&](const std::string &call) { return call.substr(0, call.find('(')) != name; });
+	return kept;
+}
+
+inline std::string hexadecimal(uint32_t value)
+{
+	char text[16];
+	std::snprintf(text, sizeof(text), "0x%x", value);
+	return text;
+}
+
+inline std::string decimal(uint64_t value)
+{
+	return std::to_string(value);
+}
+
+// A letter-and-digit name for a case that stands for a number.
+inline std::string as_case_name(long long value)
+{
+	return (value < 0 ? "minus_" : "") + std::to_string(value < 0 ? -value : value);
+}
+
+inline uint32_t u32_at(const bytes &record, std::size_t offset)
+{
+	uint32_t value = 0;
+	for (std::size_t i = 0; i < sizeof(value); ++i)
+		value |= static_cast<uint32_t>(record.at(offset + i)) << (8 * i);
+	return value;
+}
+
+inline uint64_t u64_at(const bytes &record, std::size_t offset)
+{
+	return u32_at(record, offset) | static_cast<uint64_t>(u32_at(record, offset + 4)) << 32;
+}
+
+// The names too long, too short or missing, and the longest that is good.
+inline constexpr const char *name_of_31 = "abcdefghijklmnopqrstuvwxyz01234";
+inline constexpr const char *name_of_32 = "abcdefghijklmnopqrstuvwxyz012345";
+
+// A loaded module on the board "transfers", with devices whose content is known.
+class on_partitions : public on_loaded_module {
+protected:
+	static constexpr uint32_t nor_size = 0x20000, nand_size = 0x40000;
+
+	virtual const char *configuration() const { return "transfers"; }
+
+	void prepare() override
+	{
+		board::configure(configuration());
+		nor = add({.name = "nor", .size = nor_size, .type = board::mtd_nor});
+		nand = add({.name = "nand", .size = nand_size, .type = board::mtd_nand});
+		listed = add({.name = "listed", .size = nand_size, .type = board::mtd_nand});
+	}
+
+	// Adds a device; its first bytes, all of them on a small one, follow a pattern of its own.
+	int add(const mtd_spec &spec)
+	{
+		const int index = board::add_mtd(spec);
+		const auto known = static_cast<std::size_t>(std::min<uint64_t>(spec.size, most_known));
+		content_[index] = pattern(known, static_cast<uint32_t>(index) + 11);
+		board::set_mtd_content(index, 0, content_[index]);
+		return index;
+	}
+
+	// What the device held when it was added.
+	bytes original(int index, std::size_t offset, std::size_t length) const
+	{
+		const auto start = content_.at(index).begin() + static_cast<std::ptrdiff_t>(offset);
+		return {start, start + static_cast<std::ptrdiff_t>(length)};
+	}
+
+	void expect_unchanged(int index) const
+	{
+		const bytes &known = content_.at(index);
+		EXPECT_TRUE(board::mtd_content(index, 0, known.size()) == known) << "mtd" << index << " was changed";
+	}
+
+	// The device holds `data` at `offset` and everywhere else what it held at first.
+	void expect_changed(int index, std::size_t offset, const bytes &data) const
+	{
+		bytes expected = content_.at(index);
+		std::copy(data.begin(), data.end(), expected.begin() + static_cast<std::ptrdiff_t>(offset));
+		EXPECT_TRUE(board::mtd_content(index, 0, expected.size()) == expected) << "mtd" << index << " does not hold what was written";
+	}
+
+	int nor = -1, nand = -1, listed = -1;
+
+private:
+	static constexpr uint64_t most_known = 0x80000;
+	std::map<int, bytes> content_;
+};
+
+inline uint32_t mtd_read(board::argument name, uint32_t offset, bytes *buf, uint32_t len)
+{
+	return board::call("drv_flash_mtd_read", {std::move(name), offset, buf, len});
+}
+
+inline uint32_t mtd_write(board::argument name, uint32_t offset, bytes buf, uint32_t len)
+{
+	return board::call("drv_flash_mtd_write", {std::move(name), offset, &buf, len});
+}
+
+// The two exported transfers, for what they have in common.
+enum class direction { read, write };
+
+inline std::string as_case_name(direction way)
+{
+	return way == direction::read ? "read" : "write";
+}
+
+inline uint32_t transfer(direction way, board::argument name, uint32_t offset, bytes *buf, uint32_t len)
+{
+	return board::call(way == direction::read ? "drv_flash_mtd_read" : "drv_flash_mtd_write", {std::move(name), offset, buf, len});
+}
+
+// A failed call of `function` makes `operation` fail; whichever of its calls it was, nothing stays held and the next try succeeds.
+// `check` looks at the board after each try, with whether it succeeded.
+inline void sweep_failures(std::string_view function, long long result, const std::function<uint32_t()> &operation,
+			   const std::function<void(bool)> &check = [](bool) {})
+{
+	const board::holdings before = board::held();
+	for (unsigned nth = 1;; ++nth) {
+		SCOPED_TRACE(testing::Message() << function << " call " << nth << " gives " << result);
+		ASSERT_LT(nth, 1000u);
+		const unsigned hit = board::faults_hit();
+		board::fail(function, result, nth);
+		const uint32_t code = operation();
+		if (board::faults_hit() == hit) {
+			EXPECT_GT(nth, 1u) << "the operation never makes this call";
+			EXPECT_EQ(code, 0u);
+			return;
+		}
+		EXPECT_NE(code, 0u);
+		EXPECT_EQ(board::held(), before);
+		check(false);
+		EXPECT_EQ(operation(), 0u) << "the next try";
+		EXPECT_EQ(board::held(), before);
+		check(true);
+	}
+}
+
+} // namespace conformance

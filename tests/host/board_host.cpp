@@ -1,0 +1,267 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// The board of the conformance suite on the simulated kernel and platform: the module's own objects run in this process.
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "../conformance/board.hpp"
+#include "functions.hpp"
+#include "kernel/device.h"
+#include "simulation.hpp"
+
+namespace board {
+
+namespace {
+
+bool g_loaded;
+
+constexpr int g_highest_errno = 4095;
+
+// One argument in kernel memory of exactly its size, so that a sanitizer sees every byte beyond it.
+class kernel_argument {
+public:
+	explicit kernel_argument(const argument &from) : buffer_(from.buffer()), value_(from.value())
+	{
+		if (buffer_)
+			place(buffer_->data(), buffer_->size());
+		else if (from.text())
+			place(from.text()->c_str(), from.text()->size() + 1);
+	}
+	kernel_argument(const kernel_argument &) = delete;
+	kernel_argument &operator=(const kernel_argument &) = delete;
+
+	~kernel_argument()
+	{
+		if (buffer_ && !buffer_->empty())
+			std::memcpy(buffer_->data(), memory_, buffer_->size());
+		std::free(memory_);
+	}
+
+	uint64_t value() const { return value_; }
+
+private:
+	void place(const void *content, std::size_t size)
+	{
+		memory_ = std::malloc(size);
+		if (size > 0)
+			std::memcpy(memory_, content, size);
+		value_ = reinterpret_cast<uint64_t>(memory_);
+	}
+
+	bytes *buffer_;
+	uint64_t value_;
+	void *memory_ = nullptr;
+};
+
+uint64_t call_in_kernel(std::string_view function, std::initializer_list<argument> arguments)
+{
+	std::vector<std::unique_ptr<kernel_argument>> placed;
+	std::vector<uint64_t> values;
+
+	if (!g_loaded)
+		simulation::misuse("%.*s is called while the module is not loaded", static_cast<int>(function.size()), function.data());
+	for (const auto &argument : arguments)
+		values.push_back(placed.emplace_back(std::make_unique<kernel_argument>(argument))->value());
+	return simulation::call_function(function, values);
+}
+
+} // namespace
+
+world_kind world()
+{
+	return world_kind::host;
+}
+
+void reset()
+{
+	simulation::reset_calls();
+	if (g_loaded)
+		unload();
+	simulation::reset();
+}
+
+void configure(std::string_view name)
+{
+	simulation::configure(name);
+}
+
+int add_mtd(const mtd_spec &spec)
+{
+	return simulation::add_mtd(spec);
+}
+
+void remove_mtd(int index)
+{
+	simulation::remove_mtd(index);
+}
+
+bytes mtd_content(int index, uint64_t offset, std::size_t length)
+{
+	return simulation::mtd_content(index, offset, length);
+}
+
+void set_mtd_content(int index, uint64_t offset, std::span<const std::uint8_t> content)
+{
+	simulation::set_mtd_content(index, offset, content.data(), content.size());
+}
+
+int mtd_use_count(int index)
+{
+	return simulation::mtd_use_count(index);
+}
+
+mtd_activity mtd_count(int index)
+{
+	return simulation::mtd_count(index);
+}
+
+void fail(std::string_view function, long long result, unsigned nth)
+{
+	simulation::arm(function, result, nth, false);
+}
+
+void fail_always(std::string_view function, long long result, unsigned nth)
+{
+	simulation::arm(function, result, nth, true);
+}
+
+void lie_about_count(uint32_t reported, unsigned nth)
+{
+	simulation::lie_about_count(reported, nth);
+}
+
+void lie_with_null_list(unsigned nth)
+{
+	simulation::lie_with_null_list(nth);
+}
+
+unsigned faults_hit()
+{
+	return simulation::faults_hit();
+}
+
+std::vector<log_line> log()
+{
+	return simulation::log();
+}
+
+std::vector<std::string> calls()
+{
+	return simulation::calls();
+}
+
+void forget()
+{
+	simulation::forget_log();
+	simulation::forget_calls();
+}
+
+holdings held()
+{
+	return {simulation::heap_allocations(), simulation::virtual_allocations(), simulation::mtd_references(), simulation::open_files(),
+		simulation::locks_held()};
+}
+
+uint32_t load()
+{
+	if (g_loaded)
+		simulation::misuse("load(): the module is loaded already");
+	simulation::refresh_globals();
+	simulation::forget_load_report();
+	const uint32_t result = flash_mng_load();
+	g_loaded = static_cast<int>(result) >= 0; // Linux takes only a negative result for a failure
+	const auto end = load_report();
+	if (end && end->result != result)
+		simulation::misuse("the load gave 0x%x and reported 0x%x", result, end->result);
+	return result;
+}
+
+void unload()
+{
+	if (!g_loaded)
+		simulation::misuse("unload(): the module is not loaded");
+	flash_mng_unload();
+	g_loaded = false;
+}
+
+bool loaded()
+{
+	return g_loaded;
+}
+
+bool device_registered()
+{
+	return simulation::device_registered();
+}
+
+std::optional<load_end> load_report()
+{
+	return simulation::load_report();
+}
+
+uint32_t call(std::string_view function, std::initializer_list<argument> arguments)
+{
+	return static_cast<uint32_t>(call_in_kernel(function, arguments));
+}
+
+bool call_finds(std::string_view function, std::initializer_list<argument> arguments)
+{
+	return call_in_kernel(function, arguments) != 0;
+}
+
+bytes global(std::string_view name, std::size_t size)
+{
+	const auto content = simulation::global_named(name);
+
+	if (size > content.size())
+		simulation::misuse("%.*s has %zu bytes, not %zu", static_cast<int>(name.size()), name.data(), content.size(), size);
+	const auto *start = reinterpret_cast<const std::uint8_t *>(content.data());
+	return {start, start + size};
+}
+
+bytes memory(uint64_t address, std::size_t size)
+{
+	const auto *start = reinterpret_cast<const std::uint8_t *>(address);
+	return {start, start + size};
+}
+
+ioctl_result ioctl(uint32_t command, uint64_t address)
+{
+	if (!device_registered())
+		return {-1, ENOENT};
+	if (const int error = flash_open(nullptr, nullptr))
+		return {-1, -error};
+	const int result = static_cast<int>(flash_ioctl(nullptr, command, address)); // Linux 5.10 keeps it in an int
+	if (result < 0 && result >= -g_highest_errno)
+		return {-1, -result};
+	return {result, 0};
+}
+
+std::uint8_t *user_memory(std::size_t size, access mode)
+{
+	return simulation::user_memory(size, mode);
+}
+
+uint64_t user_address(const void *memory)
+{
+	return reinterpret_cast<uint64_t>(memory);
+}
+
+void protect(void *memory, std::size_t size, access mode)
+{
+	simulation::protect(memory, size, mode);
+}
+
+uint64_t kernel_address()
+{
+	return simulation::kernel_address;
+}
+
+uint64_t unmapped_address()
+{
+	return simulation::unmapped_address;
+}
+
+} // namespace board

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// What the platform knows about instances: the BOM value, the parent and the hardware lock.
+#include "platform/instance.h"
+
+#include <map>
+
+#include "../../reference_platform/include/platform_status.h"
+#include "platform/board_capability.h"
+#include "simulation.hpp"
+
+namespace simulation {
+
+namespace {
+
+constexpr u32 g_capability_bom = 0x100000;
+
+struct hard_lock {
+	u32 inst_id;
+	u32 lock_type;
+	auto operator<=>(const hard_lock &) const = default;
+};
+
+std::map<hard_lock, u32> g_held; // and the value it was taken with
+
+} // namespace
+
+void reset_hard_locks()
+{
+	state_guard guard;
+	g_held.clear();
+}
+
+} // namespace simulation
+
+using namespace simulation;
+
+u32 drv_board_get_bom_value(u32 inst_id, u32 capability, u32 *bom_value)
+{
+	if (auto forced = seen(call::drv_board_get_bom_value, {inst_id, capability, bom_value}))
+		return static_cast<u32>(*forced);
+	if (capability != g_capability_bom)
+		return CAPABILITY_UNKNOWN;
+	*bom_value = facts_of_instance(inst_id).bom;
+	return 0;
+}
+
+u32 drv_common_parse_parent_id_card_id(u32 inst_id, u32 *parent_inst_id, u32 *card_id)
+{
+	const auto facts = facts_of_instance(inst_id);
+
+	if (!facts.known)
+		return INSTANCE_UNKNOWN;
+	if (!facts.parent || !facts.card)
+		return INSTANCE_NO_PARENT;
+	*parent_inst_id = *facts.parent;
+	*card_id = *facts.card;
+	return 0;
+}
+
+u32 drv_hard_trylock(u32 inst_id, u32 lock_type, struct hard_lock_request *request)
+{
+	state_guard guard;
+
+	if (!request || request->inst_id != inst_id || request->reserved0 || request->reserved1)
+		return HARD_LOCK_BAD_REQUEST;
+	return g_held.try_emplace({inst_id, lock_type}, request->lock_val).second ? 0 : HARD_LOCK_BUSY;
+}
+
+u32 drv_hard_unlock(u32 inst_id, u32 lock_type, u32 inst_id_again, u32, u64 reserved)
+{
+	state_guard guard;
+
+	if (reserved)
+		return HARD_LOCK_BAD_REQUEST;
+	if (inst_id_again != inst_id)
+		return HARD_LOCK_BAD_OWNER;
+	return g_held.erase({inst_id, lock_type}) ? 0 : HARD_LOCK_NOT_HELD;
+}

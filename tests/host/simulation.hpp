@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// The simulated kernel and platform: the functions of flash_mng_kernel/kernel/*.h and flash_mng_kernel/platform/*.h, defined once more
+// for an ordinary process. Each file of this folder simulates one subject; this header is what they share and what a test turns.
+//
+// The simulation is strict. What Linux would answer with an oops, a report or silent damage ends the process here, with a message that
+// names the rule (misuse()). What Linux answers with a code is answered with that code.
+//
+// All functions may be called from any thread. One lock guards the state of the whole simulation; it is held for the work of one call
+// and never while a caller waits for a simulated lock.
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+#include "../conformance/board.hpp"
+
+struct mtd_info;
+
+namespace simulation {
+
+// ---------------------------------------------------------------------------------------------------------------- common ground
+
+// Ends the process: a rule of Linux or of the platform was broken. The text says which one.
+[[noreturn]] void misuse(const char *format, ...) __attribute__((format(printf, 1, 2)));
+
+// The lock of the simulation's state; functions named ..._locked() expect it to be held.
+std::mutex &state_mutex();
+
+class state_guard {
+public:
+	state_guard() : held_(state_mutex()) {}
+
+private:
+	std::lock_guard<std::mutex> held_;
+};
+
+// Puts every subject back to power-on: memory, devices and files released, nothing registered, logged, traced or armed.
+void reset();
+
+// ---------------------------------------------------------------------------------------------------------------- calls and faults
+
+enum class call {
+#define FLASH_CALL(name, arguments) name,
+#include "../conformance/calls.def"
+#undef FLASH_CALL
+};
+
+// One argument of a call, for the trace. Text is read only where calls.def says that the argument is text.
+class traced {
+public:
+	template <typename integer>
+		requires std::is_integral_v<integer>
+	traced(integer value) : number_(static_cast<std::uint64_t>(value)) {}
+	traced(const void *address) : address_(address) {}
+
+	std::uint64_t number() const { return number_; }
+	const char *text() const { return static_cast<const char *>(address_); }
+
+private:
+	std::uint64_t number_ = 0;
+	const void *address_ = nullptr;
+};
+
+// Notes that the module makes this call; the forced result when a fault is armed for it, and then the caller must not do its work.
+std::optional<long long> seen(call which, std::initializer_list<traced> arguments = {});
+
+// The address that a forced result stands for: 0 is NULL, a negative number the error pointer.
+template <typename type> type *as_pointer(long long result)
+{
+	return reinterpret_cast<type *>(static_cast<std::intptr_t>(result));
+}
+
+void arm(std::string_view function, long long result, unsigned nth, bool sticky);
+unsigned faults_hit();
+void count_hit_locked();
+std::vector<std::string> calls();
+void forget_calls();
+void reset_calls();
+
+// ---------------------------------------------------------------------------------------------------------------- memory
+
+// Allocations beyond this many live bytes fail.
+inline constexpr std::size_t memory_limit = std::size_t(1) << 30;
+
+struct allocation {
+	std::uintptr_t start;
+	std::size_t size;
+};
+// The live allocation that an address lies in.
+std::optional<allocation> allocation_around(const void *address);
+long heap_allocations();
+long virtual_allocations();
+void reset_memory();
+
+// ---------------------------------------------------------------------------------------------------------------- locks
+
+// Checks that no lock in the range is held, and forgets the locks in it.
+void forget_locks_locked(std::uintptr_t start, std::size_t size);
+long locks_held();
+void reset_locks();
+
+// ---------------------------------------------------------------------------------------------------------------- MTD and files
+
+int add_mtd(const board::mtd_spec &spec);
+void remove_mtd(int index);
+board::bytes mtd_content(int index, std::uint64_t offset, std::size_t length);
+void set_mtd_content(int index, std::uint64_t offset, const std::uint8_t *content, std::size_t length);
+int mtd_use_count(int index);
+board::mtd_activity mtd_count(int index);
+long mtd_references();
+void reset_mtd();
+
+long open_files();
+void reset_files();
+
+// ---------------------------------------------------------------------------------------------------------------- user memory
+
+std::uint8_t *user_memory(std::size_t size, board::access mode);
+void protect(void *memory, std::size_t size, board::access mode);
+inline constexpr std::uint64_t kernel_address = 0xffff800000010000;
+inline constexpr std::uint64_t unmapped_address = 0x10000;
+void reset_user_memory();
+
+// ---------------------------------------------------------------------------------------------------------------- the platform
+
+std::vector<board::log_line> log();
+void forget_log();
+std::optional<board::load_end> load_report();
+void forget_load_report();
+void reset_log();
+
+// The board description CONFORMANCE_BOARDS_DIR/<name>.xml, read when it is first asked for something.
+void configure(std::string_view name);
+void lie_about_count(std::uint32_t reported, unsigned nth);
+void lie_with_null_list(unsigned nth);
+void reset_xml();
+
+// What the board description says about an instance apart from its nodes.
+struct instance_facts {
+	bool known;
+	std::optional<std::uint32_t> parent;
+	std::optional<std::uint32_t> card;
+	std::uint32_t bom;
+};
+instance_facts facts_of_instance(std::uint32_t inst_id);
+void reset_hard_locks();
+
+// ---------------------------------------------------------------------------------------------------------------- the device
+
+bool device_registered();
+void reset_device();
+
+} // namespace simulation

@@ -1,0 +1,881 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// The simulation's own tests: that it is as strict as it says, and that its answers are Linux's.
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <numeric>
+#include <thread>
+
+#include "../../reference_platform/include/platform_status.h"
+#include "kernel/device.h"
+#include "kernel/file.h"
+#include "kernel/list.h"
+#include "kernel/lock.h"
+#include "kernel/memory.h"
+#include "kernel/mtd.h"
+#include "kernel/user_copy.h"
+#include "platform/board_capability.h"
+#include "platform/bounded.h"
+#include "platform/flash_buffer.h"
+#include "platform/instance.h"
+#include "platform/log.h"
+#include "platform/xml.h"
+#include "simulation.hpp"
+
+namespace {
+
+using simulation::kernel_address;
+using texts = std::vector<std::string>;
+
+constexpr u32 g_instance = 0xffffffff;
+constexpr char g_module[] = "flash_mng";
+
+class simulation_test : public testing::Test {
+protected:
+	simulation_test()
+	{
+		testing::FLAGS_gtest_death_test_style = "threadsafe";
+		simulation::reset();
+		simulation::configure("../../host/boards/simulation");
+	}
+	~simulation_test() override { simulation::reset(); }
+
+	static board::bytes counted(std::size_t size)
+	{
+		board::bytes content(size);
+		std::iota(content.begin(), content.end(), std::uint8_t(1));
+		return content;
+	}
+};
+
+using simulation_death_test = simulation_test;
+using trace_test = simulation_test;
+using fault_test = simulation_test;
+using memory_test = simulation_test;
+using memory_death_test = simulation_test;
+using lock_test = simulation_test;
+using lock_death_test = simulation_test;
+using mtd_test = simulation_test;
+using mtd_death_test = simulation_test;
+using file_test = simulation_test;
+using file_death_test = simulation_test;
+using user_copy_test = simulation_test;
+using user_copy_death_test = simulation_test;
+using flash_buffer_test = simulation_test;
+using bounded_test = simulation_test;
+using log_test = simulation_test;
+using log_death_test = simulation_test;
+using xml_test = simulation_test;
+using xml_death_test = simulation_test;
+using instance_test = simulation_test;
+using list_test = simulation_test;
+using list_death_test = simulation_test;
+using device_death_test = simulation_test;
+
+// ---------------------------------------------------------------------------------------------------------------- trace and faults
+
+TEST_F(trace_test, renders_each_kind_of_argument)
+{
+	put_mtd_device(get_mtd_device(nullptr, simulation::add_mtd({.name = "a"})));
+	kfree(linux_kcalloc(3, 16));
+	filp_open("/dev/none", 0x101002, 0);
+	drv_log_register(27, "flash_mng", 8192);
+	drv_log_record(27, 2, 0, "text %u", 5);
+	log_module_init_end("flash_mng", 1234, 0x811b04aa, nullptr);
+	drv_board_get_bom_value(g_instance, 1, nullptr);
+
+	EXPECT_EQ(simulation::calls(),
+		  (texts{"get_mtd_device(-, 0)", "put_mtd_device(-)", "linux_kcalloc(3, 16)", "kfree(-)", "filp_open(\"/dev/none\", 0x101002, 0x0)",
+			 "drv_log_register(27, \"flash_mng\", 8192)", "drv_log_record(27, 2, 0, \"text %u\")",
+			 "log_module_init_end(\"flash_mng\", -, 0x811b04aa, null)", "drv_board_get_bom_value(0xffffffff, 0x1, -)"}));
+}
+
+TEST_F(trace_test, renders_negative_int_and_wide_numbers)
+{
+	get_mtd_device(nullptr, -1);
+	vzalloc(0xffffffffffffffff);
+	EXPECT_EQ(simulation::calls(), (texts{"get_mtd_device(-, -1)", "vzalloc(18446744073709551615)"}));
+}
+
+TEST_F(trace_test, forgets)
+{
+	kfree(nullptr);
+	simulation::forget_calls();
+	EXPECT_EQ(simulation::calls(), texts{});
+}
+
+TEST_F(fault_test, strikes_the_nth_call_only)
+{
+	simulation::arm("misc_register", -16, 2, false);
+	EXPECT_EQ(misc_register(&misc_dev), 0);
+	misc_deregister(&misc_dev);
+	EXPECT_EQ(misc_register(&misc_dev), -16);
+	EXPECT_FALSE(simulation::device_registered());
+	EXPECT_EQ(misc_register(&misc_dev), 0);
+	EXPECT_EQ(simulation::faults_hit(), 1u);
+}
+
+TEST_F(fault_test, sticky_strikes_every_call_from_the_nth)
+{
+	simulation::arm("linux_kzalloc", 0, 2, true);
+	void *first = linux_kzalloc(8);
+	EXPECT_NE(first, nullptr);
+	EXPECT_EQ(linux_kzalloc(8), nullptr);
+	EXPECT_EQ(linux_kzalloc(8), nullptr);
+	EXPECT_EQ(simulation::faults_hit(), 1u);
+	kfree(first);
+}
+
+TEST_F(fault_test, two_faults_of_one_function_count_alike)
+{
+	simulation::arm("drv_log_register", 7, 1, false);
+	simulation::arm("drv_log_register", 8, 2, false);
+	EXPECT_EQ(drv_log_register(1, "a", 1), 7u);
+	EXPECT_EQ(drv_log_register(1, "a", 1), 8u);
+	EXPECT_EQ(drv_log_register(1, "a", 1), 0u);
+	EXPECT_EQ(simulation::faults_hit(), 2u);
+}
+
+TEST_F(fault_test, gives_error_pointers)
+{
+	simulation::arm("get_mtd_device_nm", -12, 1, false);
+	EXPECT_EQ(reinterpret_cast<long>(get_mtd_device_nm("any")), -12);
+}
+
+TEST_F(fault_test, a_struck_call_is_traced_and_does_nothing)
+{
+	void *memory = linux_kzalloc(8);
+	simulation::forget_calls();
+	simulation::arm("kfree", 0, 1, false);
+	kfree(memory);
+	EXPECT_EQ(simulation::calls(), texts{"kfree(-)"});
+	EXPECT_EQ(simulation::heap_allocations(), 1);
+	kfree(memory);
+}
+
+TEST_F(fault_test, not_hit_is_not_counted)
+{
+	simulation::arm("vmalloc", 0, 5, false);
+	vfree(vmalloc(1));
+	EXPECT_EQ(simulation::faults_hit(), 0u);
+}
+
+TEST_F(simulation_death_test, refuses_faults_of_unknown_functions)
+{
+	EXPECT_DEATH(simulation::arm("no_such_call", 0, 1, false), "calls.def does not list");
+	EXPECT_DEATH(simulation::arm("kfree", 0, 0, false), "the first call is 1");
+}
+
+// ---------------------------------------------------------------------------------------------------------------- memory
+
+TEST_F(memory_test, zeroes_what_Linux_zeroes)
+{
+	auto *heap = static_cast<std::uint8_t *>(linux_kzalloc(64));
+	auto *image = static_cast<std::uint8_t *>(vzalloc(64));
+	auto *raw = static_cast<std::uint8_t *>(vmalloc(64));
+
+	EXPECT_EQ(board::bytes(heap, heap + 64), board::bytes(64, 0));
+	EXPECT_EQ(board::bytes(image, image + 64), board::bytes(64, 0));
+	EXPECT_NE(board::bytes(raw, raw + 64), board::bytes(64, 0));
+	EXPECT_EQ(simulation::heap_allocations(), 1);
+	EXPECT_EQ(simulation::virtual_allocations(), 2);
+	kfree(heap);
+	vfree(image);
+	vfree(raw);
+	EXPECT_EQ(simulation::heap_allocations() + simulation::virtual_allocations(), 0);
+}
+
+TEST_F(memory_test, no_bytes_and_absurd_lengths)
+{
+	EXPECT_EQ(vzalloc(0), nullptr);
+	EXPECT_EQ(vmalloc(0), nullptr);
+	EXPECT_EQ(vzalloc(simulation::memory_limit + 1), nullptr);
+	EXPECT_EQ(linux_kzalloc((std::size_t(4) << 20) + 1), nullptr);
+	EXPECT_EQ(linux_kcalloc(std::size_t(1) << 40, std::size_t(1) << 40), nullptr);
+	kfree(linux_kzalloc(0));
+	kfree(nullptr);
+	vfree(nullptr);
+}
+
+TEST_F(memory_test, the_limit_counts_what_is_live)
+{
+	void *half = vmalloc(simulation::memory_limit / 2 + 1);
+	EXPECT_NE(half, nullptr);
+	EXPECT_EQ(vmalloc(simulation::memory_limit / 2), nullptr);
+	vfree(half);
+	half = vmalloc(simulation::memory_limit / 2);
+	EXPECT_NE(half, nullptr);
+	vfree(half);
+}
+
+TEST_F(memory_death_test, refuses_a_second_free)
+{
+	void *memory = linux_kzalloc(8);
+	kfree(memory);
+	EXPECT_DEATH(kfree(memory), "freed twice");
+}
+
+TEST_F(memory_death_test, refuses_the_other_allocator)
+{
+	void *memory = linux_kzalloc(8);
+	EXPECT_DEATH(vfree(memory), "other allocator");
+	kfree(memory);
+}
+
+TEST_F(memory_death_test, refuses_an_address_inside)
+{
+	auto *memory = static_cast<char *>(linux_kzalloc(8));
+	EXPECT_DEATH(kfree(memory + 1), "not the start");
+	kfree(memory);
+}
+
+// ---------------------------------------------------------------------------------------------------------------- locks
+
+TEST_F(lock_test, a_mutex_keeps_others_out)
+{
+	mutex lock;
+	long sum = 0;
+	auto add = [&] {
+		for (int i = 0; i < 2000; ++i) {
+			linux_mutex_lock(&lock);
+			sum = sum + 1;
+			mutex_unlock(&lock);
+		}
+	};
+
+	linux_mutex_init(&lock, "lock");
+	std::thread one(add), two(add);
+	one.join();
+	two.join();
+	EXPECT_EQ(sum, 4000);
+	EXPECT_EQ(simulation::locks_held(), 0);
+}
+
+TEST_F(lock_test, a_waiter_gets_the_semaphore_only_after_up)
+{
+	semaphore lock;
+	std::atomic<bool> taken = false;
+
+	linux_semaphore_init(&lock, 1);
+	EXPECT_EQ(down_killable(&lock), 0);
+	EXPECT_EQ(simulation::locks_held(), 1);
+	std::thread waiter([&] {
+		down_killable(&lock);
+		taken = true;
+		up(&lock);
+	});
+	std::this_thread::sleep_for(std::chrono::milliseconds(20));
+	EXPECT_FALSE(taken);
+	up(&lock);
+	waiter.join();
+	EXPECT_TRUE(taken);
+}
+
+TEST_F(lock_test, a_killed_waiter_gives_up)
+{
+	semaphore lock;
+
+	linux_semaphore_init(&lock, 1);
+	simulation::arm("down_killable", -EINTR, 1, false);
+	EXPECT_EQ(down_killable(&lock), -EINTR);
+	EXPECT_EQ(simulation::locks_held(), 0);
+}
+
+TEST_F(lock_death_test, refuses_what_breaks_the_rules)
+{
+	mutex one, two, never;
+
+	linux_mutex_init(&one, "one");
+	linux_mutex_init(&two, "two");
+	EXPECT_DEATH(linux_mutex_lock(&never), "never initialised");
+	EXPECT_DEATH(mutex_unlock(&one), "nobody holds");
+	linux_mutex_lock(&one);
+	EXPECT_DEATH(linux_mutex_lock(&one), "wait for itself");
+	EXPECT_DEATH(linux_mutex_lock(&two), "no two locks");
+	EXPECT_DEATH(linux_mutex_init(&one, "one"), "while it is held");
+	mutex_unlock(&one);
+	one.storage[3] = 0;
+	EXPECT_DEATH(linux_mutex_lock(&one), "overwritten");
+}
+
+TEST_F(lock_death_test, refuses_release_by_another_thread)
+{
+	mutex lock;
+
+	linux_mutex_init(&lock, "lock");
+	linux_mutex_lock(&lock);
+	EXPECT_DEATH(std::thread([&] { mutex_unlock(&lock); }).join(), "does not hold");
+	mutex_unlock(&lock);
+}
+
+TEST_F(lock_death_test, refuses_more_ups_than_downs)
+{
+	semaphore lock;
+
+	linux_semaphore_init(&lock, 1);
+	EXPECT_DEATH(up(&lock), "nobody holds");
+}
+
+TEST_F(lock_death_test, refuses_to_free_a_held_lock)
+{
+	auto *lock = static_cast<mutex *>(linux_kzalloc(sizeof(mutex)));
+
+	linux_mutex_init(lock, "lock");
+	linux_mutex_lock(lock);
+	EXPECT_DEATH(kfree(lock), "held mutex");
+	mutex_unlock(lock);
+	kfree(lock);
+}
+
+TEST_F(lock_death_test, forgets_locks_in_freed_memory)
+{
+	auto *lock = static_cast<mutex *>(linux_kzalloc(sizeof(mutex)));
+	linux_mutex_init(lock, "lock");
+	kfree(lock);
+	EXPECT_DEATH(linux_mutex_lock(lock), "memory was freed");
+}
+
+// ---------------------------------------------------------------------------------------------------------------- MTD
+
+TEST_F(mtd_test, finds_by_name_and_number)
+{
+	const int number = simulation::add_mtd({.name = "boot", .size = 0x20000, .type = 3, .erase_size = 0x10000, .partition_flags = 0x400});
+	auto *mtd = get_mtd_device_nm("boot");
+
+	EXPECT_EQ(get_mtd_device(nullptr, number), mtd);
+	EXPECT_EQ(linux_mtd_size(mtd), 0x20000u);
+	EXPECT_EQ(linux_mtd_index(mtd), static_cast<u32>(number));
+	EXPECT_EQ(linux_mtd_type(mtd), 3u);
+	EXPECT_EQ(linux_mtd_erase_size(mtd), 0x10000u);
+	EXPECT_EQ(linux_mtd_partition_flags(mtd), 0x400u);
+	EXPECT_STREQ(linux_mtd_name(mtd), "boot");
+	EXPECT_EQ(simulation::mtd_use_count(number), 2);
+	put_mtd_device(mtd);
+	put_mtd_device(mtd);
+	EXPECT_EQ(simulation::mtd_references(), 0);
+}
+
+TEST_F(mtd_test, absent_devices_are_error_pointers)
+{
+	EXPECT_EQ(reinterpret_cast<long>(get_mtd_device_nm("boot")), -ENODEV);
+	EXPECT_EQ(reinterpret_cast<long>(get_mtd_device(nullptr, 0)), -ENODEV);
+	EXPECT_EQ(reinterpret_cast<long>(get_mtd_device(nullptr, -1)), -ENODEV);
+}
+
+TEST_F(mtd_test, the_first_of_two_equal_names_is_found)
+{
+	simulation::add_mtd({.name = "same", .index = 4});
+	simulation::add_mtd({.name = "same", .index = 2});
+	auto *mtd = get_mtd_device_nm("same");
+	EXPECT_EQ(linux_mtd_index(mtd), 2u);
+	put_mtd_device(mtd);
+}
+
+TEST_F(mtd_test, takes_the_lowest_free_number)
+{
+	EXPECT_EQ(simulation::add_mtd({.name = "b", .index = 1}), 1);
+	EXPECT_EQ(simulation::add_mtd({.name = "a"}), 0);
+	EXPECT_EQ(simulation::add_mtd({.name = "c"}), 2);
+	simulation::remove_mtd(0);
+	EXPECT_EQ(simulation::add_mtd({.name = "d"}), 0);
+}
+
+TEST_F(mtd_test, huge_devices_are_sparse)
+{
+	const int number = simulation::add_mtd({.name = "huge", .size = std::uint64_t(8) << 30});
+	const board::bytes content{1, 2, 3};
+
+	simulation::set_mtd_content(number, (std::uint64_t(8) << 30) - 3, content.data(), 3);
+	EXPECT_EQ(simulation::mtd_content(number, (std::uint64_t(8) << 30) - 4, 4), (board::bytes{0xff, 1, 2, 3}));
+	EXPECT_EQ(simulation::mtd_count(number).writes, 0u);
+}
+
+TEST_F(mtd_test, a_nameless_device_behind_the_match_is_harmless)
+{
+	simulation::add_mtd({.name = "boot"});
+	auto *mtd = get_mtd_device(nullptr, simulation::add_mtd({.name = "", .nameless = true}));
+	EXPECT_EQ(linux_mtd_name(mtd), nullptr);
+	put_mtd_device(mtd);
+	put_mtd_device(get_mtd_device_nm("boot"));
+}
+
+TEST_F(mtd_death_test, a_nameless_device_before_the_match_is_an_oops)
+{
+	simulation::add_mtd({.name = "", .nameless = true});
+	EXPECT_DEATH(get_mtd_device_nm("boot"), "no name");
+}
+
+TEST_F(mtd_death_test, refuses_unbalanced_references)
+{
+	const int number = simulation::add_mtd({.name = "boot"});
+	auto *mtd = get_mtd_device_nm("boot");
+
+	EXPECT_DEATH(simulation::remove_mtd(number), "while it is in use");
+	put_mtd_device(mtd);
+	EXPECT_DEATH(put_mtd_device(mtd), "holds no reference");
+	EXPECT_DEATH(linux_mtd_size(mtd), "holds no reference");
+	EXPECT_DEATH(put_mtd_device(reinterpret_cast<mtd_info *>(-19L)), "no MTD device");
+}
+
+// ---------------------------------------------------------------------------------------------------------------- files
+
+TEST_F(file_test, reads_and_moves_its_own_position)
+{
+	const int number = simulation::add_mtd({.name = "nor", .type = board::mtd_nor});
+	const auto content = counted(8);
+	board::bytes read(4);
+
+	simulation::set_mtd_content(number, 0x100, content.data(), content.size());
+	auto *file = filp_open(("/dev/mtdblock" + std::to_string(number)).c_str(), 0, 0);
+	EXPECT_EQ(vfs_llseek(file, 0x102, 0), 0x102);
+	EXPECT_EQ(kernel_read(file, read.data(), 4, linux_file_position(file)), 4);
+	EXPECT_EQ(read, (board::bytes{3, 4, 5, 6}));
+	EXPECT_EQ(*linux_file_position(file), 0x106);
+	EXPECT_EQ(simulation::open_files(), 1);
+	EXPECT_EQ(simulation::mtd_use_count(number), 1);
+	EXPECT_EQ(filp_close(file, nullptr), 0);
+	EXPECT_EQ(simulation::open_files(), 0);
+	EXPECT_EQ(simulation::mtd_use_count(number), 0);
+}
+
+TEST_F(file_test, ends_where_the_device_ends)
+{
+	const int number = simulation::add_mtd({.name = "nor", .size = 0x10000, .type = board::mtd_nor});
+	board::bytes data(8, 7);
+	auto *file = filp_open("/dev/mtdblock0", 2, 0);
+
+	EXPECT_EQ(vfs_llseek(file, 0x10001, 0), -EINVAL);
+	EXPECT_EQ(vfs_llseek(file, -1, 0), -EINVAL);
+	EXPECT_EQ(vfs_llseek(file, 0xfffe, 0), 0xfffe);
+	EXPECT_EQ(kernel_read(file, data.data(), 8, linux_file_position(file)), 2);
+	EXPECT_EQ(kernel_read(file, data.data(), 8, linux_file_position(file)), 0);
+	EXPECT_EQ(kernel_write(file, data.data(), 8, linux_file_position(file)), -ENOSPC);
+	EXPECT_EQ(kernel_write(file, data.data(), 0, linux_file_position(file)), 0);
+	EXPECT_EQ(vfs_llseek(file, 0xfffe, 0), 0xfffe);
+	EXPECT_EQ(kernel_write(file, data.data() + 2, 6, linux_file_position(file)), 2);
+	EXPECT_EQ(simulation::mtd_content(number, 0xfffd, 3), (board::bytes{0xff, 7, 7}));
+	filp_close(file, nullptr);
+}
+
+TEST_F(file_test, writes_by_whole_erase_blocks)
+{
+	const int number = simulation::add_mtd({.name = "nor", .type = board::mtd_nor, .erase_size = 0x1000});
+	const auto content = counted(0x10);
+	auto *file = filp_open("/dev/mtdblock0", 2, 0);
+
+	vfs_llseek(file, 0xff8, 0);
+	EXPECT_EQ(kernel_write(file, content.data(), 0x10, linux_file_position(file)), 0x10);
+	vfs_llseek(file, 0xff8, 0);
+	EXPECT_EQ(kernel_write(file, content.data(), 0x10, linux_file_position(file)), 0x10);
+	EXPECT_EQ(simulation::mtd_content(number, 0xff8, 0x10), content);
+	EXPECT_EQ(simulation::mtd_count(number).erases, 4u);
+	EXPECT_EQ(simulation::mtd_count(number).writes, 4u);
+	EXPECT_EQ(vfs_fsync(file, 0), 0);
+	filp_close(file, nullptr);
+}
+
+TEST_F(file_test, honours_the_open_mode)
+{
+	simulation::add_mtd({.name = "nor", .type = board::mtd_nor});
+	char byte = 0;
+	auto *reader = filp_open("/dev/mtdblock0", 0, 0);
+	auto *writer = filp_open("/dev/mtdblock0", 1, 0);
+
+	EXPECT_EQ(kernel_write(reader, &byte, 1, linux_file_position(reader)), -EBADF);
+	EXPECT_EQ(kernel_read(writer, &byte, 1, linux_file_position(writer)), -EINVAL);
+	filp_close(reader, nullptr);
+	filp_close(writer, nullptr);
+}
+
+TEST_F(file_test, unknown_paths_are_not_there)
+{
+	simulation::add_mtd({.name = "nor"});
+	for (const char *path : {"/dev/mtdblock1", "/dev/mtdblock", "/dev/mtdblock0x", "/dev/mtd0", ""})
+		EXPECT_EQ(reinterpret_cast<long>(filp_open(path, 0, 0)), -ENOENT) << path;
+}
+
+TEST_F(file_death_test, refuses_use_after_close)
+{
+	simulation::add_mtd({.name = "nor"});
+	auto *file = filp_open("/dev/mtdblock0", 0, 0);
+	long long position = 0;
+	char byte;
+
+	EXPECT_DEATH(kernel_read(file, &byte, 1, &position), "not the file's own");
+	filp_close(file, nullptr);
+	EXPECT_DEATH(filp_close(file, nullptr), "closed already");
+	EXPECT_DEATH(vfs_llseek(file, 0, 0), "closed already");
+	EXPECT_DEATH(filp_close(reinterpret_cast<struct file *>(-2L), nullptr), "error pointer");
+}
+
+// ---------------------------------------------------------------------------------------------------------------- user copies
+
+TEST_F(user_copy_test, copies_both_ways)
+{
+	const auto content = counted(16);
+	board::bytes back(16);
+	auto *user = simulation::user_memory(16, board::access::read_write);
+
+	EXPECT_EQ(linux_copy_to_user(board::user_address(user), content.data(), 16), 0u);
+	EXPECT_EQ(board::bytes(user, user + 16), content);
+	EXPECT_EQ(linux_copy_from_user(back.data(), board::user_address(user), 16), 0u);
+	EXPECT_EQ(back, content);
+}
+
+TEST_F(user_copy_test, stops_at_the_end_of_the_mapping)
+{
+	const auto content = counted(16);
+	board::bytes back(16, 0xee);
+	auto *user = simulation::user_memory(10, board::access::read_write);
+
+	EXPECT_EQ(linux_copy_to_user(board::user_address(user), content.data(), 16), 6u);
+	EXPECT_EQ(board::bytes(user, user + 10), counted(10));
+	EXPECT_EQ(linux_copy_from_user(back.data(), board::user_address(user), 16), 6u);
+	auto expected = counted(10);
+	expected.resize(16, 0);
+	EXPECT_EQ(back, expected);
+}
+
+TEST_F(user_copy_test, spans_pages_until_the_first_forbidden_one)
+{
+	board::bytes content(3 * 4096, 5);
+	auto *user = simulation::user_memory(3 * 4096, board::access::read_write);
+
+	EXPECT_EQ(linux_copy_to_user(board::user_address(user), content.data(), 3 * 4096), 0u);
+	simulation::protect(user + 4096, 1, board::access::read_only);
+	EXPECT_EQ(linux_copy_to_user(board::user_address(user) + 100, content.data(), 8192), 8192u - (4096 - 100));
+	EXPECT_EQ(linux_copy_from_user(content.data(), board::user_address(user), 3 * 4096), 0u);
+	simulation::protect(user + 8192, 4096, board::access::none);
+	EXPECT_EQ(linux_copy_from_user(content.data(), board::user_address(user), 3 * 4096), 4096u);
+}
+
+TEST_F(user_copy_test, refuses_what_is_no_user_memory)
+{
+	board::bytes data(8, 0xee);
+
+	for (std::uint64_t address : {kernel_address, simulation::unmapped_address, std::uint64_t(0), ~std::uint64_t(0),
+				      (std::uint64_t(1) << 48) - 4, reinterpret_cast<std::uint64_t>(data.data())}) {
+		EXPECT_EQ(linux_copy_to_user(address, data.data(), 8), 8u);
+		board::bytes read(8, 0xee);
+		EXPECT_EQ(linux_copy_from_user(read.data(), address, 8), 8u);
+		EXPECT_EQ(read, board::bytes(8, 0));
+	}
+	EXPECT_EQ(linux_copy_from_user(data.data(), 0, 0), 0u);
+}
+
+TEST_F(user_copy_test, refuses_absurd_counts_untouched)
+{
+	auto *user = simulation::user_memory(16, board::access::read_write);
+	board::bytes data(16, 0xee);
+
+	EXPECT_EQ(linux_copy_to_user(board::user_address(user), data.data(), 0x80000000), 0x80000000u);
+	EXPECT_EQ(linux_copy_from_user(data.data(), board::user_address(user), 0x80000000), 0x80000000u);
+	EXPECT_EQ(data, board::bytes(16, 0xee));
+	EXPECT_EQ(user[0], 0);
+}
+
+TEST_F(user_copy_death_test, refuses_to_leave_a_kernel_object)
+{
+	auto *user = simulation::user_memory(32, board::access::read_write);
+	void *object = linux_kzalloc(16);
+
+	EXPECT_DEATH(linux_copy_to_user(board::user_address(user), object, 17), "leave a kernel object");
+	EXPECT_DEATH(linux_copy_from_user(static_cast<char *>(object) + 8, board::user_address(user), 9), "leave a kernel object");
+	EXPECT_EQ(linux_copy_from_user(static_cast<char *>(object) + 8, board::user_address(user), 8), 0u);
+	kfree(object);
+}
+
+// ---------------------------------------------------------------------------------------------------------------- flash buffer service
+
+TEST_F(flash_buffer_test, reads_what_it_wrote)
+{
+	const int number = simulation::add_mtd({.name = "data", .index = 11});
+	const auto content = counted(100);
+	board::bytes read(100);
+
+	EXPECT_EQ(plat_mtd_update_buf("/dev/mtd11", 0xfff0, content.data(), 100), 0u);
+	EXPECT_EQ(plat_mtd_read_buf("/dev/mtd11", 0xfff0, read.data(), 100), 0u);
+	EXPECT_EQ(read, content);
+	EXPECT_EQ(simulation::mtd_count(number).erases, 2u);
+	EXPECT_EQ(simulation::mtd_use_count(number), 0);
+}
+
+TEST_F(flash_buffer_test, leaves_blocks_alone_that_do_not_change)
+{
+	const int number = simulation::add_mtd({.name = "data", .erase_size = 0x1000});
+	board::bytes image(0x4000, 0xff);
+
+	image[0x1234] = 0;
+	EXPECT_EQ(plat_mtd_update_buf("/dev/mtd0", 0, image.data(), image.size()), 0u);
+	EXPECT_EQ(simulation::mtd_count(number).erases, 1u);
+	EXPECT_EQ(plat_mtd_update_buf("/dev/mtd0", 0, image.data(), image.size()), 0u);
+	EXPECT_EQ(simulation::mtd_count(number).erases, 1u);
+}
+
+TEST_F(flash_buffer_test, says_why_it_refuses)
+{
+	simulation::add_mtd({.name = "data", .size = 0x10000});
+	char byte = 0;
+
+	EXPECT_EQ(plat_mtd_read_buf("/dev/mtd0", 0xffff, &byte, 1), 0u);
+	EXPECT_EQ(plat_mtd_read_buf("/dev/mtd0", 0x10000, &byte, 1), FLASH_BUFFER_BEYOND_END);
+	EXPECT_EQ(plat_mtd_update_buf("/dev/mtd0", 0, &byte, 0x10001), FLASH_BUFFER_BEYOND_END);
+	EXPECT_EQ(plat_mtd_read_buf("/dev/mtd1", 0, &byte, 1), FLASH_BUFFER_NO_DEVICE);
+	EXPECT_EQ(plat_mtd_read_buf("/dev/mtdblock0", 0, &byte, 1), FLASH_BUFFER_BAD_PATH);
+	EXPECT_EQ(plat_mtd_read_buf("/dev/mtd00", 0, &byte, 1), FLASH_BUFFER_BAD_PATH);
+	EXPECT_EQ(plat_mtd_read_buf("/dev/mtd", 0, &byte, 1), FLASH_BUFFER_BAD_PATH);
+	EXPECT_EQ(plat_mtd_read_buf(nullptr, 0, &byte, 1), FLASH_BUFFER_BAD_ARGUMENT);
+	EXPECT_EQ(plat_mtd_read_buf("/dev/mtd0", 0, nullptr, 1), FLASH_BUFFER_BAD_ARGUMENT);
+}
+
+// ---------------------------------------------------------------------------------------------------------------- bounded routines
+
+TEST_F(bounded_test, copies_up_to_the_limit_and_not_beyond)
+{
+	char room[4] = "xyz";
+
+	EXPECT_EQ(strcpy_s(room, 4, "abc"), 0);
+	EXPECT_STREQ(room, "abc");
+	EXPECT_EQ(strcpy_s(room, 4, "abcd"), BOUNDED_NO_ROOM);
+	EXPECT_EQ(memcpy_s(room, 2, "12", 2), 0);
+	EXPECT_EQ(memcpy_s(room, 2, "789", 3), BOUNDED_NO_ROOM);
+	EXPECT_EQ(memcpy_s(room, 0, "7", 1), BOUNDED_BAD_ARGUMENT);
+	EXPECT_EQ(memcpy_s(room, 4, nullptr, 1), BOUNDED_BAD_ARGUMENT);
+	EXPECT_STREQ(room, "12c");
+	EXPECT_EQ(memset_s(room, 4, 'q', 3), 0);
+	EXPECT_EQ(memset_s(room, 4, 'r', 5), BOUNDED_NO_ROOM);
+	EXPECT_STREQ(room, "qqq");
+}
+
+TEST_F(bounded_test, formats_what_fits)
+{
+	char room[8];
+
+	EXPECT_EQ(sprintf_s(room, 8, "%s_%u", "attr", 12), 7);
+	EXPECT_STREQ(room, "attr_12");
+	EXPECT_EQ(sprintf_s(room, 8, "%s_%u", "attr", 123), -1);
+	EXPECT_STREQ(room, "");
+	EXPECT_EQ(snprintf_s(room, 8, 3, "%d", 123), 3);
+	EXPECT_EQ(snprintf_s(room, 8, 3, "%d", 1234), -1);
+}
+
+// ---------------------------------------------------------------------------------------------------------------- log
+
+TEST_F(log_test, keeps_messages_in_order)
+{
+	drv_log_register(27, "flash_mng", 8192);
+	drv_log_record(0, 2, 0, "%s MODULE INIT BEGIN", "flash_mng");
+	drv_log_record(27, 1, 0, "ends in a line feed\n");
+	const char *volatile nobody = nullptr;
+	drv_log_record(27, 3, 0, "name:%s", nobody);
+
+	const std::vector<board::log_line> expected{{0, 2, "flash_mng MODULE INIT BEGIN"}, {27, 1, "ends in a line feed\n"}, {27, 3, "name:(null)"}};
+	EXPECT_EQ(simulation::log(), expected);
+	simulation::forget_log();
+	EXPECT_TRUE(simulation::log().empty());
+}
+
+TEST_F(log_test, registers_a_log_once)
+{
+	EXPECT_EQ(drv_log_register(27, "flash_mng", 8192), 0u);
+	EXPECT_EQ(drv_log_register(27, "flash_mng", 8192), LOG_ALREADY_REGISTERED);
+	EXPECT_EQ(drv_log_deregister(27), 0u);
+	EXPECT_EQ(drv_log_register(27, "flash_mng", 8192), 0u);
+	EXPECT_EQ(drv_log_register(0, "common", 1), LOG_BAD_ARGUMENT);
+}
+
+TEST_F(log_test, keeps_how_the_load_ended)
+{
+	EXPECT_FALSE(simulation::load_report());
+	log_module_init_end("flash_mng", 0, 5, "why");
+	ASSERT_TRUE(simulation::load_report());
+	EXPECT_EQ(simulation::load_report()->result, 5u);
+	EXPECT_EQ(simulation::load_report()->failure, "why");
+}
+
+TEST_F(log_death_test, refuses_to_deregister_twice)
+{
+	EXPECT_DEATH(drv_log_deregister(27), "not registered");
+}
+
+// ---------------------------------------------------------------------------------------------------------------- XML and instances
+
+TEST_F(xml_test, counts_a_node_and_its_variants)
+{
+	u32 count = 99;
+
+	EXPECT_EQ(xml_get_specified_node_num(g_instance, g_module, "attr", &count), 0u);
+	EXPECT_EQ(count, 3u);
+	EXPECT_EQ(xml_get_specified_node_num(g_instance, g_module, "mtd_info", &count), 0u);
+	EXPECT_EQ(count, 0u);
+	EXPECT_EQ(xml_get_specified_node_num(77, g_module, "attr", &count), XML_NO_INSTANCE);
+}
+
+TEST_F(xml_test, lists_entries_in_order)
+{
+	xml_entry_node *list = nullptr;
+	u32 count = 0;
+
+	ASSERT_EQ(xml_get_entry_list(g_instance, g_module, "attr", &list, &count), 0u);
+	EXPECT_EQ(count, 2u);
+	EXPECT_STREQ(list->entry->name, "section0");
+	EXPECT_STREQ(list->next->entry->name, "section1");
+	EXPECT_EQ(list->next->next, nullptr);
+	EXPECT_EQ(xml_get_entry_list(g_instance, g_module, "attr_2", &list, &count), 0u);
+	EXPECT_EQ(count, 0u);
+	EXPECT_EQ(list, nullptr);
+	EXPECT_EQ(xml_get_entry_list(g_instance, g_module, "attr_3", &list, &count), XML_NO_NODE);
+}
+
+TEST_F(xml_test, reads_attributes)
+{
+	xml_entry_node *list;
+	u32 count, value = 99;
+	char text[5] = "zzzz";
+
+	xml_get_entry_list(g_instance, g_module, "attr", &list, &count);
+	EXPECT_EQ(xml_get_attr_value_u32(list->entry, "offset", &value), 0u);
+	EXPECT_EQ(value, 0x1000u);
+	EXPECT_EQ(xml_get_attr_value_u32(list->entry, "size", &value), 0u);
+	EXPECT_EQ(value, 4096u);
+	for (const char *bad : {"section_id", "offset", "size"})
+		EXPECT_EQ(xml_get_attr_value_u32(list->next->entry, bad, &value), XML_BAD_NUMBER) << bad;
+	EXPECT_EQ(xml_get_attr_value_u32(list->entry, "none", &value), XML_NO_ATTRIBUTE);
+	EXPECT_EQ(value, 4096u);
+	EXPECT_EQ(xml_get_attr_string(list->entry, "mtd_name", text, 4), XML_TEXT_TOO_LONG);
+	EXPECT_STREQ(text, "zzzz");
+	EXPECT_EQ(xml_get_attr_string(list->entry, "mtd_name", text, 5), 0u);
+	EXPECT_STREQ(text, "boot");
+}
+
+TEST_F(xml_test, lies_when_told_to)
+{
+	xml_entry_node *list;
+	u32 count;
+
+	simulation::lie_about_count(7, 2);
+	simulation::lie_with_null_list(3);
+	xml_get_entry_list(g_instance, g_module, "attr", &list, &count);
+	EXPECT_EQ(count, 2u);
+	xml_get_entry_list(g_instance, g_module, "attr", &list, &count);
+	EXPECT_EQ(count, 7u);
+	EXPECT_NE(list, nullptr);
+	xml_get_entry_list(g_instance, g_module, "attr", &list, &count);
+	EXPECT_EQ(count, 2u);
+	EXPECT_EQ(list, nullptr);
+	EXPECT_EQ(simulation::faults_hit(), 2u);
+}
+
+TEST_F(xml_test, reads_elements)
+{
+	u32 value = 0, exist = 9, count = 0;
+	char text[8];
+
+	EXPECT_EQ(xml_get_element_value_u32(g_instance, g_module, "spi_flash_info", "entry0", "flash_id", &value), 0u);
+	EXPECT_EQ(value, 7u);
+	EXPECT_EQ(xml_get_element_string(g_instance, g_module, "spi_flash_info", "entry0", "flash_name", text, 8), 0u);
+	EXPECT_STREQ(text, "spi");
+	EXPECT_EQ(xml_get_element_value_u32(g_instance, g_module, "spi_flash_info", "entry1", "flash_id", &value), XML_NO_ENTRY);
+	EXPECT_EQ(xml_get_element_value_u32(g_instance, g_module, "spi_flash_info", "entry0", "none", &value), XML_NO_ELEMENT);
+	EXPECT_TRUE(xml_is_element_exist(g_instance, g_module, "spi_flash_info", "entry0", "flash_id"));
+	EXPECT_FALSE(xml_is_element_exist(g_instance, g_module, "none", "entry0", "flash_id"));
+	EXPECT_EQ(xml_is_node_exist(77, g_module, "attr", &exist), 0u);
+	EXPECT_EQ(exist, 0u);
+	EXPECT_EQ(xml_get_entry_num(g_instance, g_module, "attr", &count), 0u);
+	EXPECT_EQ(count, 2u);
+}
+
+TEST_F(xml_death_test, refuses_entries_of_another_configuration)
+{
+	xml_entry_node *list;
+	u32 count, value;
+
+	xml_get_entry_list(g_instance, g_module, "attr", &list, &count);
+	auto *entry = list->entry;
+	simulation::configure("../../host/boards/simulation");
+	EXPECT_DEATH(xml_get_attr_value_u32(entry, "size", &value), "no entry of the selected configuration");
+}
+
+TEST_F(xml_death_test, names_a_missing_board_file)
+{
+	u32 count;
+
+	simulation::configure("nowhere");
+	EXPECT_DEATH(xml_get_specified_node_num(g_instance, g_module, "attr", &count), "nowhere.xml: File was not found");
+}
+
+TEST_F(instance_test, bom_value_of_instance_or_board)
+{
+	u32 bom = 0;
+
+	EXPECT_EQ(drv_board_get_bom_value(g_instance, 0x100000, &bom), 0u);
+	EXPECT_EQ(bom, 2u);
+	EXPECT_EQ(drv_board_get_bom_value(5, 0x100000, &bom), 0u);
+	EXPECT_EQ(bom, 9u);
+	EXPECT_EQ(drv_board_get_bom_value(5, 1, &bom), CAPABILITY_UNKNOWN);
+}
+
+TEST_F(instance_test, parent_and_card)
+{
+	u32 parent = 1, card = 2;
+
+	EXPECT_EQ(drv_common_parse_parent_id_card_id(g_instance, &parent, &card), INSTANCE_NO_PARENT);
+	EXPECT_EQ(drv_common_parse_parent_id_card_id(77, &parent, &card), INSTANCE_UNKNOWN);
+	EXPECT_EQ(parent, 1u);
+	EXPECT_EQ(drv_common_parse_parent_id_card_id(5, &parent, &card), 0u);
+	EXPECT_EQ(parent, 0xffffffffu);
+	EXPECT_EQ(card, 3u);
+}
+
+TEST_F(instance_test, the_hard_lock_is_held_once)
+{
+	hard_lock_request request{.operation = 720, .inst_id = 5, .lock_val = 1, .reserved0 = 0, .reserved1 = 0};
+
+	EXPECT_EQ(drv_hard_unlock(5, 1, 5, 2, 0), HARD_LOCK_NOT_HELD);
+	EXPECT_EQ(drv_hard_trylock(5, 1, &request), 0u);
+	EXPECT_EQ(drv_hard_trylock(5, 1, &request), HARD_LOCK_BUSY);
+	EXPECT_EQ(drv_hard_trylock(5, 2, &request), 0u);
+	EXPECT_EQ(drv_hard_trylock(6, 1, &request), HARD_LOCK_BAD_REQUEST);
+	EXPECT_EQ(drv_hard_unlock(5, 1, 6, 2, 0), HARD_LOCK_BAD_OWNER);
+	EXPECT_EQ(drv_hard_unlock(5, 1, 5, 2, 0), 0u);
+}
+
+// ---------------------------------------------------------------------------------------------------------------- lists and the device
+
+TEST_F(list_test, adds_at_the_tail_and_removes)
+{
+	list_head head{&head, &head}, one{}, two{};
+
+	linux_list_add_tail(&one, &head);
+	linux_list_add_tail(&two, &head);
+	EXPECT_EQ(head.next, &one);
+	EXPECT_EQ(one.next, &two);
+	EXPECT_EQ(two.next, &head);
+	linux_list_del(&one);
+	EXPECT_EQ(head.next, &two);
+	linux_list_del(&two);
+	EXPECT_EQ(head.next, &head);
+}
+
+TEST_F(list_death_test, refuses_broken_links)
+{
+	list_head head{&head, &head}, one{}, never{};
+
+	EXPECT_DEATH(linux_list_add_tail(&one, &never), "never initialised");
+	linux_list_add_tail(&one, &head);
+	EXPECT_DEATH(linux_list_add_tail(&one, &head), "in the list already");
+	linux_list_del(&one);
+	EXPECT_DEATH(linux_list_del(&one), "removed already");
+}
+
+TEST_F(device_death_test, refuses_to_register_twice)
+{
+	EXPECT_DEATH(misc_deregister(&misc_dev), "not registered");
+	EXPECT_EQ(misc_register(&misc_dev), 0);
+	EXPECT_DEATH(misc_register(&misc_dev), "registered already");
+	misc_deregister(&misc_dev);
+}
+
+} // namespace

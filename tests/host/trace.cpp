@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// What the module calls, in order, and the calls that are made to fail.
+#include <array>
+#include <cinttypes>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+
+#include "simulation.hpp"
+
+namespace simulation {
+
+namespace {
+
+struct signature {
+	std::string_view name;
+	std::string_view letters;
+};
+
+constexpr std::array g_signatures = {
+#define FLASH_CALL(name, arguments) signature{#name, arguments},
+#include "../conformance/calls.def"
+#undef FLASH_CALL
+};
+
+struct fault {
+	call which;
+	unsigned remaining; // calls until it strikes, that one counted; 0 when spent
+	bool sticky;
+	long long result;
+	bool hit;
+};
+
+std::vector<std::string> g_calls;
+std::vector<fault> g_faults;
+unsigned g_hits;
+
+std::string formatted(const char *format, ...) __attribute__((format(printf, 1, 2)));
+
+std::string formatted(const char *format, ...)
+{
+	std::array<char, 32> text;
+	va_list values;
+
+	va_start(values, format);
+	std::vsnprintf(text.data(), text.size(), format, values);
+	va_end(values);
+	return text.data();
+}
+
+std::string rendered(char letter, const traced &argument)
+{
+	const auto number = argument.number();
+
+	switch (letter) {
+	case 's':
+		return argument.text() ? '"' + std::string(argument.text()) + '"' : "null";
+	case 'u':
+		return formatted("%" PRIu32, static_cast<std::uint32_t>(number));
+	case 'x':
+		return formatted("0x%" PRIx32, static_cast<std::uint32_t>(number));
+	case 'l':
+		return formatted("%" PRIu64, number);
+	case 'X':
+		return formatted("0x%" PRIx64, number);
+	case 'd':
+		return formatted("%" PRId32, static_cast<std::int32_t>(number));
+	case '-':
+		return "-";
+	}
+	misuse("calls.def: unknown letter '%c'", letter);
+}
+
+std::string rendered(const signature &function, std::initializer_list<traced> arguments)
+{
+	std::string text(function.name);
+	auto argument = arguments.begin();
+
+	if (arguments.size() != function.letters.size())
+		misuse("calls.def lists %zu arguments for %s, the simulation traces %zu", function.letters.size(),
+		       function.name.data(), arguments.size());
+	text += '(';
+	for (char letter : function.letters) {
+		if (argument != arguments.begin())
+			text += ", ";
+		text += rendered(letter, *argument++);
+	}
+	return text + ')';
+}
+
+bool strikes_locked(fault &fault)
+{
+	if (fault.remaining == 0)
+		return false;
+	if (fault.remaining > 1) {
+		--fault.remaining;
+		return false;
+	}
+	if (!fault.sticky)
+		fault.remaining = 0;
+	if (!fault.hit)
+		++g_hits;
+	fault.hit = true;
+	return true;
+}
+
+std::optional<long long> forced_locked(call which)
+{
+	std::optional<long long> result;
+
+	for (auto &fault : g_faults) {
+		if (fault.which == which && strikes_locked(fault))
+			result = fault.result;
+	}
+	return result;
+}
+
+} // namespace
+
+void misuse(const char *format, ...)
+{
+	va_list values;
+
+	std::fputs("simulation: ", stderr);
+	va_start(values, format);
+	std::vfprintf(stderr, format, values);
+	va_end(values);
+	std::fputc('\n', stderr);
+	std::abort();
+}
+
+std::mutex &state_mutex()
+{
+	static std::mutex mutex;
+	return mutex;
+}
+
+std::optional<long long> seen(call which, std::initializer_list<traced> arguments)
+{
+	auto text = rendered(g_signatures[static_cast<std::size_t>(which)], arguments);
+	state_guard guard;
+
+	g_calls.push_back(std::move(text));
+	return forced_locked(which);
+}
+
+void arm(std::string_view function, long long result, unsigned nth, bool sticky)
+{
+	state_guard guard;
+
+	if (nth == 0)
+		misuse("a fault is armed for call 0 of %.*s; the first call is 1", static_cast<int>(function.size()), function.data());
+	for (std::size_t i = 0; i < g_signatures.size(); ++i) {
+		if (g_signatures[i].name == function) {
+			g_faults.push_back({static_cast<call>(i), nth, sticky, result, false});
+			return;
+		}
+	}
+	misuse("a fault is armed for %.*s, which calls.def does not list", static_cast<int>(function.size()), function.data());
+}
+
+unsigned faults_hit()
+{
+	state_guard guard;
+	return g_hits;
+}
+
+void count_hit_locked()
+{
+	++g_hits;
+}
+
+std::vector<std::string> calls()
+{
+	state_guard guard;
+	return g_calls;
+}
+
+void forget_calls()
+{
+	state_guard guard;
+	g_calls.clear();
+}
+
+void reset_calls()
+{
+	state_guard guard;
+	g_calls.clear();
+	g_faults.clear();
+	g_hits = 0;
+}
+
+void reset()
+{
+	reset_files();
+	reset_mtd();
+	reset_device();
+	reset_locks();
+	reset_memory();
+	reset_user_memory();
+	reset_log();
+	reset_xml();
+	reset_hard_locks();
+	reset_calls();
+}
+
+} // namespace simulation

@@ -1,0 +1,151 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// Memory of the calling program and the copies to and from it. Only memory made by user_memory() counts as the program's; a copy stops
+// at the first byte that the program could not touch itself.
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <sys/mman.h>
+
+#include "kernel/user_copy.h"
+#include "simulation.hpp"
+
+namespace simulation {
+
+namespace {
+
+constexpr std::size_t g_page = 4096;
+constexpr std::uint64_t g_end_of_user_addresses = std::uint64_t(1) << 48;
+constexpr unsigned long g_largest_count = 0x7fffffff;
+
+std::map<std::uint64_t, board::access> g_pages;
+std::map<void *, std::size_t> g_mappings; // with the unmapped page behind each
+
+int protection(board::access mode)
+{
+	switch (mode) {
+	case board::access::read_write:
+		return PROT_READ | PROT_WRITE;
+	case board::access::read_only:
+		return PROT_READ;
+	default:
+		return PROT_NONE;
+	}
+}
+
+void set_access_locked(std::uint64_t start, std::size_t length, board::access mode)
+{
+	if (mprotect(reinterpret_cast<void *>(start), length, protection(mode)) != 0)
+		misuse("mprotect() of user memory failed");
+	for (std::uint64_t page = start; page < start + length; page += g_page)
+		g_pages[page] = mode;
+}
+
+bool allowed_locked(std::uint64_t address, bool write)
+{
+	const auto page = g_pages.find(address & ~std::uint64_t(g_page - 1));
+
+	if (page == g_pages.end() || page->second == board::access::none)
+		return false;
+	return !write || page->second == board::access::read_write;
+}
+
+// How many of the bytes from @address on the program could touch itself, up to @count.
+unsigned long reachable_locked(std::uint64_t address, unsigned long count, bool write)
+{
+	unsigned long reachable = 0;
+
+	while (reachable < count && allowed_locked(address + reachable, write))
+		reachable += g_page - (address + reachable) % g_page;
+	return std::min(reachable, count);
+}
+
+bool is_user_range(std::uint64_t address, unsigned long count)
+{
+	return count <= g_end_of_user_addresses && address <= g_end_of_user_addresses - count;
+}
+
+// Linux refuses copies that leave a kernel object.
+void check_kernel_object(const char *function, const void *memory, unsigned long count)
+{
+	const auto object = allocation_around(memory);
+
+	if (object && count > object->start + object->size - reinterpret_cast<std::uintptr_t>(memory))
+		misuse("%s(): %lu bytes leave a kernel object of %zu bytes", function, count, object->size);
+}
+
+} // namespace
+
+std::uint8_t *user_memory(std::size_t size, board::access mode)
+{
+	state_guard guard;
+	const auto whole = std::max<std::size_t>((size + g_page - 1) / g_page * g_page, g_page);
+	void *mapping = mmap(nullptr, whole + g_page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+
+	if (mapping == MAP_FAILED)
+		misuse("mmap() of %zu bytes of user memory failed", whole);
+	g_mappings.emplace(mapping, whole + g_page);
+	set_access_locked(reinterpret_cast<std::uint64_t>(mapping), whole, mode);
+	return static_cast<std::uint8_t *>(mapping) + whole - size;
+}
+
+void protect(void *memory, std::size_t size, board::access mode)
+{
+	state_guard guard;
+	const auto start = reinterpret_cast<std::uint64_t>(memory) / g_page * g_page;
+	const auto end = (reinterpret_cast<std::uint64_t>(memory) + size + g_page - 1) / g_page * g_page;
+
+	for (auto page = start; page < end; page += g_page) {
+		if (!g_pages.contains(page))
+			misuse("protect(): the range is no user memory");
+	}
+	set_access_locked(start, end - start, mode);
+}
+
+void reset_user_memory()
+{
+	state_guard guard;
+
+	for (const auto &[mapping, size] : g_mappings)
+		munmap(mapping, size);
+	g_mappings.clear();
+	g_pages.clear();
+}
+
+} // namespace simulation
+
+using namespace simulation;
+
+unsigned long linux_copy_to_user(unsigned long user_address, const void *from, unsigned long count)
+{
+	if (auto forced = seen(call::linux_copy_to_user, {user_address, from, count}))
+		return static_cast<unsigned long>(*forced);
+	if (count > g_largest_count)
+		return count;
+	check_kernel_object("linux_copy_to_user", from, count);
+	if (!is_user_range(user_address, count))
+		return count;
+	state_guard guard;
+	const auto copied = reachable_locked(user_address, count, true);
+
+	if (copied > 0)
+		std::memcpy(reinterpret_cast<void *>(user_address), from, copied);
+	return count - copied;
+}
+
+unsigned long linux_copy_from_user(void *to, unsigned long user_address, unsigned long count)
+{
+	if (auto forced = seen(call::linux_copy_from_user, {to, user_address, count}))
+		return static_cast<unsigned long>(*forced);
+	if (count > g_largest_count)
+		return count;
+	check_kernel_object("linux_copy_from_user", to, count);
+	state_guard guard;
+	const auto copied = is_user_range(user_address, count) ? reachable_locked(user_address, count, false) : 0;
+
+	if (copied > 0)
+		std::memcpy(to, reinterpret_cast<const void *>(user_address), copied);
+	if (copied < count)
+		std::memset(static_cast<std::uint8_t *>(to) + copied, 0, count - copied);
+	return count - copied;
+}
