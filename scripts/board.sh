@@ -1,0 +1,113 @@
+# SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+# shellcheck shell=sh
+#
+# The virtual board: its initramfs, and runs of it.
+
+# use_busybox: sets busybox, a static AArch64 one of this machine's own Debian release.
+use_busybox() {
+	fetch_package "$(machine_codename)" arm64 busybox-static
+	busybox=$package_files/files/bin/busybox
+	[ -x "$busybox" ] || busybox=$package_files/files/usr/bin/busybox
+}
+
+# compile_board_files demo|SETS: the boards of a person; for the suite those of its cases too, in a folder of their own.
+compile_board_files() {
+	compiler=$(find "$(preset_dir debug)" -type f -name flash-board -perm -u+x | head -n 1)
+	[ -n "$compiler" ] || {
+		echo "flash-board is not built"
+		return 1
+	}
+	compile_boards_of board/xml board || return 1
+	[ "$1" = demo ] || compile_boards_of tests/conformance/boards board/conformance
+}
+
+# compile_boards_of FOLDER FIRMWARE: the XML files of a folder of the clone.
+compile_boards_of() {
+	mkdir -p "$initramfs_root/lib/firmware/$2"
+	for xml in "$root/$1"/*.xml; do
+		"$compiler" compile "$xml" -o "$initramfs_root/lib/firmware/$2/$(basename "$xml" .xml).fbd" || return 1
+	done
+}
+
+copy_modules() {
+	mkdir -p "$initramfs_root/lib/modules"
+	for folder in "$@"; do
+		find "$stage_dir/$folder" -name '*.ko' -exec cp {} "$initramfs_root/lib/modules/" \; || return 1
+	done
+	cp "$kernel_dir/drivers/mtd/nand/raw/nandsim.ko" "$kernel_dir/drivers/mtd/devices/mtdram.ko" "$initramfs_root/lib/modules/"
+}
+
+# The programs that are on the board: those that the guest preset installs below tests/ and demo/.
+copy_programs() {
+	for programs in "$@"; do
+		[ ! -d "$(preset_dir guest)/image/$programs" ] || cp -a "$(preset_dir guest)/image/$programs" "$initramfs_root/"
+	done
+}
+
+# make_initramfs demo|full: full has the tests and their lab too.
+make_initramfs() {
+	rm -rf "$initramfs_root"
+	mkdir -p "$initramfs_root/bin" "$initramfs_root/proc" "$initramfs_root/sys" "$initramfs_root/dev" "$initramfs_root/tmp"
+	cp "$busybox" "$initramfs_root/bin/busybox"
+	cp "$root/board/initramfs/init" "$initramfs_root/init"
+	cp -a "$root/board/initramfs/tasks" "$initramfs_root/tasks"
+	compile_board_files "$1" || return 1
+	mkdir -p "$initramfs_root/demo"
+	cp "$root/board/demo/letter.txt" "$initramfs_root/demo/letter.txt"
+	if [ "$1" = full ]; then
+		copy_modules reference_platform flash_mng_kernel tests/guest/lab || return 1
+		copy_programs demo tests || return 1
+	else
+		copy_modules reference_platform flash_mng_kernel || return 1
+		copy_programs demo || return 1
+	fi
+	(cd "$initramfs_root" && find . | LC_ALL=C sort | cpio -o -H newc -R 0:0 --quiet) | gzip -1 >"$initramfs"
+}
+
+# build_initramfs FLAVOUR demo|full
+build_initramfs() {
+	use_kernel "$1"
+	use_stage "$1"
+	use_busybox
+	initramfs=$build_dir/board/$1-$2.cpio.gz
+	initramfs_root=$build_dir/board/$1-$2
+	mkdir -p "$build_dir/board"
+	run_step "build the initramfs ($1, $2)" "initramfs_$1_$2" make_initramfs "$2"
+}
+
+# nor_image: sets nor to the NOR flash of the board, erased when new.
+use_nor() {
+	nor=$build_dir/board/nor.img
+	[ -f "$nor" ] || tr '\0' '\377' </dev/zero | head -c 67108864 >"$nor"
+}
+
+# run_board FLAVOUR SET TASK ARGUMENT...: starts the board, as board/run documents.
+run_board() {
+	use_kernel "$1"
+	board_image=$kernel_dir/arch/arm64/boot/Image
+	board_initramfs=$build_dir/board/$1-$2.cpio.gz
+	board_task=$3
+	shift 3
+	"$root/board/run" --kernel "$board_image" --initramfs "$board_initramfs" --task "$board_task" "$@"
+}
+
+run_demo() {
+	use_nor
+	run_output=$build_dir/board/demo-run
+	demo_options=
+	[ "$1" = no ] || demo_options=--verbose
+	demo_status=0
+	# shellcheck disable=SC2086
+	run_board board demo demo --output "$run_output" --nor "$nor" --nor-snapshot --time-limit 120 $demo_options || demo_status=$?
+	if [ "$demo_status" -ge 100 ]; then
+		say "dev: the board did not finish the tour; the end of its console ($run_output/console.log):" >&2
+		tail -n 30 "$run_output/console.log" >&2
+	fi
+	return "$demo_status"
+}
+
+run_shell() {
+	use_nor
+	say "Console of the virtual board. Leave it with: poweroff -f (or Ctrl-A x). The NOR flash is kept in $nor."
+	run_board "$1" full shell --output "$build_dir/board/shell-run" --nor "$nor" --interactive
+}

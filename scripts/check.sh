@@ -1,0 +1,211 @@
+# SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+# shellcheck shell=sh
+#
+# ./dev check: one line OK or FAIL per check, the findings of a failed one below it. Counts go to build/results/checks.
+
+frame_limit=512
+line_limit=140
+
+# check TEXT COMMAND...: a check passes when the command succeeds.
+check() {
+	check_text=$1
+	shift
+	if "$@" >"$log_dir/check.log" 2>&1 </dev/null; then
+		say "  OK    $check_text"
+		checks_passed=$((checks_passed + 1))
+	else
+		say "  FAIL  $check_text"
+		head -n 40 "$log_dir/check.log" | sed 's/^/        /'
+		checks_failed=$((checks_failed + 1))
+	fi
+}
+
+# nothing_in COMMAND...: succeeds when the command prints nothing.
+nothing_in() {
+	findings=$("$@")
+	[ -z "$findings" ] || {
+		printf '%s\n' "$findings"
+		return 1
+	}
+}
+
+# our_files PATTERN...: tracked or new files of the clone that match one of the name patterns.
+our_files() {
+	for pattern in "$@"; do
+		(cd "$root" && git ls-files --cached --others --exclude-standard "$pattern" | while IFS= read -r file; do
+			[ ! -f "$file" ] || echo "$file"
+		done)
+	done
+}
+
+# ---- the built module
+
+constructors() {
+	aarch64-linux-gnu-readelf -SW "$flash_object" | grep -oE '\.(init_array|ctors|fini_array|dtors)[^ ]*'
+}
+
+runtime_symbols() {
+	aarch64-linux-gnu-nm "$flash_object" | grep -E '__cxa_|__gxx_personality|_Unwind_|__dso_handle| _ZT[ISV]| _Zn[wa]| _Zd[la]'
+}
+
+undefined_symbols() {
+	aarch64-linux-gnu-nm -u "$flash_object" | awk '{ print $2 }' | LC_ALL=C sort -u
+}
+
+# symbols_outside LIST: undefined symbols that the list, one name per line, does not have.
+symbols_outside() {
+	sed 's/#.*//; s/[[:space:]]*$//; /^$/d' "$1" | LC_ALL=C sort -u >"$build_dir/allowed_symbols"
+	undefined_symbols | LC_ALL=C comm -23 - "$build_dir/allowed_symbols"
+}
+
+# large_frames FOLDER: frames over the limit, and those whose size the compiler does not know.
+large_frames() {
+	find "$1" -name '*.su' -exec cat {} + |
+		awk -F '\t' -v limit="$frame_limit" '$2 > limit || $3 ~ /dynamic/ && $3 !~ /bounded/ { print $1 ": " $2 " bytes, " $3 }'
+}
+
+frames_measured() {
+	su_files=$(find "$stage_dir/flash_mng_kernel" -name '*.su' | wc -l)
+	source_files=$(find "$stage_dir/flash_mng_kernel" -name '*.cpp' | wc -l)
+	[ "$su_files" -ge "$source_files" ] || {
+		echo "$su_files stack usage files for $source_files C++ sources: build again after ./dev clean"
+		return 1
+	}
+	nothing_in large_frames "$stage_dir/flash_mng_kernel"
+}
+
+# expect_info FIELD VALUE
+expect_info() {
+	info=$(modinfo -F "$1" "$flash_object")
+	[ "$info" = "$2" ] || {
+		echo "modinfo $1 is '$info', expected '$2'"
+		return 1
+	}
+}
+
+module_information() {
+	expect_info license "Dual BSD/GPL" && expect_info name flash_mng && expect_info parm "" || return 1
+	case $(modinfo -F vermagic "$flash_object") in
+	*"SMP preempt mod_unload modversions aarch64"*) ;;
+	*)
+		echo "vermagic is '$(modinfo -F vermagic "$flash_object")'"
+		return 1
+		;;
+	esac
+}
+
+# Every symbol that the module exports is listed with a checksum and without restriction.
+exports_without_checksum() {
+	aarch64-linux-gnu-nm "$flash_object" | sed -n 's/.* __ksymtab_\([a-z_0-9]*\)$/\1/p' | while IFS= read -r symbol; do
+		awk -v name="$symbol" '$2 == name && $1 ~ /^0x[0-9a-f]+$/ && $1 != "0x00000000" && $4 == "EXPORT_SYMBOL" { found = 1 }
+			END { if (!found) print name ": no checksum, or not a plain export" }' "$stage_dir/flash_mng_kernel/Module.symvers"
+	done
+}
+
+has_exports() {
+	aarch64-linux-gnu-nm "$flash_object" | grep -q ' __ksymtab_' && nothing_in exports_without_checksum
+}
+
+check_object() {
+	flash_object=$stage_dir/flash_mng_kernel/flash_mng.ko
+	check "flash_mng.ko: no constructors" nothing_in constructors
+	check "flash_mng.ko: no C++ runtime symbols" nothing_in runtime_symbols
+	check "flash_mng.ko: undefined symbols are on the list" nothing_in symbols_outside "$root/flash_mng_kernel/allowed_symbols.txt"
+	check "flash_mng.ko: frames of at most $frame_limit bytes" frames_measured
+	check "flash_mng.ko: licence, no parameters, version magic" module_information
+	check "flash_mng.ko: every export has a checksum" has_exports
+	say "  size  $(aarch64-linux-gnu-size "$flash_object" | awk 'NR == 2 { print "text " $1 ", data " $2 ", bss " $3 }')"
+}
+
+# ---- C of the kernel
+
+# Kbuild with all its extra warnings and sparse, in a stage of its own; what concerns our own files.
+strict_findings() {
+	use_stage strict
+	{
+		make_platform_and_flash W=1 C=2 CHECK=sparse && make_lab W=1 C=2 CHECK=sparse
+	} >"$log_dir/strict.log" 2>&1 || tail -n 20 "$log_dir/strict.log"
+	grep -E "^$stage_dir/[^:]*:[0-9:]* (warning|error):" "$log_dir/strict.log" | sort -u
+	use_stage board
+}
+
+kernel_style_findings() {
+	our_files 'flash_mng_kernel/*.c' 'flash_mng_kernel/*.h' 'reference_platform/*.c' 'reference_platform/*.h' 'tests/guest/lab/*.c' \
+		'tests/guest/lab/*.h' | (cd "$root" && xargs perl "$kernel_source/scripts/checkpatch.pl" --no-tree --terse --quiet \
+		--max-line-length="$line_limit" --show-types --ignore "$kernel_style_exceptions" -f) | grep -vE '^total:'
+}
+
+# Exports stand in a file of their own, apart from the C++ functions; probes and tables are macros over lists.
+kernel_style_exceptions=EXPORT_SYMBOL,REPEATED_WORD,QUOTED_WHITESPACE_BEFORE_NEWLINE,SPDX_LICENSE_TAG,MACRO_ARG_REUSE,MACRO_ARG_PRECEDENCE
+kernel_style_exceptions=$kernel_style_exceptions,MULTISTATEMENT_MACRO_USE_DO_WHILE,COMPLEX_MACRO,NEW_TYPEDEFS,AVOID_EXTERNS,FILE_PATH_CHANGES,PREFER_PRINTF
+
+# ---- C++
+
+tidy_findings() {
+	(cd "$root" && our_files 'flash_mng_kernel/*.cpp' 'tools/*.cpp' |
+		xargs -P "$jobs" -n 1 clang-tidy -p "$(preset_dir debug)" --quiet 2>/dev/null) | grep -E '(warning|error):' | sort -u
+}
+
+cppcheck_findings() {
+	(cd "$root" && cppcheck --quiet --enable=warning,performance,portability --std=c++20 --language=c++ --inline-suppr \
+		--suppress=missingIncludeSystem -Iflash_mng_kernel -Iflash_mng_kernel/include -Itests/host \
+		flash_mng_kernel/frame flash_mng_kernel/config flash_mng_kernel/datapath flash_mng_kernel/ioctl tools 2>&1)
+}
+
+format_findings() {
+	our_files '*.cpp' '*.hpp' | (cd "$root" && xargs clang-format --dry-run 2>&1) | grep 'warning:'
+}
+
+# ---- shell and text
+
+shell_files() {
+	(cd "$root" && our_files dev 'scripts/*.sh' board/run .ci/run)
+}
+
+shell_findings() {
+	(cd "$root" && shellcheck -x -a -f gcc dev board/run .ci/run board/initramfs/init 2>&1)
+	for file in $(shell_files); do
+		dash -n "$root/$file" 2>&1
+	done
+}
+
+files_without_licence() {
+	our_files '*.c' '*.h' '*.cpp' '*.hpp' '*.sh' '*.cmake' '*CMakeLists.txt' '*Kbuild' '*.py' '*.awk' '*.def' dev board/run |
+		while IFS= read -r file; do
+			head -n 3 "$root/$file" | grep -q 'SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only' || echo "$file"
+		done
+}
+
+# Tabs count 8 columns; a message text stays whole, however long its line.
+long_lines() {
+	our_files '*.c' '*.h' '*.cpp' '*.hpp' '*.sh' '*.cmake' '*CMakeLists.txt' '*.py' '*.awk' dev board/run | while IFS= read -r file; do
+		expand "$root/$file" | awk -v name="$file" -v limit="$line_limit" 'length($0) > limit && !/"[^"]{60,}"/ { print name ":" NR ": " length($0) " columns" }'
+		grep -nE '[[:space:]]+$' "$root/$file" | sed "s,^\([0-9]*\):.*,$file:\1: white space at the end,"
+	done
+}
+
+# run_checks: needs the board's kernel and modules, and a configured preset debug.
+run_checks() {
+	checks_passed=0
+	checks_failed=0
+	mkdir -p "$log_dir" "$build_dir/results"
+	use_kernel board
+	use_stage board
+	say "checks"
+	check "the checks find what they look for" gate_test
+	check_object
+	check "C for the kernel: W=1 and sparse" nothing_in strict_findings
+	check "C for the kernel: style" nothing_in kernel_style_findings
+	check "C++: clang-tidy" nothing_in tidy_findings
+	check "C++: cppcheck" nothing_in cppcheck_findings
+	check "C++: clang-format" nothing_in format_findings
+	check "shell: shellcheck and dash" nothing_in shell_findings
+	check "licence line on top of every source" nothing_in files_without_licence
+	check "lines of at most $line_limit columns, no white space at the end" nothing_in long_lines
+	echo "$checks_passed $checks_failed 0" >"$build_dir/results/checks"
+	[ "$checks_failed" -eq 0 ] || {
+		say "$checks_failed of $((checks_passed + checks_failed)) checks failed"
+		return 1
+	}
+	say "all $checks_passed checks passed"
+}

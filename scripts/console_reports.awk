@@ -1,0 +1,28 @@
+# SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#
+# Reads a console of the board and prints what the kernel reported: memory errors, lock errors, leaks, warnings, oopses.
+#
+# A test that causes a report on purpose says so in the kernel log (/dev/kmsg): a line "flash_mng_test: allow TEXT" before, a line
+# "flash_mng_test: end" after. In between, reports that contain TEXT are expected. Several "allow" lines add up until the "end".
+
+/flash_mng_test: allow / {
+	text = $0
+	sub(/.*flash_mng_test: allow /, "", text)
+	sub(/\r$/, "", text)
+	if (length(text) >= 8)
+		allowed[++allowed_count] = text
+	next
+}
+/flash_mng_test: end/ {
+	allowed_count = 0
+	next
+}
+/BUG:|WARNING:|KASAN|UBSAN:|INFO: possible|possible circular|possible recursive|inconsistent lock state|suspicious RCU usage|sleeping function|scheduling while atomic|unreferenced object|new suspected memory leaks|list_(add|del) corruption|BUG [^ ]+ \(|refcount_t:|Unable to handle|Internal error|Oops|Kernel panic|blocked for more than|rcu: INFO|allocation failure|still present|irq .*nobody cared|bad unlock balance|held lock freed|ODEBUG:|invalid opcode|stack-protector|[Uu]sercopy: Kernel memory/ {
+	# Announcements at start that use the words without reporting anything.
+	if (/KernelAddressSanitizer initialized|kasan: |lockdep: |Memory: /)
+		next
+	for (i = 1; i <= allowed_count; i++)
+		if (index($0, allowed[i]))
+			next
+	print NR ": " $0
+}

@@ -1,0 +1,118 @@
+# SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+# shellcheck shell=sh
+#
+# The kernels of the virtual board: source, configuration, build. They are kept outside of the clone, one folder per combination of
+# source, compiler and configuration, so that clones share them and ./dev clean does not cost a kernel build.
+
+kernel_make_arguments="ARCH=arm64 CROSS_COMPILE=aarch64-linux-gnu-"
+
+# find_kernel_source: sets kernel_source (a tree) and kernel_source_id (what it is).
+find_kernel_source() {
+	[ -z "${kernel_source-}" ] || return 0
+	if [ -z "${KERNEL_SOURCE-}" ]; then
+		use_debian_kernel_source
+	elif [ -d "$KERNEL_SOURCE" ]; then
+		kernel_source=$(CDPATH='' cd -- "$KERNEL_SOURCE" && pwd)
+		kernel_source_id="tree $kernel_source $(make -s -C "$kernel_source" kernelversion)"
+	elif [ -f "$KERNEL_SOURCE" ]; then
+		kernel_source_id="tarball $(hash_of <"$KERNEL_SOURCE")"
+		unpack_kernel_source "$KERNEL_SOURCE"
+	else
+		die "KERNEL_SOURCE=$KERNEL_SOURCE is neither a folder nor a file; give a Linux 5.10 source tree or tarball"
+	fi
+	[ -f "$kernel_source/Kbuild" ] || die "$kernel_source is not a Linux source tree"
+	case $(make -s -C "$kernel_source" kernelversion) in
+	5.10*) ;;
+	*) die "$kernel_source is Linux $(make -s -C "$kernel_source" kernelversion); 5.10 is needed" ;;
+	esac
+}
+
+use_debian_kernel_source() {
+	fetch_package bullseye "$(dpkg --print-architecture)" linux-source-5.10
+	kernel_source_id="debian $(cat "$package_files/version")"
+	unpack_kernel_source "$package_files/files/usr/src/linux-source-5.10.tar.xz"
+}
+
+# unpack_kernel_source TARBALL: sets kernel_source; the tree is unpacked once per kernel_source_id.
+unpack_kernel_source() {
+	kernel_source=$cache_dir/sources/$(printf '%s' "$kernel_source_id" | hash_of)
+	[ ! -e "$kernel_source/.complete" ] || return 0
+	with_lock "$cache_dir/sources.lock" unpack_kernel_source_locked "$1"
+}
+
+unpack_kernel_source_locked() {
+	[ ! -e "$kernel_source/.complete" ] || return 0
+	rm -rf "$kernel_source"
+	mkdir -p "$kernel_source"
+	run_step "unpack the kernel source" kernel_unpack tar -C "$kernel_source" --strip-components=1 -xf "$1"
+	touch "$kernel_source/.complete"
+}
+
+# kernel_fragments FLAVOUR: the configuration of board or debug, later lines win.
+kernel_fragments() {
+	cat "$root/board/kernel/board.config"
+	[ "$1" = board ] || cat "$root/board/kernel/$1.config"
+}
+
+# One value per option: the last one given.
+merged_fragments() {
+	kernel_fragments "$1" | awk '
+		/^CONFIG_[A-Za-z0-9_]+=/ { split($0, part, "="); value[part[1]] = $0; next }
+		/^# CONFIG_[A-Za-z0-9_]+ is not set/ { value[$2] = $0 }
+		END { for (name in value) print value[name] }' | sort
+}
+
+# check_configuration WANTED CONFIG: every wanted option survived Kconfig.
+check_configuration() {
+	lost_options=0
+	while IFS= read -r option_line; do
+		case $option_line in
+		'# '*)
+			option_name=${option_line#\# }
+			option_name=${option_name%% *}
+			! grep -q "^$option_name=" "$2" && continue
+			;;
+		*) grep -qxF "$option_line" "$2" && continue ;;
+		esac
+		echo "Kconfig dropped: $option_line"
+		lost_options=$((lost_options + 1))
+	done <"$1"
+	[ "$lost_options" -eq 0 ]
+}
+
+kernel_make() {
+	# shellcheck disable=SC2086 # a list of arguments
+	make -C "$kernel_source" O="$kernel_dir" $kernel_make_arguments -j"$jobs" "$@"
+}
+
+configure_kernel() {
+	mkdir -p "$kernel_dir"
+	merged_fragments "$1" >"$kernel_dir/wanted.config"
+	kernel_make KCONFIG_ALLCONFIG="$kernel_dir/wanted.config" allnoconfig || return 1
+	check_configuration "$kernel_dir/wanted.config" "$kernel_dir/.config"
+}
+
+# use_kernel FLAVOUR: sets kernel_source and kernel_dir, the build folder of that kernel.
+use_kernel() {
+	find_kernel_source
+	kernel_key=$({
+		echo "$kernel_source_id"
+		aarch64-linux-gnu-gcc --version | head -n 1
+		merged_fragments "$1"
+	} | hash_of)
+	kernel_dir=$cache_dir/kernels/$1-$kernel_key
+}
+
+# build_kernel FLAVOUR
+build_kernel() {
+	use_kernel "$1"
+	[ ! -e "$kernel_dir/.complete" ] || return 0
+	with_lock "$cache_dir/kernels/$1-$kernel_key.lock" build_kernel_locked "$1"
+}
+
+build_kernel_locked() {
+	[ ! -e "$kernel_dir/.complete" ] || return 0
+	run_step "configure the $1 kernel" "kernel_$1_configure" configure_kernel "$1"
+	run_step "build the $1 kernel (some minutes, once)" "kernel_$1" kernel_make Image modules
+	touch "$kernel_dir/.complete"
+}

@@ -1,0 +1,63 @@
+# SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+# shellcheck shell=sh
+#
+# The kernel modules: reference platform, flash_mng, and the lab of the guest tests. Kbuild writes beside the sources, so these are
+# copied to build/kernel/<flavour> first; only what changed is copied, and only that is built again.
+
+module_sources="flash_mng_kernel reference_platform tests/guest/lab tests/conformance/calls.def"
+
+# use_stage FLAVOUR: sets stage_dir.
+use_stage() {
+	stage_dir=$build_dir/kernel/$1
+}
+
+stage_file_list() {
+	# shellcheck disable=SC2086 # a list of names
+	(cd "$root" && find $module_sources -type f | LC_ALL=C sort)
+}
+
+# Copies the sources; a file that is gone from the clone goes from the stage too.
+stage_sources() {
+	mkdir -p "$stage_dir"
+	stage_file_list >"$stage_dir/sources.new"
+	if [ -f "$stage_dir/sources.list" ]; then
+		LC_ALL=C comm -23 "$stage_dir/sources.list" "$stage_dir/sources.new" | while IFS= read -r gone; do
+			rm -f "$stage_dir/$gone"
+		done
+	fi
+	rsync -rlpt --files-from="$stage_dir/sources.new" "$root" "$stage_dir" || return 1
+	mv "$stage_dir/sources.new" "$stage_dir/sources.list"
+}
+
+# make_modules FOLDER SYMBOLS ARGUMENT...: one Kbuild run in the stage.
+make_modules() {
+	make_folder=$stage_dir/$1
+	make_symbols=$2
+	shift 2
+	# shellcheck disable=SC2086
+	make -C "$kernel_dir" M="$make_folder" $kernel_make_arguments KBUILD_EXTRA_SYMBOLS="$make_symbols" -j"$jobs" "$@" modules
+}
+
+make_platform_and_flash() {
+	stage_sources || return 1
+	make_modules reference_platform '' "$@" || return 1
+	make_modules flash_mng_kernel "$stage_dir/reference_platform/Module.symvers" KCFLAGS=-fstack-usage "$@"
+}
+
+make_lab() {
+	make_modules tests/guest/lab "$stage_dir/reference_platform/Module.symvers $stage_dir/flash_mng_kernel/Module.symvers" "$@"
+}
+
+# build_modules FLAVOUR: the reference platform and flash_mng.
+build_modules() {
+	use_kernel "$1"
+	use_stage "$1"
+	run_step "build the modules for the $1 kernel" "modules_$1" make_platform_and_flash
+}
+
+# build_lab FLAVOUR: the lab of the guest tests, after build_modules.
+build_lab() {
+	use_kernel "$1"
+	use_stage "$1"
+	run_step "build the test lab for the $1 kernel" "lab_$1" make_lab
+}

@@ -1,0 +1,50 @@
+# SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+# shellcheck shell=sh
+# shellcheck disable=SC2034 # the lists are used by ./dev
+#
+# Debian packages that the commands need; installed only where missing.
+
+build_packages="gcc g++ libc6-dev make bc bison flex perl libelf-dev libssl-dev cpio rsync xz-utils gzip tar ca-certificates
+	debian-archive-keyring gcc-aarch64-linux-gnu g++-aarch64-linux-gnu qemu-system-arm cmake ninja-build googletest
+	libpugixml-dev libfdt-dev pkg-config"
+host_packages="gcc-arm-linux-gnueabihf libc6-dev-armhf-cross"
+check_packages="clang-tidy clang-format cppcheck shellcheck sparse kmod"
+test_packages="gcovr"
+
+package_installed() {
+	[ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+as_root() {
+	if [ "$(id -u)" -eq 0 ]; then
+		"$@"
+	elif have sudo; then
+		sudo "$@"
+	else
+		die "packages have to be installed and this is not root and there is no sudo; as root run: $*"
+	fi
+}
+
+install_packages() {
+	as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "$@"
+}
+
+# need_packages LIST...
+need_packages() {
+	if ! have dpkg-query || ! have apt-get; then
+		die "this needs a Debian machine: the tools are installed with apt-get"
+	fi
+	missing_packages=
+	# shellcheck disable=SC2048 # lists of names
+	for package in $*; do
+		package_installed "$package" || missing_packages="$missing_packages $package"
+	done
+	[ -n "$missing_packages" ] || return 0
+	say "installing Debian packages:$missing_packages"
+	[ "$(id -u)" -eq 0 ] || sudo -v || die "sudo is needed to install:$missing_packages"
+	# shellcheck disable=SC2086 # a list of names
+	try_step "install packages" packages install_packages $missing_packages && return 0
+	run_step "update the package lists" packages_update as_root apt-get update
+	# shellcheck disable=SC2086
+	run_step "install packages" packages install_packages $missing_packages
+}

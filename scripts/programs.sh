@@ -1,0 +1,30 @@
+# SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+# shellcheck shell=sh
+#
+# The programs: host tools and tests, guest programs. CMake presets: debug release asan tsan coverage (host), guest (static, AArch64).
+
+# preset_dir PRESET
+preset_dir() {
+	case $1 in
+	guest) echo "$build_dir/guest" ;;
+	*) echo "$build_dir/host/$1" ;;
+	esac
+}
+
+configure_programs() {
+	run_step "configure programs ($1)" "cmake_$1" env -C "$root" cmake --preset "$1"
+}
+
+# build_program_target PRESET TARGET
+build_program_target() {
+	build_file=$(preset_dir "$1")/build.ninja
+	if [ ! -f "$build_file" ] || [ "$root/CMakePresets.json" -nt "$build_file" ]; then
+		configure_programs "$1"
+	fi
+	run_step "build $2 ($1)" "build_$1_$2" cmake --build "$(preset_dir "$1")" --target "$2"
+}
+
+# build_program_preset PRESET
+build_program_preset() {
+	build_program_target "$1" all
+}

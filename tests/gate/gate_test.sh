@@ -1,0 +1,123 @@
+# SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+# shellcheck shell=sh
+#
+# Tests of the gates themselves: each inspection is shown an object or a text with the fault that it exists for, and must find it; and
+# one without, and must be silent. Sourced by ./dev, which has the inspections.
+
+gate_failures=0
+
+# finds TEXT COMMAND...: the inspection must report something that contains TEXT.
+finds() {
+	wanted=$1
+	shift
+	case $("$@") in
+	*"$wanted"*) ;;
+	*)
+		echo "$1 does not find '$wanted'"
+		gate_failures=$((gate_failures + 1))
+		;;
+	esac
+}
+
+# silent COMMAND...: the inspection must report nothing.
+silent() {
+	said=$("$@")
+	[ -z "$said" ] || {
+		echo "$1 reports without reason: $said"
+		gate_failures=$((gate_failures + 1))
+	}
+}
+
+# compile NAME FLAG... <SOURCE
+compile() {
+	name=$1
+	shift
+	aarch64-linux-gnu-g++ -std=c++20 -O1 -fstack-usage "$@" -x c++ -c - -o "$gate_dir/$name.o"
+}
+
+test_object_gates() {
+	compile clean -fno-exceptions -fno-rtti <<'SOURCE'
+extern "C" int known();
+extern "C" int use() { return known() + 1; }
+SOURCE
+	compile faulty <<'SOURCE'
+extern "C" int unheard_of();
+struct with_table { virtual ~with_table(); int value = unheard_of(); };
+with_table::~with_table() {}
+with_table built_at_start;
+with_table &guarded() { static with_table local; return local; }
+int *made() { return new int(unheard_of()); }
+int large() { volatile char room[600]; room[0] = 1; return room[0] + unheard_of(); }
+SOURCE
+	flash_object=$gate_dir/clean.o
+	silent constructors
+	silent runtime_symbols
+	echo known >"$gate_dir/allowed"
+	silent symbols_outside "$gate_dir/allowed"
+
+	flash_object=$gate_dir/faulty.o
+	finds .init_array constructors
+	finds __cxa_guard_acquire runtime_symbols
+	finds _ZTV runtime_symbols
+	finds _Znwm runtime_symbols
+	finds unheard_of symbols_outside "$gate_dir/allowed"
+
+	mkdir -p "$gate_dir/frames/large" "$gate_dir/frames/small"
+	mv "$gate_dir/faulty.su" "$gate_dir/frames/large"
+	mv "$gate_dir/clean.su" "$gate_dir/frames/small"
+	finds large large_frames "$gate_dir/frames/large"
+	silent large_frames "$gate_dir/frames/small"
+}
+
+test_console_gate() {
+	cat >"$gate_dir/clean_console" <<'CONSOLE'
+[    0.000000] kasan: KernelAddressSanitizer initialized
+[    1.000000] flash_mng_test: allow vmalloc: allocation failure
+[    1.100000] conformance_gue: vmalloc: allocation failure: 4294967295 bytes
+[    1.200000] flash_mng_test: end
+CONSOLE
+	silent awk -f "$root/scripts/console_reports.awk" "$gate_dir/clean_console"
+	cat >"$gate_dir/faulty_console" <<'CONSOLE'
+[    1.000000] flash_mng_test: allow vmalloc: allocation failure
+[    1.100000] BUG: KASAN: slab-out-of-bounds in flash_ioctl
+[    1.200000] flash_mng_test: end
+[    1.300000] conformance_gue: vmalloc: allocation failure: 4294967295 bytes
+[    1.400000] WARNING: possible circular locking dependency detected
+[    1.500000] kmemleak: 1 new suspected memory leaks
+CONSOLE
+	for report in '2: ' '4: ' '5: ' '6: '; do
+		finds "$report" awk -f "$root/scripts/console_reports.awk" "$gate_dir/faulty_console"
+	done
+}
+
+test_report_sums() {
+	cat >"$gate_dir/report.xml" <<'REPORT'
+<testsuites tests="4" failures="1">
+  <testsuite name="frame_load" tests="2">
+    <testcase name="passes" status="run" result="completed" time="0" classname="frame_load" />
+    <testcase name="fails" status="run" result="completed" time="0" classname="frame_load">
+      <failure message="wrong" type=""><![CDATA[wrong]]></failure>
+    </testcase>
+  </testsuite>
+  <testsuite name="worlds/config_tables" tests="2">
+    <testcase name="skips/0" status="run" result="skipped" time="0" classname="worlds/config_tables">
+      <skipped message="only on the board"><![CDATA[only on the board]]></skipped>
+    </testcase>
+    <testcase name="passes/0" status="run" result="completed" time="0" classname="worlds/config_tables" />
+  </testsuite>
+</testsuites>
+REPORT
+	for line in '2 1 1' 'frame 2' 'config 1' '! frame_load.fails'; do
+		finds "$line" awk -f "$root/scripts/results.awk" "$gate_dir/report.xml"
+	done
+}
+
+gate_test() (
+	gate_dir=$build_dir/gate
+	rm -rf "$gate_dir"
+	mkdir -p "$gate_dir"
+	test_object_gates
+	test_console_gate
+	test_report_sums
+	[ "$gate_failures" -eq 0 ]
+)

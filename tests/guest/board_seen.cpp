@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// What was seen: messages from the platform's log, calls and holdings from the observer of flash_lab; and the faults armed there.
+#include <sstream>
+#include <stdexcept>
+
+#include "../conformance/board.hpp"
+#include "lab_device.hpp"
+#include "parts.hpp"
+
+namespace guest {
+
+constexpr const char *log_records = "/sys/kernel/debug/log/records";
+
+void clear_platform_log()
+{
+	write_file(log_records, "clear");
+}
+
+} // namespace guest
+
+namespace board {
+
+namespace {
+
+char unescaped(std::istringstream &text)
+{
+	char c = 0;
+	text.get(c);
+	if (c == 'n')
+		return '\n';
+	if (c != 'x')
+		return c;
+	char digits[3] = {};
+	text.read(digits, 2);
+	return static_cast<char>(std::stoi(digits, nullptr, 16));
+}
+
+std::string unescape(const std::string &line)
+{
+	std::istringstream text(line);
+	std::string plain;
+	for (char c; text.get(c);)
+		plain += c == '\\' ? unescaped(text) : c;
+	return plain;
+}
+
+// "<sequence> <time> <module id> <level> <flag> <text>". The platform marks its own messages with a flag; flash_mng never sets one.
+std::optional<log_line> module_message(const std::string &line)
+{
+	std::istringstream fields(line);
+	uint64_t sequence, time;
+	uint32_t flag;
+	log_line message;
+	if (!(fields >> sequence >> time >> message.module_id >> message.level >> flag))
+		throw std::runtime_error("unreadable log record: " + line);
+	fields.get();
+	std::getline(fields, message.text);
+	message.text = unescape(message.text);
+	if (flag)
+		return std::nullopt;
+	return message;
+}
+
+void arm(const lab_fault &fault, std::string_view what)
+{
+	lab_fault copy = fault;
+	guest::lab(LAB_FAULT_ARM, &copy, "arm fault: " + std::string(what));
+}
+
+void arm_failure(std::string_view function, long long result, unsigned nth, bool always)
+{
+	lab_fault fault = {};
+	guest::set_name(fault.function, function);
+	fault.kind = LAB_FAIL;
+	fault.always = always;
+	fault.nth = nth;
+	fault.result = result;
+	arm(fault, function);
+}
+
+} // namespace
+
+std::vector<log_line> log()
+{
+	std::istringstream records(guest::read_file(guest::log_records));
+	std::vector<log_line> lines;
+	for (std::string line; std::getline(records, line);) {
+		if (auto message = module_message(line))
+			lines.push_back(*message);
+	}
+	return lines;
+}
+
+std::vector<std::string> calls()
+{
+	lab_trace trace = {};
+	guest::lab(LAB_TRACE_READ, &trace, "size of the trace");
+	std::string text(trace.used, '\0');
+	trace.buffer = reinterpret_cast<uint64_t>(text.data());
+	trace.size = text.size();
+	guest::lab(LAB_TRACE_READ, &trace, "read the trace");
+	if (trace.dropped)
+		throw std::runtime_error("the trace of flash_lab overflowed: " + std::to_string(trace.dropped) + " calls lost");
+	std::istringstream all(text);
+	std::vector<std::string> lines;
+	for (std::string line; std::getline(all, line, '\0');)
+		lines.push_back(line);
+	return lines;
+}
+
+void forget()
+{
+	guest::clear_platform_log();
+	guest::lab(LAB_TRACE_CLEAR, nullptr, "clear the trace");
+}
+
+holdings held()
+{
+	lab_held counted = {};
+	guest::lab(LAB_HELD, &counted, "holdings");
+	if (counted.untracked)
+		throw std::runtime_error("flash_lab has no room for all holdings");
+	holdings result;
+	result.heap = static_cast<long>(counted.heap);
+	result.virtual_memory = static_cast<long>(counted.virtual_memory);
+	result.mtd_references = static_cast<long>(counted.mtd_references);
+	result.open_files = static_cast<long>(counted.open_files);
+	result.locks = static_cast<long>(counted.locks);
+	return result;
+}
+
+void fail(std::string_view function, long long result, unsigned nth)
+{
+	arm_failure(function, result, nth, false);
+}
+
+void fail_always(std::string_view function, long long result, unsigned nth)
+{
+	arm_failure(function, result, nth, true);
+}
+
+void lie_about_count(uint32_t reported, unsigned nth)
+{
+	lab_fault fault = {};
+	fault.kind = LAB_LIE_COUNT;
+	fault.nth = nth;
+	fault.result = reported;
+	arm(fault, "a wrong count");
+}
+
+void lie_with_null_list(unsigned nth)
+{
+	lab_fault fault = {};
+	fault.kind = LAB_LIE_NULL;
+	fault.nth = nth;
+	arm(fault, "no list");
+}
+
+unsigned faults_hit()
+{
+	return guest::status().faults_hit;
+}
+
+} // namespace board

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+/*
+ * /dev/flash_lab and its commands.
+ */
+#include <linux/fs.h>
+#include <linux/miscdevice.h>
+#include <linux/module.h>
+#include <linux/mutex.h>
+#include <linux/uaccess.h>
+
+#include "lab.h"
+
+static long no_result(void (*clear)(void))
+{
+	clear();
+	return 0;
+}
+
+static long lab_ioctl(struct file *file, unsigned int command, unsigned long argument)
+{
+	void __user *record = (void __user *)argument;
+
+	switch (command) {
+	case LAB_MTD_ADD:
+		return lab_mtd_add(record);
+	case LAB_MTD_REMOVE:
+		return lab_mtd_remove(record);
+	case LAB_MTD_PUT:
+		return lab_mtd_put(record);
+	case LAB_MTD_REMOVE_ALL:
+		return lab_mtd_remove_all();
+	case LAB_MTD_PEEK:
+	case LAB_MTD_POKE:
+	case LAB_MTD_ERASE:
+	case LAB_MTD_WRITE:
+	case LAB_MTD_READ:
+		return lab_mtd_bytes(command, record);
+	case LAB_MTD_STATE:
+		return lab_mtd_state(record);
+	case LAB_CALL:
+		return lab_call(record);
+	case LAB_GLOBAL:
+		return lab_global(record);
+	case LAB_FAULT_ARM:
+		return lab_fault_arm(record);
+	case LAB_FAULT_CLEAR:
+		return no_result(lab_fault_clear);
+	case LAB_TRACE_READ:
+		return lab_trace_read(record);
+	case LAB_TRACE_CLEAR:
+		return no_result(lab_trace_clear);
+	case LAB_HELD:
+		return lab_held(record);
+	case LAB_HELD_CLEAR:
+		return no_result(lab_holdings_clear);
+	case LAB_LOAD_END:
+		return lab_trace_load_end_read(record);
+	case LAB_LOAD_END_CLEAR:
+		return no_result(lab_trace_load_end_clear);
+	case LAB_STATUS:
+		return lab_status(record);
+	}
+	return -ENOTTY;
+}
+
+static const struct file_operations lab_fops = {
+	.owner = THIS_MODULE,
+	.unlocked_ioctl = lab_ioctl,
+};
+
+static struct miscdevice lab_device = {
+	.minor = MISC_DYNAMIC_MINOR,
+	.name = "flash_lab",
+	.fops = &lab_fops,
+};
+
+static int __init lab_init(void)
+{
+	int error = lab_symbols_init();
+
+	if (!error)
+		error = lab_mtd_init();
+	if (error)
+		return error;
+	error = lab_trace_init();
+	if (error)
+		return error;
+	error = lab_observer_init();
+	if (error)
+		goto no_observer;
+	error = misc_register(&lab_device);
+	if (error)
+		goto no_device;
+	return 0;
+no_device:
+	lab_observer_exit();
+no_observer:
+	lab_trace_exit();
+	return error;
+}
+
+static void __exit lab_exit(void)
+{
+	misc_deregister(&lab_device);
+	lab_observer_exit();
+	lab_mtd_remove_all();
+	lab_trace_exit();
+}
+
+module_init(lab_init);
+module_exit(lab_exit);
+
+MODULE_DESCRIPTION("Test laboratory for flash_mng: MTD devices, calls, observation, faults");
+MODULE_AUTHOR("flash_mng developers");
+MODULE_LICENSE("GPL");

@@ -1,0 +1,101 @@
+/* SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only */
+/*
+ * flash_lab: what the tests on the board need inside the kernel. Parts: MTD devices (mtd_lab.c, store.c), calls of flash_mng's
+ * functions (caller.c), the observer of flash_mng's own calls (observer.c) with its trace (trace.c), faults (fault.c) and the
+ * account of what flash_mng holds (holdings.c).
+ *
+ * Lock order: the mutexes of mtd_lab.c and observer.c are taken in process context only. trace.c, fault.c and holdings.c each have one
+ * raw spinlock, since flash_mng may call with locks of its own held; none of these is held together with another.
+ */
+#ifndef FLASH_LAB_H
+#define FLASH_LAB_H
+
+#include <linux/kernel.h>
+#include <linux/types.h>
+#include <linux/xarray.h>
+
+#include "lab_abi.h"
+
+struct module;
+
+#undef pr_fmt
+#define pr_fmt(fmt) "flash_lab: " fmt
+
+/* symbols.c: addresses of symbols that are not exported. */
+int lab_symbols_init(void);
+/* lab_symbol() - address of a kernel symbol, or of "module:name"; 0 when there is none. Slow: it walks all symbols of the kernel. */
+unsigned long lab_symbol(const char *name);
+/* lab_module_symbol() - address of a function or global of a module that is being loaded or referenced; 0 when there is none. */
+unsigned long lab_module_symbol(const struct module *module, const char *name);
+
+/* mtd_lab.c: commands on MTD devices. */
+int lab_mtd_init(void);
+long lab_mtd_add(struct lab_mtd_add __user *argument);
+long lab_mtd_remove(s32 __user *argument);
+long lab_mtd_put(s32 __user *argument);
+long lab_mtd_remove_all(void);
+long lab_mtd_bytes(unsigned int command, struct lab_mtd_bytes __user *argument);
+long lab_mtd_state(struct lab_mtd_state __user *argument);
+
+/* store.c: bytes of a device of any size; what was never written reads as 0xFF. The caller serialises. */
+struct lab_store {
+	struct xarray pages;
+};
+
+void lab_store_init(struct lab_store *store);
+void lab_store_free(struct lab_store *store);
+void lab_store_read(struct lab_store *store, u64 offset, void *to, size_t length);
+int lab_store_write(struct lab_store *store, u64 offset, const void *from, size_t length);
+void lab_store_blank(struct lab_store *store, u64 offset, u64 length);
+bool lab_store_is_blank(struct lab_store *store, u64 offset, size_t length);
+/* Whether @from only clears bits of what is stored. */
+bool lab_store_only_clears(struct lab_store *store, u64 offset, const u8 *from, size_t length);
+
+/* caller.c: calls into flash_mng. */
+long lab_call(struct lab_call __user *argument);
+long lab_global(struct lab_global __user *argument);
+
+/* observer.c: stands between flash_mng and the functions that it calls. */
+int lab_observer_init(void);
+void lab_observer_exit(void);
+/* lab_hold_flash_mng() - flash_mng, referenced, or NULL when it is not loaded; released with module_put(). */
+struct module *lab_hold_flash_mng(void);
+long lab_status(struct lab_status __user *argument);
+
+/* trace.c: the calls seen, and the end of the last load. arguments are the argument registers. */
+int lab_trace_init(void);
+void lab_trace_exit(void);
+void lab_trace_call(const char *name, const char *signature, const u64 *arguments);
+void lab_trace_load_end(const u64 *arguments);
+long lab_trace_read(struct lab_trace __user *argument);
+long lab_trace_load_end_read(struct lab_load_end __user *argument);
+void lab_trace_load_end_clear(void);
+void lab_trace_clear(void);
+
+/* fault.c: which call is to fail. */
+long lab_fault_arm(struct lab_fault __user *argument);
+void lab_fault_clear(void);
+u32 lab_faults_hit(void);
+/* Index of a function of calls.def, or -ENOENT. */
+int lab_function_index(const char *name);
+/* lab_fault_take() - count a call of @function; true with its forced @result when it is to fail. */
+bool lab_fault_take(int function, s64 *result);
+/* lab_fault_take_lie() - count an entry list; the kind of lie to tell about it, LAB_FAIL for none. */
+enum lab_fault_kind lab_fault_take_lie(u32 *count);
+
+/* holdings.c: what flash_mng has taken and not given back.  */
+enum lab_holding {
+	LAB_HEAP,
+	LAB_VIRTUAL,
+	LAB_MTD_REFERENCE,
+	LAB_OPEN_FILE,
+	LAB_LOCK,
+	LAB_HOLDINGS
+};
+
+void lab_hold(enum lab_holding kind, unsigned long address);
+void lab_release(enum lab_holding kind, unsigned long address);
+void lab_holdings_clear(void);
+long lab_held(struct lab_held __user *argument);
+
+#endif

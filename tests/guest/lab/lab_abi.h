@@ -1,0 +1,148 @@
+/* SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only */
+/*
+ * The commands of /dev/flash_lab, shared by the kernel module flash_lab and the test programs of the board.
+ *
+ * All addresses are user-space addresses carried in 64 bits. A command gives 0 or fails with errno; what failed is in the kernel log.
+ */
+#ifndef FLASH_LAB_ABI_H
+#define FLASH_LAB_ABI_H
+
+#include <linux/ioctl.h>
+#include <linux/types.h>
+
+#define LAB_NAME_SIZE 64
+#define LAB_ARGUMENTS 8
+#define LAB_TEXT_SIZE 256
+
+/* An MTD device to make. A device made with partition flags is the only partition of a parent that has no number of its own. */
+struct lab_mtd_add {
+	__u64 name;		/* text, NUL-terminated; 0 for a device without a name */
+	__u64 size;		/* bytes */
+	__u32 type;		/* MTD type code */
+	__u32 erase_size;	/* bytes */
+	__u32 is_partition;	/* 1: as a partition, created with partition_flags */
+	__u32 partition_flags;
+	__s32 index;		/* wanted MTD number or -1; out: the number given */
+	__u32 reserved;
+};
+
+struct lab_mtd_bytes {
+	__s32 index;
+	__u32 reserved;
+	__u64 offset;
+	__u64 length;
+	__u64 buffer;
+};
+
+struct lab_mtd_state {
+	__s32 index;
+	__s32 use_count;
+	__u64 erases; /* erase blocks erased */
+	__u64 writes; /* program operations */
+};
+
+/* One argument of a call: a number, or kernel memory of exactly size bytes that starts as a copy of the caller's. */
+enum lab_argument_kind {
+	LAB_VALUE = 0,
+	LAB_MEMORY = 1,	     /* copied in and back out */
+	LAB_MEMORY_IN = 2,   /* copied in only */
+};
+
+struct lab_argument {
+	__u32 kind;
+	__u32 reserved;
+	__u64 value; /* the number, or the address of the caller's bytes */
+	__u64 size;
+};
+
+struct lab_call {
+	char function[LAB_NAME_SIZE];
+	__u32 count;
+	__u32 reserved;
+	struct lab_argument arguments[LAB_ARGUMENTS];
+	__u64 result; /* out: the whole result register */
+};
+
+/* A global of flash_mng by its name, or kernel memory by its address when the name is empty. */
+struct lab_global {
+	char name[LAB_NAME_SIZE]; /* of a global of flash_mng; "" for kernel memory at address */
+	__u64 address;
+	__u64 buffer;
+	__u64 size;
+};
+
+enum lab_fault_kind {
+	LAB_FAIL = 0,	   /* the call does nothing and gives result */
+	LAB_LIE_COUNT = 1, /* an entry list is reported with result as its count */
+	LAB_LIE_NULL = 2,  /* an entry list is reported with its count, as NULL */
+};
+
+struct lab_fault {
+	char function[LAB_NAME_SIZE]; /* of calls.def; not used by the lies */
+	__u32 kind;
+	__u32 always; /* 1: this call and all later ones */
+	__u64 nth;    /* from 1, counted from now on */
+	__s64 result;
+};
+
+/* The calls seen, each a NUL-terminated line, in order. */
+struct lab_trace {
+	__u64 buffer;
+	__u64 size;	/* of buffer; 0 asks for used alone */
+	__u64 used;	/* out: bytes of all lines */
+	__u64 dropped;	/* out: lines that found no room */
+};
+
+struct lab_held {
+	__s64 heap;
+	__s64 virtual_memory;
+	__s64 mtd_references;
+	__s64 open_files;
+	__s64 locks;
+	__u64 untracked; /* takings that found no room in the table: the figures above are then too low */
+};
+
+/* What log_module_init_end() was told at the last load. */
+struct lab_load_end {
+	__u32 seen;
+	__u32 result;
+	__u32 has_failure;
+	__u32 reserved;
+	char name[LAB_TEXT_SIZE];
+	char failure[LAB_TEXT_SIZE];
+};
+
+struct lab_status {
+	__u32 functions;	  /* in calls.def */
+	__u32 observed;		  /* of them found at the last load of flash_mng */
+	__u32 faults_hit;	  /* armed faults that were hit */
+	__u32 reserved;
+	char unobserved[LAB_TEXT_SIZE]; /* the first function that was not found, or "" */
+};
+
+#define LAB_MAGIC 'L'
+#define LAB_MTD_ADD _IOWR(LAB_MAGIC, 1, struct lab_mtd_add)
+#define LAB_MTD_REMOVE _IOW(LAB_MAGIC, 2, __s32)
+#define LAB_MTD_REMOVE_ALL _IO(LAB_MAGIC, 3)
+#define LAB_MTD_PEEK _IOW(LAB_MAGIC, 4, struct lab_mtd_bytes)
+#define LAB_MTD_POKE _IOW(LAB_MAGIC, 5, struct lab_mtd_bytes)
+#define LAB_MTD_STATE _IOWR(LAB_MAGIC, 6, struct lab_mtd_state)
+#define LAB_CALL _IOWR(LAB_MAGIC, 7, struct lab_call)
+#define LAB_GLOBAL _IOW(LAB_MAGIC, 8, struct lab_global)
+#define LAB_FAULT_ARM _IOW(LAB_MAGIC, 9, struct lab_fault)
+#define LAB_FAULT_CLEAR _IO(LAB_MAGIC, 10)
+#define LAB_TRACE_READ _IOWR(LAB_MAGIC, 11, struct lab_trace)
+#define LAB_TRACE_CLEAR _IO(LAB_MAGIC, 12)
+#define LAB_HELD _IOR(LAB_MAGIC, 13, struct lab_held)
+#define LAB_HELD_CLEAR _IO(LAB_MAGIC, 14)
+#define LAB_LOAD_END _IOR(LAB_MAGIC, 15, struct lab_load_end)
+#define LAB_STATUS _IOR(LAB_MAGIC, 16, struct lab_status)
+#define LAB_LOAD_END_CLEAR _IO(LAB_MAGIC, 20)
+/* Raw operations on a device of the lab, as a driver's user makes them: what strictness refuses comes back as errno. */
+#define LAB_MTD_ERASE _IOW(LAB_MAGIC, 17, struct lab_mtd_bytes)
+#define LAB_MTD_WRITE _IOW(LAB_MAGIC, 18, struct lab_mtd_bytes)
+#define LAB_MTD_READ _IOW(LAB_MAGIC, 19, struct lab_mtd_bytes)
+/* Puts a reference that flash_mng was made to keep. */
+#define LAB_MTD_PUT _IOW(LAB_MAGIC, 21, __s32)
+
+#endif

@@ -1,0 +1,313 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+/*
+ * The observer of the calls that flash_mng makes.
+ *
+ * After the kernel has linked flash_mng and before its init function runs, every branch in flash_mng's text to a function of calls.def is
+ * led to that function's stub (stubs.S). So exactly flash_mng's own calls are seen, the rest of the kernel runs untouched, and the
+ * observer works in the context of the call itself: it takes raw spinlocks only, since flash_mng may hold a lock.
+ */
+#include <linux/err.h>
+#include <linux/module.h>
+#include <linux/mutex.h>
+#include <linux/notifier.h>
+#include <linux/stddef.h>
+#include <linux/uaccess.h>
+
+#include "frame.h"
+#include "lab.h"
+
+#define BRANCH_MASK 0x7c000000u /* of B and BL */
+#define BRANCH_CODE 0x14000000u
+#define BRANCH_OFFSET 0x03ffffffu
+#define BRANCH_REACH (128l << 20)
+
+struct observed {
+	const char *name;
+	const char *signature;
+	unsigned long address; /* in the kernel, the platform or flash_mng; 0: there is no such function */
+};
+
+static struct observed observed[] = {
+#define FLASH_CALL(function, arguments) { .name = #function, .signature = arguments },
+#include "calls.def"
+#undef FLASH_CALL
+};
+
+/* What taking and giving back look like. */
+struct taker {
+	const char *name;
+	enum lab_holding kind;
+	bool returns_address; /* otherwise 0 is success, and the first argument names the holding */
+};
+
+struct giver {
+	const char *name;
+	enum lab_holding kind;
+};
+
+static const struct taker takers[] = {
+	{ "linux_kzalloc", LAB_HEAP, true },
+	{ "linux_kcalloc", LAB_HEAP, true },
+	{ "vzalloc", LAB_VIRTUAL, true },
+	{ "vmalloc", LAB_VIRTUAL, true },
+	{ "get_mtd_device_nm", LAB_MTD_REFERENCE, true },
+	{ "get_mtd_device", LAB_MTD_REFERENCE, true },
+	{ "filp_open", LAB_OPEN_FILE, true },
+	{ "down_killable", LAB_LOCK, false },
+};
+
+static const struct giver givers[] = {
+	{ "kfree", LAB_HEAP },
+	{ "vfree", LAB_VIRTUAL },
+	{ "put_mtd_device", LAB_MTD_REFERENCE },
+	{ "filp_close", LAB_OPEN_FILE },
+	{ "mutex_unlock", LAB_LOCK },
+	{ "up", LAB_LOCK },
+};
+
+static int (*patch_text)(void *address, u32 instruction);
+
+static struct module *flash_mng; /* as long as it is loaded */
+static DEFINE_MUTEX(flash_mng_lock);
+
+static const struct taker *taker_named(const char *name)
+{
+	size_t i;
+
+	for (i = 0; i < ARRAY_SIZE(takers); i++) {
+		if (!strcmp(takers[i].name, name))
+			return &takers[i];
+	}
+	return NULL;
+}
+
+static void account_giving(const char *name, const struct lab_frame *frame)
+{
+	size_t i;
+
+	for (i = 0; i < ARRAY_SIZE(givers); i++) {
+		if (!strcmp(givers[i].name, name))
+			lab_release(givers[i].kind, frame->arguments[0]);
+	}
+	/* It cannot fail, so its call is as good as its return. */
+	if (!strcmp(name, "linux_mutex_lock"))
+		lab_hold(LAB_LOCK, frame->arguments[0]);
+}
+
+int lab_on_call(struct lab_frame *frame)
+{
+	const struct observed *call = &observed[frame->function];
+	s64 result;
+
+	frame->target = call->address;
+	lab_trace_call(call->name, call->signature, frame->arguments);
+	if (!strcmp(call->name, "log_module_init_end"))
+		lab_trace_load_end(frame->arguments);
+	if (lab_fault_take(frame->function, &result)) {
+		frame->result = result;
+		return LAB_SKIP;
+	}
+	account_giving(call->name, frame);
+	return taker_named(call->name) || !strcmp(call->name, "xml_get_entry_list") ? LAB_WATCH : LAB_GO_ON;
+}
+
+static void lie_about_list(const struct lab_frame *frame)
+{
+	u32 count;
+
+	switch (lab_fault_take_lie(&count)) {
+	case LAB_LIE_COUNT:
+		*(u32 *)frame->arguments[4] = count;
+		break;
+	case LAB_LIE_NULL:
+		*(void **)frame->arguments[3] = NULL;
+		break;
+	case LAB_FAIL:
+		break;
+	}
+}
+
+void lab_on_return(struct lab_frame *frame)
+{
+	const struct taker *taker = taker_named(observed[frame->function].name);
+
+	if (!taker) {
+		if (!(u32)frame->result)
+			lie_about_list(frame);
+	} else if (!taker->returns_address) {
+		if (!(u32)frame->result)
+			lab_hold(taker->kind, frame->arguments[0]);
+	} else if (!IS_ERR_OR_NULL((void *)frame->result)) {
+		lab_hold(taker->kind, frame->result);
+	}
+}
+
+static int function_at(unsigned long address)
+{
+	int i;
+
+	for (i = 0; i < ARRAY_SIZE(observed); i++) {
+		if (observed[i].address == address)
+			return i;
+	}
+	return -ENOENT;
+}
+
+static bool is_branch(u32 instruction)
+{
+	return (instruction & BRANCH_MASK) == BRANCH_CODE;
+}
+
+static unsigned long branch_target(const u32 *at, u32 instruction)
+{
+	return (unsigned long)at + sign_extend64((instruction & BRANCH_OFFSET) << 2, 27);
+}
+
+static int lead_to_stub(u32 *at, u32 instruction, int function)
+{
+	long offset = (unsigned long)lab_stubs[function] - (unsigned long)at;
+
+	if (offset < -BRANCH_REACH || offset >= BRANCH_REACH) {
+		pr_err("%s is called from %px, too far from its stub\n", observed[function].name, at);
+		return -ERANGE;
+	}
+	return patch_text(at, (instruction & ~BRANCH_OFFSET) | ((offset >> 2) & BRANCH_OFFSET));
+}
+
+/* A call of a function too far away goes through the module's own veneers, which would have to be followed. */
+static int redirect_calls(u32 *text, unsigned long size)
+{
+	u32 *at;
+	int error = 0;
+
+	for (at = text; at < text + size / sizeof(*at) && !error; at++) {
+		u32 instruction = le32_to_cpup((__le32 *)at);
+		int function = is_branch(instruction) ? function_at(branch_target(at, instruction)) : -ENOENT;
+
+		if (function >= 0)
+			error = lead_to_stub(at, instruction, function);
+	}
+	return error;
+}
+
+static bool is_shim(const struct observed *call)
+{
+	return strncmp(call->name, "linux_", strlen("linux_")) == 0;
+}
+
+/* Linux and the platform stay where they are; flash_mng's own shims come with each load. */
+static void find_functions(const struct module *module)
+{
+	int i;
+
+	for (i = 0; i < ARRAY_SIZE(observed); i++) {
+		struct observed *call = &observed[i];
+
+		if (is_shim(call))
+			call->address = lab_module_symbol(module, call->name);
+		else if (!call->address)
+			call->address = lab_symbol(call->name);
+		if (!call->address)
+			pr_warn("no function %s to be observed\n", call->name);
+	}
+}
+
+static int module_is_coming(struct module *module)
+{
+	int error;
+
+	find_functions(module);
+	error = redirect_calls(module->core_layout.base, module->core_layout.text_size);
+	if (!error)
+		error = redirect_calls(module->init_layout.base, module->init_layout.text_size);
+	if (error)
+		return error;
+	/* Its text leads here from now on. */
+	__module_get(THIS_MODULE);
+	return 0;
+}
+
+static void set_flash_mng(struct module *module)
+{
+	mutex_lock(&flash_mng_lock);
+	flash_mng = module;
+	mutex_unlock(&flash_mng_lock);
+}
+
+static int on_module_event(struct notifier_block *block, unsigned long event, void *data)
+{
+	struct module *module = data;
+
+	if (strcmp(module->name, "flash_mng"))
+		return NOTIFY_DONE;
+	switch (event) {
+	case MODULE_STATE_COMING:
+		return notifier_from_errno(module_is_coming(module));
+	case MODULE_STATE_LIVE:
+		set_flash_mng(module);
+		break;
+	case MODULE_STATE_GOING:
+		set_flash_mng(NULL);
+		module_put(THIS_MODULE);
+		break;
+	}
+	return NOTIFY_OK;
+}
+
+static struct notifier_block module_events = {
+	.notifier_call = on_module_event,
+};
+
+struct module *lab_hold_flash_mng(void)
+{
+	struct module *module;
+
+	mutex_lock(&flash_mng_lock);
+	module = flash_mng;
+	if (module && !try_module_get(module))
+		module = NULL;
+	mutex_unlock(&flash_mng_lock);
+	return module;
+}
+
+int lab_observer_init(void)
+{
+	BUILD_BUG_ON(ARRAY_SIZE(observed) > LAB_STUBS);
+	BUILD_BUG_ON(offsetof(struct lab_frame, arguments) != FRAME_ARGUMENTS);
+	BUILD_BUG_ON(offsetof(struct lab_frame, x8) != FRAME_X8);
+	BUILD_BUG_ON(offsetof(struct lab_frame, function) != FRAME_FUNCTION);
+	BUILD_BUG_ON(offsetof(struct lab_frame, target) != FRAME_TARGET);
+	BUILD_BUG_ON(offsetof(struct lab_frame, result) != FRAME_RESULT);
+	BUILD_BUG_ON(sizeof(struct lab_frame) != FRAME_SIZE);
+
+	if (lab_symbol("flash_mng:flash_mng_load")) {
+		pr_err("flash_mng is loaded already: its load cannot be observed; unload it first\n");
+		return -EBUSY;
+	}
+	patch_text = (void *)lab_symbol("aarch64_insn_patch_text_nosync");
+	if (!patch_text) {
+		pr_err("the kernel does not name aarch64_insn_patch_text_nosync: it needs CONFIG_KALLSYMS\n");
+		return -ENOENT;
+	}
+	return register_module_notifier(&module_events);
+}
+
+void lab_observer_exit(void)
+{
+	unregister_module_notifier(&module_events);
+}
+
+long lab_status(struct lab_status __user *argument)
+{
+	struct lab_status status = { .functions = ARRAY_SIZE(observed) };
+	int i;
+
+	for (i = 0; i < ARRAY_SIZE(observed); i++) {
+		if (observed[i].address)
+			status.observed++;
+		else if (!status.unobserved[0])
+			strscpy(status.unobserved, observed[i].name, sizeof(status.unobserved));
+	}
+	status.faults_hit = lab_faults_hit();
+	return copy_to_user(argument, &status, sizeof(status)) ? -EFAULT : 0;
+}

@@ -1,0 +1,273 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// The laboratory itself: devices as strict as flash, calls seen and counted, faults forced, holdings counted.
+#include <cerrno>
+#include <cstdlib>
+
+#include "case.hpp"
+#include "lab_device.hpp"
+
+namespace {
+
+using namespace conformance;
+using board::mtd_activity;
+
+class lab_mtd : public on_board {
+protected:
+	static int on_device(unsigned long command, int index, uint64_t offset, bytes &content)
+	{
+		lab_mtd_bytes range = {};
+		range.index = index;
+		range.offset = offset;
+		range.length = content.size();
+		range.buffer = reinterpret_cast<uint64_t>(content.data());
+		return guest::try_lab(command, &range);
+	}
+
+	static int program(int index, uint64_t offset, bytes content) { return on_device(LAB_MTD_WRITE, index, offset, content); }
+
+	static int erase(int index, uint64_t offset, std::size_t length)
+	{
+		bytes nothing(length);
+		return on_device(LAB_MTD_ERASE, index, offset, nothing);
+	}
+};
+
+mtd_spec nand(std::string name = "nand")
+{
+	return {.name = std::move(name), .size = 0x40000, .type = board::mtd_nand, .erase_size = 0x10000};
+}
+
+mtd_spec nor()
+{
+	return {.name = "nor", .size = 0x40000, .type = board::mtd_nor, .erase_size = 0x10000};
+}
+
+TEST_F(lab_mtd, a_new_device_is_blank)
+{
+	const int index = board::add_mtd(nand());
+	EXPECT_EQ(board::mtd_content(index, 0x3F000, 0x1000), bytes(0x1000, 0xFF));
+	EXPECT_EQ(board::mtd_use_count(index), 0);
+}
+
+TEST_F(lab_mtd, nand_takes_a_page_once_per_erase)
+{
+	const int index = board::add_mtd(nand());
+	const bytes page = pattern(2048);
+	EXPECT_EQ(program(index, 2048, page), 0);
+	EXPECT_EQ(program(index, 2048, page), EIO);
+	EXPECT_EQ(erase(index, 0, 0x10000), 0);
+	EXPECT_EQ(board::mtd_content(index, 2048, 2048), bytes(2048, 0xFF));
+	EXPECT_EQ(program(index, 2048, page), 0);
+	EXPECT_EQ(board::mtd_content(index, 2048, 2048), page);
+}
+
+TEST_F(lab_mtd, nand_refuses_parts_of_a_page)
+{
+	const int index = board::add_mtd(nand());
+	EXPECT_EQ(program(index, 1, pattern(2048)), EIO);
+	EXPECT_EQ(program(index, 0, pattern(2047)), EIO);
+	EXPECT_EQ(board::mtd_content(index, 0, 4096), bytes(4096, 0xFF));
+}
+
+TEST_F(lab_mtd, an_erase_covers_whole_erase_blocks)
+{
+	const int index = board::add_mtd(nand());
+	EXPECT_EQ(erase(index, 0x800, 0x10000), EIO);
+	EXPECT_EQ(erase(index, 0, 0x8000), EIO);
+}
+
+TEST_F(lab_mtd, nor_programming_only_clears_bits)
+{
+	const int index = board::add_mtd(nor());
+	EXPECT_EQ(program(index, 5, {0xF0}), 0);
+	EXPECT_EQ(program(index, 5, {0x30}), 0);
+	EXPECT_EQ(program(index, 5, {0x31}), EIO);
+	EXPECT_EQ(board::mtd_content(index, 4, 3), (bytes{0xFF, 0x30, 0xFF}));
+}
+
+TEST_F(lab_mtd, ram_takes_anything)
+{
+	const int index = board::add_mtd({.name = "ram", .type = board::mtd_ram});
+	EXPECT_EQ(program(index, 3, {0x00}), 0);
+	EXPECT_EQ(program(index, 3, {0xFF}), 0);
+}
+
+TEST_F(lab_mtd, content_set_behind_the_back_needs_an_erase_like_any_other)
+{
+	const int index = board::add_mtd(nand());
+	board::set_mtd_content(index, 100, pattern(10));
+	EXPECT_EQ(board::mtd_content(index, 100, 10), pattern(10));
+	EXPECT_EQ(program(index, 0, pattern(2048)), EIO);
+	EXPECT_EQ(program(index, 2048, pattern(2048)), 0);
+	EXPECT_EQ(board::mtd_count(index).writes, 1u);
+}
+
+TEST_F(lab_mtd, erases_and_writes_are_counted)
+{
+	const int index = board::add_mtd(nand());
+	EXPECT_EQ(erase(index, 0, 0x20000), 0);
+	EXPECT_EQ(program(index, 0, pattern(4096)), 0);
+	EXPECT_EQ(program(index, 0, pattern(4096)), EIO);
+	EXPECT_EQ(board::mtd_count(index).erases, 2u);
+	EXPECT_EQ(board::mtd_count(index).writes, 1u);
+}
+
+TEST_F(lab_mtd, five_gigabytes_are_backed_sparsely)
+{
+	const int index = board::add_mtd({.name = "huge", .size = 5ull << 30, .erase_size = 0x20000});
+	board::set_mtd_content(index, (5ull << 30) - 10, pattern(10));
+	EXPECT_EQ(board::mtd_content(index, (5ull << 30) - 12, 12).front(), 0xFF);
+	EXPECT_EQ(board::mtd_content(index, (5ull << 30) - 10, 10), pattern(10));
+	EXPECT_EQ(erase(index, (5ull << 30) - 0x20000, 0x20000), 0);
+	EXPECT_EQ(board::mtd_content(index, (5ull << 30) - 10, 10), bytes(10, 0xFF));
+}
+
+TEST_F(lab_mtd, numbers_are_the_lowest_free_or_the_wanted_ones)
+{
+	EXPECT_EQ(board::add_mtd(nand("a")), 0);
+	EXPECT_EQ(board::add_mtd({.name = "b", .index = 7}), 7);
+	EXPECT_EQ(board::add_mtd(nand("c")), 1);
+	EXPECT_ANY_THROW(board::add_mtd({.name = "d", .index = 7}));
+	board::remove_mtd(0);
+	EXPECT_EQ(board::add_mtd(nand("e")), 0);
+	EXPECT_EQ(guest::read_file("/sys/class/mtd/mtd7/name"), "b\n");
+}
+
+TEST_F(lab_mtd, names_may_be_long_or_missing)
+{
+	const std::string name(100, 'n');
+	const int named = board::add_mtd(nand(name));
+	EXPECT_EQ(guest::read_file("/sys/class/mtd/mtd" + std::to_string(named) + "/name"), name + "\n");
+	const int nameless = board::add_mtd({.name = "", .nameless = true});
+	EXPECT_EQ(guest::read_file("/sys/class/mtd/mtd" + std::to_string(nameless) + "/name"), "(null)\n");
+}
+
+TEST_F(lab_mtd, a_partition_has_its_flags_and_a_hidden_parent)
+{
+	const int index = board::add_mtd({.name = "part", .type = board::mtd_nor, .partition_flags = 0x400});
+	EXPECT_EQ(index, 0);
+	EXPECT_EQ(guest::read_file("/sys/class/mtd/mtd0/flags"), "0x400\n");
+	EXPECT_FALSE(guest::file_exists("/sys/class/mtd/mtd1"));
+	EXPECT_EQ(program(index, 0, {0}), 0);
+}
+
+TEST_F(lab_mtd, more_than_128_devices)
+{
+	for (int i = 0; i < 130; ++i)
+		ASSERT_EQ(board::add_mtd(nand("nand" + std::to_string(i))), i);
+	EXPECT_EQ(guest::read_file("/sys/class/mtd/mtd129/name"), "nand129\n");
+}
+
+class lab_observer : public on_board {};
+
+TEST_F(lab_observer, every_function_is_probed_while_the_module_is_loaded)
+{
+	ASSERT_EQ(board::load(), 0u);
+	const lab_status status = guest::status();
+	EXPECT_STREQ(status.unobserved, "");
+	EXPECT_EQ(status.observed, status.functions);
+}
+
+TEST_F(lab_observer, calls_are_seen_in_order_with_their_arguments)
+{
+	ASSERT_EQ(board::load(), 0u);
+	const call_list calls = board::calls();
+	ASSERT_GE(calls.size(), 4u);
+	EXPECT_EQ(calls[0], "log_get_timestamp_ms()");
+	EXPECT_EQ(calls[1], "drv_log_record(0, 2, 0, \"%s MODULE INIT BEGIN\")");
+	EXPECT_EQ(calls[2], "drv_log_register(27, \"flash_mng\", 8192)");
+	EXPECT_EQ(calls[3], "misc_register(-)");
+	EXPECT_EQ(calls.back(), "log_module_init_end(\"flash_mng\", -, 0x0, null)");
+	board::forget();
+	board::unload();
+	EXPECT_EQ(board::calls().back(), "drv_log_record(0, 2, 0, \"flash_module_exit\")");
+	EXPECT_TRUE(called("misc_deregister"));
+}
+
+TEST_F(lab_observer, calls_of_others_are_not_seen)
+{
+	ASSERT_EQ(board::load(), 0u);
+	board::forget();
+	const int index = board::add_mtd(nand());
+	board::remove_mtd(index);
+	EXPECT_EQ(board::calls(), call_list{});
+	EXPECT_EQ(board::log(), log_lines{});
+}
+
+TEST_F(lab_observer, a_call_fails_when_it_is_its_turn)
+{
+	board::fail("drv_log_register", 0x1234);
+	EXPECT_EQ(board::load(), 0x1234u);
+	EXPECT_EQ(board::faults_hit(), 1u);
+	EXPECT_TRUE(called("drv_log_register"));
+	EXPECT_FALSE(called("misc_register"));
+	ASSERT_TRUE(board::load_report());
+	EXPECT_EQ(board::load_report()->name, "flash_mng");
+	EXPECT_EQ(board::load_report()->failure, "log register fail");
+}
+
+TEST_F(lab_observer, a_negative_code_refuses_the_load)
+{
+	board::fail("misc_register", -EBUSY);
+	EXPECT_EQ(board::load(), static_cast<uint32_t>(-EBUSY));
+	EXPECT_FALSE(board::loaded());
+	EXPECT_FALSE(board::device_registered());
+}
+
+TEST_F(lab_observer, the_second_call_fails_and_the_third_does_not)
+{
+	ASSERT_EQ(board::load(), 0u);
+	board::add_mtd(nand());
+	bytes size(8);
+	board::fail("get_mtd_device_nm", -ENODEV, 2);
+	EXPECT_EQ(board::call("drv_flash_get_mtd_size", {"nand", &size}), 0u);
+	EXPECT_NE(board::call("drv_flash_get_mtd_size", {"nand", &size}), 0u);
+	EXPECT_EQ(board::call("drv_flash_get_mtd_size", {"nand", &size}), 0u);
+	EXPECT_EQ(board::faults_hit(), 1u);
+}
+
+TEST_F(lab_observer, every_later_call_fails)
+{
+	ASSERT_EQ(board::load(), 0u);
+	board::add_mtd(nand());
+	bytes size(8);
+	board::fail_always("get_mtd_device_nm", -ENODEV, 2);
+	EXPECT_EQ(board::call("drv_flash_get_mtd_size", {"nand", &size}), 0u);
+	EXPECT_NE(board::call("drv_flash_get_mtd_size", {"nand", &size}), 0u);
+	EXPECT_NE(board::call("drv_flash_get_mtd_size", {"nand", &size}), 0u);
+}
+
+TEST_F(lab_observer, unknown_functions_are_refused)
+{
+	EXPECT_ANY_THROW(board::fail("no_such_function", 0));
+	ASSERT_EQ(board::load(), 0u);
+	EXPECT_ANY_THROW(board::call("no_such_function", {}));
+	EXPECT_ANY_THROW(board::global("no_such_global", 4));
+}
+
+TEST_F(lab_observer, memory_and_references_are_counted_until_they_are_given_back)
+{
+	ASSERT_EQ(board::load(), 0u);
+	EXPECT_GT(board::held().heap, 0);
+	EXPECT_EQ(board::held().mtd_references, 0);
+	board::unload();
+	EXPECT_EQ(board::held(), board::holdings{});
+}
+
+TEST_F(lab_observer, a_release_that_is_suppressed_is_a_leak)
+{
+	ASSERT_EQ(board::load(), 0u);
+	const int index = board::add_mtd(nand());
+	bytes size(8);
+	board::fail("put_mtd_device", 0);
+	EXPECT_EQ(board::call("drv_flash_get_mtd_size", {"nand", &size}), 0u);
+	EXPECT_EQ(board::held().mtd_references, 1);
+	EXPECT_EQ(board::mtd_use_count(index), 1);
+	__s32 number = index;
+	guest::lab(LAB_MTD_PUT, &number, "put the reference back");
+	EXPECT_EQ(board::mtd_use_count(index), 0);
+	expect_leak({.mtd_references = 1}); // as far as the module's own calls tell
+}
+
+} // namespace

@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// The reference platform itself: its services, checked by its own kernel module platform_check, and its files in debugfs.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstring>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <sys/klog.h>
+#include <vector>
+
+#include "lab_device.hpp"
+
+namespace {
+
+const std::string debugfs = "/sys/kernel/debug/";
+const std::string xml_switches = debugfs + "xml_parser/switches";
+const std::string board_selector = debugfs + "xml_parser/reload";
+const std::string log_records = debugfs + "log/records";
+
+// What platform_check said in the kernel log.
+std::string check_messages()
+{
+	std::string all(1 << 18, '\0'), found, line;
+	const int read_all = 3;
+	const int length = klogctl(read_all, all.data(), static_cast<int>(all.size()));
+
+	std::istringstream lines(all.substr(0, length < 0 ? 0 : static_cast<std::size_t>(length)));
+	while (std::getline(lines, line)) {
+		if (line.find("platform_check: ") != std::string::npos)
+			found += line + "\n";
+	}
+	return found;
+}
+
+void run_group(const std::string &group)
+{
+	const int error = guest::insert_module(guest::module_file("platform_check"), "only=" + group);
+
+	ASSERT_EQ(error, 0) << check_messages();
+	EXPECT_EQ(guest::remove_module("platform_check"), 0);
+}
+
+// Simulated NAND flash for the time of a test.
+class simulated_nand {
+public:
+	explicit simulated_nand(const std::string &faults = "")
+	{
+		const std::string chip = "first_id_byte=0x20 second_id_byte=0xaa third_id_byte=0x00 fourth_id_byte=0x15 ";
+		const int error = guest::insert_module(guest::module_file("nandsim"), chip + faults);
+		if (error)
+			throw std::runtime_error(std::string("nandsim does not load: ") + std::strerror(error));
+	}
+	~simulated_nand() { EXPECT_EQ(guest::remove_module("nandsim"), 0); }
+	simulated_nand(const simulated_nand &) = delete;
+	simulated_nand &operator=(const simulated_nand &) = delete;
+};
+
+class platform : public testing::Test {
+protected:
+	void SetUp() override { guest::write_file(board_selector, "check"); }
+
+	void TearDown() override
+	{
+		for (const auto *name : {"log", "xml_parser", "drv_basic", "board_capability_mng", "plat_extern_api"})
+			guest::write_file(debugfs + name + "/switches", "clear");
+		guest::write_file(board_selector, "plain");
+	}
+};
+
+TEST_F(platform, bounded_routines)
+{
+	run_group("bounded");
+}
+
+TEST_F(platform, configuration)
+{
+	run_group("configuration");
+}
+
+TEST_F(platform, instances_and_hardware_locks)
+{
+	run_group("instances");
+	EXPECT_EQ(guest::read_file(debugfs + "drv_basic/hard_locks"), "");
+}
+
+TEST_F(platform, flash_buffer_skips_bad_blocks)
+{
+	simulated_nand nand;
+	run_group("good_flash");
+}
+
+TEST_F(platform, flash_buffer_reports_worn_flash)
+{
+	simulated_nand nand("gravepages=2691:1 weakblocks=44:1 weakpages=2880:1");
+	run_group("worn_flash");
+}
+
+TEST_F(platform, flash_buffer_accepts_corrected_bits)
+{
+	simulated_nand nand("bitflips=1");
+	run_group("flipping_flash");
+}
+
+// The records, without sequence and time.
+std::vector<std::string> records()
+{
+	std::istringstream lines(guest::read_file(log_records));
+	std::vector<std::string> found;
+	std::string line, sequence, time;
+
+	while (std::getline(lines, line)) {
+		std::istringstream parts(line);
+		parts >> sequence >> time;
+		found.push_back(line.substr(sequence.size() + time.size() + 2));
+	}
+	return found;
+}
+
+TEST_F(platform, log_keeps_records_of_all_logs_in_one_sequence)
+{
+	guest::write_file(log_records, "clear");
+	run_group("logs");
+	const auto lines = records();
+	ASSERT_EQ(lines.size(), 3u + 256 + 2);
+	EXPECT_EQ(lines[0], "0 1 0 common 1");
+	EXPECT_EQ(lines[1], "200 2 0 own \\\\ text\\n\\x7F\\xFF ");
+	EXPECT_EQ(lines[2], "999 3 4 of nobody");
+	EXPECT_EQ(lines[3], "201 3 0 record 44"); // the ring dropped the 44 before it
+	EXPECT_EQ(lines[258], "201 3 0 record 299");
+	EXPECT_EQ(lines[259], "200 2 0 after deregistration");
+	EXPECT_EQ(lines[260].substr(0, 46), "0 2 1 check MODULE INIT END result 0x811b04aa ");
+	EXPECT_TRUE(lines[260].ends_with(" ms: step")) << lines[260];
+	EXPECT_EQ(guest::read_file(debugfs + "log/last_init"), "check 0x811b04aa step\n");
+}
+
+TEST_F(platform, log_forgets_records_and_takes_no_other_word)
+{
+	run_group("logs");
+	EXPECT_ANY_THROW(guest::write_file(log_records, "clean"));
+	EXPECT_FALSE(records().empty());
+	guest::write_file(log_records, "clear\n");
+	EXPECT_TRUE(records().empty());
+}
+
+TEST_F(platform, switches_make_services_fail)
+{
+	guest::write_file(debugfs + "drv_basic/switches", "memcpy_s 2 0x55");
+	guest::write_file(debugfs + "board_capability_mng/switches", "drv_board_get_bom_value 1 0");
+	guest::write_file(xml_switches, "xml_get_entry_num 1 0x66 sticky");
+	guest::write_file(xml_switches, "xml_get_entry_list:count 1 9");
+	guest::write_file(xml_switches, "xml_get_entry_list:null 2 0");
+	guest::write_file(xml_switches, "xml_is_element_exist 1 1\n");
+	run_group("switched");
+	EXPECT_EQ(guest::read_file(xml_switches), "xml_get_entry_num 1 0x66 sticky\n");
+	EXPECT_EQ(guest::read_file(debugfs + "drv_basic/switches"), "");
+}
+
+TEST_F(platform, switches_are_listed_until_they_are_cleared)
+{
+	guest::write_file(xml_switches, "xml_is_node_exist 3 17");
+	guest::write_file(xml_switches, "xml_is_node_exist 4 18 sticky");
+	EXPECT_EQ(guest::read_file(xml_switches), "xml_is_node_exist 4 0x12 sticky\n");
+	guest::write_file(xml_switches, "clear");
+	EXPECT_EQ(guest::read_file(xml_switches), "");
+}
+
+TEST_F(platform, switches_refuse_what_they_do_not_know)
+{
+	for (const auto *text : {"", "no_such_function 1 1", "xml_get_entry_list", "xml_get_entry_list 1", "xml_get_entry_list 0 1",
+				 "xml_get_entry_list x 1", "xml_get_entry_list 1 0x100000000", "xml_get_entry_list 1 1 often", "clear all"})
+		EXPECT_ANY_THROW(guest::write_file(xml_switches, text)) << text;
+	EXPECT_EQ(guest::read_file(xml_switches), "");
+}
+
+TEST_F(platform, another_board_is_loaded_by_name)
+{
+	EXPECT_EQ(guest::read_file(board_selector), "check\n");
+	for (const auto *name : {"no_such_board", "", "../check", "/check", "check.fbd"}) {
+		EXPECT_ANY_THROW(guest::write_file(board_selector, name)) << name;
+		EXPECT_EQ(guest::read_file(board_selector), "check\n");
+	}
+}
+
+} // namespace
