@@ -17,7 +17,11 @@
 	allowed_count = 0
 	next
 }
-/BUG:|WARNING:|KASAN|UBSAN:|INFO: possible|possible circular|possible recursive|inconsistent lock state|suspicious RCU usage|sleeping function|scheduling while atomic|unreferenced object|new suspected memory leaks|list_(add|del) corruption|BUG [^ ]+ \(|refcount_t:|Unable to handle|Internal error|Oops|Kernel panic|blocked for more than|rcu: INFO|allocation failure|still present|irq .*nobody cared|bad unlock balance|held lock freed|ODEBUG:|invalid opcode|stack-protector|[Uu]sercopy: Kernel memory/ {
+/BUG:|BUG [^ ]+ \(|WARNING:|KASAN|UBSAN:|ODEBUG:|Oops|Kernel panic|Unable to handle|Internal error/ ||
+/INFO: possible|possible circular|possible recursive|inconsistent lock state|bad unlock balance|held lock freed/ ||
+/suspicious RCU usage|sleeping function|scheduling while atomic|blocked for more than|rcu: INFO|irq .*nobody cared/ ||
+/unreferenced object|new suspected memory leaks|list_(add|del) corruption|refcount_t:|allocation failure|stack-protector/ ||
+/[Uu]sercopy: Kernel memory/ {
 	# Announcements at start that use the words without reporting anything.
 	if (/KernelAddressSanitizer initialized|kasan: |lockdep: |Memory: /)
 		next

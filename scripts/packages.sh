@@ -5,10 +5,11 @@
 # Debian packages that the commands need; installed only where missing.
 
 build_packages="gcc g++ libc6-dev make bc bison flex perl libelf-dev libssl-dev cpio rsync xz-utils gzip tar ca-certificates
-	debian-archive-keyring gcc-aarch64-linux-gnu g++-aarch64-linux-gnu qemu-system-arm cmake ninja-build googletest
-	libpugixml-dev libfdt-dev pkg-config"
+	debian-archive-keyring gcc-aarch64-linux-gnu g++-aarch64-linux-gnu
+	libc6-dev-arm64-cross qemu-system-arm cmake ninja-build googletest
+	libpugixml-dev libfdt-dev"
 host_packages="gcc-arm-linux-gnueabihf libc6-dev-armhf-cross"
-check_packages="clang-tidy clang-format cppcheck shellcheck sparse kmod"
+check_packages="git clang-tidy clang-format cppcheck shellcheck sparse kmod"
 test_packages="gcovr"
 
 package_installed() {

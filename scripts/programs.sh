@@ -18,7 +18,7 @@ configure_programs() {
 # build_program_target PRESET TARGET
 build_program_target() {
 	build_file=$(preset_dir "$1")/build.ninja
-	if [ ! -f "$build_file" ] || [ "$root/CMakePresets.json" -nt "$build_file" ]; then
+	if [ -z "$(find "$build_file" -newer "$root/CMakePresets.json" 2>/dev/null)" ]; then
 		configure_programs "$1"
 	fi
 	run_step "build $2 ($1)" "build_$1_$2" cmake --build "$(preset_dir "$1")" --target "$2"

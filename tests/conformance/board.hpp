@@ -115,6 +115,7 @@ struct load_end {
 	std::string name;
 	uint32_t result;
 	std::optional<std::string> failure;
+	uint64_t start_ms;
 };
 std::optional<load_end> load_report(); // what log_module_init_end() was told at the last load
 

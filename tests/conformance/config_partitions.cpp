@@ -527,6 +527,23 @@ TEST_F(config_partitions, from_a_list_that_is_not_there_have_locks_but_no_names)
 	EXPECT_FALSE(finds("part0"));
 }
 
+TEST_F(config_partitions, from_a_list_that_was_not_written_are_not_built)
+{
+	board::fail("xml_get_entry_list", 0);
+	EXPECT_EQ(build(two), 0u);
+	EXPECT_EQ(board::log(), log_lines{no_listed_partitions});
+	expect_absent();
+}
+
+TEST_F(config_partitions, hold_zeros_where_the_reader_wrote_nothing)
+{
+	board::fail("xml_get_attr_string", 0);
+	board::fail("xml_get_attr_value_u32", 0);
+	EXPECT_EQ(build(one), 0u);
+	EXPECT_EQ(board::log(), (log_lines{partition_listed(one, 0, "", 0), partitions_counted(one, 1)}));
+	EXPECT_EQ(board::memory(table(), 40), bytes(40, 0));
+}
+
 TEST_F(config_partitions, from_a_list_of_absurd_length_have_no_memory)
 {
 	board::lie_about_count(0xFFFFFFFF);

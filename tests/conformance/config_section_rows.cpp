@@ -105,6 +105,13 @@ TEST_F(config_section_rows, are_read_attribute_by_attribute)
 	EXPECT_EQ(board::log(), log_lines{});
 }
 
+TEST_F(config_section_rows, hold_zeros_where_the_reader_wrote_nothing)
+{
+	board::fail_always("xml_get_attr_value_u32", 0);
+	board::fail_always("xml_get_attr_string", 0);
+	EXPECT_EQ(sections_of(0x401), bytes(section_row_size, 0));
+}
+
 class config_section_name : public config_section_rows, public testing::WithParamInterface<uint32_t> {};
 
 TEST_P(config_section_name, that_fits_is_stored)

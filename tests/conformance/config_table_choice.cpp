@@ -248,5 +248,41 @@ TEST_F(config_table_choice, takes_only_a_negative_result_of_forming_the_name_for
 	EXPECT_EQ(deeds().back(), list_of(variant_2, ""));
 }
 
+// ------------------------------------------------------------------------------------ services that succeed without an answer
+
+TEST_F(config_table_choice, node_count_that_was_not_written_is_0)
+{
+	board::fail("xml_get_specified_node_num", 0);
+	const outcome made = choose(single);
+	EXPECT_EQ(made.code, 0u);
+	EXPECT_EQ(u32_at(made.count, 0), 0u);
+	EXPECT_EQ(board::log(), log_lines{no_section_table});
+}
+
+TEST_F(config_table_choice, bom_value_that_was_not_written_is_0)
+{
+	board::fail("drv_board_get_bom_value", 0);
+	expect_list(choose(variant_2), 1);
+	EXPECT_EQ(deeds().back(), list_of(variant_2, "attr"));
+}
+
+TEST_F(config_table_choice, list_that_was_not_written_is_empty)
+{
+	board::fail("xml_get_entry_list", 0);
+	const outcome made = choose(single);
+	EXPECT_EQ(made.code, 0u);
+	EXPECT_EQ(made.count, bytes(4, 0));
+	EXPECT_EQ(made.list, bytes(8, 0));
+}
+
+TEST_F(config_table_choice, list_that_was_not_written_makes_no_entry)
+{
+	board::fail("xml_get_entry_list", 0);
+	EXPECT_EQ(board::call("drv_flash_init", {single}), 0u);
+	EXPECT_FALSE(has_entry(single));
+	EXPECT_FALSE(called("linux_kcalloc"));
+	EXPECT_EQ(board::log(), log_lines{});
+}
+
 } // namespace
 } // namespace conformance

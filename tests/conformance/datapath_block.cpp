@@ -14,18 +14,19 @@ TEST_F(datapath_block, read_opens_seeks_reads_and_closes)
 {
 	bytes buf(0x30);
 	EXPECT_EQ(mtd_read("nor", 0x120, &buf, 0x30), 0u);
-	EXPECT_EQ(board::calls(), (call_list{"memset_s(-, 16, 0, 16)", "memset_s(-, 32, 0, 32)", "get_mtd_device_nm(\"nor\")", "put_mtd_device(-)",
-					     "snprintf_s(-, 32, 31, \"/dev/mtdblock%d\")", "filp_open(\"/dev/mtdblock0\", 0x0, 0x0)",
-					     "vfs_llseek(-, 288, 0)", "kernel_read(-, -, 48, -)", "filp_close(-, -)"}));
+	EXPECT_EQ(board::calls(),
+		  (call_list{"memset_s(-, 16, 0, 16)", "memset_s(-, 32, 0, 32)", "get_mtd_device_nm(\"nor\")", "put_mtd_device(-)",
+			     "snprintf_s(-, 32, 31, \"/dev/mtdblock%d\")", "filp_open(\"/dev/mtdblock0\", 0x0, 0x0)",
+			     "vfs_llseek(-, 288, 0)", "kernel_read(-, -, 48, -)", "filp_close(-, -)"}));
 	EXPECT_EQ(board::log(), log_lines());
 }
 
 TEST_F(datapath_block, write_opens_seeks_writes_flushes_and_closes)
 {
 	EXPECT_EQ(mtd_write("nor", 0x120, pattern(0x30), 0x30), 0u);
-	EXPECT_EQ(board::calls(), (call_list{"get_mtd_device_nm(\"nor\")", "put_mtd_device(-)", "snprintf_s(-, 32, 31, \"/dev/mtdblock%d\")",
-					     "filp_open(\"/dev/mtdblock0\", 0x2, 0x0)", "vfs_llseek(-, 288, 0)", "kernel_write(-, -, 48, -)",
-					     "vfs_fsync(-, 0)", "filp_close(-, -)"}));
+	EXPECT_EQ(board::calls(), (call_list{"get_mtd_device_nm(\"nor\")", "put_mtd_device(-)",
+					     "snprintf_s(-, 32, 31, \"/dev/mtdblock%d\")", "filp_open(\"/dev/mtdblock0\", 0x2, 0x0)",
+					     "vfs_llseek(-, 288, 0)", "kernel_write(-, -, 48, -)", "vfs_fsync(-, 0)", "filp_close(-, -)"}));
 	EXPECT_EQ(board::log(), log_lines());
 }
 
@@ -149,7 +150,8 @@ TEST_P(datapath_block_open, failure_ends_a_write)
 {
 	board::fail("filp_open", GetParam());
 	EXPECT_EQ(mtd_write("nor", 0, pattern(16), 16), not_opened);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "mtd write: open /dev/mtdblock0 fail. (ret=" + std::to_string(GetParam()) + ")")});
+	EXPECT_EQ(board::log(),
+		  log_lines{own_log(ordinary, "mtd write: open /dev/mtdblock0 fail. (ret=" + std::to_string(GetParam()) + ")")});
 	EXPECT_EQ(deeds().back(), "filp_open(\"/dev/mtdblock0\", 0x2, 0x0)");
 	expect_unchanged(nor);
 }
@@ -198,7 +200,8 @@ TEST_P(datapath_block_seek, to_another_place_ends_a_read)
 	board::fail("vfs_llseek", GetParam().result);
 	bytes buf(4, 0xEE);
 	EXPECT_EQ(mtd_read("largest", GetParam().asked, &buf, 4), failed);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "mtd read: mtd largest lseek failed, ret = " + decimal(GetParam().printed) + " ")});
+	EXPECT_EQ(board::log(),
+		  log_lines{own_log(ordinary, "mtd read: mtd largest lseek failed, ret = " + decimal(GetParam().printed) + " ")});
 	EXPECT_EQ(last_three_calls(), g_after_bad_seek);
 	EXPECT_EQ(board::held().open_files, 0);
 	EXPECT_EQ(buf, bytes(4, 0xEE));
@@ -208,7 +211,8 @@ TEST_P(datapath_block_seek, to_another_place_ends_a_write)
 {
 	board::fail("vfs_llseek", GetParam().result);
 	EXPECT_EQ(mtd_write("largest", GetParam().asked, pattern(4), 4), failed);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "mtd write: mtd largest lseek failed, ret = " + decimal(GetParam().printed) + " ")});
+	EXPECT_EQ(board::log(),
+		  log_lines{own_log(ordinary, "mtd write: mtd largest lseek failed, ret = " + decimal(GetParam().printed) + " ")});
 	EXPECT_EQ(last_three_calls(), g_after_bad_seek);
 	EXPECT_EQ(board::held().open_files, 0);
 	EXPECT_EQ(board::mtd_content(largest, 0, 4), bytes(4, 0xFF));
@@ -244,7 +248,8 @@ TEST_P(datapath_block_seek_by_low_bits, is_good_enough_for_a_write)
 }
 
 INSTANTIATE_TEST_SUITE_P(of, datapath_block_seek_by_low_bits,
-			 testing::Values(forced{"a_place_4_gib_away", 0x100, 0x100000100, 0}, forced{"a_far_place", 0x100, 0x7FFFFFFF00000100, 0},
+			 testing::Values(forced{"a_place_4_gib_away", 0x100, 0x100000100, 0},
+					 forced{"a_far_place", 0x100, 0x7FFFFFFF00000100, 0},
 					 forced{"a_negative_number_that_is_no_error", 0xFFFFF000, -4096, 0},
 					 forced{"a_very_negative_number", 0x100, static_cast<long long>(0x8000000000000100ULL), 0}),
 			 label_of);
@@ -267,14 +272,16 @@ TEST_P(datapath_block_count, that_differs_ends_a_write_without_a_flush)
 {
 	board::fail("kernel_write", GetParam().result);
 	EXPECT_EQ(mtd_write("largest", 0, pattern(64), GetParam().asked), failed);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "mtd write: mtd largest write failed, ret = " + decimal(GetParam().printed) + " ")});
+	EXPECT_EQ(board::log(),
+		  log_lines{own_log(ordinary, "mtd write: mtd largest write failed, ret = " + decimal(GetParam().printed) + " ")});
 	EXPECT_EQ(last_three_calls(), (call_list{"kernel_write", "drv_log_record", "filp_close"}));
 	EXPECT_EQ(board::held().open_files, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(of, datapath_block_count,
-			 testing::Values(forced{"nothing", 16, 0, 0}, forced{"one_byte_less", 16, 15, 15}, forced{"one_byte_more", 16, 17, 17},
-					 forced{"an_error", 16, error_io, 0xFFFFFFFB}, forced{"nothing_and_4_gib", 16, 0x100000000, 0},
+			 testing::Values(forced{"nothing", 16, 0, 0}, forced{"one_byte_less", 16, 15, 15},
+					 forced{"one_byte_more", 16, 17, 17}, forced{"an_error", 16, error_io, 0xFFFFFFFB},
+					 forced{"nothing_and_4_gib", 16, 0x100000000, 0},
 					 forced{"an_error_that_looks_like_the_length", 0xFFFFFFFB, error_io, 0xFFFFFFFB},
 					 forced{"the_last_error_that_looks_like_the_length", 0xFFFFF001, error_last, 0xFFFFF001},
 					 forced{"no_permission_that_looks_like_the_length", 0xFFFFFFFF, -1, 0xFFFFFFFF}),

@@ -56,7 +56,8 @@ log_line read_back_failure(uint32_t avail_size, uint32_t code)
 
 log_line patch_failure(uint32_t offset, uint32_t len, uint32_t code)
 {
-	return own_log(serious, "mtd total write: memcpy offset " + decimal(offset) + " len " + decimal(len) + " fail " + hexadecimal(code));
+	return own_log(serious,
+		       "mtd total write: memcpy offset " + decimal(offset) + " len " + decimal(len) + " fail " + hexadecimal(code));
 }
 
 log_line write_back_failure(uint32_t avail_size, uint32_t code)
@@ -80,8 +81,9 @@ TEST_F(datapath_normal, read_asks_the_service_for_the_very_range)
 {
 	bytes buf(0x20);
 	EXPECT_EQ(mtd_read("nand", 0x1234, &buf, 0x20), 0u);
-	EXPECT_EQ(deeds(), (call_list{"memset_s(-, 16, 0, 16)", "memset_s(-, 32, 0, 32)", "get_mtd_device_nm(\"nand\")", "put_mtd_device(-)",
-				      "snprintf_s(-, 32, 31, \"/dev/mtd%d\")", "plat_mtd_read_buf(\"/dev/mtd1\", 4660, -, 32)"}));
+	EXPECT_EQ(deeds(),
+		  (call_list{"memset_s(-, 16, 0, 16)", "memset_s(-, 32, 0, 32)", "get_mtd_device_nm(\"nand\")", "put_mtd_device(-)",
+			     "snprintf_s(-, 32, 31, \"/dev/mtd%d\")", "plat_mtd_read_buf(\"/dev/mtd1\", 4660, -, 32)"}));
 	EXPECT_EQ(board::log(), log_lines{normal_read_trace("nand", 0x1234, 0x20)});
 }
 
@@ -143,7 +145,8 @@ TEST_F(datapath_normal, inner_transfers_pass_their_arguments_on_untested)
 	EXPECT_EQ(board::call("drv_nand_flash_mtd_write", {"anything", "/dev/mtd17", 0xFFFFFFFF, nullptr, 0}), 0u);
 	EXPECT_EQ(deeds(), (call_list{"plat_mtd_read_buf(\"/dev/mtd17\", 4294967295, -, 4294967294)",
 				      "plat_mtd_update_buf(\"/dev/mtd17\", 4294967295, -, 0)"}));
-	EXPECT_EQ(board::log(), (log_lines{normal_read_trace("anything", 0xFFFFFFFF, 0xFFFFFFFE), normal_write_note("anything", 0xFFFFFFFF, 0)}));
+	EXPECT_EQ(board::log(),
+		  (log_lines{normal_read_trace("anything", 0xFFFFFFFF, 0xFFFFFFFE), normal_write_note("anything", 0xFFFFFFFF, 0)}));
 }
 
 TEST_F(datapath_normal, unchanged_content_is_not_erased_on_a_read)
@@ -211,9 +214,10 @@ TEST_F(datapath_total_read, fetches_everything_up_to_the_end_of_the_range)
 {
 	bytes buf(0x10);
 	EXPECT_EQ(mtd_read("listed", 0x100, &buf, 0x10), 0u);
-	EXPECT_EQ(deeds(), (call_list{"memset_s(-, 16, 0, 16)", "memset_s(-, 32, 0, 32)", "get_mtd_device_nm(\"listed\")", "put_mtd_device(-)",
-				      "snprintf_s(-, 32, 31, \"/dev/mtd%d\")", "vzalloc(272)", "linux_mutex_lock(-)",
-				      "plat_mtd_read_buf(\"/dev/mtd2\", 0, -, 272)", "mutex_unlock(-)", "memcpy_s(-, 16, -, 16)", "vfree(-)"}));
+	EXPECT_EQ(deeds(),
+		  (call_list{"memset_s(-, 16, 0, 16)", "memset_s(-, 32, 0, 32)", "get_mtd_device_nm(\"listed\")", "put_mtd_device(-)",
+			     "snprintf_s(-, 32, 31, \"/dev/mtd%d\")", "vzalloc(272)", "linux_mutex_lock(-)",
+			     "plat_mtd_read_buf(\"/dev/mtd2\", 0, -, 272)", "mutex_unlock(-)", "memcpy_s(-, 16, -, 16)", "vfree(-)"}));
 	EXPECT_EQ(board::log(), log_lines{total_read_trace("/dev/mtd2", 0x100, 0x10)});
 	EXPECT_EQ(buf, original(listed, 0x100, 0x10));
 }
@@ -222,8 +226,8 @@ TEST_F(datapath_total_read, says_so_before_anything_else)
 {
 	bytes buf(4);
 	EXPECT_EQ(mtd_read("listed", 0, &buf, 4), 0u);
-	EXPECT_EQ(names_from_last("drv_log_record"), (call_list{"drv_log_record", "vzalloc", "linux_mutex_lock", "plat_mtd_read_buf",
-								"mutex_unlock", "memcpy_s", "vfree"}));
+	EXPECT_EQ(names_from_last("drv_log_record"),
+		  (call_list{"drv_log_record", "vzalloc", "linux_mutex_lock", "plat_mtd_read_buf", "mutex_unlock", "memcpy_s", "vfree"}));
 }
 
 TEST_F(datapath_total_read, is_not_bound_to_the_usable_bytes)
@@ -392,8 +396,8 @@ TEST_F(datapath_total_write, reads_patches_and_writes_back_the_usable_bytes)
 TEST_F(datapath_total_write, says_so_before_anything_else)
 {
 	EXPECT_EQ(mtd_write("listed", 0, pattern(4), 4), 0u);
-	EXPECT_EQ(names_from_last("drv_log_record"), (call_list{"drv_log_record", "vzalloc", "linux_mutex_lock", "plat_mtd_read_buf", "memcpy_s",
-								"plat_mtd_update_buf", "mutex_unlock", "vfree"}));
+	EXPECT_EQ(names_from_last("drv_log_record"), (call_list{"drv_log_record", "vzalloc", "linux_mutex_lock", "plat_mtd_read_buf",
+								"memcpy_s", "plat_mtd_update_buf", "mutex_unlock", "vfree"}));
 }
 
 TEST_F(datapath_total_write, without_usable_bytes_is_refused_after_its_note)
@@ -504,8 +508,8 @@ TEST_P(datapath_total_write_range, within_the_usable_bytes_is_written_and_nothin
 }
 
 INSTANTIATE_TEST_SUITE_P(of, datapath_total_write_range,
-			 testing::Values(range{0, 1}, range{0, g_avail}, range{g_avail - 1, 1}, range{g_avail - 16, 16}, range{1, g_avail - 1},
-					 range{0xFFFF, 2}, range{0x123, 0x4567}),
+			 testing::Values(range{0, 1}, range{0, g_avail}, range{g_avail - 1, 1}, range{g_avail - 16, 16},
+					 range{1, g_avail - 1}, range{0xFFFF, 2}, range{0x123, 0x4567}),
 			 name_of_range<range>);
 
 struct refused_range {
@@ -532,7 +536,8 @@ TEST_P(datapath_total_write_beyond, the_usable_bytes_fails_in_the_copy)
 INSTANTIATE_TEST_SUITE_P(of, datapath_total_write_beyond,
 			 testing::Values(refused_range{g_avail - 1, 2, 1}, refused_range{g_avail, 1, 0}, refused_range{g_avail + 1, 1, 0},
 					 refused_range{0, g_avail + 1, g_avail}, refused_range{0x10000, 0x20000, 0x10000},
-					 refused_range{0x3FFFF, 1, 0}, refused_range{0x20001, 0x10, 0}, refused_range{1, g_avail, g_avail - 1}),
+					 refused_range{0x3FFFF, 1, 0}, refused_range{0x20001, 0x10, 0},
+					 refused_range{1, g_avail, g_avail - 1}),
 			 name_of_range<refused_range>);
 
 // Only a direct call can ask for these.
@@ -551,9 +556,9 @@ TEST_P(datapath_total_write_far_beyond, the_usable_bytes_fails_in_the_copy)
 }
 
 INSTANTIATE_TEST_SUITE_P(of, datapath_total_write_far_beyond,
-			 testing::Values(refused_range{0xFFFFFFFF, 1, 0}, refused_range{0xFFFFFFFF, 2, 0}, refused_range{0xFFFFFFF0, 0x10, 0},
-					 refused_range{0x80000000, 0x40, 0}, refused_range{0, 0xFFFFFFFF, g_avail},
-					 refused_range{g_avail, 0xFFFFFFFF, 0}),
+			 testing::Values(refused_range{0xFFFFFFFF, 1, 0}, refused_range{0xFFFFFFFF, 2, 0},
+					 refused_range{0xFFFFFFF0, 0x10, 0}, refused_range{0x80000000, 0x40, 0},
+					 refused_range{0, 0xFFFFFFFF, g_avail}, refused_range{g_avail, 0xFFFFFFFF, 0}),
 			 name_of_range<refused_range>);
 
 class datapath_total_write_status : public on_partitions, public testing::WithParamInterface<uint32_t> {};
@@ -573,8 +578,8 @@ TEST_P(datapath_total_write_status, of_the_copy_comes_back_after_unlock_free_and
 	board::fail("memcpy_s", GetParam());
 	EXPECT_EQ(mtd_write("listed", 0x100, pattern(16), 16), GetParam());
 	EXPECT_EQ(board::log(), (log_lines{total_write_note("/dev/mtd2", 0x100, 16, g_avail), patch_failure(0x100, 16, GetParam())}));
-	EXPECT_EQ(names_from_last("linux_mutex_lock"), (call_list{"linux_mutex_lock", "plat_mtd_read_buf", "memcpy_s", "mutex_unlock", "vfree",
-								  "drv_log_record"}));
+	EXPECT_EQ(names_from_last("linux_mutex_lock"),
+		  (call_list{"linux_mutex_lock", "plat_mtd_read_buf", "memcpy_s", "mutex_unlock", "vfree", "drv_log_record"}));
 	expect_unchanged(listed);
 }
 
@@ -583,12 +588,67 @@ TEST_P(datapath_total_write_status, of_the_update_comes_back_after_unlock_free_a
 	board::fail("plat_mtd_update_buf", GetParam());
 	EXPECT_EQ(mtd_write("listed", 0x100, pattern(16), 16), GetParam());
 	EXPECT_EQ(board::log(), (log_lines{total_write_note("/dev/mtd2", 0x100, 16, g_avail), write_back_failure(g_avail, GetParam())}));
-	EXPECT_EQ(names_from_last("linux_mutex_lock"), (call_list{"linux_mutex_lock", "plat_mtd_read_buf", "memcpy_s", "plat_mtd_update_buf",
-								  "mutex_unlock", "vfree", "drv_log_record"}));
+	EXPECT_EQ(names_from_last("linux_mutex_lock"), (call_list{"linux_mutex_lock", "plat_mtd_read_buf", "memcpy_s",
+								  "plat_mtd_update_buf", "mutex_unlock", "vfree", "drv_log_record"}));
 	EXPECT_EQ(times_called("plat_mtd_update_buf"), 1) << "a failed update is not tried again";
 }
 
 INSTANTIATE_TEST_SUITE_P(of, datapath_total_write_status, g_statuses, name_of_status);
+
+// ---------------------------------------------------------------------------------------------------------------- usable bytes that change
+
+// The first entry of the table is that of "listed". Its usable size, 32 bytes into the entry, is replaced by letting a read deliver it there.
+class datapath_usable_size : public on_partitions {
+protected:
+	void set_usable_size(uint32_t size)
+	{
+		const uint64_t entry = u64_at(board::global("g_flash_mtd_info_list", 8), 0);
+		bytes raw(4);
+		for (std::size_t i = 0; i < raw.size(); ++i)
+			raw[i] = static_cast<uint8_t>(size >> (8 * i));
+		board::set_mtd_content(listed, 0, raw);
+		ASSERT_EQ(board::call("drv_nand_flash_mtd_total_read", {entry, "/dev/mtd2", 0, entry + 32, 4}), 0u);
+		board::set_mtd_content(listed, 0, original(listed, 0, 4));
+		board::forget();
+	}
+};
+
+TEST_F(datapath_usable_size, is_read_at_each_write)
+{
+	set_usable_size(0x1000);
+	EXPECT_EQ(mtd_write("listed", 0xFF0, pattern(16), 16), 0u);
+	EXPECT_EQ(board::log(), log_lines{total_write_note("/dev/mtd2", 0xFF0, 16, 0x1000)});
+	EXPECT_EQ(calls_of("vzalloc"), call_list{"vzalloc(4096)"});
+	EXPECT_EQ(calls_of("plat_mtd_read_buf"), call_list{"plat_mtd_read_buf(\"/dev/mtd2\", 0, -, 4096)"});
+	EXPECT_EQ(calls_of("memcpy_s"), call_list{"memcpy_s(-, 16, -, 16)"});
+	EXPECT_EQ(calls_of("plat_mtd_update_buf"), call_list{"plat_mtd_update_buf(\"/dev/mtd2\", 0, -, 4096)"});
+	expect_changed(listed, 0xFF0, pattern(16));
+}
+
+TEST_F(datapath_usable_size, that_shrank_refuses_what_it_took_before)
+{
+	EXPECT_EQ(mtd_write("listed", 0x1000, pattern(16), 16), 0u);
+	set_usable_size(0x1000);
+	const uint32_t code = mtd_write("listed", 0x1000, pattern(16, 2), 16);
+	EXPECT_NE(code, 0u);
+	EXPECT_EQ(board::log(), (log_lines{total_write_note("/dev/mtd2", 0x1000, 16, 0x1000), patch_failure(0x1000, 16, code)}));
+	expect_changed(listed, 0x1000, pattern(16));
+}
+
+TEST_F(datapath_usable_size, that_became_0_refuses_every_write)
+{
+	set_usable_size(0);
+	EXPECT_EQ(mtd_write("listed", 0, pattern(16), 16), empty_range);
+	EXPECT_EQ(board::log(), log_lines{total_write_note("/dev/mtd2", 0, 16, 0)});
+	expect_unchanged(listed);
+}
+
+TEST_F(datapath_usable_size, that_grew_lets_a_write_reach_further)
+{
+	set_usable_size(nand_size);
+	EXPECT_EQ(mtd_write("listed", nand_size - 16, pattern(16), 16), 0u);
+	expect_changed(listed, nand_size - 16, pattern(16));
+}
 
 // ---------------------------------------------------------------------------------------------------------------- other tables
 
@@ -669,10 +729,11 @@ TEST_P(datapath_nand_read_failure, holds_nothing_when_it_stays)
 }
 
 INSTANTIATE_TEST_SUITE_P(in, datapath_nand_read_failure,
-			 testing::Values(swept{"nand", "memset_s", 22}, swept{"nand", "get_mtd_device_nm", 0}, swept{"nand", "snprintf_s", -1},
-					 swept{"nand", "plat_mtd_read_buf", 5}, swept{"listed", "memset_s", 22},
-					 swept{"listed", "get_mtd_device_nm", error_no_device}, swept{"listed", "snprintf_s", -1},
-					 swept{"listed", "vzalloc", 0}, swept{"listed", "plat_mtd_read_buf", 5}, swept{"listed", "memcpy_s", 34}),
+			 testing::Values(swept{"nand", "memset_s", 22}, swept{"nand", "get_mtd_device_nm", 0},
+					 swept{"nand", "snprintf_s", -1}, swept{"nand", "plat_mtd_read_buf", 5},
+					 swept{"listed", "memset_s", 22}, swept{"listed", "get_mtd_device_nm", error_no_device},
+					 swept{"listed", "snprintf_s", -1}, swept{"listed", "vzalloc", 0},
+					 swept{"listed", "plat_mtd_read_buf", 5}, swept{"listed", "memcpy_s", 34}),
 			 name_of_sweep);
 
 class datapath_nand_write_failure : public on_partitions, public testing::WithParamInterface<swept> {

@@ -26,9 +26,9 @@ TEST_P(datapath_name_length, is_judged_without_a_message_or_a_call)
 }
 
 INSTANTIATE_TEST_SUITE_P(of, datapath_name_length,
-			 testing::Values(name_length{0, invalid}, name_length{1, 0}, name_length{2, 0}, name_length{16, 0}, name_length{30, 0},
-					 name_length{31, 0}, name_length{32, invalid}, name_length{33, invalid}, name_length{40, invalid},
-					 name_length{4096, invalid}),
+			 testing::Values(name_length{0, invalid}, name_length{1, 0}, name_length{2, 0}, name_length{16, 0},
+					 name_length{30, 0}, name_length{31, 0}, name_length{32, invalid}, name_length{33, invalid},
+					 name_length{40, invalid}, name_length{4096, invalid}),
 			 [](const auto &row) { return std::to_string(row.param.length); });
 
 class datapath_name : public on_loaded_module {};
@@ -148,9 +148,9 @@ std::string label_of(const testing::TestParamInfo<named_text> &row)
 
 const auto g_bad_names = testing::Values(named_text{"empty", ""}, named_text{"of_32", name_of_32},
 					 named_text{"of_33", std::string(name_of_32) + "6"}, named_text{"of_64", std::string(64, 'x')});
-const auto g_absent_names = testing::Values(named_text{"unknown", "nowhere"}, named_text{"upper_case", "NAND"}, named_text{"prefix", "nan"},
-					    named_text{"longer", "nand0"}, named_text{"blank_behind", "nand "},
-					    named_text{"of_31", name_of_31});
+const auto g_absent_names =
+	testing::Values(named_text{"unknown", "nowhere"}, named_text{"upper_case", "NAND"}, named_text{"prefix", "nan"},
+			named_text{"longer", "nand0"}, named_text{"blank_behind", "nand "}, named_text{"of_31", name_of_31});
 
 class datapath_bad_name : public on_partitions, public testing::WithParamInterface<named_text> {};
 
@@ -237,7 +237,8 @@ TEST_P(datapath_type_code, is_given_as_it_is)
 	EXPECT_EQ(u32_at(info, 12), GetParam());
 }
 
-INSTANTIATE_TEST_SUITE_P(of, datapath_type_code, testing::Values(1, 2, 3, 4, 6, 7, 8), [](const auto &row) { return as_case_name(row.param); });
+INSTANTIATE_TEST_SUITE_P(of, datapath_type_code, testing::Values(1, 2, 3, 4, 6, 7, 8),
+			 [](const auto &row) { return as_case_name(row.param); });
 
 // ---------------------------------------------------------------------------------------------------------------- sizes
 
@@ -300,8 +301,7 @@ TEST_P(datapath_large_size, is_given_in_64_bits)
 	EXPECT_EQ(u64_at(info, 0), GetParam());
 }
 
-INSTANTIATE_TEST_SUITE_P(of, datapath_large_size,
-			 testing::Values(0x10000, 0xFFFF0000, 0x100000000, 0x100010000, 0x1FFFF0000, 0x1000000000),
+INSTANTIATE_TEST_SUITE_P(of, datapath_large_size, testing::Values(0x10000, 0xFFFF0000, 0x100000000, 0x100010000, 0x1FFFF0000, 0x1000000000),
 			 [](const auto &row) { return hexadecimal(static_cast<uint32_t>(row.param >> 16)) + "0000"; });
 
 // ---------------------------------------------------------------------------------------------------------------- the user-data partition
@@ -517,7 +517,8 @@ TEST_P(datapath_nand_type, is_told_from_others)
 INSTANTIATE_TEST_SUITE_P(of, datapath_nand_type,
 			 testing::Values(type_verdict{0, 0}, type_verdict{1, 0}, type_verdict{2, 0}, type_verdict{3, 0}, type_verdict{4, 1},
 					 type_verdict{5, 0}, type_verdict{6, 0}, type_verdict{7, 0}, type_verdict{8, 1}, type_verdict{9, 0},
-					 type_verdict{12, 0}, type_verdict{0x104, 0}, type_verdict{0x80000008, 0}, type_verdict{0xFFFFFFFF, 0}),
+					 type_verdict{12, 0}, type_verdict{0x104, 0}, type_verdict{0x80000008, 0},
+					 type_verdict{0xFFFFFFFF, 0}),
 			 [](const auto &row) { return hexadecimal(row.param.type); });
 
 // ---------------------------------------------------------------------------------------------------------------- sweeps

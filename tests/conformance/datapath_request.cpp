@@ -184,9 +184,10 @@ TEST_P(datapath_range_beyond_end, is_refused)
 }
 
 INSTANTIATE_TEST_SUITE_P(of, datapath_range_beyond_end,
-			 testing::Combine(g_both, testing::Values(range{0x1F000, 0x1001}, range{0x20000, 1}, range{0, 0x20001}, range{0x1FFFF, 2},
-								  range{0x20001, 1}, range{0xFFFFFFFE, 1}, range{0, 0xFFFFFFFF},
-								  range{0xFFFFFFEF, 0x10}, range{0x7FFFFFFF, 0x80000000})),
+			 testing::Combine(g_both,
+					  testing::Values(range{0x1F000, 0x1001}, range{0x20000, 1}, range{0, 0x20001}, range{0x1FFFF, 2},
+							  range{0x20001, 1}, range{0xFFFFFFFE, 1}, range{0, 0xFFFFFFFF},
+							  range{0xFFFFFFEF, 0x10}, range{0x7FFFFFFF, 0x80000000})),
 			 name_of_range);
 
 // ---------------------------------------------------------------------------------------------------------------- sizes modulo 2^32
@@ -257,7 +258,8 @@ TEST_P(datapath_giant_partition, right_below_4_gib_is_as_large_as_it_is)
 
 INSTANTIATE_TEST_SUITE_P(to, datapath_giant_partition, testing::Combine(g_both, testing::Values(board::mtd_nor, board::mtd_nand)),
 			 [](const auto &row) {
-				 return as_case_name(std::get<0>(row.param)) + (std::get<1>(row.param) == board::mtd_nor ? "_nor" : "_nand");
+				 return as_case_name(std::get<0>(row.param)) +
+					(std::get<1>(row.param) == board::mtd_nor ? "_nor" : "_nand");
 			 });
 
 // ---------------------------------------------------------------------------------------------------------------- clearing the locals
@@ -327,7 +329,8 @@ TEST_P(datapath_road, is_chosen_by_the_type)
 	if (taken.nand) {
 		EXPECT_EQ(code, 77u);
 		EXPECT_EQ(calls_of(way == direction::read ? "plat_mtd_read_buf" : "plat_mtd_update_buf"),
-			  call_list{(way == direction::read ? "plat_mtd_read_buf" : "plat_mtd_update_buf") + std::string("(\"/dev/mtd5\", 32, -, 16)")});
+			  call_list{(way == direction::read ? "plat_mtd_read_buf" : "plat_mtd_update_buf") +
+				    std::string("(\"/dev/mtd5\", 32, -, 16)")});
 		EXPECT_FALSE(called("filp_open"));
 	} else {
 		EXPECT_EQ(code, not_opened);
@@ -339,8 +342,9 @@ TEST_P(datapath_road, is_chosen_by_the_type)
 }
 
 INSTANTIATE_TEST_SUITE_P(for_type, datapath_road,
-			 testing::Combine(g_both, testing::Values(road{1, false}, road{2, false}, road{3, false}, road{4, true}, road{6, false},
-								  road{7, false}, road{8, true}, road{9, false}, road{12, false})),
+			 testing::Combine(g_both,
+					  testing::Values(road{1, false}, road{2, false}, road{3, false}, road{4, true}, road{6, false},
+							  road{7, false}, road{8, true}, road{9, false}, road{12, false})),
 			 [](const auto &row) {
 				 return as_case_name(std::get<0>(row.param)) + "_" + std::to_string(std::get<1>(row.param).type);
 			 });
@@ -395,13 +399,12 @@ TEST_P(datapath_path, of_no_characters_is_not_a_formatting_failure)
 	EXPECT_EQ(code, index() == nor ? not_opened : 5u);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-	of, datapath_path,
-	testing::Values(path_case{direction::read, "nor", "/dev/mtdblock%d", "Flash mng mtd_devname:/dev/mtdblock"},
-			path_case{direction::write, "nor", "/dev/mtdblock%d", "Flash mng write mtd_devname:/dev/mtdblock"},
-			path_case{direction::read, "nand", "/dev/mtd%d", "Flash mng mtd_devname:/dev/mtd"},
-			path_case{direction::write, "nand", "/dev/mtd%d", "Flash mng mtd_devname:/dev/mtd"}),
-	[](const auto &row) { return as_case_name(row.param.way) + "_" + row.param.name; });
+INSTANTIATE_TEST_SUITE_P(of, datapath_path,
+			 testing::Values(path_case{direction::read, "nor", "/dev/mtdblock%d", "Flash mng mtd_devname:/dev/mtdblock"},
+					 path_case{direction::write, "nor", "/dev/mtdblock%d", "Flash mng write mtd_devname:/dev/mtdblock"},
+					 path_case{direction::read, "nand", "/dev/mtd%d", "Flash mng mtd_devname:/dev/mtd"},
+					 path_case{direction::write, "nand", "/dev/mtd%d", "Flash mng mtd_devname:/dev/mtd"}),
+			 [](const auto &row) { return as_case_name(row.param.way) + "_" + row.param.name; });
 
 } // namespace
 } // namespace conformance

@@ -3,6 +3,7 @@
 // The control device: opening it, finding a command's handler by its whole number, and handing on the handler's code.
 #include <cerrno>
 #include <set>
+#include <thread>
 
 #include "load_words.hpp"
 
@@ -242,6 +243,28 @@ TEST_F(frame_device, says_each_unknown_command_anew)
 	for (int i = 0; i < 10; ++i)
 		EXPECT_EQ(board::ioctl(0x5406, 0).code(), unknown_command);
 	EXPECT_EQ(board::log(), log_lines(10, not_supported));
+	EXPECT_EQ(board::held(), board::holdings{});
+}
+
+TEST_F(frame_device, serves_several_threads_at_once)
+{
+	constexpr std::size_t threads = 4, rounds = 50;
+	std::vector<std::thread> running;
+	int wrong[threads] = {};
+	for (std::size_t i = 0; i < threads; ++i) {
+		const uint64_t answer = board::user_address(board::user_memory(4));
+		running.emplace_back([answer, &mistakes = wrong[i]] {
+			for (std::size_t round = 0; round < rounds; ++round) {
+				mistakes += board::ioctl(get_nand_is_exist, answer).code() != 0;
+				mistakes += board::ioctl(0x80045405, answer).code() != unknown_command;
+			}
+		});
+	}
+	for (std::thread &one : running)
+		one.join();
+	for (int mistakes : wrong)
+		EXPECT_EQ(mistakes, 0);
+	EXPECT_EQ(board::log(), log_lines(threads * rounds, not_supported));
 	EXPECT_EQ(board::held(), board::holdings{});
 }
 

@@ -41,6 +41,13 @@ TEST_F(frame_load, reports_its_end_without_a_failure_text)
 	EXPECT_FALSE(report->failure);
 }
 
+TEST_F(frame_load, reports_when_it_began)
+{
+	board::fail("log_get_timestamp_ms", 0x123456789A);
+	load();
+	EXPECT_EQ(board::load_report()->start_ms, 0x123456789Au);
+}
+
 TEST_F(frame_load, takes_the_time_before_its_first_message)
 {
 	load();

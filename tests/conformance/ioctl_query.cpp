@@ -16,12 +16,9 @@ struct query {
 	call_list before_copy, after_copy;
 };
 
-const query g_part_num = {"part_num",
-			  get_part_num,
-			  4,
-			  "Flash get part num fail, copy to user fail",
-			  {"get_mtd_device_nm(\"usrdata\")", "put_mtd_device(-)"},
-			  {}};
+const query g_part_num = {
+	"part_num", get_part_num, 4, "Flash get part num fail, copy to user fail", {"get_mtd_device_nm(\"usrdata\")", "put_mtd_device(-)"},
+	{}};
 const query g_is_exist = {"is_exist",
 			  get_nand_is_exist,
 			  4,
@@ -184,9 +181,8 @@ TEST_P(ioctl_query_address, fails_with_the_message_of_the_command)
 	EXPECT_EQ(board::held(), before);
 }
 
-INSTANTIATE_TEST_SUITE_P(that_is, ioctl_query_address, testing::Combine(g_queries, unwritable_addresses), [](const auto &row) {
-	return std::string(std::get<0>(row.param).label) + "_" + name_of(std::get<1>(row.param));
-});
+INSTANTIATE_TEST_SUITE_P(that_is, ioctl_query_address, testing::Combine(g_queries, unwritable_addresses),
+			 [](const auto &row) { return std::string(std::get<0>(row.param).label) + "_" + name_of(std::get<1>(row.param)); });
 
 // ---------------------------------------------------------------------------------------------------------------- without the partition
 

@@ -91,10 +91,9 @@ TEST_F(ioctl_statistics, takes_and_releases_one_device_after_the_other)
 	board::add_mtd({.name = "boot"});
 	board::add_mtd({.name = "config"});
 	EXPECT_EQ(ask(), 0u);
-	EXPECT_EQ(board::calls(),
-		  (call_list{"vzalloc(7172)", "get_mtd_device(-, 0)", "strcpy_s(-, 32, \"boot\")", "put_mtd_device(-)", "get_mtd_device(-, 1)",
-			     "strcpy_s(-, 32, \"config\")", "put_mtd_device(-)", "get_mtd_device(-, 2)", "linux_copy_to_user(-, -, 7172)",
-			     "vfree(-)"}));
+	EXPECT_EQ(board::calls(), (call_list{"vzalloc(7172)", "get_mtd_device(-, 0)", "strcpy_s(-, 32, \"boot\")", "put_mtd_device(-)",
+					     "get_mtd_device(-, 1)", "strcpy_s(-, 32, \"config\")", "put_mtd_device(-)",
+					     "get_mtd_device(-, 2)", "linux_copy_to_user(-, -, 7172)", "vfree(-)"}));
 }
 
 TEST_F(ioctl_statistics, ends_at_the_first_missing_number)
@@ -149,31 +148,28 @@ protected:
 	}
 };
 
-TEST_P(ioctl_statistics_count, is_128_at_most)
+// Making so many devices takes a real kernel seconds: one case looks at everything.
+TEST_P(ioctl_statistics_count, is_128_at_most_and_no_further_device_is_looked_at)
 {
 	const uint32_t listed = std::min(GetParam(), g_most);
 	EXPECT_EQ(ask(), 0u);
 	EXPECT_EQ(count(), listed);
 	EXPECT_TRUE(zero_from(listed));
+	call_list expected;
 	for (uint32_t i = 0; i < listed; ++i) {
 		SCOPED_TRACE(i);
 		EXPECT_EQ(u64_at(entry(i), 0), 0x10000u * (i + 1));
 		EXPECT_EQ(u32_at(entry(i), 8), i);
 		EXPECT_EQ(name_in(entry(i)), "part" + decimal(i));
-	}
-}
-
-TEST_P(ioctl_statistics_count, decides_how_often_the_kernel_is_asked)
-{
-	EXPECT_EQ(ask(), 0u);
-	call_list expected;
-	for (uint32_t i = 0; i <= std::min(GetParam(), g_most - 1); ++i)
 		expected.push_back("get_mtd_device(-, " + decimal(i) + ")");
+	}
+	if (listed < g_most)
+		expected.push_back("get_mtd_device(-, " + decimal(listed) + ")");
 	EXPECT_EQ(calls_of("get_mtd_device"), expected);
-	EXPECT_EQ(times_called("put_mtd_device"), static_cast<long>(std::min(GetParam(), g_most)));
+	EXPECT_EQ(times_called("put_mtd_device"), static_cast<long>(listed));
 }
 
-INSTANTIATE_TEST_SUITE_P(of, ioctl_statistics_count, testing::Values(1, 2, 127, 128, 129, 140),
+INSTANTIATE_TEST_SUITE_P(of, ioctl_statistics_count, testing::Values(1, 2, 127, 128, 129),
 			 [](const auto &row) { return decimal(row.param); });
 
 class ioctl_statistics_missing : public ioctl_statistics, public testing::WithParamInterface<long long> {};
@@ -224,21 +220,23 @@ mtd_spec partition(uint32_t flags)
 	return {.name = "part", .size = 0x20000, .partition_flags = flags};
 }
 
-INSTANTIATE_TEST_SUITE_P(
-	of, ioctl_statistics_entry,
-	testing::Values(described{"ram", {.name = "ram", .type = board::mtd_ram}, 0}, described{"nor", {.name = "nor", .type = board::mtd_nor}, 0},
-			described{"nand", {.name = "nand", .type = board::mtd_nand}, 0},
-			described{"mlc", {.name = "mlc", .type = board::mtd_mlc_nand}, 0}, described{"rom", {.name = "rom", .type = 2}, 0},
-			described{"small_blocks", {.name = "small", .size = 0x4000, .erase_size = 0x200}, 0},
-			described{"large_blocks", {.name = "large", .size = 0x400000, .erase_size = 0x200000}, 0},
-			described{"nearly_4_gib", {.name = "big", .size = 0xFFFF0000}, 0},
-			described{"4_gib", {.name = "giant", .size = 0x100000000}, 0},
-			described{"4_gib_and_a_block", {.name = "giant", .size = 0x100010000}, 0},
-			described{"64_gib", {.name = "giant", .size = 0x1000000000}, 0}, described{"partition_without_flags", partition(0), 0},
-			described{"writable_partition", partition(0x400), 0x400},
-			described{"partition_with_more_flags", partition(0xC00), 0xC00},
-			described{"partition_with_a_high_flag", partition(0x80000400), 0x80000400}),
-	[](const auto &row) { return row.param.label; });
+INSTANTIATE_TEST_SUITE_P(of, ioctl_statistics_entry,
+			 testing::Values(described{"ram", {.name = "ram", .type = board::mtd_ram}, 0},
+					 described{"nor", {.name = "nor", .type = board::mtd_nor}, 0},
+					 described{"nand", {.name = "nand", .type = board::mtd_nand}, 0},
+					 described{"mlc", {.name = "mlc", .type = board::mtd_mlc_nand}, 0},
+					 described{"rom", {.name = "rom", .type = 2}, 0},
+					 described{"small_blocks", {.name = "small", .size = 0x4000, .erase_size = 0x200}, 0},
+					 described{"large_blocks", {.name = "large", .size = 0x400000, .erase_size = 0x200000}, 0},
+					 described{"nearly_4_gib", {.name = "big", .size = 0xFFFF0000}, 0},
+					 described{"4_gib", {.name = "giant", .size = 0x100000000}, 0},
+					 described{"4_gib_and_a_block", {.name = "giant", .size = 0x100010000}, 0},
+					 described{"64_gib", {.name = "giant", .size = 0x1000000000}, 0},
+					 described{"partition_without_flags", partition(0), 0},
+					 described{"writable_partition", partition(0x400), 0x400},
+					 described{"partition_with_more_flags", partition(0xC00), 0xC00},
+					 described{"partition_with_a_high_flag", partition(0x80000400), 0x80000400}),
+			 [](const auto &row) { return row.param.label; });
 
 class ioctl_statistics_name : public ioctl_statistics, public testing::WithParamInterface<std::size_t> {};
 
@@ -281,7 +279,8 @@ TEST_P(ioctl_statistics_long_name, behind_good_ones_makes_the_command_fail_too)
 	EXPECT_EQ(times_called("get_mtd_device"), 2);
 }
 
-INSTANTIATE_TEST_SUITE_P(of, ioctl_statistics_long_name, testing::Values(32, 33, 40, 64), [](const auto &row) { return decimal(row.param); });
+INSTANTIATE_TEST_SUITE_P(of, ioctl_statistics_long_name, testing::Values(32, 33, 40, 64),
+			 [](const auto &row) { return decimal(row.param); });
 
 TEST_F(ioctl_statistics, of_a_nameless_device_fails)
 {
@@ -323,7 +322,8 @@ TEST_P(ioctl_statistics_last_name, that_is_long_counts_up_to_device_127)
 	EXPECT_EQ(untouched(), GetParam() < g_most);
 }
 
-INSTANTIATE_TEST_SUITE_P(as_device, ioctl_statistics_last_name, testing::Values(126, 127, 128), [](const auto &row) { return decimal(row.param); });
+INSTANTIATE_TEST_SUITE_P(as_device, ioctl_statistics_last_name, testing::Values(127, 128),
+			 [](const auto &row) { return decimal(row.param); });
 
 class ioctl_statistics_name_copy : public ioctl_statistics, public testing::WithParamInterface<long long> {};
 

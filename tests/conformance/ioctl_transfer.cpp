@@ -31,14 +31,15 @@ log_line total_write_note(uint32_t offset, uint32_t len, uint32_t avail_size = g
 
 log_line patch_failure(uint32_t offset, uint32_t len, uint32_t code)
 {
-	return own_log(serious, "mtd total write: memcpy offset " + decimal(offset) + " len " + decimal(len) + " fail " + hexadecimal(code));
+	return own_log(serious,
+		       "mtd total write: memcpy offset " + decimal(offset) + " len " + decimal(len) + " fail " + hexadecimal(code));
 }
 
 // The last message of a command whose transfer failed.
 log_line command_failure(direction way, uint32_t offset, uint32_t len, uint32_t code, const std::string &path = "/dev/mtd2")
 {
-	return own_log(ordinary, "Flash mtd " + path + " " + as_case_name(way) + " offset " + decimal(offset) + " len " + decimal(len) + " fail " +
-					 hexadecimal(code));
+	return own_log(ordinary, "Flash mtd " + path + " " + as_case_name(way) + " offset " + decimal(offset) + " len " + decimal(len) +
+					 " fail " + hexadecimal(code));
 }
 
 log_line no_info(direction way, const std::string &name, uint32_t code)
@@ -217,15 +218,13 @@ TEST_P(ioctl_transfer, shows_success_as_0)
 	expect_seen_as(io_command(number_of(way()), "listed", 0, 16, data.address()), 0, 0);
 }
 
-// Which allocation, that of the data buffer or that of the image, is told apart by the message that follows.
 TEST_P(ioctl_transfer, without_memory_for_the_data_fails_silently)
 {
 	board::fail(way() == direction::read ? "vzalloc" : "vmalloc", 0);
 	user_bytes data(16);
 	EXPECT_EQ(command("listed", 0, 16, data.address()), no_buffer);
 	EXPECT_EQ(board::log(), log_lines());
-	EXPECT_EQ(board::calls(),
-		  (call_list{"linux_copy_from_user(-, -, 48)", way() == direction::read ? "vzalloc(16)" : "vmalloc(16)"}));
+	EXPECT_EQ(board::calls(), (call_list{"linux_copy_from_user(-, -, 48)", way() == direction::read ? "vzalloc(16)" : "vmalloc(16)"}));
 	expect_unchanged(listed);
 }
 
@@ -340,9 +339,8 @@ TEST_P(ioctl_transfer_record, that_cannot_be_read_is_refused_silently)
 }
 
 INSTANTIATE_TEST_SUITE_P(to, ioctl_transfer_record,
-			 testing::Combine(testing::Values(direction::read, direction::write), unreadable_addresses), [](const auto &row) {
-				 return as_case_name(std::get<0>(row.param)) + "_" + name_of(std::get<1>(row.param));
-			 });
+			 testing::Combine(testing::Values(direction::read, direction::write), unreadable_addresses),
+			 [](const auto &row) { return as_case_name(std::get<0>(row.param)) + "_" + name_of(std::get<1>(row.param)); });
 
 class ioctl_transfer_without_table : public on_partitions, public testing::WithParamInterface<direction> {
 protected:
@@ -382,15 +380,38 @@ TEST_P(ioctl_transfer_long_name, is_not_listed)
 	EXPECT_EQ(board::calls(), call_list{"linux_copy_from_user(-, -, 48)"});
 }
 
-INSTANTIATE_TEST_SUITE_P(
-	to, ioctl_transfer_long_name,
-	testing::Combine(testing::Values(direction::read, direction::write),
-			 testing::Values(long_name{"of_32", "ABCDEFGHIJKLMNOPQRSTUVWXYZ012345", 0x20000},
-					 long_name{"of_32_going_on", "abcdefghijklmnopqrstuvwxyz012345", 0x64636261},
-					 long_name{"of_39_going_on", "0123456789abcdefghijklmnopqrstuv", 0x41414141},
-					 long_name{"of_39_as_written", "0123456789abcdefghijklmnopqrstuv", 0x7A797877},
-					 long_name{"cut_to_31", "ABCDEFGHIJKLMNOPQRSTUVWXYZ01234", 0})),
-	[](const auto &row) { return as_case_name(std::get<0>(row.param)) + "_" + std::get<1>(row.param).label; });
+INSTANTIATE_TEST_SUITE_P(to, ioctl_transfer_long_name,
+			 testing::Combine(testing::Values(direction::read, direction::write),
+					  testing::Values(long_name{"of_32", "ABCDEFGHIJKLMNOPQRSTUVWXYZ012345", 0x20000},
+							  long_name{"of_32_going_on", "abcdefghijklmnopqrstuvwxyz012345", 0x64636261},
+							  long_name{"of_39_going_on", "0123456789abcdefghijklmnopqrstuv", 0x41414141},
+							  long_name{"of_39_as_written", "0123456789abcdefghijklmnopqrstuv", 0x7A797877},
+							  long_name{"cut_to_31", "ABCDEFGHIJKLMNOPQRSTUVWXYZ01234", 0})),
+			 [](const auto &row) { return as_case_name(std::get<0>(row.param)) + "_" + std::get<1>(row.param).label; });
+
+// The XML service may count more entries than it hands out: those that are left over have an empty name.
+class ioctl_transfer_left_over_entry : public on_partitions, public testing::WithParamInterface<direction> {
+protected:
+	const char *configuration() const override { return "long_names"; }
+
+	void prepare() override
+	{
+		on_partitions::prepare();
+		board::lie_about_count(6);
+	}
+};
+
+TEST_P(ioctl_transfer_left_over_entry, is_stopped_by_the_name_check)
+{
+	user_bytes data(16);
+	EXPECT_EQ(u32_at(board::global("g_flash_mtd_info_list_num", 4), 0), 6u);
+	EXPECT_EQ(io_command(number_of(GetParam()), "", 0, 16, data.address()).code(), invalid);
+	EXPECT_EQ(board::log(), (log_lines{g_bad_name, no_info(GetParam(), "", invalid)}));
+	EXPECT_FALSE(called("linux_mutex_lock"));
+}
+
+INSTANTIATE_TEST_SUITE_P(to, ioctl_transfer_left_over_entry, testing::Values(direction::read, direction::write),
+			 [](const auto &row) { return as_case_name(row.param); });
 
 // ---------------------------------------------------------------------------------------------------------------- reading
 
@@ -402,8 +423,8 @@ TEST_F(ioctl_read, makes_its_calls_in_order)
 	EXPECT_EQ(io_command(mtd_read_command, "listed", 0x100, 0x10, data.address()).code(), 0u);
 	EXPECT_EQ(deeds(), (call_list{"linux_copy_from_user(-, -, 48)", "vzalloc(16)", "get_mtd_device_nm(\"listed\")", "put_mtd_device(-)",
 				      "snprintf_s(-, 32, 31, \"/dev/mtd%d\")", "vzalloc(272)", "linux_mutex_lock(-)",
-				      "plat_mtd_read_buf(\"/dev/mtd2\", 0, -, 272)", "mutex_unlock(-)", "memcpy_s(-, 16, -, 16)", "vfree(-)",
-				      "linux_copy_to_user(-, -, 16)", "vfree(-)"}));
+				      "plat_mtd_read_buf(\"/dev/mtd2\", 0, -, 272)", "mutex_unlock(-)", "memcpy_s(-, 16, -, 16)",
+				      "vfree(-)", "linux_copy_to_user(-, -, 16)", "vfree(-)"}));
 	EXPECT_EQ(board::log(), log_lines{total_read_trace(0x100, 0x10)});
 	EXPECT_EQ(data.content(), original(listed, 0x100, 0x10));
 }
@@ -636,7 +657,8 @@ TEST_F(ioctl_write, with_one_byte_of_the_data_uncopied_fails_silently)
 	user_bytes data(16);
 	EXPECT_EQ(io_command(mtd_write_command, "listed", 0, 16, data.address()).code(), user_unreadable);
 	EXPECT_EQ(board::log(), log_lines());
-	EXPECT_EQ(board::calls(), (call_list{"linux_copy_from_user(-, -, 48)", "vmalloc(16)", "linux_copy_from_user(-, -, 16)", "vfree(-)"}));
+	EXPECT_EQ(board::calls(),
+		  (call_list{"linux_copy_from_user(-, -, 48)", "vmalloc(16)", "linux_copy_from_user(-, -, 16)", "vfree(-)"}));
 	expect_unchanged(listed);
 }
 
@@ -696,7 +718,8 @@ TEST_P(ioctl_write_address, of_the_data_fails_silently_without_touching_the_part
 	const board::holdings before = board::held();
 	EXPECT_EQ(io_command(mtd_write_command, "listed", 0x40, 16, make_bad_address(GetParam(), 16)).code(), user_unreadable);
 	EXPECT_EQ(board::log(), log_lines());
-	EXPECT_EQ(board::calls(), (call_list{"linux_copy_from_user(-, -, 48)", "vmalloc(16)", "linux_copy_from_user(-, -, 16)", "vfree(-)"}));
+	EXPECT_EQ(board::calls(),
+		  (call_list{"linux_copy_from_user(-, -, 48)", "vmalloc(16)", "linux_copy_from_user(-, -, 16)", "vfree(-)"}));
 	expect_unchanged(listed);
 	EXPECT_EQ(board::held(), before);
 }
@@ -724,9 +747,10 @@ TEST_P(ioctl_write_beyond, the_usable_bytes_fails_in_the_copy)
 }
 
 INSTANTIATE_TEST_SUITE_P(of, ioctl_write_beyond,
-			 testing::Values(refused_range{g_avail - 1, 2, 1}, refused_range{g_avail, 1, 0}, refused_range{g_avail + 1, 0x10, 0},
-					 refused_range{0, g_avail + 1, g_avail}, refused_range{0x3FFFF, 1, 0}, refused_range{0x40000, 1, 0},
-					 refused_range{0x80000000, 0x10, 0}, refused_range{0xFFFFFFFF, 1, 0}, refused_range{0xFFFFFFF0, 0x10, 0},
+			 testing::Values(refused_range{g_avail - 1, 2, 1}, refused_range{g_avail, 1, 0},
+					 refused_range{g_avail + 1, 0x10, 0}, refused_range{0, g_avail + 1, g_avail},
+					 refused_range{0x3FFFF, 1, 0}, refused_range{0x40000, 1, 0}, refused_range{0x80000000, 0x10, 0},
+					 refused_range{0xFFFFFFFF, 1, 0}, refused_range{0xFFFFFFF0, 0x10, 0},
 					 refused_range{0xFFFFFFF0, 0x20, 0}),
 			 [](const auto &row) { return hexadecimal(row.param.len) + "_at_" + hexadecimal(row.param.offset); });
 
@@ -743,8 +767,8 @@ TEST_P(ioctl_write_range, is_on_the_flash_and_nothing_else_changed)
 }
 
 INSTANTIATE_TEST_SUITE_P(of, ioctl_write_range,
-			 testing::Values(range{0, 1}, range{0, g_avail}, range{g_avail - 1, 1}, range{g_avail - 0x1000, 0x1000}, range{0xFFFF, 2},
-					 range{0x101, 0xFFF}, range{1, g_avail - 1}),
+			 testing::Values(range{0, 1}, range{0, g_avail}, range{g_avail - 1, 1}, range{g_avail - 0x1000, 0x1000},
+					 range{0xFFFF, 2}, range{0x101, 0xFFF}, range{1, g_avail - 1}),
 			 name_of_range);
 
 // ---------------------------------------------------------------------------------------------------------------- results
@@ -782,10 +806,9 @@ TEST_P(ioctl_result_of_service, is_seen_by_a_program_that_writes)
 	board::fail("plat_mtd_update_buf", GetParam().code);
 	user_bytes data(16);
 	expect_seen_as(io_command(mtd_write_command, "listed", 0x100, 16, data.address()), GetParam().value, GetParam().errno_value);
-	EXPECT_EQ(board::log(),
-		  (log_lines{total_write_note(0x100, 16),
-			     own_log(serious, "mtd total write: write buf len 131072 fail " + hexadecimal(GetParam().code)),
-			     command_failure(direction::write, 0x100, 16, GetParam().code)}));
+	EXPECT_EQ(board::log(), (log_lines{total_write_note(0x100, 16),
+					   own_log(serious, "mtd total write: write buf len 131072 fail " + hexadecimal(GetParam().code)),
+					   command_failure(direction::write, 0x100, 16, GetParam().code)}));
 }
 
 TEST_P(ioctl_result_of_service, is_seen_by_a_program_whose_write_cannot_read_the_partition)
@@ -799,13 +822,15 @@ TEST_P(ioctl_result_of_service, is_seen_by_a_program_whose_write_cannot_read_the
 	expect_unchanged(listed);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-	of, ioctl_result_of_service,
-	testing::Values(seen_result{"one", 1, 1, 0}, seen_result{"small", 5, 5, 0}, seen_result{"largest_positive", 0x7FFFFFFF, 0x7FFFFFFF, 0},
-			seen_result{"smallest_negative", 0x80000000, -2147483648L, 0}, seen_result{"prefixed", 0x811B0001, -2128936959L, 0},
-			seen_result{"right_below_errors", 0xFFFFF000, -4096, 0}, seen_result{"last_error", 0xFFFFF001, -1, 4095},
-			seen_result{"error", 0xFFFFFFF2, -1, 14}, seen_result{"all_ones", 0xFFFFFFFF, -1, 1}),
-	[](const auto &row) { return row.param.label; });
+INSTANTIATE_TEST_SUITE_P(of, ioctl_result_of_service,
+			 testing::Values(seen_result{"one", 1, 1, 0}, seen_result{"small", 5, 5, 0},
+					 seen_result{"largest_positive", 0x7FFFFFFF, 0x7FFFFFFF, 0},
+					 seen_result{"smallest_negative", 0x80000000, -2147483648L, 0},
+					 seen_result{"prefixed", 0x811B0001, -2128936959L, 0},
+					 seen_result{"right_below_errors", 0xFFFFF000, -4096, 0},
+					 seen_result{"last_error", 0xFFFFF001, -1, 4095}, seen_result{"error", 0xFFFFFFF2, -1, 14},
+					 seen_result{"all_ones", 0xFFFFFFFF, -1, 1}),
+			 [](const auto &row) { return row.param.label; });
 
 // ---------------------------------------------------------------------------------------------------------------- sweeps
 
@@ -864,17 +889,16 @@ TEST_P(ioctl_transfer_failure, holds_nothing_when_it_stays)
 	expect_unchanged(listed);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-	in, ioctl_transfer_failure,
-	testing::Values(swept{direction::read, "linux_copy_from_user", 3}, swept{direction::read, "vzalloc", 0},
-			swept{direction::read, "get_mtd_device_nm", error_no_device}, swept{direction::read, "snprintf_s", -1},
-			swept{direction::read, "plat_mtd_read_buf", 5}, swept{direction::read, "memcpy_s", 34},
-			swept{direction::read, "linux_copy_to_user", 1}, swept{direction::write, "linux_copy_from_user", 3},
-			swept{direction::write, "vmalloc", 0}, swept{direction::write, "vzalloc", 0},
-			swept{direction::write, "get_mtd_device_nm", 0}, swept{direction::write, "snprintf_s", -1},
-			swept{direction::write, "plat_mtd_read_buf", 5}, swept{direction::write, "memcpy_s", 34},
-			swept{direction::write, "plat_mtd_update_buf", 5}),
-	[](const auto &row) { return as_case_name(row.param.way) + "_" + row.param.function; });
+INSTANTIATE_TEST_SUITE_P(in, ioctl_transfer_failure,
+			 testing::Values(swept{direction::read, "linux_copy_from_user", 3}, swept{direction::read, "vzalloc", 0},
+					 swept{direction::read, "get_mtd_device_nm", error_no_device},
+					 swept{direction::read, "snprintf_s", -1}, swept{direction::read, "plat_mtd_read_buf", 5},
+					 swept{direction::read, "memcpy_s", 34}, swept{direction::read, "linux_copy_to_user", 1},
+					 swept{direction::write, "linux_copy_from_user", 3}, swept{direction::write, "vmalloc", 0},
+					 swept{direction::write, "vzalloc", 0}, swept{direction::write, "get_mtd_device_nm", 0},
+					 swept{direction::write, "snprintf_s", -1}, swept{direction::write, "plat_mtd_read_buf", 5},
+					 swept{direction::write, "memcpy_s", 34}, swept{direction::write, "plat_mtd_update_buf", 5}),
+			 [](const auto &row) { return as_case_name(row.param.way) + "_" + row.param.function; });
 
 } // namespace
 } // namespace conformance

@@ -19,10 +19,7 @@ public:
 	{
 		std::memset(memory_, fill, size);
 	}
-	explicit user_bytes(const bytes &content) : user_bytes(content.size())
-	{
-		std::copy(content.begin(), content.end(), memory_);
-	}
+	explicit user_bytes(const bytes &content) : user_bytes(content.size()) { std::copy(content.begin(), content.end(), memory_); }
 
 	uint64_t address(std::size_t offset = 0) const { return board::user_address(memory_ + offset); }
 	std::size_t size() const { return size_; }
@@ -78,8 +75,8 @@ inline std::string name_of_address(const testing::TestParamInfo<bad_address> &ro
 	return name_of(row.param);
 }
 
-inline const auto unwritable_addresses = testing::Values(bad_address::null, bad_address::kernel, bad_address::unmapped, bad_address::read_only,
-							 bad_address::forbidden, bad_address::last);
+inline const auto unwritable_addresses = testing::Values(bad_address::null, bad_address::kernel, bad_address::unmapped,
+							 bad_address::read_only, bad_address::forbidden, bad_address::last);
 inline const auto unreadable_addresses =
 	testing::Values(bad_address::null, bad_address::kernel, bad_address::unmapped, bad_address::forbidden, bad_address::last);
 

@@ -121,7 +121,8 @@ protected:
 	{
 		bytes expected = content_.at(index);
 		std::copy(data.begin(), data.end(), expected.begin() + static_cast<std::ptrdiff_t>(offset));
-		EXPECT_TRUE(board::mtd_content(index, 0, expected.size()) == expected) << "mtd" << index << " does not hold what was written";
+		EXPECT_TRUE(board::mtd_content(index, 0, expected.size()) == expected)
+			<< "mtd" << index << " does not hold what was written";
 	}
 
 	int nor = -1, nand = -1, listed = -1;
@@ -156,8 +157,9 @@ inline uint32_t transfer(direction way, board::argument name, uint32_t offset, b
 
 // A failed call of `function` makes `operation` fail; whichever of its calls it was, nothing stays held and the next try succeeds.
 // `check` looks at the board after each try, with whether it succeeded.
-inline void sweep_failures(std::string_view function, long long result, const std::function<uint32_t()> &operation,
-			   const std::function<void(bool)> &check = [](bool) {})
+inline void sweep_failures(
+	std::string_view function, long long result, const std::function<uint32_t()> &operation,
+	const std::function<void(bool)> &check = [](bool) {})
 {
 	const board::holdings before = board::held();
 	for (unsigned nth = 1;; ++nth) {

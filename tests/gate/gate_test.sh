@@ -112,6 +112,36 @@ REPORT
 	done
 }
 
+# The style checks ask our_files for their files; here that is one planted file.
+test_style_gates() {
+	our_files() {
+		echo "$planted"
+	}
+	planted=$gate_dir/planted.cpp
+	cat >"$planted" <<'SOURCE'
+int  badly_formatted( int*p ){return p==0?*p:1;}
+int leaves_the_array()
+{
+	int room[2] = {1, 2};
+	return room[2];
+}
+SOURCE
+	printf '// %0150d \n' 0 >>"$planted"
+	finds planted.cpp tidy_findings
+	finds planted.cpp format_findings
+	finds planted.cpp files_without_licence
+	finds columns long_lines
+	finds 'white space at the end' long_lines
+	finds room cppcheck_findings "$planted"
+	planted=$gate_dir/planted.c
+	printf 'int wrong_style(int a) {\n    return a;\n}\n' >"$planted"
+	finds ERROR kernel_style_findings
+	planted=$gate_dir/planted.sh
+	# shellcheck disable=SC2016 # the text of a script
+	printf '#!/bin/sh\nrm $1/*\n' >"$planted"
+	finds SC2086 shell_findings "$planted"
+}
+
 gate_test() (
 	gate_dir=$build_dir/gate
 	rm -rf "$gate_dir"
@@ -119,5 +149,6 @@ gate_test() (
 	test_object_gates
 	test_console_gate
 	test_report_sums
+	test_style_gates
 	[ "$gate_failures" -eq 0 ]
 )

@@ -53,8 +53,9 @@ void reset()
 	if (loaded())
 		unload();
 	guest::lab(LAB_FAULT_CLEAR, nullptr, "clear faults");
+	guest::lab(LAB_LOG_REMOVE, nullptr, "remove the log");
+	guest::lab(LAB_HELD_GIVE_BACK, nullptr, "give back what is held");
 	guest::lab(LAB_MTD_REMOVE_ALL, nullptr, "remove all MTD devices");
-	guest::lab(LAB_HELD_CLEAR, nullptr, "clear holdings");
 	guest::release_user_memory();
 	g_configuration = "plain";
 	forget();
@@ -101,7 +102,7 @@ std::optional<load_end> load_report()
 	const lab_load_end end = last_load_end();
 	if (!end.seen)
 		return std::nullopt;
-	load_end report = {end.name, end.result, std::nullopt};
+	load_end report = {end.name, end.result, std::nullopt, end.start_ms};
 	if (end.has_failure)
 		report.failure = end.failure;
 	return report;

@@ -161,7 +161,7 @@ TEST_F(lab_mtd, more_than_128_devices)
 
 class lab_observer : public on_board {};
 
-TEST_F(lab_observer, every_function_is_probed_while_the_module_is_loaded)
+TEST_F(lab_observer, every_function_is_found_when_the_module_is_loaded)
 {
 	ASSERT_EQ(board::load(), 0u);
 	const lab_status status = guest::status();
@@ -264,10 +264,49 @@ TEST_F(lab_observer, a_release_that_is_suppressed_is_a_leak)
 	EXPECT_EQ(board::call("drv_flash_get_mtd_size", {"nand", &size}), 0u);
 	EXPECT_EQ(board::held().mtd_references, 1);
 	EXPECT_EQ(board::mtd_use_count(index), 1);
-	__s32 number = index;
-	guest::lab(LAB_MTD_PUT, &number, "put the reference back");
+	EXPECT_NE(guest::try_lab(LAB_HELD_GIVE_BACK, nullptr), 0) << "given back under the eyes of the module";
+	board::unload();
+	EXPECT_EQ(board::held().mtd_references, 1);
+	EXPECT_EQ(guest::try_lab(LAB_HELD_GIVE_BACK, nullptr), 0);
+	EXPECT_EQ(board::held().mtd_references, 0);
 	EXPECT_EQ(board::mtd_use_count(index), 0);
-	expect_leak({.mtd_references = 1}); // as far as the module's own calls tell
+}
+
+TEST_F(lab_observer, an_entry_list_is_lied_about_once)
+{
+	board::lie_about_count(0);
+	ASSERT_EQ(board::load(), 0u);
+	EXPECT_EQ(board::faults_hit(), 1u);
+	board::unload();
+	board::lie_with_null_list(2);
+	board::load();
+	EXPECT_EQ(board::faults_hit(), 2u);
+}
+
+TEST_F(lab_observer, a_text_is_seen_whole_and_a_missing_one_as_null)
+{
+	ASSERT_EQ(board::load(), 0u);
+	board::forget();
+	bytes size(8);
+	board::call("drv_flash_get_mtd_size", {"no such partition", &size});
+	EXPECT_TRUE(std::ranges::count(board::calls(), "get_mtd_device_nm(\"no such partition\")"));
+	EXPECT_EQ(board::held(), board::holdings{.heap = board::held().heap});
+}
+
+TEST_F(lab_observer, a_global_is_read_as_it_stands)
+{
+	ASSERT_EQ(board::load(), 0u);
+	EXPECT_EQ(board::global("g_flash_mng_patch", 40), bytes(40));
+	EXPECT_NE(board::global("misc_dev", 16), bytes(16));
+}
+
+TEST_F(lab_observer, memory_of_a_call_has_its_exact_size_and_comes_back)
+{
+	ASSERT_EQ(board::load(), 0u);
+	board::add_mtd({.name = "nand", .size = 0x80000});
+	bytes size(8, 0xEE);
+	EXPECT_EQ(board::call("drv_flash_get_mtd_size", {"nand", &size}), 0u);
+	EXPECT_EQ(size, (bytes{0, 0, 8, 0, 0, 0, 0, 0}));
 }
 
 } // namespace

@@ -112,5 +112,5 @@ void log_module_init_end(const char *name, u64 start_ms, u32 result, const char 
 	if (seen(call::log_module_init_end, {name, start_ms, result, failure}))
 		return;
 	state_guard guard;
-	g_load_end = board::load_end{name, result, failure ? std::optional<std::string>(failure) : std::nullopt};
+	g_load_end = board::load_end{name, result, failure ? std::optional<std::string>(failure) : std::nullopt, start_ms};
 }

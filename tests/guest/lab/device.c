@@ -25,8 +25,6 @@ static long lab_ioctl(struct file *file, unsigned int command, unsigned long arg
 		return lab_mtd_add(record);
 	case LAB_MTD_REMOVE:
 		return lab_mtd_remove(record);
-	case LAB_MTD_PUT:
-		return lab_mtd_put(record);
 	case LAB_MTD_REMOVE_ALL:
 		return lab_mtd_remove_all();
 	case LAB_MTD_PEEK:
@@ -51,12 +49,14 @@ static long lab_ioctl(struct file *file, unsigned int command, unsigned long arg
 		return no_result(lab_trace_clear);
 	case LAB_HELD:
 		return lab_held(record);
-	case LAB_HELD_CLEAR:
-		return no_result(lab_holdings_clear);
+	case LAB_HELD_GIVE_BACK:
+		return lab_held_give_back();
 	case LAB_LOAD_END:
 		return lab_trace_load_end_read(record);
 	case LAB_LOAD_END_CLEAR:
 		return no_result(lab_trace_load_end_clear);
+	case LAB_LOG_REMOVE:
+		return no_result(lab_log_remove);
 	case LAB_STATUS:
 		return lab_status(record);
 	}

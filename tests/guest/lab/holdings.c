@@ -2,8 +2,13 @@
 /*
  * What flash_mng holds: a table of (kind, address). An address may stand in it several times, as a device referenced twice does.
  */
+#include <linux/fs.h>
+#include <linux/module.h>
+#include <linux/mtd/mtd.h>
+#include <linux/slab.h>
 #include <linux/spinlock.h>
 #include <linux/uaccess.h>
+#include <linux/vmalloc.h>
 
 #include "lab.h"
 
@@ -52,15 +57,58 @@ void lab_release(enum lab_holding kind, unsigned long address)
 	raw_spin_unlock_irqrestore(&lock, flags);
 }
 
-void lab_holdings_clear(void)
+static bool take_last(struct holding *last)
 {
 	unsigned long flags;
+	bool taken;
 
 	raw_spin_lock_irqsave(&lock, flags);
-	filled = 0;
-	untracked = 0;
-	memset(count, 0, sizeof(count));
+	taken = filled;
+	if (taken) {
+		*last = table[--filled];
+		count[last->kind]--;
+	}
 	raw_spin_unlock_irqrestore(&lock, flags);
+	return taken;
+}
+
+static void give_back(const struct holding *held)
+{
+	void *address = (void *)held->address;
+
+	switch (held->kind) {
+	case LAB_HEAP:
+		kfree(address);
+		break;
+	case LAB_VIRTUAL:
+		vfree(address);
+		break;
+	case LAB_MTD_REFERENCE:
+		put_mtd_device(address);
+		break;
+	case LAB_OPEN_FILE:
+		filp_close(address, NULL);
+		break;
+	case LAB_LOCK: /* stood in memory that is gone */
+	case LAB_HOLDINGS:
+		break;
+	}
+}
+
+/* The memory that flash_mng keeps on purpose on some paths would otherwise look like a leak, and a kept device could not be removed. */
+long lab_held_give_back(void)
+{
+	struct module *module = lab_hold_flash_mng();
+	struct holding held;
+
+	if (module) {
+		module_put(module);
+		return -EBUSY;
+	}
+	while (take_last(&held))
+		give_back(&held);
+	untracked = 0;
+	return 0;
 }
 
 long lab_held(struct lab_held __user *argument)

@@ -32,7 +32,6 @@ unsigned long lab_module_symbol(const struct module *module, const char *name);
 int lab_mtd_init(void);
 long lab_mtd_add(struct lab_mtd_add __user *argument);
 long lab_mtd_remove(s32 __user *argument);
-long lab_mtd_put(s32 __user *argument);
 long lab_mtd_remove_all(void);
 long lab_mtd_bytes(unsigned int command, struct lab_mtd_bytes __user *argument);
 long lab_mtd_state(struct lab_mtd_state __user *argument);
@@ -58,6 +57,8 @@ long lab_global(struct lab_global __user *argument);
 /* observer.c: stands between flash_mng and the functions that it calls. */
 int lab_observer_init(void);
 void lab_observer_exit(void);
+/* lab_log_remove() - deregister flash_mng's log in its place. */
+void lab_log_remove(void);
 /* lab_hold_flash_mng() - flash_mng, referenced, or NULL when it is not loaded; released with module_put(). */
 struct module *lab_hold_flash_mng(void);
 long lab_status(struct lab_status __user *argument);
@@ -95,7 +96,7 @@ enum lab_holding {
 
 void lab_hold(enum lab_holding kind, unsigned long address);
 void lab_release(enum lab_holding kind, unsigned long address);
-void lab_holdings_clear(void);
+long lab_held_give_back(void);
 long lab_held(struct lab_held __user *argument);
 
 #endif

@@ -108,6 +108,7 @@ struct lab_load_end {
 	__u32 result;
 	__u32 has_failure;
 	__u32 reserved;
+	__u64 start_ms;
 	char name[LAB_TEXT_SIZE];
 	char failure[LAB_TEXT_SIZE];
 };
@@ -134,7 +135,8 @@ struct lab_status {
 #define LAB_TRACE_READ _IOWR(LAB_MAGIC, 11, struct lab_trace)
 #define LAB_TRACE_CLEAR _IO(LAB_MAGIC, 12)
 #define LAB_HELD _IOR(LAB_MAGIC, 13, struct lab_held)
-#define LAB_HELD_CLEAR _IO(LAB_MAGIC, 14)
+/* Gives back what flash_mng, now unloaded, has kept, as far as it can be given back, and forgets the rest. EBUSY while it is loaded. */
+#define LAB_HELD_GIVE_BACK _IO(LAB_MAGIC, 14)
 #define LAB_LOAD_END _IOR(LAB_MAGIC, 15, struct lab_load_end)
 #define LAB_STATUS _IOR(LAB_MAGIC, 16, struct lab_status)
 #define LAB_LOAD_END_CLEAR _IO(LAB_MAGIC, 20)
@@ -142,7 +144,7 @@ struct lab_status {
 #define LAB_MTD_ERASE _IOW(LAB_MAGIC, 17, struct lab_mtd_bytes)
 #define LAB_MTD_WRITE _IOW(LAB_MAGIC, 18, struct lab_mtd_bytes)
 #define LAB_MTD_READ _IOW(LAB_MAGIC, 19, struct lab_mtd_bytes)
-/* Puts a reference that flash_mng was made to keep. */
-#define LAB_MTD_PUT _IOW(LAB_MAGIC, 21, __s32)
+/* Removes flash_mng's log from the platform where flash_mng was kept from doing so. Call it with flash_mng unloaded. */
+#define LAB_LOG_REMOVE _IO(LAB_MAGIC, 21)
 
 #endif

@@ -353,24 +353,6 @@ long lab_mtd_remove(s32 __user *argument)
 	return error;
 }
 
-long lab_mtd_put(s32 __user *argument)
-{
-	struct lab_mtd *lab;
-	s32 index;
-	int error = -ENODEV;
-
-	if (get_user(index, argument))
-		return -EFAULT;
-	mutex_lock(&devices_lock);
-	lab = find_device(index);
-	if (lab && lab->visible->usecount) {
-		put_mtd_device(lab->visible);
-		error = 0;
-	}
-	mutex_unlock(&devices_lock);
-	return error;
-}
-
 long lab_mtd_remove_all(void)
 {
 	struct lab_mtd *lab, *next;

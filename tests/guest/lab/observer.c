@@ -16,6 +16,8 @@
 #include "frame.h"
 #include "lab.h"
 
+#define FLASH_MNG_LOG 27
+
 #define BRANCH_MASK 0x7c000000u /* of B and BL */
 #define BRANCH_CODE 0x14000000u
 #define BRANCH_OFFSET 0x03ffffffu
@@ -268,6 +270,17 @@ struct module *lab_hold_flash_mng(void)
 		module = NULL;
 	mutex_unlock(&flash_mng_lock);
 	return module;
+}
+
+void lab_log_remove(void)
+{
+	int function = lab_function_index("drv_log_deregister");
+	u32 (*deregister)(u32 module_id);
+
+	if (function < 0 || !observed[function].address)
+		return;
+	deregister = (void *)observed[function].address;
+	deregister(FLASH_MNG_LOG);
 }
 
 int lab_observer_init(void)

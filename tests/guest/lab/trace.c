@@ -135,6 +135,7 @@ void lab_trace_load_end(const u64 *arguments)
 	raw_spin_lock_irqsave(&lock, flags);
 	memset(&load_end, 0, sizeof(load_end));
 	load_end.seen = 1;
+	load_end.start_ms = arguments[1];
 	load_end.result = arguments[2];
 	load_end.has_failure = !!failure;
 	copy_foreign(load_end.name, (const char *)arguments[0]);
