@@ -215,8 +215,8 @@ void list_the_flash()
 		agrees = agrees && mtd_number(entry.name) == static_cast<int>(entry.index);
 	}
 	std::puts("");
-	expect(code == FLASH_MNG_OK && statistics.count > 0, "the statistics answer with code 0 and " + std::to_string(statistics.count) +
-								     " devices");
+	expect(code == FLASH_MNG_OK && statistics.count > 0,
+	       "the statistics answer with code 0 and " + std::to_string(statistics.count) + " devices");
 	expect(agrees, "/proc/mtd knows each of them by the same number");
 }
 
@@ -230,8 +230,8 @@ void ask_for_user_data()
 	const uint64_t size = info.size;
 
 	expect(code == FLASH_MNG_OK && info.part_num == 1 && exists == 1, "one NAND user-data partition");
-	expect(size == whole_device(mtd_number(partition)).size(), "of " + human(size) + ", which is what /dev/mtd" +
-									   std::to_string(mtd_number(partition)) + " holds");
+	expect(size == whole_device(mtd_number(partition)).size(),
+	       "of " + human(size) + ", which is what /dev/mtd" + std::to_string(mtd_number(partition)) + " holds");
 }
 
 void rewrite_some_of_it(const char *letter_path)
@@ -279,8 +279,8 @@ void be_refused()
 					       ", the bounded copy's code for \"does not fit\"");
 
 	const uint32_t unlisted = transfer(FLASH_MNG_MTD_WRITE, "boot", 0, data);
-	expect(unlisted == FLASH_MNG_NOT_LISTED, "a write to \"boot\": refused with " + hex(unlisted) +
-							 ", the board does not list this partition for programs");
+	expect(unlisted == FLASH_MNG_NOT_LISTED,
+	       "a write to \"boot\": refused with " + hex(unlisted) + ", the board does not list this partition for programs");
 	expect(whole_device(mtd_number(partition)) == before, "and not a byte of " + std::string(partition) + " has changed");
 }
 
@@ -307,7 +307,8 @@ int main(int argc, char **argv)
 
 	utsname system = {};
 	uname(&system);
-	std::printf("flash_mng on its virtual board: Linux %s, %s, %ld cores\n", system.release, system.machine, sysconf(_SC_NPROCESSORS_ONLN));
+	std::printf("flash_mng on its virtual board: Linux %s, %s, %ld cores\n", system.release, system.machine,
+		    sysconf(_SC_NPROCESSORS_ONLN));
 
 	load_the_module(module);
 	list_the_flash();

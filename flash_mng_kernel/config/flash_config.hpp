@@ -20,9 +20,9 @@ struct flash_section {
 
 struct flash_config_entry {
 	u32 inst_id;
-	u32 section_count; // never 0
-	semaphore access;  // held around each section transfer of the instance
-	list_head link;	   // in g_flash_config_list
+	u32 section_count;	 // never 0
+	semaphore access;	 // held around each section transfer of the instance
+	list_head link;		 // in g_flash_config_list
 	flash_section *sections; // owned
 };
 

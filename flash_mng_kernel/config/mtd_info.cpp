@@ -60,8 +60,8 @@ u32 read_entries(u32 inst_id, const xml_list &xml)
 		if (const u32 code = read_entry(node->entry, entry))
 			return code;
 		linux_mutex_init(&entry->lock, lock_name);
-		drv_log_record(module_log, ordinary, 0, "inst 0x%x mtd info entry%u mtd_name %s avail_size 0x%x init success", inst_id, read,
-			       entry->name(), entry->avail_size);
+		drv_log_record(module_log, ordinary, 0, "inst 0x%x mtd info entry%u mtd_name %s avail_size 0x%x init success", inst_id,
+			       read, entry->name(), entry->avail_size);
 	}
 
 	// A list shorter than its count leaves entries without a name; their locks are sound all the same.

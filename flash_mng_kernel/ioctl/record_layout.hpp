@@ -12,7 +12,7 @@
 namespace flash_mng {
 
 template <typename record, size_t size>
-inline constexpr bool is_user_record = sizeof(record) == size && std::is_trivially_copyable_v<record> && std::is_standard_layout_v<record>;
+inline constexpr bool is_user_record = sizeof(record) == size &&std::is_trivially_copyable_v<record> &&std::is_standard_layout_v<record>;
 
 static_assert(is_user_record<nand_part_info, 520>);
 static_assert(offsetof(nand_part_info, part_num) == 0);

@@ -53,7 +53,8 @@ static u32 check_request(u32 inst_id, u32 lock_type, const struct hard_lock_requ
 {
 	u32 lock_val, unlock_val;
 
-	if (!request || request->operation != HARD_LOCK_OPERATION || request->inst_id != inst_id || request->reserved0 || request->reserved1)
+	if (!request || request->operation != HARD_LOCK_OPERATION || request->inst_id != inst_id ||
+	    request->reserved0 || request->reserved1)
 		return HARD_LOCK_BAD_REQUEST;
 	if (!board_get_hard_lock(inst_id, lock_type, &lock_val, &unlock_val) && request->lock_val != lock_val)
 		return HARD_LOCK_BAD_VALUE;

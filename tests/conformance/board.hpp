@@ -39,13 +39,13 @@ void configure(std::string_view name);
 inline constexpr uint32_t mtd_ram = 1, mtd_nor = 3, mtd_nand = 4, mtd_mlc_nand = 8; // MTD type codes
 
 struct mtd_spec {
-	std::string name;			 // any length
-	uint64_t size = 0x40000;		 // bytes; multiple of erase_size; 4 GiB and more allowed (backed sparsely)
+	std::string name;	 // any length
+	uint64_t size = 0x40000; // bytes; multiple of erase_size; 4 GiB and more allowed (backed sparsely)
 	uint32_t type = mtd_nand;
 	uint32_t erase_size = 0x10000;
-	bool nameless = false;			 // a device without a name at all
+	bool nameless = false;					// a device without a name at all
 	std::optional<uint32_t> partition_flags = std::nullopt; // set: made as a partition of a hidden parent and created with these flags
-	std::optional<int> index = std::nullopt; // wanted MTD number; default: the lowest that is free
+	std::optional<int> index = std::nullopt;		// wanted MTD number; default: the lowest that is free
 };
 
 // Adds a device and returns its MTD number. A new device reads as 0xFF everywhere. The suite starts with no MTD device at all.
@@ -75,6 +75,15 @@ void lie_about_count(uint32_t reported, unsigned nth = 1);
 void lie_with_null_list(unsigned nth = 1);
 // How many of the armed faults have been hit since the last reset().
 unsigned faults_hit();
+
+// While it lives, reports of a real kernel's console that contain the text are expected; any other report fails the run.
+class expected_report {
+public:
+	explicit expected_report(std::string_view text);
+	expected_report(const expected_report &) = delete;
+	expected_report &operator=(const expected_report &) = delete;
+	~expected_report();
+};
 
 // ---------------------------------------------------------------------------------------------------------------- what was seen
 
@@ -153,8 +162,8 @@ bytes memory(uint64_t address, std::size_t size);
 
 // ---------------------------------------------------------------------------------------------------------------- user space
 
-// What the ioctl system call gave to the program. The low 32 bits of `value` are the module's code. In 5.10 an ioctl's result passes through an
-// int: the program sees the low 32 bits sign-extended, -1 becomes errno EPERM, and values from -4095 to -1 become errno.
+// What the ioctl system call gave to the program. The low 32 bits of `value` are the module's code. In 5.10 an ioctl's result passes through
+// an int: the program sees the low 32 bits sign-extended, -1 becomes errno EPERM, and values from -4095 to -1 become errno.
 struct ioctl_result {
 	long value; // as returned by ioctl(2); -1 when errno_value is set
 	int errno_value;

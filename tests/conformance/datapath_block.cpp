@@ -6,7 +6,7 @@
 namespace conformance {
 namespace {
 
-class datapath_block : public on_partitions {};
+class datapath_block : public on_nor {};
 
 // ---------------------------------------------------------------------------------------------------------------- order of calls
 
@@ -74,7 +74,7 @@ struct range {
 	uint32_t offset, len;
 };
 
-class datapath_block_range : public on_partitions, public testing::WithParamInterface<range> {};
+class datapath_block_range : public on_three_partitions, public testing::WithParamInterface<range> {};
 
 TEST_P(datapath_block_range, is_read)
 {
@@ -134,7 +134,7 @@ TEST_F(datapath_block, two_transfers_start_at_their_own_offsets)
 
 // ---------------------------------------------------------------------------------------------------------------- opening
 
-class datapath_block_open : public on_partitions, public testing::WithParamInterface<long long> {};
+class datapath_block_open : public on_nor, public testing::WithParamInterface<long long> {};
 
 TEST_P(datapath_block_open, failure_ends_a_read)
 {
@@ -420,7 +420,7 @@ struct swept {
 	long long result;
 };
 
-class datapath_block_read_failure : public on_partitions, public testing::WithParamInterface<swept> {};
+class datapath_block_read_failure : public on_nor, public testing::WithParamInterface<swept> {};
 
 TEST_P(datapath_block_read_failure, holds_nothing_and_the_next_read_succeeds)
 {
@@ -450,7 +450,7 @@ INSTANTIATE_TEST_SUITE_P(in, datapath_block_read_failure,
 					 swept{"filp_open", error_io}, swept{"vfs_llseek", error_io}, swept{"kernel_read", error_io}),
 			 [](const auto &row) { return row.param.function; });
 
-class datapath_block_write_failure : public on_partitions, public testing::WithParamInterface<swept> {};
+class datapath_block_write_failure : public on_nor, public testing::WithParamInterface<swept> {};
 
 TEST_P(datapath_block_write_failure, changes_nothing_and_the_next_write_succeeds)
 {

@@ -75,7 +75,7 @@ call_list names_from_last(std::string_view name)
 
 // ---------------------------------------------------------------------------------------------------------------- the normal road
 
-class datapath_normal : public on_partitions {};
+class datapath_normal : public on_nand {};
 
 TEST_F(datapath_normal, read_asks_the_service_for_the_very_range)
 {
@@ -159,7 +159,7 @@ TEST_F(datapath_normal, unchanged_content_is_not_erased_on_a_read)
 	EXPECT_EQ(board::mtd_count(nand).writes, before.writes);
 }
 
-class datapath_normal_status : public on_partitions, public testing::WithParamInterface<uint32_t> {};
+class datapath_normal_status : public on_nand, public testing::WithParamInterface<uint32_t> {};
 
 TEST_P(datapath_normal_status, of_a_read_comes_back_unchanged)
 {
@@ -180,7 +180,7 @@ TEST_P(datapath_normal_status, of_a_write_comes_back_unchanged)
 
 INSTANTIATE_TEST_SUITE_P(of, datapath_normal_status, g_statuses, name_of_status);
 
-class datapath_normal_range : public on_partitions, public testing::WithParamInterface<range> {};
+class datapath_normal_range : public on_three_partitions, public testing::WithParamInterface<range> {};
 
 TEST_P(datapath_normal_range, is_read)
 {
@@ -208,7 +208,7 @@ INSTANTIATE_TEST_SUITE_P(of, datapath_normal_range,
 
 // ---------------------------------------------------------------------------------------------------------------- the total road: reads
 
-class datapath_total_read : public on_partitions {};
+class datapath_total_read : public on_listed {};
 
 TEST_F(datapath_total_read, fetches_everything_up_to_the_end_of_the_range)
 {
@@ -284,6 +284,7 @@ TEST_F(datapath_total_read, without_memory_fails_without_a_message_and_without_t
 
 TEST_F(datapath_total_read, of_no_bytes_at_the_start_has_no_image)
 {
+	const board::expected_report report("vmalloc: allocation failure");
 	EXPECT_EQ(board::call("drv_nand_flash_mtd_read", {"listed", "/dev/mtd2", 0, nullptr, 0}), no_buffer);
 	EXPECT_EQ(board::log(), log_lines{total_read_trace("/dev/mtd2", 0, 0)});
 	EXPECT_EQ(deeds(), call_list{"vzalloc(0)"});
@@ -291,6 +292,7 @@ TEST_F(datapath_total_read, of_no_bytes_at_the_start_has_no_image)
 
 TEST_F(datapath_total_read, of_4_gib_less_a_byte_asks_for_that_much)
 {
+	const board::expected_report report("vmalloc: allocation failure");
 	EXPECT_EQ(board::call("drv_nand_flash_mtd_read", {"listed", "/dev/mtd2", 0xFFFFFFFE, nullptr, 1}), no_buffer);
 	EXPECT_EQ(deeds(), call_list{"vzalloc(4294967295)"});
 }
@@ -314,7 +316,7 @@ TEST_F(datapath_total_read, beyond_the_device_gives_the_status_of_the_service)
 	EXPECT_EQ(buf, bytes(16, 0xEE));
 }
 
-class datapath_total_read_wrap : public on_partitions, public testing::WithParamInterface<range> {};
+class datapath_total_read_wrap : public on_listed, public testing::WithParamInterface<range> {};
 
 TEST_P(datapath_total_read_wrap, has_no_image)
 {
@@ -332,7 +334,7 @@ INSTANTIATE_TEST_SUITE_P(of, datapath_total_read_wrap,
 					 range{1, 0xFFFFFFFF}, range{0x80000000, 0x80000000}, range{0xFFFFFFFF, 0xFFFFFFFF}),
 			 name_of_range<range>);
 
-class datapath_total_read_range : public on_partitions, public testing::WithParamInterface<range> {};
+class datapath_total_read_range : public on_listed, public testing::WithParamInterface<range> {};
 
 TEST_P(datapath_total_read_range, is_read_and_nothing_else)
 {
@@ -351,7 +353,7 @@ INSTANTIATE_TEST_SUITE_P(of, datapath_total_read_range,
 					 range{0xFFF, 0x1002}, range{0x3FF00, 0x100}),
 			 name_of_range<range>);
 
-class datapath_total_read_status : public on_partitions, public testing::WithParamInterface<uint32_t> {};
+class datapath_total_read_status : public on_listed, public testing::WithParamInterface<uint32_t> {};
 
 TEST_P(datapath_total_read_status, of_the_service_comes_back_after_unlock_free_and_message)
 {
@@ -380,7 +382,7 @@ INSTANTIATE_TEST_SUITE_P(of, datapath_total_read_status, g_statuses, name_of_sta
 
 constexpr uint32_t g_avail = 0x20000;
 
-class datapath_total_write : public on_partitions {};
+class datapath_total_write : public on_listed {};
 
 TEST_F(datapath_total_write, reads_patches_and_writes_back_the_usable_bytes)
 {
@@ -455,6 +457,7 @@ TEST_F(datapath_total_write, without_memory_fails_without_a_further_message_and_
 
 TEST_F(datapath_total_write, of_more_usable_bytes_than_memory_fails_without_a_further_message)
 {
+	const board::expected_report report("vmalloc: allocation failure");
 	add({.name = "too_large", .size = 0x10000});
 	EXPECT_EQ(mtd_write("too_large", 0, pattern(16), 16), no_buffer);
 	EXPECT_EQ(board::log(), log_lines{total_write_note("/dev/mtd3", 0, 16, 0xFFFFFFF0)});
@@ -494,7 +497,7 @@ TEST_F(datapath_total_write, leaves_the_bytes_beyond_the_usable_ones_alone_even_
 	EXPECT_EQ(board::mtd_content(listed, g_avail - 16, 16), pattern(16));
 }
 
-class datapath_total_write_range : public on_partitions, public testing::WithParamInterface<range> {};
+class datapath_total_write_range : public on_three_partitions, public testing::WithParamInterface<range> {};
 
 TEST_P(datapath_total_write_range, within_the_usable_bytes_is_written_and_nothing_else)
 {
@@ -517,7 +520,7 @@ struct refused_range {
 	uint32_t limit; // of the copy that refuses it
 };
 
-class datapath_total_write_beyond : public on_partitions, public testing::WithParamInterface<refused_range> {};
+class datapath_total_write_beyond : public on_listed, public testing::WithParamInterface<refused_range> {};
 
 TEST_P(datapath_total_write_beyond, the_usable_bytes_fails_in_the_copy)
 {
@@ -541,7 +544,7 @@ INSTANTIATE_TEST_SUITE_P(of, datapath_total_write_beyond,
 			 name_of_range<refused_range>);
 
 // Only a direct call can ask for these.
-class datapath_total_write_far_beyond : public on_partitions, public testing::WithParamInterface<refused_range> {};
+class datapath_total_write_far_beyond : public on_listed, public testing::WithParamInterface<refused_range> {};
 
 TEST_P(datapath_total_write_far_beyond, the_usable_bytes_fails_in_the_copy)
 {
@@ -561,7 +564,7 @@ INSTANTIATE_TEST_SUITE_P(of, datapath_total_write_far_beyond,
 					 refused_range{0, 0xFFFFFFFF, g_avail}, refused_range{g_avail, 0xFFFFFFFF, 0}),
 			 name_of_range<refused_range>);
 
-class datapath_total_write_status : public on_partitions, public testing::WithParamInterface<uint32_t> {};
+class datapath_total_write_status : public on_listed, public testing::WithParamInterface<uint32_t> {};
 
 TEST_P(datapath_total_write_status, of_the_read_comes_back_after_unlock_free_and_message)
 {
@@ -597,8 +600,9 @@ INSTANTIATE_TEST_SUITE_P(of, datapath_total_write_status, g_statuses, name_of_st
 
 // ---------------------------------------------------------------------------------------------------------------- usable bytes that change
 
-// The first entry of the table is that of "listed". Its usable size, 32 bytes into the entry, is replaced by letting a read deliver it there.
-class datapath_usable_size : public on_partitions {
+// The first entry of the table is that of "listed". Its usable size, 32 bytes into the entry, is replaced by letting a read deliver it
+// there.
+class datapath_usable_size : public on_listed {
 protected:
 	void set_usable_size(uint32_t size)
 	{
@@ -652,7 +656,7 @@ TEST_F(datapath_usable_size, that_grew_lets_a_write_reach_further)
 
 // ---------------------------------------------------------------------------------------------------------------- other tables
 
-class datapath_without_table : public on_partitions {
+class datapath_without_table : public on_listed {
 protected:
 	const char *configuration() const override { return "no_lists"; }
 };
@@ -667,7 +671,7 @@ TEST_F(datapath_without_table, every_nand_partition_takes_the_normal_road)
 	expect_changed(listed, 0x90, pattern(16));
 }
 
-class datapath_table_of_long_names : public on_partitions {
+class datapath_table_of_long_names : public on_listed {
 protected:
 	const char *configuration() const override { return "long_names"; }
 };
@@ -700,7 +704,7 @@ std::string name_of_sweep(const testing::TestParamInfo<swept> &row)
 	return row.param.name + std::string("_") + row.param.function;
 }
 
-class datapath_nand_read_failure : public on_partitions, public testing::WithParamInterface<swept> {
+class datapath_nand_read_failure : public on_three_partitions, public testing::WithParamInterface<swept> {
 protected:
 	int index() const { return GetParam().name == std::string("nand") ? nand : listed; }
 };
@@ -736,7 +740,7 @@ INSTANTIATE_TEST_SUITE_P(in, datapath_nand_read_failure,
 					 swept{"listed", "plat_mtd_read_buf", 5}, swept{"listed", "memcpy_s", 34}),
 			 name_of_sweep);
 
-class datapath_nand_write_failure : public on_partitions, public testing::WithParamInterface<swept> {
+class datapath_nand_write_failure : public on_three_partitions, public testing::WithParamInterface<swept> {
 protected:
 	int index() const { return GetParam().name == std::string("nand") ? nand : listed; }
 };

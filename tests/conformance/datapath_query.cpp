@@ -54,7 +54,7 @@ uint32_t get_info(board::argument name, bytes *info)
 	return board::call("drv_mtd_get_info", {std::move(name), info});
 }
 
-class datapath_info : public on_partitions {};
+class datapath_info : public on_three_partitions {};
 
 TEST_F(datapath_info, looks_the_partition_up_and_releases_it)
 {
@@ -174,7 +174,7 @@ TEST_P(datapath_bad_name, has_no_size)
 
 INSTANTIATE_TEST_SUITE_P(that_is, datapath_bad_name, g_bad_names, label_of);
 
-class datapath_absent_name : public on_partitions, public testing::WithParamInterface<named_text> {};
+class datapath_absent_name : public on_nand, public testing::WithParamInterface<named_text> {};
 
 TEST_P(datapath_absent_name, has_no_info)
 {
@@ -242,7 +242,7 @@ INSTANTIATE_TEST_SUITE_P(of, datapath_type_code, testing::Values(1, 2, 3, 4, 6, 
 
 // ---------------------------------------------------------------------------------------------------------------- sizes
 
-class datapath_size : public on_partitions {};
+class datapath_size : public on_three_partitions {};
 
 TEST_F(datapath_size, is_stored_after_one_look_at_the_device)
 {

@@ -34,7 +34,7 @@ call_list calls_of_lookup(direction way, const std::string &name)
 	return calls;
 }
 
-class datapath_request : public on_partitions, public testing::WithParamInterface<direction> {
+class datapath_request : public on_three_partitions, public testing::WithParamInterface<direction> {
 protected:
 	direction way() const { return GetParam(); }
 
@@ -135,7 +135,7 @@ struct range {
 	uint32_t len;
 };
 
-class datapath_range : public on_partitions, public testing::WithParamInterface<std::tuple<direction, range>> {
+class datapath_range : public on_nor, public testing::WithParamInterface<std::tuple<direction, range>> {
 protected:
 	direction way() const { return std::get<0>(GetParam()); }
 
@@ -167,6 +167,7 @@ TEST_P(datapath_range_overflow, is_refused)
 
 TEST_P(datapath_range_overflow, is_refused_on_a_listed_partition)
 {
+	add_listed();
 	expect_refused("listed", range_overflow, g_overflow);
 }
 
@@ -270,7 +271,7 @@ struct clearing {
 	uint32_t printed;
 };
 
-class datapath_clearing : public on_partitions, public testing::WithParamInterface<clearing> {};
+class datapath_clearing : public on_nor, public testing::WithParamInterface<clearing> {};
 
 TEST_P(datapath_clearing, that_fails_ends_a_read)
 {
@@ -289,7 +290,7 @@ INSTANTIATE_TEST_SUITE_P(of, datapath_clearing,
 					 clearing{"the_path_negative", 0, -22, 0xFFFFFFEA}, clearing{"overlapping_bits", 6, 3, 7}),
 			 [](const auto &row) { return row.param.label; });
 
-class datapath_clearing_order : public on_partitions {};
+class datapath_clearing_order : public on_nor {};
 
 TEST_F(datapath_clearing_order, comes_before_the_name_check)
 {
@@ -358,7 +359,7 @@ struct path_case {
 	const char *message;
 };
 
-class datapath_path : public on_partitions, public testing::WithParamInterface<path_case> {
+class datapath_path : public on_three_partitions, public testing::WithParamInterface<path_case> {
 protected:
 	int index() const { return GetParam().name == std::string("nor") ? nor : nand; }
 };

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int g_rounds = 40;
 
-class ioctl_concurrency : public on_partitions {
+class ioctl_concurrency : public on_three_partitions {
 protected:
 	// Runs the jobs side by side; each gives the number of results that it did not expect.
 	static void run(const std::vector<std::function<int()>> &jobs)

@@ -78,24 +78,27 @@ inline uint64_t u64_at(const bytes &record, std::size_t offset)
 inline constexpr const char *name_of_31 = "abcdefghijklmnopqrstuvwxyz01234";
 inline constexpr const char *name_of_32 = "abcdefghijklmnopqrstuvwxyz012345";
 
-// A loaded module on the board "transfers", with devices whose content is known.
+// A loaded module on the board "transfers"; a case adds the devices that it needs, whose content is known.
 class on_partitions : public on_loaded_module {
 protected:
 	static constexpr uint32_t nor_size = 0x20000, nand_size = 0x40000;
+	// Numbers of the devices that the fixtures below add.
+	static constexpr int nor = 0, nand = 1, listed = 2;
 
 	virtual const char *configuration() const { return "transfers"; }
 
-	void prepare() override
-	{
-		board::configure(configuration());
-		nor = add({.name = "nor", .size = nor_size, .type = board::mtd_nor});
-		nand = add({.name = "nand", .size = nand_size, .type = board::mtd_nand});
-		listed = add({.name = "listed", .size = nand_size, .type = board::mtd_nand});
-	}
+	void prepare() override { board::configure(configuration()); }
 
-	// Adds a device; its first bytes, all of them on a small one, follow a pattern of its own.
-	int add(const mtd_spec &spec)
+	void add_nor() { add({.name = "nor", .size = nor_size, .type = board::mtd_nor, .index = nor}); }
+	void add_nand() { add({.name = "nand", .size = nand_size, .type = board::mtd_nand, .index = nand}); }
+	void add_listed() { add({.name = "listed", .size = nand_size, .type = board::mtd_nand, .index = listed}); }
+
+	// Adds a device, from number 3 on if it does not ask for one; its first bytes, all of them on a small one, follow a pattern of its
+	// own.
+	int add(mtd_spec spec)
 	{
+		if (!spec.index)
+			spec.index = next_++;
 		const int index = board::add_mtd(spec);
 		const auto known = static_cast<std::size_t>(std::min<uint64_t>(spec.size, most_known));
 		content_[index] = pattern(known, static_cast<uint32_t>(index) + 11);
@@ -125,11 +128,52 @@ protected:
 			<< "mtd" << index << " does not hold what was written";
 	}
 
-	int nor = -1, nand = -1, listed = -1;
-
 private:
 	static constexpr uint64_t most_known = 0x80000;
+	int next_ = 3;
 	std::map<int, bytes> content_;
+};
+
+// With a partition that is not NAND.
+class on_nor : public on_partitions {
+protected:
+	void prepare() override
+	{
+		on_partitions::prepare();
+		add_nor();
+	}
+};
+
+// With a NAND partition that the board does not list.
+class on_nand : public on_partitions {
+protected:
+	void prepare() override
+	{
+		on_partitions::prepare();
+		add_nand();
+	}
+};
+
+// With a NAND partition that the board lists.
+class on_listed : public on_partitions {
+protected:
+	void prepare() override
+	{
+		on_partitions::prepare();
+		add_listed();
+	}
+};
+
+// With all three.
+class on_three_partitions : public on_partitions {
+protected:
+	void prepare() override
+	{
+		on_partitions::prepare();
+		add_nor();
+		add_nand();
+		add_listed();
+	}
 };
 
 inline uint32_t mtd_read(board::argument name, uint32_t offset, bytes *buf, uint32_t len)

@@ -25,7 +25,7 @@ std::string g_configuration = "plain";
 int remove_patiently(const char *name)
 {
 	int error = 0;
-	for (int attempt = 0; attempt < 100; ++attempt) {
+	for (int attempt = 0; attempt < 300; ++attempt) {
 		error = guest::remove_module(name);
 		if (error != EBUSY && error != EWOULDBLOCK)
 			return error;
@@ -73,7 +73,8 @@ uint32_t load()
 	const int error = guest::insert_module(guest::module_file("flash_mng"));
 	const lab_load_end end = last_load_end();
 	if (!end.seen)
-		throw std::runtime_error("flash_mng did not report the end of its load; loading it gave: " + std::string(std::strerror(error)));
+		throw std::runtime_error("flash_mng did not report the end of its load; loading it gave: " +
+					 std::string(std::strerror(error)));
 	return end.result;
 }
 

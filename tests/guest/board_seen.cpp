@@ -162,4 +162,15 @@ unsigned faults_hit()
 	return guest::status().faults_hit;
 }
 
+// scripts/console_reports.awk reads these lines.
+expected_report::expected_report(std::string_view text)
+{
+	guest::write_file("/dev/kmsg", "flash_mng_test: allow " + std::string(text) + "\n");
+}
+
+expected_report::~expected_report()
+{
+	guest::write_file("/dev/kmsg", "flash_mng_test: end\n");
+}
+
 } // namespace board

@@ -5,8 +5,8 @@
  *	compat32 COMMAND SIZE [NAME OFFSET LENGTH]
  *
  * COMMAND is the command's number. Without NAME its argument is a record of SIZE bytes, filled with 0xEE. With NAME its argument is the
- * record of a transfer of LENGTH bytes, whose data are byte i = i * 7, and SIZE is not looked at. One line goes to the standard output: the code, a space, and the record's or the
- * data's bytes in hexadecimal.
+ * record of a transfer of LENGTH bytes, whose data are byte i = i * 7, and SIZE is not looked at. One line goes to the standard output: the
+ * code, a space, and the record's or the data's bytes in hexadecimal.
  */
 #include <errno.h>
 #include <fcntl.h>

@@ -115,8 +115,7 @@ uint32_t transfer(uint32_t command, uint32_t offset, void *data, uint32_t length
 }
 
 // Waits, for some seconds at most, until something has happened.
-template <typename condition>
-bool comes_true(condition happened)
+template <typename condition> bool comes_true(condition happened)
 {
 	for (int attempt = 0; attempt < 1000; ++attempt) {
 		if (happened())
@@ -228,7 +227,8 @@ TEST_F(board_callers_of_32_bits, get_the_same_answers)
 		std::size_t size;
 	} rows[] = {{get_nand_part_info, 520}, {get_part_num, 4}, {get_nand_is_exist, 4}, {get_mtd_statistics, 7172}, {0x12345678, 4}};
 	for (const auto &row : rows)
-		EXPECT_EQ(answer_to_32_bits({std::to_string(row.command), std::to_string(row.size)}), answer_to_64_bits(row.command, row.size))
+		EXPECT_EQ(answer_to_32_bits({std::to_string(row.command), std::to_string(row.size)}),
+			  answer_to_64_bits(row.command, row.size))
 			<< "command " << row.command;
 }
 

@@ -45,10 +45,7 @@ template <auto function> struct caller;
 template <typename result, typename... parameters, result (*function)(parameters...)> struct caller<function> {
 	static constexpr std::size_t count = sizeof...(parameters);
 
-	static std::uint64_t call(arguments values)
-	{
-		return call(values, std::index_sequence_for<parameters...>());
-	}
+	static std::uint64_t call(arguments values) { return call(values, std::index_sequence_for<parameters...>()); }
 
 private:
 	template <std::size_t... i> static std::uint64_t call([[maybe_unused]] arguments values, std::index_sequence<i...>)
@@ -68,7 +65,11 @@ struct named_function {
 	std::uint64_t (*call)(arguments);
 };
 
-#define FUNCTION(name) named_function{#name, caller<name>::count, caller<name>::call}
+#define FUNCTION(name)                                                                                                                     \
+	named_function                                                                                                                     \
+	{                                                                                                                                  \
+#name, caller < name> ::count, caller < name> ::call                                                                       \
+	}
 
 constexpr std::array g_functions = {
 	// exported
@@ -116,14 +117,15 @@ struct named_global {
 	std::size_t size;
 };
 
-#define GLOBAL(name) named_global{#name, &name, sizeof(name)}
+#define GLOBAL(name)                                                                                                                       \
+	named_global                                                                                                                       \
+	{                                                                                                                                  \
+#name, &name, sizeof(name)                                                                                                 \
+	}
 
 const std::array g_globals = {
-	GLOBAL(g_flash_config_list),
-	GLOBAL(g_usrdata_mtd_name),
-	GLOBAL(g_flash_mtd_info_list),
-	GLOBAL(g_flash_mtd_info_list_num),
-	GLOBAL(g_flash_mng_patch),
+	GLOBAL(g_flash_config_list),	   GLOBAL(g_usrdata_mtd_name), GLOBAL(g_flash_mtd_info_list),
+	GLOBAL(g_flash_mtd_info_list_num), GLOBAL(g_flash_mng_patch),
 };
 
 #undef GLOBAL
@@ -150,7 +152,8 @@ template <typename table> const auto &row_named(const table &rows, std::string_v
 		if (row.name == name)
 			return row;
 	}
-	misuse("the module has nothing named %.*s, or tests/host/functions.cpp does not list it", static_cast<int>(name.size()), name.data());
+	misuse("the module has nothing named %.*s, or tests/host/functions.cpp does not list it", static_cast<int>(name.size()),
+	       name.data());
 }
 
 // Taken before main(), so before any code of the module runs.

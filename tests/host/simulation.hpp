@@ -58,8 +58,7 @@ enum class call {
 class traced {
 public:
 	template <typename integer>
-		requires std::is_integral_v<integer>
-	traced(integer value) : number_(static_cast<std::uint64_t>(value)) {}
+	requires std::is_integral_v<integer> traced(integer value) : number_(static_cast<std::uint64_t>(value)) {}
 	traced(const void *address) : address_(address) {}
 
 	std::uint64_t number() const { return number_; }

@@ -87,9 +87,10 @@ TEST_F(trace_test, renders_each_kind_of_argument)
 	drv_board_get_bom_value(g_instance, 1, nullptr);
 
 	EXPECT_EQ(simulation::calls(),
-		  (texts{"get_mtd_device(-, 0)", "put_mtd_device(-)", "linux_kcalloc(3, 16)", "kfree(-)", "filp_open(\"/dev/none\", 0x101002, 0x0)",
-			 "drv_log_register(27, \"flash_mng\", 8192)", "drv_log_record(27, 2, 0, \"text %u\")",
-			 "log_module_init_end(\"flash_mng\", -, 0x811b04aa, null)", "drv_board_get_bom_value(0xffffffff, 0x1, -)"}));
+		  (texts{"get_mtd_device(-, 0)", "put_mtd_device(-)", "linux_kcalloc(3, 16)", "kfree(-)",
+			 "filp_open(\"/dev/none\", 0x101002, 0x0)", "drv_log_register(27, \"flash_mng\", 8192)",
+			 "drv_log_record(27, 2, 0, \"text %u\")", "log_module_init_end(\"flash_mng\", -, 0x811b04aa, null)",
+			 "drv_board_get_bom_value(0xffffffff, 0x1, -)"}));
 }
 
 TEST_F(trace_test, renders_negative_int_and_wide_numbers)
@@ -341,7 +342,8 @@ TEST_F(lock_death_test, forgets_locks_in_freed_memory)
 
 TEST_F(mtd_test, finds_by_name_and_number)
 {
-	const int number = simulation::add_mtd({.name = "boot", .size = 0x20000, .type = 3, .erase_size = 0x10000, .partition_flags = 0x400});
+	const int number =
+		simulation::add_mtd({.name = "boot", .size = 0x20000, .type = 3, .erase_size = 0x10000, .partition_flags = 0x400});
 	auto *mtd = get_mtd_device_nm("boot");
 
 	EXPECT_EQ(get_mtd_device(nullptr, number), mtd);
@@ -671,7 +673,8 @@ TEST_F(log_test, keeps_messages_in_order)
 	const char *volatile nobody = nullptr;
 	drv_log_record(27, 3, 0, "name:%s", nobody);
 
-	const std::vector<board::log_line> expected{{0, 2, "flash_mng MODULE INIT BEGIN"}, {27, 1, "ends in a line feed\n"}, {27, 3, "name:(null)"}};
+	const std::vector<board::log_line> expected{
+		{0, 2, "flash_mng MODULE INIT BEGIN"}, {27, 1, "ends in a line feed\n"}, {27, 3, "name:(null)"}};
 	EXPECT_EQ(simulation::log(), expected);
 	simulation::forget_log();
 	EXPECT_TRUE(simulation::log().empty());

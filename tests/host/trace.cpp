@@ -78,8 +78,8 @@ std::string rendered(const signature &function, std::initializer_list<traced> ar
 	auto argument = arguments.begin();
 
 	if (arguments.size() != function.letters.size())
-		misuse("calls.def lists %zu arguments for %s, the simulation traces %zu", function.letters.size(),
-		       function.name.data(), arguments.size());
+		misuse("calls.def lists %zu arguments for %s, the simulation traces %zu", function.letters.size(), function.name.data(),
+		       arguments.size());
 	text += '(';
 	for (char letter : function.letters) {
 		if (argument != arguments.begin())

@@ -234,8 +234,8 @@ static void give_numbers_back(int wanted, const unsigned long *taken)
 	mutex_unlock(&mtd_table_mutex);
 }
 
-/* A parser that is built in, so that the kernel does not start a program to look for others. */
-static const char *const parsers[] = { "cmdlinepart", NULL };
+/* No partition parser at all: the kernel must neither look for one nor cut a device up by the partitions of the command line. */
+static const char *const parsers[] = { NULL };
 
 static int register_plain(struct lab_mtd *lab, const struct lab_mtd_add *wanted)
 {
