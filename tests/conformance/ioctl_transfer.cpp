@@ -514,7 +514,7 @@ TEST_F(ioctl_read, to_memory_one_byte_short_fails)
 
 TEST_F(ioctl_read, of_too_many_bytes_for_one_copy_fails_after_the_read)
 {
-	const board::expected_report report("include/linux/thread_info.h");
+	const board::expected_report report("at linux_copy_to_user");
 	constexpr uint32_t len = 0x80000000;
 	board::fail_always("vzalloc", 0x1000);
 	board::fail_always("vfree", 0);
@@ -674,7 +674,7 @@ TEST_F(ioctl_write, of_data_one_byte_short_fails_silently)
 
 TEST_F(ioctl_write, of_too_many_bytes_for_one_copy_fails_before_any_copy)
 {
-	const board::expected_report report("include/linux/thread_info.h");
+	const board::expected_report report("at linux_copy_from_user");
 	board::fail("vmalloc", 0x1000);
 	board::fail("vfree", 0);
 	user_bytes data(16);
