@@ -13,6 +13,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <mutex>
 #include <optional>
@@ -82,6 +83,8 @@ template <typename type> type *as_pointer(long long result)
 void arm(std::string_view function, long long result, unsigned nth, bool sticky);
 unsigned faults_hit();
 void count_hit_locked();
+// Runs an action in the middle of the n-th call of a function, before its work.
+void at_call(std::string_view function, unsigned nth, std::function<void()> action);
 std::vector<std::string> calls();
 void forget_calls();
 void reset_calls();
@@ -106,6 +109,8 @@ void reset_memory();
 // Checks that no lock in the range is held, and forgets the locks in it.
 void forget_locks_locked(std::uintptr_t start, std::size_t size);
 long locks_held();
+// Ends the process when the calling thread holds a spinlock.
+void must_not_sleep_here(const char *function);
 void reset_locks();
 
 // ---------------------------------------------------------------------------------------------------------------- MTD and files
@@ -153,6 +158,12 @@ struct instance_facts {
 };
 instance_facts facts_of_instance(std::uint32_t inst_id);
 void reset_hard_locks();
+
+// ---------------------------------------------------------------------------------------------------------------- the suite's flash driver
+
+void register_driver(const board::driver_slots &slots);
+std::vector<board::flash_part_spec> created_parts();
+void reset_driver();
 
 // ---------------------------------------------------------------------------------------------------------------- the device
 
