@@ -162,8 +162,8 @@ bytes memory(uint64_t address, std::size_t size);
 
 // ---------------------------------------------------------------------------------------------------------------- user space
 
-// What the ioctl system call gave to the program. The low 32 bits of `value` are the module's code. In 5.10 an ioctl's result passes through
-// an int: the program sees the low 32 bits sign-extended, -1 becomes errno EPERM, and values from -4095 to -1 become errno.
+// What the ioctl system call gave to the program. The low 32 bits of `value` are the module's code. In 5.10 an ioctl's result passes
+// through an int: the program sees the low 32 bits sign-extended, -1 becomes errno EPERM, and values from -4095 to -1 become errno.
 struct ioctl_result {
 	long value; // as returned by ioctl(2); -1 when errno_value is set
 	int errno_value;
