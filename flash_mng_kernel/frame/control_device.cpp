@@ -18,11 +18,12 @@ struct flash_command {
 extern "C" {
 
 // The commands, by number; the first row that matches serves.
-extern const flash_command g_flash_ioctl_cmd[6];
-constinit const flash_command g_flash_ioctl_cmd[6] = {
-	{FLASH_MNG_GET_NAND_PART_INFO, flash_get_nand_part_info}, {FLASH_MNG_GET_PART_NUM, flash_get_part_num},
-	{FLASH_MNG_GET_NAND_IS_EXIST, flash_get_nand_is_exist},	  {FLASH_MNG_MTD_READ, drv_nand_flash_mtd_read_ioctl},
-	{FLASH_MNG_MTD_WRITE, drv_nand_flash_mtd_write_ioctl},	  {FLASH_MNG_GET_MTD_STATISTICS, flash_get_mtd_statistics},
+extern const flash_command g_flash_ioctl_cmd[8];
+constinit const flash_command g_flash_ioctl_cmd[8] = {
+	{FLASH_MNG_GET_NAND_PART_INFO, flash_get_nand_part_info},	{FLASH_MNG_GET_PART_NUM, flash_get_part_num},
+	{FLASH_MNG_GET_NAND_IS_EXIST, flash_get_nand_is_exist},		{FLASH_MNG_FIND_CONFIG, drv_flash_find_config},
+	{FLASH_MNG_FIND_CONFIG_BY_INST, drv_flash_find_config_by_inst}, {FLASH_MNG_MTD_READ, drv_nand_flash_mtd_read_ioctl},
+	{FLASH_MNG_MTD_WRITE, drv_nand_flash_mtd_write_ioctl},		{FLASH_MNG_GET_MTD_STATISTICS, flash_get_mtd_statistics},
 };
 
 int flash_open(inode *, file *)

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only */
 /*
- * flash_mng for other kernel modules: flash by partition name.
+ * flash_mng for other kernel modules: flash by section and by partition name, and SPI flash instances.
  *
  * All functions run in the caller's context, may sleep and must not be called in atomic context. All are exported with EXPORT_SYMBOL
  * and have C linkage. A result is an unsigned 32-bit code, FLASH_MNG_OK (0) on success, otherwise one of the codes of
@@ -18,6 +18,62 @@
 #include "uapi/flash_mng.h"
 
 FLASH_MNG_C_BEGIN
+
+/** struct flash_part - one partition of an SPI flash; 40 bytes. */
+struct flash_part {
+	u32 offset;	   /* bytes from the start of the flash */
+	u32 size;	   /* bytes */
+	char mtd_name[32]; /* MTD device name, NUL-terminated unless it fills the field */
+};
+
+/** struct flash_parts_info - the partitions to make of an SPI flash; 48 bytes. Owned by the caller of drv_flash_create(). */
+struct flash_parts_info {
+	u32 part_num;
+	u8 reserved[36]; /* between the caller and the flash driver; flash_mng does not look at it */
+	struct flash_part *parts; /* part_num of them */
+};
+
+/**
+ * struct flash_driver_ops - the functions of a flash driver; any may be NULL.
+ * @get_size: stores the size of a flash at @size, whose type is between the driver and the caller of drv_flash_get_size()
+ * @create: makes the MTD devices of a flash
+ * @destroy: removes them
+ *
+ * cfg_inst_id is the instance whose XML held the settings, followed by chip, controller and chip select from there. All are called in
+ * process context, may sleep, and return 0 or a status of their own that reaches the caller unchanged. They must not call back into
+ * drv_flash_destroy() for the same instance.
+ */
+struct flash_driver_ops {
+	u32 (*get_size)(u32 cfg_inst_id, u32 sfc_chip_id, u32 sfc_ctrl, u32 sfc_cs, void *size);
+	u32 (*create)(u32 cfg_inst_id, u32 sfc_chip_id, u32 sfc_ctrl, u32 sfc_cs, struct flash_parts_info *parts_info);
+	u32 (*destroy)(u32 cfg_inst_id, u32 sfc_chip_id, u32 sfc_ctrl, u32 sfc_cs);
+};
+
+/**
+ * drv_flash_read() - read a range of a section.
+ * @inst_id: device instance; its sections come from the board's XML
+ * @section_id: section; where several rows have the id, the first that contains the range serves
+ * @offset: address of the first byte, in the addresses in which the XML states the section's offset
+ * @buf: receives the data
+ * @len: number of bytes, may be 0
+ *
+ * Transfers of one instance's sections follow one another; those of different instances run side by side.
+ *
+ * Return: FLASH_MNG_OK; FLASH_MNG_NULL_POINTER when @buf is NULL; FLASH_MNG_OVERFLOW; FLASH_MNG_INVALID when the instance has no sections,
+ * none contains the range, its partition is absent, or the seek fails; FLASH_MNG_COPY_FAILED when the device path could not be formed;
+ * FLASH_MNG_INTERRUPTED when the task was killed while it waited; FLASH_MNG_NOT_OPENED; FLASH_MNG_SHORT_READ, what was read being in
+ * @buf.
+ */
+u32 drv_flash_read(u32 inst_id, u32 section_id, u32 offset, void *buf, u32 len);
+
+/**
+ * drv_flash_write() - write a range of a section, durably.
+ *
+ * Arguments as drv_flash_read(); @buf is only read. Nothing is read back or verified.
+ *
+ * Return: as drv_flash_read(), with FLASH_MNG_SHORT_WRITE in place of FLASH_MNG_SHORT_READ; part of the range may then be written.
+ */
+u32 drv_flash_write(u32 inst_id, u32 section_id, u32 offset, const void *buf, u32 len);
 
 /**
  * drv_flash_mtd_read() - read a range of an MTD partition.
@@ -85,6 +141,70 @@ u32 drv_flash_get_nand_part_size_info(struct nand_part_info *info);
  * Return: FLASH_MNG_OK; FLASH_MNG_NULL_POINTER when @exist is NULL.
  */
 u32 drv_flash_get_nand_is_exist(u32 *exist);
+
+/**
+ * drv_flash_driver_register() - register the flash driver.
+ * @unused1: ignored
+ * @unused2: ignored
+ * @ops: the driver's functions, owned by the driver and kept until it is replaced or unregistered; NULL unregisters
+ *
+ * A second registration replaces the first. May be called in any context.
+ *
+ * Return: FLASH_MNG_OK, always.
+ */
+u32 drv_flash_driver_register(u64 unused1, u64 unused2, const struct flash_driver_ops *ops);
+
+/**
+ * drv_flash_driver_unregister() - forget the flash driver.
+ *
+ * A driver must not unregister, nor its module be unloaded, while a function of it may be running. May be called in any context.
+ */
+void drv_flash_driver_unregister(void);
+
+/**
+ * drv_flash_get_size() - ask the flash driver for the size of an instance's SPI flash.
+ * @inst_id: device instance
+ * @unused: ignored
+ * @size: handed to the driver, which stores the size there
+ *
+ * An instance whose hardlock_type is 0 is locked meanwhile; the lock is tried once.
+ *
+ * Return: FLASH_MNG_OK; FLASH_MNG_NO_DRIVER; FLASH_MNG_NULL_POINTER when @size is NULL; FLASH_MNG_FAILED when the XML has no settings for
+ * the instance or memory is short; a status of the hardware lock or of the driver. A failed release of the lock replaces the result.
+ */
+u32 drv_flash_get_size(u32 inst_id, u64 unused, void *size);
+
+/**
+ * drv_flash_create() - make the partitions of an instance's SPI flash.
+ * @inst_id: device instance
+ * @parts_info: the partitions; handed to the driver as it is
+ *
+ * The partitions' names can be looked up from then on, also when the lock or the driver fails. An instance whose hardlock_type is not 1 is
+ * locked meanwhile; the lock is tried once.
+ *
+ * Return: FLASH_MNG_OK; FLASH_MNG_NO_DRIVER; FLASH_MNG_FAILED when the XML has no settings for the instance, memory is short, or
+ * @parts_info is NULL or has no parts; FLASH_MNG_NO_MEMORY; FLASH_MNG_COPY_FAILED when a name could not be copied; a status of the
+ * hardware lock or of the driver. A failed release of the lock replaces the result.
+ */
+u32 drv_flash_create(u32 inst_id, struct flash_parts_info *parts_info);
+
+/**
+ * drv_flash_destroy() - remove the partitions of an instance's SPI flash, and forget the instance.
+ * @inst_id: device instance
+ *
+ * Return: FLASH_MNG_OK; FLASH_MNG_NO_DRIVER; FLASH_MNG_FAILED when the XML has no settings for the instance or memory is short; a status
+ * of the driver, the instance being kept.
+ */
+u32 drv_flash_destroy(u32 inst_id);
+
+/**
+ * drv_flash_get_type() - whether an MTD device is NAND flash.
+ * @mtd_name: device name, NUL-terminated, 1 to 31 characters
+ * @type: receives 0 for NAND flash, 1 for anything else; untouched on failure
+ *
+ * Return: FLASH_MNG_OK; FLASH_MNG_INVALID for a bad name; FLASH_MNG_NO_PARTITION; FLASH_MNG_NULL_POINTER when @type is NULL.
+ */
+u32 drv_flash_get_type(const char *mtd_name, u32 *type);
 
 /**
  * flash_mng_drv_patch_func1() - entry point kept for patches; writes a trace line.

@@ -12,6 +12,8 @@ u32 flash_get_nand_part_info(unsigned long argument);
 u32 flash_get_part_num(unsigned long argument);
 u32 flash_get_nand_is_exist(unsigned long argument);
 u32 flash_get_mtd_statistics(unsigned long argument);
+u32 drv_flash_find_config(unsigned long argument);
+u32 drv_flash_find_config_by_inst(unsigned long argument);
 u32 drv_nand_flash_mtd_read_ioctl(unsigned long argument);
 u32 drv_nand_flash_mtd_write_ioctl(unsigned long argument);
 }

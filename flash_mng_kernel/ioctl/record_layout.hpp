@@ -32,6 +32,23 @@ static_assert(is_user_record<flash_mtd_statistics, 7172>);
 static_assert(offsetof(flash_mtd_statistics, count) == 0);
 static_assert(offsetof(flash_mtd_statistics, entries) == 4);
 
+static_assert(is_user_record<spi_controller_config, 32>);
+static_assert(offsetof(spi_controller_config, inst_id) == 0);
+static_assert(offsetof(spi_controller_config, cfg_inst_id) == 4);
+static_assert(offsetof(spi_controller_config, sfc_chip_id) == 8);
+static_assert(offsetof(spi_controller_config, sfc_ctrl) == 12);
+static_assert(offsetof(spi_controller_config, sfc_cs) == 16);
+static_assert(offsetof(spi_controller_config, hardlock_type) == 20);
+static_assert(offsetof(spi_controller_config, hardlock_val) == 24);
+static_assert(offsetof(spi_controller_config, hardunlock_val) == 28);
+
+static_assert(is_user_record<flash_find_config_arg, 56>);
+static_assert(offsetof(flash_find_config_arg, inst_id) == 0);
+static_assert(offsetof(flash_find_config_arg, reserved) == 4);
+static_assert(offsetof(flash_find_config_arg, name_length) == 12);
+static_assert(offsetof(flash_find_config_arg, config) == 16);
+static_assert(offsetof(flash_find_config_arg, name) == 48);
+
 static_assert(is_user_record<flash_mtd_io_arg, 48>);
 static_assert(offsetof(flash_mtd_io_arg, name) == 0);
 static_assert(offsetof(flash_mtd_io_arg, offset) == 32);

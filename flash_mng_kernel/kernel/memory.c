@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include <linux/slab.h>
+#include <linux/string.h>
 #include <linux/vmalloc.h>
 
 #include "kernel/memory.h"
@@ -12,4 +13,9 @@ void *linux_kzalloc(size_t size)
 void *linux_kcalloc(size_t count, size_t size)
 {
 	return kcalloc(count, size, GFP_KERNEL | __GFP_NOWARN);
+}
+
+char *linux_kstrdup(const char *text)
+{
+	return kstrdup(text, GFP_KERNEL);
 }

@@ -14,6 +14,9 @@ void *linux_kzalloc(size_t size);
 /* A zero-filled array, the product checked for overflow; an absurd count fails without a report in the kernel log. */
 void *linux_kcalloc(size_t count, size_t size);
 
+/* A copy of a NUL-terminated text (GFP_KERNEL); released with kfree(). */
+char *linux_kstrdup(const char *text);
+
 /* Linux's own. vzalloc() fills with zeros, vmalloc() does not; vfree() may sleep. NULL may be freed. */
 void kfree(const void *memory);
 void *vzalloc(unsigned long size);

@@ -9,6 +9,7 @@ namespace flash_mng {
 // Values of Linux on 64-bit Arm.
 inline constexpr int open_read_only = 0;
 inline constexpr int open_read_write = 2;
+inline constexpr int open_synchronous = 0x101000;
 inline constexpr int seek_set = 0;
 
 // A file opened by path, or the error of the attempt; closed at the end of its life.

@@ -70,9 +70,15 @@ mtd_activity mtd_count(int index);
 void fail(std::string_view function, long long result, unsigned nth = 1);
 // The same for every call from the n-th on.
 void fail_always(std::string_view function, long long result, unsigned nth = 1);
+// The n-th call stores `content` (at most 64 bytes) where its argument `argument` (from 0) points, does nothing else, and returns `result`.
+void forge(std::string_view function, long long result, unsigned argument, std::span<const std::uint8_t> content, unsigned nth = 1);
 // The n-th entry list handed out reports this count, whatever its length is; or reports its count and is NULL.
 void lie_about_count(uint32_t reported, unsigned nth = 1);
 void lie_with_null_list(unsigned nth = 1);
+// The n-th call waits, before its work, until go_on(), which lets all waiting calls go and disarms every fault. It must be a call that may
+// sleep; calls() shows it as soon as it waits.
+void stop_at(std::string_view function, unsigned nth = 1);
+void go_on();
 // How many of the armed faults have been hit since the last reset().
 unsigned faults_hit();
 
@@ -130,6 +136,19 @@ std::optional<load_end> load_report(); // what log_module_init_end() was told at
 
 // ---------------------------------------------------------------------------------------------------------------- calling it
 
+// Partitions for drv_flash_create().
+struct flash_part_spec {
+	std::string name; // up to 32 bytes; exactly 32 leave no room for a NUL
+	uint32_t offset = 0;
+	uint32_t size = 0x10000;
+	bool operator==(const flash_part_spec &) const = default;
+};
+struct parts_spec {
+	std::vector<flash_part_spec> parts;
+	std::optional<uint32_t> part_num = std::nullopt; // default: as many as there are
+	bool null_parts = false;			 // the address of the parts is NULL
+};
+
 // An argument of a function of the module: a number, an address, or a buffer in kernel memory whose content goes in and comes back.
 class argument {
 public:
@@ -140,25 +159,48 @@ public:
 	argument(bytes *buffer) : buffer_(buffer) {} // updated in place; its size is the buffer's size
 	argument(const char *text) : text_(text) {}  // a NUL-terminated copy
 	argument(const std::string &text) : text_(text) {}
+	argument(const parts_spec *parts) : parts_(parts) {} // a struct flash_parts_info
 
 	uint64_t value() const { return value_; }
 	bytes *buffer() const { return buffer_; }
 	const std::optional<std::string> &text() const { return text_; }
+	const parts_spec *parts() const { return parts_; }
 
 private:
 	uint64_t value_ = 0;
 	bytes *buffer_ = nullptr;
 	std::optional<std::string> text_;
+	const parts_spec *parts_ = nullptr;
 };
 
 // Calls a function of the module in kernel context by its name, exported or not. The result is its 32-bit result.
 uint32_t call(std::string_view function, std::initializer_list<argument> arguments);
 // The same for a function that returns an address: whether it was not NULL.
 bool call_finds(std::string_view function, std::initializer_list<argument> arguments);
+// The same, all 64 bits of the result: an address to be handed to another function.
+uint64_t call_address(std::string_view function, std::initializer_list<argument> arguments);
 // Content of a global of the module.
 bytes global(std::string_view name, std::size_t size);
 // Content of kernel memory at an address that the module gave out.
 bytes memory(uint64_t address, std::size_t size);
+
+// ---------------------------------------------------------------------------------------------------------------- a flash driver
+
+// Registers the suite's own flash driver with drv_flash_driver_register(). Its functions are traced and made to fail like any other call,
+// as suite_driver_get_size, suite_driver_create and suite_driver_destroy; they return 0. A slot left out is NULL.
+struct driver_slots {
+	bool get_size = true;
+	bool create = true;
+	bool destroy = true;
+};
+void register_driver(const driver_slots &slots = {});
+// What suite_driver_get_size stores, as a u64.
+inline constexpr uint64_t suite_flash_size = 0x123456789a;
+// The partitions that the last suite_driver_create was given.
+std::vector<flash_part_spec> created_parts();
+// In the n-th call that the module makes to `function`, before its work, the driver is unregistered, or replaced by one with these slots.
+void unregister_driver_at(std::string_view function, unsigned nth = 1);
+void replace_driver_at(std::string_view function, const driver_slots &slots, unsigned nth = 1);
 
 // ---------------------------------------------------------------------------------------------------------------- user space
 

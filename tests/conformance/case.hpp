@@ -8,10 +8,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
+#include <functional>
 #include <initializer_list>
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "board.hpp"
@@ -83,6 +86,70 @@ inline bool called(std::string_view name)
 		return call.size() > name.size() && call.starts_with(name) && call[name.size()] == '(';
 	});
 }
+
+// A call of the module by a thread of its own.
+class call_beside {
+public:
+	explicit call_beside(const std::function<uint32_t()> &call) : caller_([this, call] { code_ = call(); }) {}
+	call_beside(const call_beside &) = delete;
+	call_beside &operator=(const call_beside &) = delete;
+	~call_beside() { code(); }
+
+	// Waits for its end.
+	uint32_t code()
+	{
+		if (caller_.joinable())
+			caller_.join();
+		return code_;
+	}
+
+private:
+	uint32_t code_ = failed;
+	std::thread caller_;
+};
+
+// Waits until the module makes the n-th call of a function since the last forget(); false after some seconds.
+inline bool comes_to_call(std::string_view name, long nth = 1)
+{
+	for (int tries = 0; tries < 5000; ++tries) {
+		const call_list all = board::calls();
+		if (nth <= std::count_if(all.begin(), all.end(), [&](const std::string &call) {
+			    return call.size() > name.size() && call.starts_with(name) && call[name.size()] == '(';
+		    }))
+			return true;
+		std::this_thread::sleep_for(std::chrono::milliseconds(1));
+	}
+	return false;
+}
+
+// A call of the module that stops before its first call of a function, until it is let go.
+class stopped_call {
+public:
+	stopped_call(std::string_view function, const std::function<uint32_t()> &call) : call_(armed(function, call))
+	{
+		EXPECT_TRUE(comes_to_call(function)) << "it does not come to " << function;
+	}
+	stopped_call(const stopped_call &) = delete;
+	stopped_call &operator=(const stopped_call &) = delete;
+	~stopped_call() { let_go(); }
+
+	// Its code. Other armed faults are disarmed too.
+	uint32_t let_go()
+	{
+		board::go_on();
+		return call_.code();
+	}
+
+private:
+	static const std::function<uint32_t()> &armed(std::string_view function, const std::function<uint32_t()> &call)
+	{
+		board::forget();
+		board::stop_at(function);
+		return call;
+	}
+
+	call_beside call_;
+};
 
 // `count` bytes that tell their position: byte i is a mix of i and the seed. Optimised in every build: the cases make megabytes of it.
 __attribute__((optimize("O2"))) inline bytes pattern(std::size_t count, uint32_t seed = 1)

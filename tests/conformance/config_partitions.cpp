@@ -350,6 +350,14 @@ TEST_P(config_partition_long_name, does_not_touch_the_usable_size)
 INSTANTIATE_TEST_SUITE_P(of_length, config_partition_long_name, testing::Values(32, 33, 35, 36, 37, 38, 39),
 			 [](const auto &row) { return decimal(row.param); });
 
+TEST_F(config_partitions, end_a_name_that_the_reader_left_without_an_end)
+{
+	board::forge("xml_get_attr_string", 0, 2, bytes(40, 'n'));
+	EXPECT_EQ(build(0x300 + 31), 0u);
+	const std::string stored = std::string(32, 'n') + "ABCDnnn";
+	EXPECT_EQ(board::log(), (log_lines{partition_listed(0x300 + 31, 0, stored, spelled_size), partitions_counted(0x300 + 31, 1)}));
+}
+
 class config_partition_too_long_name : public config_partition_name {};
 
 TEST_P(config_partition_too_long_name, fails_the_build)

@@ -112,6 +112,12 @@ TEST_F(config_section_rows, hold_zeros_where_the_reader_wrote_nothing)
 	EXPECT_EQ(sections_of(0x401), bytes(section_row_size, 0));
 }
 
+TEST_F(config_section_rows, end_a_name_that_the_reader_left_without_an_end)
+{
+	board::forge("xml_get_attr_string", 0, 2, bytes(40, 'n'));
+	EXPECT_EQ(sections_of(0x300 + 39), row(1, std::string(39, 'n'), 0, 0x1000));
+}
+
 class config_section_name : public config_section_rows, public testing::WithParamInterface<uint32_t> {};
 
 TEST_P(config_section_name, that_fits_is_stored)

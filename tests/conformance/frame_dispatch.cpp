@@ -10,7 +10,7 @@
 namespace conformance {
 namespace {
 
-constexpr uint32_t unknown_command = 420;
+constexpr uint32_t unknown_command = 420, bad_length = 425, not_found = 427, request_unreadable = 1207;
 constexpr uint32_t get_nand_part_info = 0x80045406, get_part_num = 0x80045407, get_nand_is_exist = 0x80045408, find_config = 0x80045409,
 		   find_config_by_inst = 0x8004540A, mtd_read = 0x8004540B, mtd_write = 0x4004540C, get_mtd_statistics = 0x8004540D;
 
@@ -49,9 +49,7 @@ TEST_P(frame_served_command, reaches_its_handler)
 	EXPECT_EQ(std::count(log.begin(), log.end(), not_supported), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(number, frame_served_command,
-			 testing::Values(get_nand_part_info, get_part_num, get_nand_is_exist, mtd_read, mtd_write, get_mtd_statistics),
-			 command_name);
+INSTANTIATE_TEST_SUITE_P(number, frame_served_command, testing::ValuesIn(all_commands), command_name);
 
 TEST_F(frame_device, hands_the_argument_to_the_handler)
 {
@@ -89,6 +87,8 @@ INSTANTIATE_TEST_SUITE_P(
 	testing::Values(first_deed{"part_info", get_nand_part_info, {"linux_kzalloc(-)", usrdata_asked, "kfree(-)"}, failed},
 			first_deed{"part_num", get_part_num, {usrdata_asked}, failed},
 			first_deed{"is_exist", get_nand_is_exist, {usrdata_asked, "linux_copy_to_user(-, -, 4)"}, copy_failed},
+			first_deed{"find_config", find_config, {"linux_copy_from_user(-, -, 56)"}, request_unreadable},
+			first_deed{"find_config_by_inst", find_config_by_inst, {"linux_copy_from_user(-, -, 56)"}, request_unreadable},
 			first_deed{"read", mtd_read, {"linux_copy_from_user(-, -, 48)"}, user_unreadable},
 			first_deed{"write", mtd_write, {"linux_copy_from_user(-, -, 48)"}, user_unreadable},
 			first_deed{"statistics",
@@ -124,6 +124,30 @@ TEST_F(frame_transfer, of_number_12_writes)
 	EXPECT_EQ(transfer(mtd_write), no_partition);
 	EXPECT_EQ(deeds(), (call_list{"linux_copy_from_user(-, -, 48)", "vmalloc(4)", "linux_copy_from_user(-, -, 4)",
 				      "get_mtd_device_nm(\"config\")", "vfree(-)"}));
+}
+
+// The two lookups of the SPI flash registry begin alike too; only the one by name looks at the name's length.
+class frame_lookup : public frame_device {
+protected:
+	static uint32_t look_up(uint32_t command)
+	{
+		std::uint8_t *const record = board::user_memory(56);
+		std::fill(record, record + 56, std::uint8_t{0});
+		record[12] = 33; // name length
+		return board::ioctl(command, board::user_address(record)).code();
+	}
+};
+
+TEST_F(frame_lookup, of_number_9_is_by_name)
+{
+	EXPECT_EQ(look_up(find_config), bad_length);
+	EXPECT_EQ(deeds(), call_list{"linux_copy_from_user(-, -, 56)"});
+}
+
+TEST_F(frame_lookup, of_number_10_is_by_instance)
+{
+	EXPECT_EQ(look_up(find_config_by_inst), not_found);
+	EXPECT_EQ(deeds(), (call_list{"linux_copy_from_user(-, -, 56)", "linux_spin_lock(-)", "linux_spin_unlock(-)"}));
 }
 
 // ------------------------------------------------------------------------------------ results as a program sees them
@@ -267,19 +291,6 @@ TEST_F(frame_device, serves_several_threads_at_once)
 	EXPECT_EQ(board::log(), log_lines(threads * rounds, not_supported));
 	EXPECT_EQ(board::held(), board::holdings{});
 }
-
-// ------------------------------------------------------------------------------------ lookups of the SPI flash registry
-
-// Their handlers come with the registry; as long as there is none the commands are unknown.
-class frame_lookup_without_registry : public frame_device, public testing::WithParamInterface<uint32_t> {};
-
-TEST_P(frame_lookup_without_registry, is_unknown)
-{
-	EXPECT_EQ(board::ioctl(GetParam(), board::unmapped_address()).code(), unknown_command);
-	EXPECT_EQ(board::log(), log_lines{not_supported});
-}
-
-INSTANTIATE_TEST_SUITE_P(number, frame_lookup_without_registry, testing::Values(find_config, find_config_by_inst), command_name);
 
 } // namespace
 } // namespace conformance

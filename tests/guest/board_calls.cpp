@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // Calling the module: its functions through flash_lab, its commands from this very process.
+#include <algorithm>
 #include <cerrno>
+#include <cstring>
+#include <deque>
 #include <stdexcept>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
@@ -10,6 +14,7 @@
 #include <unistd.h>
 
 #include "../conformance/board.hpp"
+#include "flash_mng.h"
 #include "lab_device.hpp"
 #include "parts.hpp"
 
@@ -24,8 +29,34 @@ uint64_t address_or_stub(const void *memory, std::size_t size)
 	return reinterpret_cast<uint64_t>(size ? memory : &stub);
 }
 
-lab_argument prepared(const argument &given)
+// The parts that arguments are made of stay until the call is made.
+using part_lists = std::deque<std::vector<flash_part>>;
+
+flash_part built(const flash_part_spec &spec)
 {
+	flash_part part = {spec.offset, spec.size, {}};
+	std::memcpy(part.mtd_name, spec.name.data(), std::min(spec.name.size(), sizeof(part.mtd_name)));
+	return part;
+}
+
+lab_argument prepared(const parts_spec &spec, part_lists &lists)
+{
+	lab_argument argument = {};
+	argument.kind = LAB_PARTS;
+	argument.number = spec.part_num.value_or(static_cast<uint32_t>(spec.parts.size()));
+	if (spec.null_parts)
+		return argument;
+	auto &parts = lists.emplace_back();
+	std::transform(spec.parts.begin(), spec.parts.end(), std::back_inserter(parts), built);
+	argument.value = address_or_stub(parts.data(), parts.size());
+	argument.size = parts.size() * sizeof(flash_part);
+	return argument;
+}
+
+lab_argument prepared(const argument &given, part_lists &lists)
+{
+	if (given.parts())
+		return prepared(*given.parts(), lists);
 	lab_argument argument = {};
 	if (given.buffer()) {
 		argument.kind = LAB_MEMORY;
@@ -47,9 +78,10 @@ uint64_t call_register(std::string_view function, std::initializer_list<argument
 	if (arguments.size() > LAB_ARGUMENTS)
 		throw std::runtime_error("too many arguments for " + std::string(function));
 	lab_call call = {};
+	part_lists lists;
 	guest::set_name(call.function, function);
 	for (const argument &given : arguments)
-		call.arguments[call.count++] = prepared(given);
+		call.arguments[call.count++] = prepared(given, lists);
 	guest::lab(LAB_CALL, &call, "call of " + std::string(function));
 	return call.result;
 }
@@ -64,6 +96,11 @@ uint32_t call(std::string_view function, std::initializer_list<argument> argumen
 bool call_finds(std::string_view function, std::initializer_list<argument> arguments)
 {
 	return call_register(function, arguments) != 0;
+}
+
+uint64_t call_address(std::string_view function, std::initializer_list<argument> arguments)
+{
+	return call_register(function, arguments);
 }
 
 bytes global(std::string_view name, std::size_t size)

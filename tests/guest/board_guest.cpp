@@ -53,7 +53,7 @@ void reset()
 	if (loaded())
 		unload();
 	guest::lab(LAB_FAULT_CLEAR, nullptr, "clear faults");
-	guest::lab(LAB_LOG_REMOVE, nullptr, "remove the log");
+	guest::lab(LAB_PLATFORM_GIVE_BACK, nullptr, "give back what the platform keeps");
 	guest::lab(LAB_HELD_GIVE_BACK, nullptr, "give back what is held");
 	guest::lab(LAB_MTD_REMOVE_ALL, nullptr, "remove all MTD devices");
 	guest::release_user_memory();

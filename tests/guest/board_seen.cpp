@@ -17,6 +17,11 @@ void clear_platform_log()
 	write_file(log_records, "clear");
 }
 
+void arm(lab_fault fault, std::string_view what)
+{
+	lab(LAB_FAULT_ARM, &fault, "arm fault: " + std::string(what));
+}
+
 } // namespace guest
 
 namespace board {
@@ -62,12 +67,6 @@ std::optional<log_line> module_message(const std::string &line)
 	return message;
 }
 
-void arm(const lab_fault &fault, std::string_view what)
-{
-	lab_fault copy = fault;
-	guest::lab(LAB_FAULT_ARM, &copy, "arm fault: " + std::string(what));
-}
-
 void arm_failure(std::string_view function, long long result, unsigned nth, bool always)
 {
 	lab_fault fault = {};
@@ -76,7 +75,7 @@ void arm_failure(std::string_view function, long long result, unsigned nth, bool
 	fault.always = always;
 	fault.nth = nth;
 	fault.result = result;
-	arm(fault, function);
+	guest::arm(fault, function);
 }
 
 } // namespace
@@ -140,13 +139,42 @@ void fail_always(std::string_view function, long long result, unsigned nth)
 	arm_failure(function, result, nth, true);
 }
 
+void forge(std::string_view function, long long result, unsigned argument, std::span<const std::uint8_t> content, unsigned nth)
+{
+	lab_fault fault = {};
+	if (content.size() > sizeof(fault.content))
+		throw std::runtime_error("a forged call stores at most " + std::to_string(sizeof(fault.content)) + " bytes");
+	guest::set_name(fault.function, function);
+	fault.kind = LAB_FAIL;
+	fault.nth = nth;
+	fault.result = result;
+	fault.argument = argument;
+	fault.content_size = static_cast<uint32_t>(content.size());
+	std::copy(content.begin(), content.end(), fault.content);
+	guest::arm(fault, function);
+}
+
+void stop_at(std::string_view function, unsigned nth)
+{
+	lab_fault fault = {};
+	guest::set_name(fault.function, function);
+	fault.kind = LAB_WAIT;
+	fault.nth = nth;
+	guest::arm(fault, function);
+}
+
+void go_on()
+{
+	guest::lab(LAB_FAULT_CLEAR, nullptr, "let the waiting calls go");
+}
+
 void lie_about_count(uint32_t reported, unsigned nth)
 {
 	lab_fault fault = {};
 	fault.kind = LAB_LIE_COUNT;
 	fault.nth = nth;
 	fault.result = reported;
-	arm(fault, "a wrong count");
+	guest::arm(fault, "a wrong count");
 }
 
 void lie_with_null_list(unsigned nth)
@@ -154,7 +182,7 @@ void lie_with_null_list(unsigned nth)
 	lab_fault fault = {};
 	fault.kind = LAB_LIE_NULL;
 	fault.nth = nth;
-	arm(fault, "no list");
+	guest::arm(fault, "no list");
 }
 
 unsigned faults_hit()

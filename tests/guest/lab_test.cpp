@@ -1,11 +1,17 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// The laboratory itself: devices as strict as flash, calls seen and counted, faults forced, holdings counted.
+// The laboratory itself: devices as strict as flash, calls seen and counted, faults forced, holdings counted, a flash driver.
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
+#include <thread>
 
-#include "case.hpp"
+#include <unistd.h>
+
 #include "lab_device.hpp"
+#include "parts.hpp"
+#include "processes.hpp"
+#include "spi_words.hpp"
 
 namespace {
 
@@ -283,6 +289,16 @@ TEST_F(lab_observer, an_entry_list_is_lied_about_once)
 	EXPECT_EQ(board::faults_hit(), 2u);
 }
 
+TEST_F(lab_observer, a_forged_call_stores_its_content)
+{
+	board::forge("xml_get_specified_node_num", 0, 3, bytes(4, 0xFF));
+	board::forge("drv_board_get_bom_value", 0, 2, bytes{9, 0, 0, 0});
+	board::load();
+	EXPECT_EQ(board::faults_hit(), 2u);
+	EXPECT_EQ(std::ranges::count(board::calls(), "xml_get_entry_list(0xffffffff, \"flash_mng\", \"attr_9\", -, -)"), 1);
+	EXPECT_THROW(board::forge("kfree", 0, 0, bytes(65)), std::runtime_error);
+}
+
 TEST_F(lab_observer, a_text_is_seen_whole_and_a_missing_one_as_null)
 {
 	ASSERT_EQ(board::load(), 0u);
@@ -307,6 +323,190 @@ TEST_F(lab_observer, memory_of_a_call_has_its_exact_size_and_comes_back)
 	bytes size(8, 0xEE);
 	EXPECT_EQ(board::call("drv_flash_get_mtd_size", {"nand", &size}), 0u);
 	EXPECT_EQ(size, (bytes{0, 0, 8, 0, 0, 0, 0, 0}));
+}
+
+TEST_F(lab_observer, a_call_waits_until_the_faults_are_cleared)
+{
+	ASSERT_EQ(board::load(), 0u);
+	board::add_mtd(nand());
+	lab_fault wait = {};
+	guest::set_name(wait.function, "get_mtd_device_nm");
+	wait.kind = LAB_WAIT;
+	wait.nth = 1;
+	guest::arm(wait, "a wait");
+	std::atomic<bool> over = false;
+	std::thread caller([&over] {
+		bytes size(8);
+		EXPECT_EQ(board::call("drv_flash_get_mtd_size", {"nand", &size}), 0u);
+		over = true;
+	});
+	EXPECT_TRUE(guest::comes_true([] { return called("get_mtd_device_nm"); }));
+	usleep(100000);
+	EXPECT_FALSE(over);
+	EXPECT_FALSE(called("put_mtd_device"));
+	guest::lab(LAB_FAULT_CLEAR, nullptr, "clear faults");
+	caller.join();
+	EXPECT_TRUE(called("put_mtd_device"));
+}
+
+// The functions of the registered driver, one word each; 0 for one that it lacks.
+std::vector<uint64_t> driver_functions()
+{
+	const uint64_t table = u64_at(board::global("g_flash_funcs", 8), 0);
+	std::vector<uint64_t> functions;
+	for (std::size_t at = 0; table && at < 24; at += 8)
+		functions.push_back(u64_at(board::memory(table + at, 8), 0));
+	return functions;
+}
+
+class lab_driver : public on_spi_board_with_driver {};
+
+TEST_F(lab_driver, calls_are_seen_in_order_with_their_arguments)
+{
+	EXPECT_EQ(create(0x21, {"a"}), 0u);
+	EXPECT_EQ(get_size(0x21), 0u);
+	EXPECT_EQ(destroy(0x21), 0u);
+	call_list calls = board::calls();
+	std::erase_if(calls, [](const std::string &call) { return !call.starts_with("suite_driver_"); });
+	EXPECT_EQ(calls, (call_list{"suite_driver_create(0x21, 4, 5, 6, -)", "suite_driver_get_size(0x21, 4, 5, 6, -)",
+				    "suite_driver_destroy(0x21, 4, 5, 6)"}));
+}
+
+TEST_F(lab_driver, stores_its_size)
+{
+	bytes size(10, 0xEE);
+	EXPECT_EQ(board::call("drv_flash_get_size", {0x20, 0, &size}), 0u);
+	EXPECT_EQ(size, (bytes{0x9A, 0x78, 0x56, 0x34, 0x12, 0, 0, 0, 0xEE, 0xEE}));
+}
+
+TEST_F(lab_driver, fails_when_it_is_its_turn_and_does_nothing)
+{
+	bytes size(8, 0xEE);
+	board::fail("suite_driver_get_size", 0x80000005, 2);
+	EXPECT_EQ(get_size(0x20), 0u);
+	EXPECT_EQ(board::call("drv_flash_get_size", {0x20, 0, &size}), 0x80000005u);
+	EXPECT_EQ(size, bytes(8, 0xEE));
+	EXPECT_EQ(get_size(0x20), 0u);
+	EXPECT_EQ(board::faults_hit(), 1u);
+}
+
+TEST_F(lab_driver, fails_in_each_function)
+{
+	board::fail("suite_driver_create", 1);
+	board::fail_always("suite_driver_destroy", 2);
+	EXPECT_EQ(create(0x20, {"a"}), 1u);
+	EXPECT_EQ(destroy(0x20), 2u);
+	EXPECT_EQ(destroy(0x20), 2u);
+	EXPECT_EQ(board::faults_hit(), 2u);
+}
+
+TEST_F(lab_driver, remembers_the_parts_of_the_last_create)
+{
+	const board::parts_spec parts = {.parts = {{name_of_32, 1, 2}, {"", 0xFFFFFFFF, 0xFFFFFFFE}}};
+	EXPECT_EQ(create(0x20, {"x", "y", "z"}), 0u);
+	EXPECT_EQ(create(0x22, parts), 0u);
+	EXPECT_EQ(board::created_parts(), parts.parts);
+	board::fail("suite_driver_create", 1);
+	EXPECT_EQ(create(0x23, {"unseen"}), 1u);
+	EXPECT_EQ(board::created_parts(), parts.parts);
+}
+
+TEST_F(lab_driver, forgets_the_parts_at_a_load)
+{
+	ASSERT_EQ(create(0x20, {"a"}), 0u);
+	ASSERT_EQ(destroy(0x20), 0u);
+	EXPECT_EQ(board::created_parts().size(), 1u);
+	board::unload();
+	ASSERT_EQ(board::load(), 0u);
+	EXPECT_TRUE(board::created_parts().empty());
+}
+
+TEST_F(lab_driver, has_the_wanted_functions)
+{
+	const std::vector<uint64_t> all = driver_functions();
+	ASSERT_EQ(all.size(), 3u);
+	EXPECT_EQ(std::count(all.begin(), all.end(), 0u), 0);
+	board::register_driver({.get_size = false});
+	EXPECT_EQ(driver_functions(), (std::vector<uint64_t>{0, all[1], all[2]}));
+	board::register_driver({.create = false});
+	EXPECT_EQ(driver_functions(), (std::vector<uint64_t>{all[0], 0, all[2]}));
+	board::register_driver({.destroy = false});
+	EXPECT_EQ(driver_functions(), (std::vector<uint64_t>{all[0], all[1], 0}));
+}
+
+TEST_F(lab_driver, goes_in_the_middle_of_the_wanted_call)
+{
+	board::unregister_driver_at("linux_spin_lock", 3);
+	ASSERT_NE(find(0x20), 0u); // two of them
+	EXPECT_EQ(driver_functions().size(), 3u);
+	ASSERT_NE(find(0x20), 0u);
+	EXPECT_TRUE(driver_functions().empty());
+	EXPECT_EQ(board::faults_hit(), 0u);
+	board::register_driver();
+	ASSERT_NE(find(0x20), 0u);
+	EXPECT_EQ(driver_functions().size(), 3u) << "it goes once only";
+}
+
+TEST_F(lab_driver, is_replaced_in_the_middle_of_the_wanted_call)
+{
+	const std::vector<uint64_t> all = driver_functions();
+	board::replace_driver_at("drv_hard_trylock", {.destroy = false});
+	board::fail("drv_hard_trylock", 9);
+	EXPECT_EQ(get_size(0x21), 9u) << "the call itself fails as armed";
+	EXPECT_EQ(driver_functions(), (std::vector<uint64_t>{all[0], all[1], 0}));
+	EXPECT_EQ(board::faults_hit(), 1u);
+}
+
+TEST_F(lab_driver, with_unknown_functions_is_refused)
+{
+	lab_fault wrong = {};
+	guest::set_name(wrong.function, "drv_hard_trylock");
+	wrong.kind = LAB_DRIVER_COMES;
+	wrong.nth = 1;
+	wrong.result = 8;
+	EXPECT_ANY_THROW(guest::arm(wrong, "a driver with a fourth function"));
+	EXPECT_ANY_THROW(board::unregister_driver_at("no_such_function"));
+}
+
+TEST_F(lab_driver, parts_may_be_missing_or_fewer_than_told)
+{
+	EXPECT_EQ(create(0x20, {.parts = {}, .part_num = 1, .null_parts = true}), failed);
+	EXPECT_FALSE(called("linux_kcalloc"));
+	EXPECT_EQ(create(0x20, {.parts = {{"a"}}, .part_num = 0xFFFFFFFF}), no_memory);
+	EXPECT_EQ(calls_of("linux_kcalloc"), call_list{"linux_kcalloc(4294967295, 8)"});
+}
+
+TEST_F(lab_driver, texts_and_arrays_are_counted_until_they_are_given_back)
+{
+	const board::holdings before = board::held();
+	ASSERT_EQ(create(0x20, {"a", "b"}), 0u);
+	EXPECT_EQ(board::held().heap, before.heap + 4);
+	EXPECT_EQ(board::held().locks, before.locks);
+	ASSERT_EQ(destroy(0x20), 0u);
+	EXPECT_EQ(board::held(), before);
+}
+
+TEST_F(lab_driver, records_that_an_unload_leaves_are_given_back)
+{
+	ASSERT_EQ(create(0x20, {"a", "b"}), 0u);
+	board::unload();
+	EXPECT_EQ(board::held(), board::holdings{.heap = 4});
+	guest::lab(LAB_HELD_GIVE_BACK, nullptr, "give back");
+	EXPECT_EQ(board::held(), board::holdings{});
+}
+
+TEST_F(lab_driver, hardware_locks_that_stay_held_are_given_back)
+{
+	constexpr uint32_t busy = 0x70030012;
+	board::fail("drv_hard_unlock", 7);
+	EXPECT_EQ(get_size(0x21), 7u);
+	EXPECT_EQ(get_size(0x21), busy);
+	board::call("release_flash_info_alloc", {find(0x21)});
+	board::unload();
+	guest::lab(LAB_PLATFORM_GIVE_BACK, nullptr, "give back what the platform keeps");
+	ASSERT_EQ(board::load(), 0u);
+	board::register_driver();
+	EXPECT_EQ(get_size(0x21), 0u);
 }
 
 } // namespace

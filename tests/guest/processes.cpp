@@ -29,6 +29,16 @@ std::string output_of(const std::vector<std::string> &command)
 	return text;
 }
 
+bool comes_true(const std::function<bool()> &happened)
+{
+	for (int attempt = 0; attempt < 1000; ++attempt) {
+		if (happened())
+			return true;
+		usleep(10000);
+	}
+	return false;
+}
+
 endless_process::endless_process(const std::function<void()> &work) : process_(fork())
 {
 	if (process_ < 0)

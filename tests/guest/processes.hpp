@@ -14,6 +14,9 @@ namespace guest {
 // Runs a program and gives what it wrote; throws when it does not exit with 0.
 std::string output_of(const std::vector<std::string> &command);
 
+// Waits, for some seconds at most, until something has happened.
+bool comes_true(const std::function<bool()> &happened);
+
 // A child of this process that does its work for ever, until it is killed at the end of the scope at the latest.
 class endless_process {
 public:

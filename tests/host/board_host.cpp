@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // The board of the conformance suite on the simulated kernel and platform: the module's own objects run in this process.
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 
 #include "../conformance/board.hpp"
+#include "flash_mng.h"
 #include "functions.hpp"
 #include "kernel/device.h"
 #include "simulation.hpp"
@@ -28,6 +30,8 @@ public:
 			place(buffer_->data(), buffer_->size());
 		else if (from.text())
 			place(from.text()->c_str(), from.text()->size() + 1);
+		else if (from.parts())
+			place(*from.parts());
 	}
 	kernel_argument(const kernel_argument &) = delete;
 	kernel_argument &operator=(const kernel_argument &) = delete;
@@ -37,6 +41,7 @@ public:
 		if (buffer_ && !buffer_->empty())
 			std::memcpy(buffer_->data(), memory_, buffer_->size());
 		std::free(memory_);
+		std::free(parts_);
 	}
 
 	uint64_t value() const { return value_; }
@@ -50,9 +55,29 @@ private:
 		value_ = reinterpret_cast<uint64_t>(memory_);
 	}
 
+	void place(const parts_spec &spec)
+	{
+		if (!spec.null_parts) {
+			parts_ = static_cast<flash_part *>(std::calloc(spec.parts.size(), sizeof(flash_part)));
+			std::transform(spec.parts.begin(), spec.parts.end(), parts_, built);
+		}
+		flash_parts_info info = {};
+		info.part_num = spec.part_num.value_or(static_cast<uint32_t>(spec.parts.size()));
+		info.parts = parts_;
+		place(&info, sizeof(info));
+	}
+
+	static flash_part built(const flash_part_spec &spec)
+	{
+		flash_part part = {spec.offset, spec.size, {}};
+		std::memcpy(part.mtd_name, spec.name.data(), std::min(spec.name.size(), sizeof(part.mtd_name)));
+		return part;
+	}
+
 	bytes *buffer_;
 	uint64_t value_;
 	void *memory_ = nullptr;
+	flash_part *parts_ = nullptr;
 };
 
 uint64_t call_in_kernel(std::string_view function, std::initializer_list<argument> arguments)
@@ -125,6 +150,21 @@ void fail(std::string_view function, long long result, unsigned nth)
 void fail_always(std::string_view function, long long result, unsigned nth)
 {
 	simulation::arm(function, result, nth, true);
+}
+
+void forge(std::string_view function, long long result, unsigned argument, std::span<const std::uint8_t> content, unsigned nth)
+{
+	simulation::forge(function, result, argument, content, nth);
+}
+
+void stop_at(std::string_view function, unsigned nth)
+{
+	simulation::stop_call(function, nth);
+}
+
+void go_on()
+{
+	simulation::let_calls_go();
 }
 
 void lie_about_count(uint32_t reported, unsigned nth)
@@ -213,6 +253,31 @@ uint32_t call(std::string_view function, std::initializer_list<argument> argumen
 bool call_finds(std::string_view function, std::initializer_list<argument> arguments)
 {
 	return call_in_kernel(function, arguments) != 0;
+}
+
+uint64_t call_address(std::string_view function, std::initializer_list<argument> arguments)
+{
+	return call_in_kernel(function, arguments);
+}
+
+void register_driver(const driver_slots &slots)
+{
+	simulation::register_driver(slots);
+}
+
+std::vector<flash_part_spec> created_parts()
+{
+	return simulation::created_parts();
+}
+
+void unregister_driver_at(std::string_view function, unsigned nth)
+{
+	simulation::at_call(function, nth, drv_flash_driver_unregister);
+}
+
+void replace_driver_at(std::string_view function, const driver_slots &slots, unsigned nth)
+{
+	simulation::at_call(function, nth, [slots] { simulation::register_driver(slots); });
 }
 
 bytes global(std::string_view name, std::size_t size)

@@ -11,9 +11,13 @@
 #include "config/mtd_info.hpp"
 #include "datapath/mtd_query.hpp"
 #include "datapath/nand_transfer.hpp"
+#include "datapath/section_transfer.hpp"
 #include "flash_mng.h"
 #include "ioctl/handlers.hpp"
 #include "simulation.hpp"
+#include "spi/driver.hpp"
+#include "spi/registry.hpp"
+#include "spi/spi_config.hpp"
 
 extern "C" u8 g_flash_mng_patch[40];
 
@@ -79,6 +83,14 @@ constexpr std::array g_functions = {
 	FUNCTION(drv_flash_get_nand_part_num),
 	FUNCTION(drv_flash_get_nand_part_size_info),
 	FUNCTION(drv_flash_get_nand_is_exist),
+	FUNCTION(drv_flash_read),
+	FUNCTION(drv_flash_write),
+	FUNCTION(drv_flash_driver_register),
+	FUNCTION(drv_flash_driver_unregister),
+	FUNCTION(drv_flash_get_size),
+	FUNCTION(drv_flash_create),
+	FUNCTION(drv_flash_destroy),
+	FUNCTION(drv_flash_get_type),
 	FUNCTION(flash_mng_drv_patch_func1),
 	FUNCTION(flash_mng_drv_patch_func2),
 	// configuration
@@ -100,11 +112,25 @@ constexpr std::array g_functions = {
 	FUNCTION(drv_nand_flash_mtd_write),
 	FUNCTION(drv_nand_flash_mtd_total_read),
 	FUNCTION(drv_nand_flash_mtd_total_write),
+	FUNCTION(flash_addr_valid),
+	// SPI flash instances
+	FUNCTION(drv_flash_get_sfc_config),
+	FUNCTION(drv_flash_get_spi_info),
+	FUNCTION(drv_flash_get_unrequired_spi_cfg),
+	FUNCTION(drv_flash_spi_chip_entry_parse),
+	FUNCTION(drv_flash_xml_get_attr_string),
+	FUNCTION(drv_flash_xml_get_value_u32),
+	FUNCTION(drv_flash_find_flash_info),
+	FUNCTION(release_flash_mtd_name_alloc),
+	FUNCTION(release_flash_info_alloc),
+	FUNCTION(drv_flash_init_info_mtdname),
 	// commands
 	FUNCTION(flash_get_nand_part_info),
 	FUNCTION(flash_get_part_num),
 	FUNCTION(flash_get_nand_is_exist),
 	FUNCTION(flash_get_mtd_statistics),
+	FUNCTION(drv_flash_find_config),
+	FUNCTION(drv_flash_find_config_by_inst),
 	FUNCTION(drv_nand_flash_mtd_read_ioctl),
 	FUNCTION(drv_nand_flash_mtd_write_ioctl),
 };
@@ -124,8 +150,8 @@ struct named_global {
 	}
 
 const std::array g_globals = {
-	GLOBAL(g_flash_config_list),	   GLOBAL(g_usrdata_mtd_name), GLOBAL(g_flash_mtd_info_list),
-	GLOBAL(g_flash_mtd_info_list_num), GLOBAL(g_flash_mng_patch),
+	GLOBAL(g_flash_config_list),   GLOBAL(g_usrdata_mtd_name), GLOBAL(g_flash_mtd_info_list), GLOBAL(g_flash_mtd_info_list_num),
+	GLOBAL(g_spi_flash_info_list), GLOBAL(g_flash_funcs),	   GLOBAL(g_flash_mng_patch),
 };
 
 #undef GLOBAL

@@ -14,6 +14,7 @@ namespace simulation {
 namespace {
 
 constexpr u32 g_capability_bom = 0x100000;
+constexpr u32 g_hard_lock_operation = 720;
 
 struct hard_lock {
 	u32 inst_id;
@@ -47,6 +48,8 @@ u32 drv_board_get_bom_value(u32 inst_id, u32 capability, u32 *bom_value)
 
 u32 drv_common_parse_parent_id_card_id(u32 inst_id, u32 *parent_inst_id, u32 *card_id)
 {
+	if (auto forced = seen(call::drv_common_parse_parent_id_card_id, {inst_id, parent_inst_id, card_id}))
+		return static_cast<u32>(*forced);
 	const auto facts = facts_of_instance(inst_id);
 
 	if (!facts.known)
@@ -60,20 +63,31 @@ u32 drv_common_parse_parent_id_card_id(u32 inst_id, u32 *parent_inst_id, u32 *ca
 
 u32 drv_hard_trylock(u32 inst_id, u32 lock_type, struct hard_lock_request *request)
 {
+	if (auto forced = seen(call::drv_hard_trylock, {inst_id, lock_type, request}))
+		return static_cast<u32>(*forced);
+	const auto stated = stated_lock_values(inst_id, lock_type);
 	state_guard guard;
 
-	if (!request || request->inst_id != inst_id || request->reserved0 || request->reserved1)
+	if (!request || request->operation != g_hard_lock_operation || request->inst_id != inst_id || request->reserved0 ||
+	    request->reserved1)
 		return HARD_LOCK_BAD_REQUEST;
+	if (stated && request->lock_val != stated->lock)
+		return HARD_LOCK_BAD_VALUE;
 	return g_held.try_emplace({inst_id, lock_type}, request->lock_val).second ? 0 : HARD_LOCK_BUSY;
 }
 
-u32 drv_hard_unlock(u32 inst_id, u32 lock_type, u32 inst_id_again, u32, u64 reserved)
+u32 drv_hard_unlock(u32 inst_id, u32 lock_type, u32 inst_id_again, u32 unlock_val, u64 reserved)
 {
+	if (auto forced = seen(call::drv_hard_unlock, {inst_id, lock_type, inst_id_again, unlock_val, reserved}))
+		return static_cast<u32>(*forced);
+	const auto stated = stated_lock_values(inst_id, lock_type);
 	state_guard guard;
 
 	if (reserved)
 		return HARD_LOCK_BAD_REQUEST;
 	if (inst_id_again != inst_id)
 		return HARD_LOCK_BAD_OWNER;
+	if (stated && unlock_val != stated->unlock)
+		return HARD_LOCK_BAD_VALUE;
 	return g_held.erase({inst_id, lock_type}) ? 0 : HARD_LOCK_NOT_HELD;
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// Linux's mutexes and semaphores. They really block; their state is kept beside them, keyed by the address of their storage, and the
+// Linux's mutexes, semaphores and spinlocks. They really block; their state is kept beside them, keyed by the address of their storage, and the
 // storage is filled with a pattern that must still be there when the lock is used.
 //
 // Lock order: the module never holds two locks at once.
@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "kernel/lock.h"
+#include "kernel/spinlock.h"
 #include "simulation.hpp"
 
 namespace simulation {
@@ -30,6 +31,7 @@ struct lock_state {
 std::map<std::uintptr_t, lock_state> g_locks;
 std::condition_variable g_released;
 thread_local const void *g_held_by_me;
+thread_local bool g_spinning; // what this thread holds is a spinlock
 
 void init(void *storage, std::size_t size, const char *kind, const char *name, int count)
 {
@@ -41,6 +43,18 @@ void init(void *storage, std::size_t size, const char *kind, const char *name, i
 		misuse("%s %p is initialised while it is held", kind, storage);
 	std::fill_n(static_cast<unsigned char *>(storage), size, g_pattern);
 	g_locks[address] = {kind, name, size, count, count, {}};
+}
+
+// A lock that is defined free needs no initialisation.
+void know_static(const char *kind, void *storage, std::size_t size)
+{
+	state_guard guard;
+	const auto address = reinterpret_cast<std::uintptr_t>(storage);
+
+	if (g_locks.contains(address))
+		return;
+	std::fill_n(static_cast<unsigned char *>(storage), size, g_pattern);
+	g_locks[address] = {kind, kind, size, 1, 1, {}};
 }
 
 lock_state &state_of_locked(const char *function, const void *storage)
@@ -116,11 +130,42 @@ void reset_locks()
 
 	g_locks.clear();
 	g_held_by_me = nullptr;
+	g_spinning = false;
+}
+
+void must_not_sleep_here(const char *function)
+{
+	if (g_spinning)
+		misuse("%s() may sleep and is called with a spinlock held", function);
 }
 
 } // namespace simulation
 
 using namespace simulation;
+
+// The one spinlock of the module, defined unlocked as spinlock.c does.
+struct spinlock {
+	unsigned char storage[4];
+};
+
+constinit struct spinlock g_spi_flash_info_list_lock = {};
+
+void linux_spin_lock(struct spinlock *lock)
+{
+	if (seen(call::linux_spin_lock, {lock}))
+		return;
+	know_static("spinlock", lock, sizeof(*lock));
+	take("linux_spin_lock", lock);
+	g_spinning = true;
+}
+
+void linux_spin_unlock(struct spinlock *lock)
+{
+	if (seen(call::linux_spin_unlock, {lock}))
+		return;
+	g_spinning = false;
+	release("linux_spin_unlock", lock);
+}
 
 void linux_mutex_init(struct mutex *lock, const char *name)
 {

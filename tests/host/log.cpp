@@ -8,6 +8,8 @@
 #include <cstdarg>
 #include <cstdio>
 #include <set>
+#include <string>
+#include <string_view>
 
 #include "../../reference_platform/include/platform_status.h"
 #include "simulation.hpp"
@@ -17,6 +19,15 @@ namespace simulation {
 namespace {
 
 constexpr std::size_t g_text_size = 240; // with the NUL; a longer text is cut
+
+// The kernel writes 0x in front of a zero too where the C library leaves it away.
+std::string as_the_kernel_formats(std::string_view format)
+{
+	std::string made(format);
+	for (std::size_t at = made.find("%#x"); at != made.npos; at = made.find("%#x", at))
+		made.replace(at, 3, "0x%x");
+	return made;
+}
 
 std::set<u32> g_registered;
 std::vector<board::log_line> g_lines;
@@ -90,7 +101,7 @@ void drv_log_record(u32 module_id, u32 level, u32 flag, const char *fmt, ...)
 	if (seen(call::drv_log_record, {module_id, level, flag, fmt}))
 		return;
 	va_start(values, fmt);
-	const int length = std::vsnprintf(text.data(), text.size(), fmt, values);
+	const int length = std::vsnprintf(text.data(), text.size(), as_the_kernel_formats(fmt).c_str(), values);
 	va_end(values);
 	if (length < 0)
 		misuse("drv_log_record(): the format \"%s\" is broken", fmt);

@@ -137,6 +137,14 @@ void *linux_kcalloc(size_t count, size_t size)
 	return __builtin_mul_overflow(count, size, &bytes) ? nullptr : from_heap(bytes);
 }
 
+char *linux_kstrdup(const char *text)
+{
+	if (auto forced = seen(call::linux_kstrdup, {text}))
+		return as_pointer<char>(*forced);
+	const size_t size = std::strlen(text) + 1;
+	return static_cast<char *>(std::memcpy(from_heap(size), text, size));
+}
+
 void kfree(const void *memory)
 {
 	if (seen(call::kfree, {memory}) || !memory || memory == g_no_bytes)

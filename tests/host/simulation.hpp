@@ -13,9 +13,11 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -63,6 +65,7 @@ public:
 
 	std::uint64_t number() const { return number_; }
 	const char *text() const { return static_cast<const char *>(address_); }
+	void *address() const { return const_cast<void *>(address_); }
 
 private:
 	std::uint64_t number_ = 0;
@@ -79,8 +82,15 @@ template <typename type> type *as_pointer(long long result)
 }
 
 void arm(std::string_view function, long long result, unsigned nth, bool sticky);
+// The same once, and what the caller finds where an argument points.
+void forge(std::string_view function, long long result, unsigned argument, std::span<const std::uint8_t> content, unsigned nth);
 unsigned faults_hit();
 void count_hit_locked();
+// Runs an action in the middle of the n-th call of a function, before its work.
+void at_call(std::string_view function, unsigned nth, std::function<void()> action);
+// Makes the n-th call of a function wait, before its work, for let_calls_go(), which disarms every fault too.
+void stop_call(std::string_view function, unsigned nth);
+void let_calls_go();
 std::vector<std::string> calls();
 void forget_calls();
 void reset_calls();
@@ -105,6 +115,8 @@ void reset_memory();
 // Checks that no lock in the range is held, and forgets the locks in it.
 void forget_locks_locked(std::uintptr_t start, std::size_t size);
 long locks_held();
+// Ends the process when the calling thread holds a spinlock.
+void must_not_sleep_here(const char *function);
 void reset_locks();
 
 // ---------------------------------------------------------------------------------------------------------------- MTD and files
@@ -150,8 +162,20 @@ struct instance_facts {
 	std::optional<std::uint32_t> card;
 	std::uint32_t bom;
 };
+struct lock_values {
+	std::uint32_t lock;
+	std::uint32_t unlock;
+};
+// The values that the board states for a hardware lock of an instance.
+std::optional<lock_values> stated_lock_values(std::uint32_t inst_id, std::uint32_t lock_type);
 instance_facts facts_of_instance(std::uint32_t inst_id);
 void reset_hard_locks();
+
+// ---------------------------------------------------------------------------------------------------------------- the suite's flash driver
+
+void register_driver(const board::driver_slots &slots);
+std::vector<board::flash_part_spec> created_parts();
+void reset_driver();
 
 // ---------------------------------------------------------------------------------------------------------------- the device
 

@@ -156,6 +156,40 @@ TEST_F(fault_test, a_struck_call_is_traced_and_does_nothing)
 	kfree(memory);
 }
 
+TEST_F(fault_test, a_forged_call_stores_its_content_and_does_nothing_else)
+{
+	u32 parent = 1, card = 2;
+	const board::bytes forged = {9, 8, 7, 6};
+	simulation::forge("drv_common_parse_parent_id_card_id", 5, 2, forged, 2);
+	EXPECT_EQ(drv_common_parse_parent_id_card_id(77, &parent, &card), INSTANCE_UNKNOWN);
+	EXPECT_EQ(card, 2u);
+	EXPECT_EQ(drv_common_parse_parent_id_card_id(77, &parent, &card), 5u);
+	EXPECT_EQ(card, 0x06070809u);
+	EXPECT_EQ(parent, 1u);
+	EXPECT_EQ(drv_common_parse_parent_id_card_id(77, &parent, &card), INSTANCE_UNKNOWN);
+}
+
+TEST_F(fault_test, a_stopped_call_waits_and_its_faults_are_disarmed)
+{
+	simulation::stop_call("vmalloc", 1);
+	simulation::arm("vzalloc", 0, 1, true);
+	std::atomic<bool> over = false;
+	std::thread caller([&over] {
+		vfree(vmalloc(1));
+		over = true;
+	});
+	while (simulation::calls().empty())
+		std::this_thread::yield();
+	std::this_thread::sleep_for(std::chrono::milliseconds(20));
+	EXPECT_FALSE(over);
+	simulation::let_calls_go();
+	caller.join();
+	EXPECT_TRUE(over);
+	void *memory = vzalloc(1);
+	EXPECT_NE(memory, nullptr);
+	vfree(memory);
+}
+
 TEST_F(fault_test, not_hit_is_not_counted)
 {
 	simulation::arm("vmalloc", 0, 5, false);
@@ -680,6 +714,12 @@ TEST_F(log_test, keeps_messages_in_order)
 	EXPECT_TRUE(simulation::log().empty());
 }
 
+TEST_F(log_test, writes_a_zero_as_the_kernel_does)
+{
+	drv_log_record(27, 1, 0, "%#x and %#x", 0, 0x1F);
+	EXPECT_EQ(simulation::log().at(0).text, "0x0 and 0x1f");
+}
+
 TEST_F(log_test, registers_a_log_once)
 {
 	EXPECT_EQ(drv_log_register(27, "flash_mng", 8192), 0u);
@@ -830,6 +870,19 @@ TEST_F(instance_test, parent_and_card)
 	EXPECT_EQ(drv_common_parse_parent_id_card_id(5, &parent, &card), 0u);
 	EXPECT_EQ(parent, 0xffffffffu);
 	EXPECT_EQ(card, 3u);
+}
+
+TEST_F(instance_test, the_hard_lock_takes_only_the_values_that_the_board_states)
+{
+	simulation::configure("spi");
+	hard_lock_request request{.operation = 720, .inst_id = 0x21, .lock_val = 0x5B, .reserved0 = 0, .reserved1 = 0};
+
+	EXPECT_EQ(drv_hard_trylock(0x21, 0, &request), HARD_LOCK_BAD_VALUE);
+	EXPECT_EQ(drv_hard_trylock(0x21, 3, &request), 0u);
+	request.lock_val = 0x5A;
+	EXPECT_EQ(drv_hard_trylock(0x21, 0, &request), 0u);
+	EXPECT_EQ(drv_hard_unlock(0x21, 0, 0x21, 0xA6, 0), HARD_LOCK_BAD_VALUE);
+	EXPECT_EQ(drv_hard_unlock(0x21, 0, 0x21, 0xA5, 0), 0u);
 }
 
 TEST_F(instance_test, the_hard_lock_is_held_once)

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // What the module calls, in order, and the calls that are made to fail.
+#include <algorithm>
 #include <array>
 #include <cinttypes>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "simulation.hpp"
 
@@ -30,8 +32,24 @@ struct fault {
 	bool sticky;
 	long long result;
 	bool hit;
+	unsigned argument; // that points to where the content goes
+	std::vector<std::uint8_t> content;
 };
 
+// Functions that may be called with a spinlock held.
+constexpr std::array g_never_sleep = {call::linux_spin_lock, call::linux_spin_unlock, call::linux_list_add_tail,
+				      call::linux_list_del,  call::memcpy_s,	      call::memset_s,
+				      call::strcpy_s};
+
+struct interruption {
+	call which;
+	unsigned remaining;
+	std::function<void()> action;
+};
+
+std::vector<interruption> g_interruptions;
+unsigned g_times_let_go;
+std::condition_variable g_let_go;
 std::vector<std::string> g_calls;
 std::vector<fault> g_faults;
 unsigned g_hits;
@@ -105,15 +123,44 @@ bool strikes_locked(fault &fault)
 	return true;
 }
 
-std::optional<long long> forced_locked(call which)
+call call_named(std::string_view function)
+{
+	for (std::size_t i = 0; i < g_signatures.size(); ++i) {
+		if (g_signatures[i].name == function)
+			return static_cast<call>(i);
+	}
+	misuse("%.*s is named, which calls.def does not list", static_cast<int>(function.size()), function.data());
+}
+
+std::function<void()> interruption_locked(call which)
+{
+	for (auto &one : g_interruptions) {
+		if (one.which == which && one.remaining && --one.remaining == 0)
+			return std::move(one.action);
+	}
+	return {};
+}
+
+std::optional<long long> forced_locked(call which, std::initializer_list<traced> arguments)
 {
 	std::optional<long long> result;
 
 	for (auto &fault : g_faults) {
-		if (fault.which == which && strikes_locked(fault))
-			result = fault.result;
+		if (fault.which != which || !strikes_locked(fault))
+			continue;
+		result = fault.result;
+		if (!fault.content.empty())
+			std::memcpy((arguments.begin() + fault.argument)->address(), fault.content.data(), fault.content.size());
 	}
 	return result;
+}
+
+void arm_locked(fault fault)
+{
+	if (fault.remaining == 0)
+		misuse("a fault is armed for call 0 of %s; the first call is 1",
+		       g_signatures[static_cast<std::size_t>(fault.which)].name.data());
+	g_faults.push_back(std::move(fault));
 }
 
 } // namespace
@@ -138,26 +185,63 @@ std::mutex &state_mutex()
 
 std::optional<long long> seen(call which, std::initializer_list<traced> arguments)
 {
-	auto text = rendered(g_signatures[static_cast<std::size_t>(which)], arguments);
+	const signature &function = g_signatures[static_cast<std::size_t>(which)];
+	auto text = rendered(function, arguments);
+	std::function<void()> action;
+	std::optional<long long> forced;
+
+	if (std::find(g_never_sleep.begin(), g_never_sleep.end(), which) == g_never_sleep.end())
+		must_not_sleep_here(function.name.data());
+	{
+		state_guard guard;
+
+		g_calls.push_back(std::move(text));
+		action = interruption_locked(which);
+		forced = forced_locked(which, arguments);
+	}
+	if (action)
+		action();
+	return forced;
+}
+
+void at_call(std::string_view function, unsigned nth, std::function<void()> action)
+{
 	state_guard guard;
 
-	g_calls.push_back(std::move(text));
-	return forced_locked(which);
+	g_interruptions.push_back({call_named(function), nth, std::move(action)});
 }
 
 void arm(std::string_view function, long long result, unsigned nth, bool sticky)
 {
 	state_guard guard;
+	arm_locked({call_named(function), nth, sticky, result, false, 0, {}});
+}
 
-	if (nth == 0)
-		misuse("a fault is armed for call 0 of %.*s; the first call is 1", static_cast<int>(function.size()), function.data());
-	for (std::size_t i = 0; i < g_signatures.size(); ++i) {
-		if (g_signatures[i].name == function) {
-			g_faults.push_back({static_cast<call>(i), nth, sticky, result, false});
-			return;
-		}
-	}
-	misuse("a fault is armed for %.*s, which calls.def does not list", static_cast<int>(function.size()), function.data());
+void forge(std::string_view function, long long result, unsigned argument, std::span<const std::uint8_t> content, unsigned nth)
+{
+	state_guard guard;
+	const call which = call_named(function);
+
+	if (argument >= g_signatures[static_cast<std::size_t>(which)].letters.size())
+		misuse("%.*s has no argument %u", static_cast<int>(function.size()), function.data(), argument);
+	arm_locked({which, nth, false, result, false, argument, {content.begin(), content.end()}});
+}
+
+void stop_call(std::string_view function, unsigned nth)
+{
+	at_call(function, nth, [] {
+		std::unique_lock<std::mutex> held(state_mutex());
+		g_let_go.wait(held, [before = g_times_let_go] { return g_times_let_go != before; });
+	});
+}
+
+void let_calls_go()
+{
+	state_guard guard;
+	g_faults.clear();
+	g_interruptions.clear();
+	++g_times_let_go;
+	g_let_go.notify_all();
 }
 
 unsigned faults_hit()
@@ -188,6 +272,7 @@ void reset_calls()
 	state_guard guard;
 	g_calls.clear();
 	g_faults.clear();
+	g_interruptions.clear();
 	g_hits = 0;
 }
 
@@ -201,6 +286,7 @@ void reset()
 	reset_user_memory();
 	reset_log();
 	reset_xml();
+	reset_driver();
 	reset_hard_locks();
 	reset_calls();
 }

@@ -65,7 +65,7 @@ configuration &configuration_locked()
 {
 	if (g_configuration)
 		return *g_configuration;
-	const auto path = CONFORMANCE_BOARDS_DIR "/" + g_selected + ".xml";
+	const auto path = g_selected.starts_with('/') ? g_selected : CONFORMANCE_BOARDS_DIR "/" + g_selected + ".xml";
 	g_configuration = std::make_unique<configuration>();
 	const auto result = g_configuration->document.load_file(path.c_str());
 	if (!result)
@@ -209,6 +209,15 @@ instance_facts facts_of_instance(std::uint32_t inst_id)
 		number_or(instance.attribute("bom"), of_board)};
 }
 
+std::optional<lock_values> stated_lock_values(std::uint32_t inst_id, std::uint32_t lock_type)
+{
+	state_guard guard;
+	for (auto lock : instance_locked(inst_id).children("hard_lock"))
+		if (number(lock.attribute("type").value()) == lock_type)
+			return lock_values{number_or(lock.attribute("lock_val"), 0), number_or(lock.attribute("unlock_val"), 0)};
+	return std::nullopt;
+}
+
 } // namespace simulation
 
 using namespace simulation;
@@ -267,6 +276,8 @@ u32 xml_get_attr_string(struct xml_entry *entry, const char *attr, char *buf, u3
 
 u32 xml_is_node_exist(u32 inst_id, const char *module, const char *node, u32 *exist)
 {
+	if (auto forced = seen(call::xml_is_node_exist, {inst_id, module, node, exist}))
+		return static_cast<u32>(*forced);
 	state_guard guard;
 
 	*exist = node_locked(inst_id, module, node) ? 1 : 0;
@@ -275,6 +286,8 @@ u32 xml_is_node_exist(u32 inst_id, const char *module, const char *node, u32 *ex
 
 u32 xml_get_entry_num(u32 inst_id, const char *module, const char *node, u32 *count)
 {
+	if (auto forced = seen(call::xml_get_entry_num, {inst_id, module, node, count}))
+		return static_cast<u32>(*forced);
 	state_guard guard;
 	const auto found = node_locked(inst_id, module, node);
 
@@ -286,6 +299,8 @@ u32 xml_get_entry_num(u32 inst_id, const char *module, const char *node, u32 *co
 
 u32 xml_get_element_value_u32(u32 inst_id, const char *module, const char *node, const char *entry, const char *element, u32 *value)
 {
+	if (auto forced = seen(call::xml_get_element_value_u32, {inst_id, module, node, entry, element, value}))
+		return static_cast<u32>(*forced);
 	state_guard guard;
 	const char *text;
 	const u32 status = find_element_locked(inst_id, module, node, entry, element, &text);
@@ -295,6 +310,8 @@ u32 xml_get_element_value_u32(u32 inst_id, const char *module, const char *node,
 
 u32 xml_get_element_string(u32 inst_id, const char *module, const char *node, const char *entry, const char *element, char *buf, u32 len)
 {
+	if (auto forced = seen(call::xml_get_element_string, {inst_id, module, node, entry, element, buf, len}))
+		return static_cast<u32>(*forced);
 	state_guard guard;
 	const char *text;
 	const u32 status = find_element_locked(inst_id, module, node, entry, element, &text);
@@ -304,6 +321,8 @@ u32 xml_get_element_string(u32 inst_id, const char *module, const char *node, co
 
 bool xml_is_element_exist(u32 inst_id, const char *module, const char *node, const char *entry, const char *element)
 {
+	if (auto forced = seen(call::xml_is_element_exist, {inst_id, module, node, entry, element}))
+		return *forced != 0;
 	state_guard guard;
 	const char *text;
 

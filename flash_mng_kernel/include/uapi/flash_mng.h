@@ -62,11 +62,19 @@ extern "C" {
 #define FLASH_MNG_NULL_POINTER 417u	      /* an address to be written to is NULL */
 #define FLASH_MNG_INVALID 418u		      /* a bad name, a range beyond the partition, or a thing that is not there */
 #define FLASH_MNG_UNKNOWN_COMMAND 420u	      /* no such command */
+#define FLASH_MNG_NO_DRIVER 421u	      /* no flash driver is registered, or it lacks the function */
+#define FLASH_MNG_BAD_LENGTH 425u	      /* a name of more than 32 bytes */
+#define FLASH_MNG_NOT_FOUND 427u	      /* no SPI flash of that instance or with a partition of that name */
 #define FLASH_MNG_OVERFLOW 435u		      /* offset + length does not fit in 32 bits */
 #define FLASH_MNG_COPY_FAILED 1186u	      /* an answer could not be copied or a text not be formed */
 #define FLASH_MNG_NO_MEMORY 1194u	      /* an allocation failed */
 #define FLASH_MNG_NO_DATA 1205u		      /* a transfer without buffer or length */
+#define FLASH_MNG_REQUEST_UNREADABLE 1207u    /* the caller's request could not be read */
+#define FLASH_MNG_INTERRUPTED 1954u	      /* the task was killed while it waited */
+#define FLASH_MNG_SHORT_WRITE 2978u	      /* less was written than asked for */
+#define FLASH_MNG_SHORT_READ 2979u	      /* less was read than asked for */
 #define FLASH_MNG_NOT_OPENED 2983u	      /* the partition's block device could not be opened */
+#define FLASH_MNG_ENTRY_COUNT 3489u	      /* the number of entries of an XML node could not be read */
 #define FLASH_MNG_NOT_LISTED 0x811B01A4u      /* the name is not in the board's list of partitions updated as a whole */
 #define FLASH_MNG_VARIANT_NAME 0x811B01A7u    /* the name of a variant's table could not be formed */
 #define FLASH_MNG_EMPTY_RANGE 0x811B01A9u     /* length 0, or a partition without usable bytes */
@@ -115,6 +123,23 @@ static inline uint32_t flash_mng_code(int result, int error)
  * Codes: FLASH_MNG_OK; FLASH_MNG_COPY_FAILED.
  */
 #define FLASH_MNG_GET_NAND_IS_EXIST 0x80045408u
+
+/*
+ * FLASH_MNG_FIND_CONFIG - settings of the SPI flash that has a partition of a name.
+ * Argument: struct flash_find_config_arg; name_length and name are read, config is written.
+ * Partitions are known from drv_flash_create() of a kernel module on; the oldest SPI flash with the name answers.
+ * Codes, in the order of the checks: FLASH_MNG_OK; FLASH_MNG_REQUEST_UNREADABLE (the record); FLASH_MNG_BAD_LENGTH;
+ * FLASH_MNG_REQUEST_UNREADABLE (the name); FLASH_MNG_NOT_FOUND; 1 to 56, the number of bytes of the record that could not be written.
+ */
+#define FLASH_MNG_FIND_CONFIG 0x80045409u
+
+/*
+ * FLASH_MNG_FIND_CONFIG_BY_INST - settings of an instance's SPI flash.
+ * Argument: struct flash_find_config_arg; inst_id is read, config is written.
+ * An instance is known from its first use by a kernel module on, until it is destroyed.
+ * Codes: as FLASH_MNG_FIND_CONFIG, but for FLASH_MNG_BAD_LENGTH.
+ */
+#define FLASH_MNG_FIND_CONFIG_BY_INST 0x8004540Au
 
 /*
  * FLASH_MNG_MTD_READ - read bytes of a listed NAND partition.
@@ -175,6 +200,27 @@ struct flash_mtd_stat_entry {
 struct flash_mtd_statistics {
 	uint32_t count;							/* valid entries, 0 to 128 */
 	struct flash_mtd_stat_entry entries[FLASH_MNG_STAT_ENTRIES]; /* those at and beyond count are zero */
+};
+
+/* struct spi_controller_config - where an SPI flash sits and how it is locked; 32 bytes. */
+struct spi_controller_config {
+	uint32_t inst_id;     /* instance of the SPI flash */
+	uint32_t cfg_inst_id; /* instance whose XML held the settings: the same, or its parent */
+	uint32_t sfc_chip_id;
+	uint32_t sfc_ctrl;
+	uint32_t sfc_cs;	 /* chip select */
+	uint32_t hardlock_type;	 /* 1 without hardware lock */
+	uint32_t hardlock_val;	 /* value that takes the lock */
+	uint32_t hardunlock_val; /* value that releases it */
+};
+
+/* struct flash_find_config_arg - a question for an SPI flash, and its answer; 56 bytes. Only config is changed. */
+struct flash_find_config_arg {
+	uint32_t inst_id;
+	uint8_t reserved[8];
+	uint32_t name_length; /* bytes, without a NUL; at most 32 */
+	struct spi_controller_config config;
+	uint64_t name; /* address of the partition's name in the calling process */
 };
 
 /* struct flash_mtd_io_arg - a range of a partition and the caller's buffer; 48 bytes. */

@@ -9,6 +9,7 @@
 #include <linux/uaccess.h>
 #include <linux/vmalloc.h>
 
+#include "flash_mng.h"
 #include "lab.h"
 
 #define MOST_MEMORY (64u << 20)
@@ -32,35 +33,82 @@ static void *exact_memory(size_t size)
 	return size <= KMALLOC_MAX_SIZE ? kmalloc(size, GFP_KERNEL) : vmalloc(size);
 }
 
-static int prepare(struct lab_argument *argument, u64 *value)
+static int copy_in(const struct lab_argument *argument, void **memory)
 {
-	void *memory;
-
-	*value = 0;
-	if (argument->kind == LAB_VALUE) {
-		*value = argument->value;
-		return 0;
-	}
 	if (argument->size > MOST_MEMORY)
 		return -EINVAL;
-	memory = exact_memory(argument->size);
-	if (!memory)
+	*memory = exact_memory(argument->size);
+	if (!*memory)
 		return -ENOMEM;
-	*value = (u64)memory;
-	return copy_from_user(memory, u64_to_user_ptr(argument->value), argument->size) ? -EFAULT : 0;
+	return copy_from_user(*memory, u64_to_user_ptr(argument->value), argument->size) ? -EFAULT : 0;
 }
 
-static int finish(struct lab_argument *argument, u64 value, bool called)
+static int prepare_parts(const struct lab_argument *argument, u64 *value)
+{
+	struct flash_parts_info *info = kzalloc(sizeof(*info), GFP_KERNEL);
+	void *parts = NULL;
+	int error = 0;
+
+	if (!info)
+		return -ENOMEM;
+	if (argument->value)
+		error = copy_in(argument, &parts);
+	info->part_num = argument->number;
+	info->parts = parts;
+	*value = (u64)info;
+	return error;
+}
+
+static int prepare(const struct lab_argument *argument, u64 *value)
+{
+	void *memory = NULL;
+	int error;
+
+	*value = 0;
+	switch (argument->kind) {
+	case LAB_VALUE:
+		*value = argument->value;
+		return 0;
+	case LAB_DRIVER:
+		*value = (u64)lab_driver_table(argument->value);
+		return *value ? 0 : -EINVAL;
+	case LAB_PARTS:
+		return prepare_parts(argument, value);
+	case LAB_MEMORY:
+	case LAB_MEMORY_IN:
+		error = copy_in(argument, &memory);
+		*value = (u64)memory;
+		return error;
+	}
+	return -EINVAL;
+}
+
+static int finish_memory(const struct lab_argument *argument, void *memory, bool called)
 {
 	int error = 0;
 
-	if (argument->kind == LAB_VALUE || !value)
-		return 0;
-	if (called && argument->kind == LAB_MEMORY &&
-	    copy_to_user(u64_to_user_ptr(argument->value), (void *)value, argument->size))
+	if (called && argument->kind == LAB_MEMORY && copy_to_user(u64_to_user_ptr(argument->value), memory, argument->size))
 		error = -EFAULT;
-	kvfree((void *)value);
+	kvfree(memory);
 	return error;
+}
+
+static int finish(const struct lab_argument *argument, u64 value, bool called)
+{
+	struct flash_parts_info *info = (void *)value;
+
+	if (!value)
+		return 0;
+	switch (argument->kind) {
+	case LAB_PARTS:
+		kvfree(info->parts);
+		kfree(info);
+		break;
+	case LAB_MEMORY:
+	case LAB_MEMORY_IN:
+		return finish_memory(argument, (void *)value, called);
+	}
+	return 0;
 }
 
 static int call_function(struct lab_call *call, function_type function)

@@ -55,8 +55,10 @@ static long lab_ioctl(struct file *file, unsigned int command, unsigned long arg
 		return lab_trace_load_end_read(record);
 	case LAB_LOAD_END_CLEAR:
 		return no_result(lab_trace_load_end_clear);
-	case LAB_LOG_REMOVE:
-		return no_result(lab_log_remove);
+	case LAB_PLATFORM_GIVE_BACK:
+		return no_result(lab_platform_give_back);
+	case LAB_DRIVER_PARTS:
+		return lab_driver_parts(record);
 	case LAB_STATUS:
 		return lab_status(record);
 	}
@@ -104,12 +106,13 @@ static void __exit lab_exit(void)
 	misc_deregister(&lab_device);
 	lab_observer_exit();
 	lab_mtd_remove_all();
+	lab_driver_exit();
 	lab_trace_exit();
 }
 
 module_init(lab_init);
 module_exit(lab_exit);
 
-MODULE_DESCRIPTION("Test laboratory for flash_mng: MTD devices, calls, observation, faults");
+MODULE_DESCRIPTION("Test laboratory for flash_mng: MTD devices, a flash driver, calls, observation, faults");
 MODULE_AUTHOR("flash_mng developers");
 MODULE_LICENSE("GPL");

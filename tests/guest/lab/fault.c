@@ -5,10 +5,14 @@
 #include <linux/spinlock.h>
 #include <linux/string.h>
 #include <linux/uaccess.h>
+#include <linux/wait.h>
 
 #include "lab.h"
 
 #define MOST_FAULTS 64
+
+/* A call asks for each of these by itself. */
+enum fault_class { FAILURE, LIE, INTERRUPTION };
 
 struct fault {
 	int function;
@@ -17,6 +21,9 @@ struct fault {
 	bool hit;
 	u64 countdown; /* calls up to and with the failing one */
 	s64 result;
+	u32 argument;
+	u32 content_size;
+	u8 content[LAB_CONTENT_SIZE];
 };
 
 static const char *const names[] = {
@@ -28,6 +35,24 @@ static const char *const names[] = {
 static DEFINE_RAW_SPINLOCK(lock);
 static struct fault faults[MOST_FAULTS];
 static u32 armed;
+static u32 clearings;
+static DECLARE_WAIT_QUEUE_HEAD(cleared);
+
+static enum fault_class class_of(enum lab_fault_kind kind)
+{
+	switch (kind) {
+	case LAB_FAIL:
+		return FAILURE;
+	case LAB_LIE_COUNT:
+	case LAB_LIE_NULL:
+		return LIE;
+	case LAB_DRIVER_GOES:
+	case LAB_DRIVER_COMES:
+	case LAB_WAIT:
+		break;
+	}
+	return INTERRUPTION;
+}
 
 int lab_function_index(const char *name)
 {
@@ -52,6 +77,13 @@ static int add_fault(const struct fault *fault)
 	return error;
 }
 
+static bool is_good(const struct lab_fault *wanted)
+{
+	if (!wanted->nth || wanted->kind > LAB_WAIT || wanted->argument >= LAB_ARGUMENTS || wanted->content_size > LAB_CONTENT_SIZE)
+		return false;
+	return wanted->kind != LAB_DRIVER_COMES || lab_driver_table(wanted->result);
+}
+
 long lab_fault_arm(struct lab_fault __user *argument)
 {
 	struct lab_fault wanted;
@@ -61,11 +93,14 @@ long lab_fault_arm(struct lab_fault __user *argument)
 		return -EFAULT;
 	wanted.function[LAB_NAME_SIZE - 1] = '\0';
 	fault.kind = wanted.kind;
-	fault.function = lab_function_index(wanted.kind == LAB_FAIL ? wanted.function : "xml_get_entry_list");
+	fault.function = lab_function_index(class_of(wanted.kind) == LIE ? "xml_get_entry_list" : wanted.function);
 	fault.always = wanted.always;
 	fault.countdown = wanted.nth;
 	fault.result = wanted.result;
-	if (fault.function < 0 || !wanted.nth || wanted.kind > LAB_LIE_NULL) {
+	fault.argument = wanted.argument;
+	fault.content_size = wanted.content_size;
+	memcpy(fault.content, wanted.content, sizeof(fault.content));
+	if (fault.function < 0 || !is_good(&wanted)) {
 		pr_err("fault refused: function \"%s\", kind %u, call %llu\n", wanted.function, wanted.kind, wanted.nth);
 		return -EINVAL;
 	}
@@ -78,7 +113,9 @@ void lab_fault_clear(void)
 
 	raw_spin_lock_irqsave(&lock, flags);
 	WRITE_ONCE(armed, 0);
+	WRITE_ONCE(clearings, clearings + 1);
 	raw_spin_unlock_irqrestore(&lock, flags);
+	wake_up_all(&cleared);
 }
 
 u32 lab_faults_hit(void)
@@ -107,7 +144,7 @@ static bool is_due(struct fault *fault)
 	return true;
 }
 
-static struct fault *next_due(int function, bool lies)
+static struct fault *next_due(int function, enum fault_class class)
 {
 	struct fault *due = NULL;
 	u32 i;
@@ -115,17 +152,17 @@ static struct fault *next_due(int function, bool lies)
 	for (i = 0; i < armed; i++) {
 		struct fault *fault = &faults[i];
 
-		if (fault->function != function || (fault->kind != LAB_FAIL) != lies || !is_due(fault))
+		if (fault->function != function || class_of(fault->kind) != class || !is_due(fault))
 			continue;
 		if (!due)
 			due = fault;
 	}
 	if (due)
-		due->hit = true;
+		due->hit = class != INTERRUPTION;
 	return due;
 }
 
-bool lab_fault_take(int function, s64 *result)
+bool lab_fault_take(int function, const u64 *arguments, s64 *result)
 {
 	struct fault *due;
 	unsigned long flags;
@@ -133,9 +170,12 @@ bool lab_fault_take(int function, s64 *result)
 	if (!READ_ONCE(armed))
 		return false;
 	raw_spin_lock_irqsave(&lock, flags);
-	due = next_due(function, false);
-	if (due)
+	due = next_due(function, FAILURE);
+	if (due) {
 		*result = due->result;
+		if (due->content_size)
+			memcpy((void *)arguments[due->argument], due->content, due->content_size);
+	}
 	raw_spin_unlock_irqrestore(&lock, flags);
 	return due;
 }
@@ -149,11 +189,44 @@ enum lab_fault_kind lab_fault_take_lie(u32 *count)
 	if (!READ_ONCE(armed))
 		return LAB_FAIL;
 	raw_spin_lock_irqsave(&lock, flags);
-	due = next_due(lab_function_index("xml_get_entry_list"), true);
+	due = next_due(lab_function_index("xml_get_entry_list"), LIE);
 	if (due) {
 		kind = due->kind;
 		*count = due->result;
 	}
 	raw_spin_unlock_irqrestore(&lock, flags);
 	return kind;
+}
+
+static bool take_interruption(int function, struct fault *taken, u32 *seen_clearings)
+{
+	struct fault *due;
+	unsigned long flags;
+
+	raw_spin_lock_irqsave(&lock, flags);
+	due = next_due(function, INTERRUPTION);
+	if (due)
+		*taken = *due;
+	*seen_clearings = clearings;
+	raw_spin_unlock_irqrestore(&lock, flags);
+	return due;
+}
+
+void lab_interrupt(int function)
+{
+	struct fault taken;
+	u32 seen_clearings;
+
+	if (!READ_ONCE(armed) || !take_interruption(function, &taken, &seen_clearings))
+		return;
+	switch (taken.kind) {
+	case LAB_DRIVER_GOES:
+		lab_driver_goes();
+		break;
+	case LAB_DRIVER_COMES:
+		lab_driver_comes(taken.result);
+		break;
+	default:
+		wait_event_killable(cleared, READ_ONCE(clearings) != seen_clearings);
+	}
 }

@@ -18,12 +18,20 @@ module_param(is_exist, uint, 0444);
 
 /* Referenced so that the linker keeps a relocation to each. */
 static void *const linked[] __used = {
+	drv_flash_read,
+	drv_flash_write,
 	drv_flash_mtd_read,
 	drv_flash_mtd_write,
 	drv_flash_get_mtd_size,
 	drv_flash_get_nand_part_num,
 	drv_flash_get_nand_part_size_info,
 	drv_flash_get_nand_is_exist,
+	drv_flash_driver_register,
+	drv_flash_driver_unregister,
+	drv_flash_get_size,
+	drv_flash_create,
+	drv_flash_destroy,
+	drv_flash_get_type,
 	flash_mng_drv_patch_func1,
 	flash_mng_drv_patch_func2,
 };

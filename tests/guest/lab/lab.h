@@ -1,11 +1,12 @@
 /* SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only */
 /*
  * flash_lab: what the tests on the board need inside the kernel. Parts: MTD devices (mtd_lab.c, store.c), calls of flash_mng's
- * functions (caller.c), the observer of flash_mng's own calls (observer.c) with its trace (trace.c), faults (fault.c) and the
- * account of what flash_mng holds (holdings.c).
+ * functions (caller.c), a flash driver (driver.c), the observer of flash_mng's own calls (observer.c) with its trace (trace.c), faults
+ * (fault.c) and the account of what flash_mng holds (holdings.c, platform.c).
  *
- * Lock order: the mutexes of mtd_lab.c and observer.c are taken in process context only. trace.c, fault.c and holdings.c each have one
- * raw spinlock, since flash_mng may call with locks of its own held; none of these is held together with another.
+ * Lock order: the mutexes of mtd_lab.c, driver.c and observer.c are taken in process context only. trace.c, fault.c, holdings.c and
+ * platform.c each have one raw spinlock, since flash_mng may call with locks of its own held, spinlocks among them; none of these is
+ * held together with another.
  */
 #ifndef FLASH_LAB_H
 #define FLASH_LAB_H
@@ -16,6 +17,7 @@
 
 #include "lab_abi.h"
 
+struct flash_driver_ops;
 struct module;
 
 #undef pr_fmt
@@ -54,11 +56,27 @@ bool lab_store_only_clears(struct lab_store *store, u64 offset, const u8 *from, 
 long lab_call(struct lab_call __user *argument);
 long lab_global(struct lab_global __user *argument);
 
+/*
+ * driver.c: a flash driver for flash_mng. flash_mng reaches its functions through pointers, where the observer does not see them, so they
+ * report their calls themselves.
+ */
+/* lab_driver_table() - the driver with these functions, LAB_DRIVER_...; NULL for a wrong number. */
+const struct flash_driver_ops *lab_driver_table(u64 functions);
+/* lab_driver_prepare() - for a flash_mng that is being loaded: the parts of earlier ones are forgotten. */
+int lab_driver_prepare(const struct module *flash_mng);
+void lab_driver_exit(void);
+/* Registers a driver with flash_mng, or unregisters the one that it has; from a call that flash_mng makes. */
+void lab_driver_comes(u64 functions);
+void lab_driver_goes(void);
+long lab_driver_parts(struct lab_parts __user *argument);
+
 /* observer.c: stands between flash_mng and the functions that it calls. */
 int lab_observer_init(void);
 void lab_observer_exit(void);
-/* lab_log_remove() - deregister flash_mng's log in its place. */
-void lab_log_remove(void);
+/* lab_observe() - report a call of @name, of calls.def; true with its forced @result when it is to fail. */
+bool lab_observe(const char *name, const u64 *arguments, s64 *result);
+/* lab_function() - address of a function of calls.def; 0 until flash_mng has been loaded once. */
+unsigned long lab_function(const char *name);
 /* lab_hold_flash_mng() - flash_mng, referenced, or NULL when it is not loaded; released with module_put(). */
 struct module *lab_hold_flash_mng(void);
 long lab_status(struct lab_status __user *argument);
@@ -79,8 +97,10 @@ void lab_fault_clear(void);
 u32 lab_faults_hit(void);
 /* Index of a function of calls.def, or -ENOENT. */
 int lab_function_index(const char *name);
-/* lab_fault_take() - count a call of @function; true with its forced @result when it is to fail. */
-bool lab_fault_take(int function, s64 *result);
+/* lab_fault_take() - count a call of @function; true with its forced @result, and its content stored, when it is to fail. */
+bool lab_fault_take(int function, const u64 *arguments, s64 *result);
+/* lab_interrupt() - count a call of @function; what is to happen before it happens now. */
+void lab_interrupt(int function);
 /* lab_fault_take_lie() - count an entry list; the kind of lie to tell about it, LAB_FAIL for none. */
 enum lab_fault_kind lab_fault_take_lie(u32 *count);
 
@@ -98,5 +118,10 @@ void lab_hold(enum lab_holding kind, unsigned long address);
 void lab_release(enum lab_holding kind, unsigned long address);
 long lab_held_give_back(void);
 long lab_held(struct lab_held __user *argument);
+
+/* platform.c: what the platform keeps for flash_mng. */
+/* lab_platform_skipped() - a call that was not made. */
+void lab_platform_skipped(const char *name, const u64 *arguments);
+void lab_platform_give_back(void);
 
 #endif

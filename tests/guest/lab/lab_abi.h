@@ -13,6 +13,7 @@
 #define LAB_NAME_SIZE 64
 #define LAB_ARGUMENTS 8
 #define LAB_TEXT_SIZE 256
+#define LAB_CONTENT_SIZE 64
 
 /* An MTD device to make. A device made with partition flags is the only partition of a parent that has no number of its own. */
 struct lab_mtd_add {
@@ -41,16 +42,26 @@ struct lab_mtd_state {
 	__u64 writes; /* program operations */
 };
 
+/* Functions that the lab's flash driver has. */
+#define LAB_DRIVER_GET_SIZE 1
+#define LAB_DRIVER_CREATE 2
+#define LAB_DRIVER_DESTROY 4
+
+/* What its function for sizes stores, as 64 bits. */
+#define LAB_DRIVER_SIZE 0x123456789aull
+
 /* One argument of a call: a number, or kernel memory of exactly size bytes that starts as a copy of the caller's. */
 enum lab_argument_kind {
 	LAB_VALUE = 0,
 	LAB_MEMORY = 1,	     /* copied in and back out */
 	LAB_MEMORY_IN = 2,   /* copied in only */
+	LAB_PARTS = 3,	     /* a struct flash_parts_info; value and size are its parts, 0 for no address, number its part_num */
+	LAB_DRIVER = 4,	     /* the lab's struct flash_driver_ops with the functions of value */
 };
 
 struct lab_argument {
 	__u32 kind;
-	__u32 reserved;
+	__u32 number;
 	__u64 value; /* the number, or the address of the caller's bytes */
 	__u64 size;
 };
@@ -75,6 +86,10 @@ enum lab_fault_kind {
 	LAB_FAIL = 0,	   /* the call does nothing and gives result */
 	LAB_LIE_COUNT = 1, /* an entry list is reported with result as its count */
 	LAB_LIE_NULL = 2,  /* an entry list is reported with its count, as NULL */
+	/* Interruptions: they happen before the call is made, and are not counted as hit. */
+	LAB_DRIVER_GOES = 3,  /* the flash driver is unregistered */
+	LAB_DRIVER_COMES = 4, /* the lab's flash driver with the functions of result is registered */
+	LAB_WAIT = 5,	      /* the caller, who must be allowed to sleep, waits until the faults are cleared */
 };
 
 struct lab_fault {
@@ -83,6 +98,10 @@ struct lab_fault {
 	__u32 always; /* 1: this call and all later ones */
 	__u64 nth;    /* from 1, counted from now on */
 	__s64 result;
+	/* LAB_FAIL: what the caller finds where an argument points. */
+	__u32 argument;
+	__u32 content_size;
+	__u8 content[LAB_CONTENT_SIZE];
 };
 
 /* The calls seen, each a NUL-terminated line, in order. */
@@ -100,6 +119,13 @@ struct lab_held {
 	__s64 open_files;
 	__s64 locks;
 	__u64 untracked; /* takings that found no room in the table: the figures above are then too low */
+};
+
+/* The parts that the lab's flash driver was last told to create since flash_mng was loaded, as an array of struct flash_part. */
+struct lab_parts {
+	__u64 buffer;
+	__u64 size; /* of buffer; 0 asks for used alone */
+	__u64 used; /* out: bytes of all parts */
 };
 
 /* What log_module_init_end() was told at the last load. */
@@ -144,7 +170,8 @@ struct lab_status {
 #define LAB_MTD_ERASE _IOW(LAB_MAGIC, 17, struct lab_mtd_bytes)
 #define LAB_MTD_WRITE _IOW(LAB_MAGIC, 18, struct lab_mtd_bytes)
 #define LAB_MTD_READ _IOW(LAB_MAGIC, 19, struct lab_mtd_bytes)
-/* Removes flash_mng's log from the platform where flash_mng was kept from doing so. Call it with flash_mng unloaded. */
-#define LAB_LOG_REMOVE _IO(LAB_MAGIC, 21)
+/* Removes flash_mng's log and releases its hardware locks where flash_mng was kept from doing so. Call it with flash_mng unloaded. */
+#define LAB_PLATFORM_GIVE_BACK _IO(LAB_MAGIC, 21)
+#define LAB_DRIVER_PARTS _IOWR(LAB_MAGIC, 22, struct lab_parts)
 
 #endif

@@ -16,8 +16,6 @@
 #include "frame.h"
 #include "lab.h"
 
-#define FLASH_MNG_LOG 27
-
 #define BRANCH_MASK 0x7c000000u /* of B and BL */
 #define BRANCH_CODE 0x14000000u
 #define BRANCH_OFFSET 0x03ffffffu
@@ -50,6 +48,7 @@ struct giver {
 static const struct taker takers[] = {
 	{ "linux_kzalloc", LAB_HEAP, true },
 	{ "linux_kcalloc", LAB_HEAP, true },
+	{ "linux_kstrdup", LAB_HEAP, true },
 	{ "vzalloc", LAB_VIRTUAL, true },
 	{ "vmalloc", LAB_VIRTUAL, true },
 	{ "get_mtd_device_nm", LAB_MTD_REFERENCE, true },
@@ -65,6 +64,7 @@ static const struct giver givers[] = {
 	{ "filp_close", LAB_OPEN_FILE },
 	{ "mutex_unlock", LAB_LOCK },
 	{ "up", LAB_LOCK },
+	{ "linux_spin_unlock", LAB_LOCK },
 };
 
 static int (*patch_text)(void *address, u32 instruction);
@@ -91,9 +91,21 @@ static void account_giving(const char *name, const struct lab_frame *frame)
 		if (!strcmp(givers[i].name, name))
 			lab_release(givers[i].kind, frame->arguments[0]);
 	}
-	/* It cannot fail, so its call is as good as its return. */
-	if (!strcmp(name, "linux_mutex_lock"))
+	/* They cannot fail, so their call is as good as their return. */
+	if (!strcmp(name, "linux_mutex_lock") || !strcmp(name, "linux_spin_lock"))
 		lab_hold(LAB_LOCK, frame->arguments[0]);
+}
+
+static bool observe(int function, const u64 *arguments, s64 *result)
+{
+	lab_trace_call(observed[function].name, observed[function].signature, arguments);
+	lab_interrupt(function);
+	return lab_fault_take(function, arguments, result);
+}
+
+bool lab_observe(const char *name, const u64 *arguments, s64 *result)
+{
+	return observe(lab_function_index(name), arguments, result);
 }
 
 int lab_on_call(struct lab_frame *frame)
@@ -102,10 +114,10 @@ int lab_on_call(struct lab_frame *frame)
 	s64 result;
 
 	frame->target = call->address;
-	lab_trace_call(call->name, call->signature, frame->arguments);
 	if (!strcmp(call->name, "log_module_init_end"))
 		lab_trace_load_end(frame->arguments);
-	if (lab_fault_take(frame->function, &result)) {
+	if (observe(frame->function, frame->arguments, &result)) {
+		lab_platform_skipped(call->name, frame->arguments);
 		frame->result = result;
 		return LAB_SKIP;
 	}
@@ -124,7 +136,7 @@ static void lie_about_list(const struct lab_frame *frame)
 	case LAB_LIE_NULL:
 		*(void **)frame->arguments[3] = NULL;
 		break;
-	case LAB_FAIL:
+	default:
 		break;
 	}
 }
@@ -216,8 +228,10 @@ static void find_functions(const struct module *module)
 
 static int module_is_coming(struct module *module)
 {
-	int error;
+	int error = lab_driver_prepare(module);
 
+	if (error)
+		return error;
 	find_functions(module);
 	error = redirect_calls(module->core_layout.base, module->core_layout.text_size);
 	if (!error)
@@ -272,15 +286,11 @@ struct module *lab_hold_flash_mng(void)
 	return module;
 }
 
-void lab_log_remove(void)
+unsigned long lab_function(const char *name)
 {
-	int function = lab_function_index("drv_log_deregister");
-	u32 (*deregister)(u32 module_id);
+	int function = lab_function_index(name);
 
-	if (function < 0 || !observed[function].address)
-		return;
-	deregister = (void *)observed[function].address;
-	deregister(FLASH_MNG_LOG);
+	return function < 0 ? 0 : observed[function].address;
 }
 
 int lab_observer_init(void)
