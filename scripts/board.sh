@@ -55,10 +55,10 @@ make_initramfs() {
 	mkdir -p "$initramfs_root/demo"
 	cp "$root/board/demo/letter.txt" "$initramfs_root/demo/letter.txt"
 	if [ "$1" = full ]; then
-		copy_modules reference_platform flash_mng_kernel tests/guest/lab || return 1
+		copy_modules reference_platform flash_mng_kernel board/demo/client tests/guest/lab || return 1
 		copy_programs demo tests || return 1
 	else
-		copy_modules reference_platform flash_mng_kernel || return 1
+		copy_modules reference_platform flash_mng_kernel board/demo/client || return 1
 		copy_programs demo || return 1
 	fi
 	(cd "$initramfs_root" && find . | LC_ALL=C sort | cpio -o -H newc -R 0:0 --quiet) | gzip -1 >"$initramfs"

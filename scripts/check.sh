@@ -123,16 +123,17 @@ check_object() {
 strict_findings() {
 	use_stage strict
 	{
-		make_platform_and_flash W=1 C=2 CHECK=sparse && make_lab W=1 C=2 CHECK=sparse
+		make_board_modules W=1 C=2 CHECK=sparse && make_lab W=1 C=2 CHECK=sparse
 	} >"$log_dir/strict.log" 2>&1 || tail -n 20 "$log_dir/strict.log"
 	grep -E "^$stage_dir/[^:]*:[0-9:]* (warning|error):" "$log_dir/strict.log" | sort -u
 	use_stage board
 }
 
 kernel_style_findings() {
-	our_files 'flash_mng_kernel/*.c' 'flash_mng_kernel/*.h' 'reference_platform/*.c' 'reference_platform/*.h' 'tests/guest/lab/*.c' \
-		'tests/guest/lab/*.h' | (cd "$root" && xargs perl "$kernel_source/scripts/checkpatch.pl" --no-tree --terse --quiet \
-		--max-line-length="$line_limit" --show-types --ignore "$kernel_style_exceptions" -f) | grep -vE '^total:'
+	our_files 'flash_mng_kernel/*.c' 'flash_mng_kernel/*.h' 'reference_platform/*.c' 'reference_platform/*.h' 'board/demo/*.c' \
+		'tests/guest/lab/*.c' 'tests/guest/lab/*.h' | (cd "$root" &&
+		xargs perl "$kernel_source/scripts/checkpatch.pl" --no-tree --terse --quiet --max-line-length="$line_limit" \
+			--show-types --ignore "$kernel_style_exceptions" -f) | grep -vE '^total:'
 }
 
 # Exports stand in a file of their own, apart from the C++ functions; probes and tables are macros over lists.

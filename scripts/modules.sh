@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 # shellcheck shell=sh
 #
-# The kernel modules: reference platform, flash_mng, and the lab of the guest tests. Kbuild writes beside the sources, so these are
-# copied to build/kernel/<flavour> first; only what changed is copied, and only that is built again.
+# The kernel modules: reference platform, flash_mng, what links against it, and the lab of the guest tests. Kbuild writes beside the
+# sources, so these are copied to build/kernel/<flavour> first; only what changed is copied, and only that is built again.
 
-module_sources="flash_mng_kernel reference_platform tests/guest/lab tests/conformance/calls.def"
+module_sources="flash_mng_kernel reference_platform board/demo/client tests/guest/lab tests/conformance/calls.def"
 
 # use_stage FLAVOUR: sets stage_dir.
 use_stage() {
@@ -29,13 +29,14 @@ stage_sources() {
 	mv "$stage_dir/sources.new" "$stage_dir/sources.list"
 }
 
-# make_modules FOLDER SYMBOLS ARGUMENT...: one Kbuild run in the stage.
+# make_modules FOLDER SYMBOLS ARGUMENT...: one Kbuild run in the stage. Where the kernel has UBSAN the modules are checked by it.
 make_modules() {
 	make_folder=$stage_dir/$1
 	make_symbols=$2
 	shift 2
 	# shellcheck disable=SC2086
-	make -C "$kernel_dir" M="$make_folder" $kernel_make_arguments KBUILD_EXTRA_SYMBOLS="$make_symbols" -j"$jobs" "$@" modules
+	make -C "$kernel_dir" M="$make_folder" $kernel_make_arguments KBUILD_EXTRA_SYMBOLS="$make_symbols" UBSAN_SANITIZE=y -j"$jobs" \
+		"$@" modules
 }
 
 make_platform_and_flash() {
@@ -44,15 +45,28 @@ make_platform_and_flash() {
 	make_modules flash_mng_kernel "$stage_dir/reference_platform/Module.symvers" KCFLAGS=-fstack-usage "$@"
 }
 
-make_lab() {
-	make_modules tests/guest/lab "$stage_dir/reference_platform/Module.symvers $stage_dir/flash_mng_kernel/Module.symvers" "$@"
+# make_client FOLDER ARGUMENT...: modules that link against flash_mng.
+make_client() {
+	client=$1
+	shift
+	make_modules "$client" "$stage_dir/reference_platform/Module.symvers $stage_dir/flash_mng_kernel/Module.symvers" "$@"
 }
 
-# build_modules FLAVOUR: the reference platform and flash_mng.
+make_lab() {
+	make_client tests/guest/lab "$@"
+}
+
+make_board_modules() {
+	make_platform_and_flash "$@" || return 1
+	make_client reference_platform/spi_flash_driver "$@" || return 1
+	make_client board/demo/client "$@"
+}
+
+# build_modules FLAVOUR: all but the lab.
 build_modules() {
 	use_kernel "$1"
 	use_stage "$1"
-	run_step "build the modules for the $1 kernel" "modules_$1" make_platform_and_flash
+	run_step "build the modules for the $1 kernel" "modules_$1" make_board_modules
 }
 
 # build_lab FLAVOUR: the lab of the guest tests, after build_modules.

@@ -60,4 +60,21 @@
 #define FLASH_BUFFER_WRITE_FAILED	0x7005000BU
 #define FLASH_BUFFER_NO_MEMORY		0x7005000CU
 
+/* spi_flash_driver */
+#define SPI_FLASH_BAD_ARGUMENT		0x70060001U /* no place for the size */
+#define SPI_FLASH_UNKNOWN		0x70060002U /* no flash at that chip, controller and chip select */
+#define SPI_FLASH_NO_PARTS		0x70060003U
+#define SPI_FLASH_TOO_MANY_PARTS	0x70060004U /* more parts than the flash has erase blocks */
+#define SPI_FLASH_BAD_NAME		0x70060005U /* a part's name is empty or has no NUL */
+#define SPI_FLASH_NAME_TWICE		0x70060006U /* two parts of one name */
+#define SPI_FLASH_NAME_IN_USE		0x70060007U /* an MTD device has the name of a part */
+#define SPI_FLASH_BAD_ALIGNMENT		0x70060008U /* a part is not made of whole erase blocks, or of none */
+#define SPI_FLASH_BEYOND_END		0x70060009U /* a part ends behind the flash */
+#define SPI_FLASH_OVERLAP		0x7006000AU /* two parts overlap */
+#define SPI_FLASH_ALREADY_CREATED	0x7006000BU
+#define SPI_FLASH_NOT_CREATED		0x7006000CU
+#define SPI_FLASH_IN_USE		0x7006000DU /* a partition is open */
+#define SPI_FLASH_NO_MEMORY		0x7006000EU
+#define SPI_FLASH_MTD_FAILED		0x7006000FU /* the kernel's MTD functions failed; the kernel log has their error */
+
 #endif

@@ -251,7 +251,7 @@ TEST(flash_board_tree, an_empty_node_exists_without_entries)
 
 TEST(flash_board_tree, the_delivered_boards_compile)
 {
-	for (const auto *name : {"plain", "variants", "bare"}) {
+	for (const auto *name : {"plain", "variants", "bare", "cards"}) {
 		const compiled_tree tree(read_file(std::string(BOARD_XML_DIR "/") + name + ".xml"));
 		EXPECT_EQ(tree.text("/", "board"), name);
 		EXPECT_TRUE(tree.has("/instance@ffffffff")) << name;
