@@ -3,9 +3,9 @@
 #
 # ./dev test: the suite on the desk and on the board.
 
-line_coverage=95
-branch_coverage=90
-suite_time_limit=1500
+line_coverage=98
+branch_coverage=95
+suite_time_limit=900
 cycles_time_limit=300
 
 # run_host_tests PRESET: a test program that fails is counted by its report, so the status does not matter here.
@@ -21,6 +21,17 @@ test_host_sanitized() {
 	run_host_tests asan
 	count_report "conformance on the desk, sanitizers" "$(preset_dir asan)/results/conformance_host.xml"
 	count_report "tests of the host side, sanitizers" "$(preset_dir asan)/results/host_tests.xml"
+}
+
+# The cases with several threads; a data race ends the program with a status of its own.
+test_host_threads() {
+	build_program_target tsan threads_host
+	threads_report=$(preset_dir tsan)/results/threads_host.xml
+	rm -f "$threads_report"
+	try_step "run the cases with several threads (tsan)" threads_host \
+		env TSAN_OPTIONS=halt_on_error=1 "$(preset_dir tsan)/tests/host/threads_host" "--gtest_output=xml:$threads_report" ||
+		tail -n 40 "$step_log"
+	count_report "conformance with several threads, thread sanitizer" "$threads_report"
 }
 
 measure_coverage() {
@@ -65,10 +76,10 @@ run_task() {
 	echo "$task_result" >"$build_dir/board/$1.status"
 }
 
-# The debug kernel is several times slower: two boards share its cases, and the allocator's own checks, which KASAN makes too, are off.
-# Parameters that Linux does not know are the first program's environment, which GoogleTest reads.
+# The debug kernel is slower: two boards share its cases. Parameters that Linux does not know are the first program's environment, which
+# GoogleTest reads.
 run_suites() {
-	debug_parameters="slub_debug=- no_debug_objects GTEST_TOTAL_SHARDS=2"
+	debug_parameters="GTEST_TOTAL_SHARDS=2"
 	run_task board-suite board suite "$suite_time_limit" &
 	board_pid=$!
 	run_task debug-suite-1 debug suite "$suite_time_limit" "$debug_parameters GTEST_SHARD_INDEX=0 maxcpus=1" &
@@ -125,6 +136,7 @@ test_board() {
 run_tests() {
 	say "on the desk"
 	test_host_sanitized
+	test_host_threads
 	test_coverage
 	say "on the board"
 	test_board
