@@ -5,12 +5,12 @@
 
 DEFINE_SPINLOCK(g_spi_flash_info_list_lock);
 
-void linux_spin_lock(struct spinlock *lock)
+void linux_spin_lock(struct spinlock *lock) __acquires(lock)
 {
 	spin_lock(lock);
 }
 
-void linux_spin_unlock(struct spinlock *lock)
+void linux_spin_unlock(struct spinlock *lock) __releases(lock)
 {
 	spin_unlock(lock);
 }

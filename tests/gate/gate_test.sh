@@ -69,6 +69,20 @@ SOURCE
 	silent large_frames "$gate_dir/frames/small"
 }
 
+test_export_gate() {
+	stage_dir=$gate_dir/stage
+	mkdir -p "$stage_dir/flash_mng_kernel"
+	printf '0x%s\t%s\t/path with blanks/flash_mng\t%s\t\n' 00000001 known EXPORT_SYMBOL 00000002 other EXPORT_SYMBOL_GPL \
+		>"$stage_dir/flash_mng_kernel/Module.symvers"
+	printf '# exports\nknown 0x00000001\n' >"$gate_dir/exports"
+	silent exports_beside "$gate_dir/exports"
+	printf 'known 0x00000003\nother 0x00000002\n' >"$gate_dir/exports"
+	finds '< known 0x00000003' exports_beside "$gate_dir/exports"
+	finds '< other 0x00000002' exports_beside "$gate_dir/exports"
+	: >"$gate_dir/exports"
+	finds '> known 0x00000001' exports_beside "$gate_dir/exports"
+}
+
 test_console_gate() {
 	cat >"$gate_dir/clean_console" <<'CONSOLE'
 [    0.000000] kasan: KernelAddressSanitizer initialized
@@ -147,6 +161,7 @@ gate_test() (
 	rm -rf "$gate_dir"
 	mkdir -p "$gate_dir"
 	test_object_gates
+	(test_export_gate && exit "$gate_failures") || gate_failures=$((gate_failures + 1))
 	test_console_gate
 	test_report_sums
 	test_style_gates

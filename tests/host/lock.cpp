@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// Linux's mutexes, semaphores and spinlocks. They really block; their state is kept beside them, keyed by the address of their storage, and the
-// storage is filled with a pattern that must still be there when the lock is used.
+// Linux's mutexes, semaphores and spinlocks. They really block; their state is kept beside them, keyed by the address of their storage,
+// and the storage is filled with a pattern that must still be there when the lock is used.
 //
 // Lock order: the module never holds two locks at once.
 #include <algorithm>
