@@ -6,12 +6,14 @@
 line_coverage=98
 branch_coverage=95
 suite_time_limit=900
-cycles_time_limit=300
+short_time_limit=300
+
+asan_options=detect_leaks=1:allocator_may_return_null=1
 
 # run_host_tests PRESET: a test program that fails is counted by its report, so the status does not matter here.
 run_host_tests() {
 	rm -rf "$(preset_dir "$1")/results"
-	try_step "run the host tests ($1)" "ctest_$1" env ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1 \
+	try_step "run the host tests ($1)" "ctest_$1" env ASAN_OPTIONS="$asan_options" \
 		UBSAN_OPTIONS=print_stacktrace=1 ctest --test-dir "$(preset_dir "$1")" --output-on-failure --timeout 300 ||
 		tail -n 40 "$step_log"
 }
@@ -21,6 +23,7 @@ test_host_sanitized() {
 	run_host_tests asan
 	count_report "conformance on the desk, sanitizers" "$(preset_dir asan)/results/conformance_host.xml"
 	count_report "tests of the host side, sanitizers" "$(preset_dir asan)/results/host_tests.xml"
+	count_report "flashctl and the client header, sanitizers" "$(preset_dir asan)/results/flashctl_tests.xml"
 }
 
 # The cases with several threads; a data race ends the program with a status of its own.
@@ -35,10 +38,9 @@ test_host_threads() {
 }
 
 measure_coverage() {
-	coverage_dir=$(preset_dir coverage)
 	gcovr --root "$root" --filter "$root/flash_mng_kernel/" --exclude-throw-branches --html-details "$build_dir/coverage.html" \
 		--txt "$build_dir/coverage.txt" --json-summary "$build_dir/coverage.json" --print-summary \
-		--fail-under-line "$line_coverage" --fail-under-branch "$branch_coverage" "$coverage_dir" >"$log_dir/gcovr.log" 2>&1
+		--fail-under-line "$line_coverage" --fail-under-branch "$branch_coverage" "$(preset_dir asan)" >"$log_dir/gcovr.log" 2>&1
 }
 
 coverage_text() {
@@ -55,9 +57,10 @@ coverage_text() {
 }
 
 test_coverage() {
-	build_program_preset coverage
-	find "$(preset_dir coverage)" -name '*.gcda' -delete
-	run_host_tests coverage
+	build_program_target asan coverage_host
+	find "$(preset_dir asan)" -name '*.gcda' -delete
+	try_step "run the cases on a core that counts" coverage_host env ASAN_OPTIONS="$asan_options" \
+		"$(preset_dir asan)/tests/host/coverage_host" --gtest_brief=1 || tail -n 40 "$step_log"
 	count_step "coverage of the module's C++" coverage_text
 }
 
@@ -89,11 +92,14 @@ run_suites() {
 	wait "$debug_pid"
 }
 
-run_cycles() {
-	run_task board-cycles board cycles "$cycles_time_limit" &
-	board_pid=$!
-	run_task debug-cycles debug cycles "$cycles_time_limit"
-	wait "$board_pid"
+# Shorter tasks: load cycles on both kernels; on the debug kernel a minute of several callers, and what an unload leaves.
+run_short_tasks() {
+	run_task debug-concurrency debug concurrency "$short_time_limit" &
+	concurrency_pid=$!
+	run_task debug-leftovers debug leftovers "$short_time_limit"
+	run_task board-cycles board cycles "$short_time_limit"
+	run_task debug-cycles debug cycles "$short_time_limit"
+	wait "$concurrency_pid"
 }
 
 task_succeeded() {
@@ -128,9 +134,10 @@ test_board() {
 		count_report "conformance on the board, $run" "$build_dir/board/$run-run/results/conformance.xml"
 		count_task "$run"
 	done
-	try_step "load cycles on both kernels" board_cycles run_cycles
-	count_task board-cycles
-	count_task debug-cycles
+	try_step "load cycles, several callers for a minute, leftovers" board_short_tasks run_short_tasks
+	for run in board-cycles debug-cycles debug-concurrency debug-leftovers; do
+		count_task "$run"
+	done
 }
 
 run_tests() {

@@ -332,6 +332,29 @@ TEST_F(spi_registry, is_left_as_it_is_by_an_unload)
 	expect_leak({.heap = 1});
 }
 
+TEST_F(spi_registry_of_created, begins_empty_after_the_next_load_and_what_was_left_is_all_that_differs)
+{
+	const auto load_again = [] {
+		board::unload();
+		board::forget();
+		EXPECT_EQ(board::load(), 0u);
+		return board::calls();
+	};
+	const call_list fresh = load_again();
+	const board::holdings before = board::held();
+	board::register_driver();
+	ASSERT_EQ(create(0x20, {"a", "b"}), 0u);
+	ASSERT_NE(find(0x21), 0u);
+
+	EXPECT_EQ(load_again(), fresh);
+	EXPECT_EQ(records(), std::vector<uint64_t>());
+	EXPECT_EQ(board::global("g_flash_funcs", 8), bytes(8, 0));
+	board::holdings after = before;
+	after.heap += 5; // two records, a list of names and its two names
+	EXPECT_EQ(board::held(), after);
+	expect_leak({.heap = 5});
+}
+
 TEST_F(spi_registry_of_created, keeps_names_over_an_unload)
 {
 	ASSERT_EQ(create(0x20, {"a", "b"}), 0u);

@@ -3,10 +3,11 @@
  * A 32-bit Arm program that issues one command and tells its result:
  *
  *	compat32 COMMAND SIZE [NAME OFFSET LENGTH]
+ *	compat32 COMMAND find INSTANCE NAME
  *
  * COMMAND is the command's number. Without NAME its argument is a record of SIZE bytes, filled with 0xEE. With NAME its argument is the
- * record of a transfer of LENGTH bytes, whose data are byte i = i * 7, and SIZE is not looked at. One line goes to the standard output: the
- * code, a space, and the record's or the data's bytes in hexadecimal.
+ * record of a transfer of LENGTH bytes, whose data are byte i = i * 7, and SIZE is not looked at; or that of a lookup. One line goes to the
+ * standard output: the code, a space, and in hexadecimal the record's or the data's bytes, of a lookup those of the settings.
  */
 #include <errno.h>
 #include <fcntl.h>
@@ -22,6 +23,7 @@ _Static_assert(sizeof(void *) == 4, "this program is about 32-bit callers");
 _Static_assert(sizeof(struct nand_part_info) == 520, "record layout");
 _Static_assert(sizeof(struct flash_mtd_statistics) == 7172, "record layout");
 _Static_assert(sizeof(struct flash_mtd_io_arg) == 48, "record layout");
+_Static_assert(sizeof(struct flash_find_config_arg) == 56, "record layout");
 
 static uint32_t number(const char *text)
 {
@@ -66,16 +68,28 @@ static void transfer(int device, uint32_t command, char *const *argument)
 	tell(issue(device, command, &range), data, range.length);
 }
 
+static void find(int device, uint32_t command, char *const *argument)
+{
+	struct flash_find_config_arg wanted = { 0 };
+
+	wanted.inst_id = number(argument[0]);
+	wanted.name_length = strlen(argument[1]);
+	wanted.name = (uintptr_t)argument[1];
+	tell(issue(device, command, &wanted), (const uint8_t *)&wanted.config, sizeof(wanted.config));
+}
+
 int main(int count, char **argument)
 {
 	int device = open(FLASH_MNG_DEVICE, O_RDWR | O_CLOEXEC);
 
-	if (device < 0 || (count != 3 && count != 6)) {
+	if (device < 0 || (count != 3 && count != 5 && count != 6)) {
 		fprintf(stderr, "compat32: %s\n", device < 0 ? strerror(errno) : "wrong arguments");
 		return 2;
 	}
 	if (count == 3)
 		simple(device, number(argument[1]), number(argument[2]));
+	else if (count == 5)
+		find(device, number(argument[1]), argument + 3);
 	else
 		transfer(device, number(argument[1]), argument + 3);
 	return 0;

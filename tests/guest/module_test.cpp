@@ -12,11 +12,13 @@
 #include "ioctl_words.hpp"
 #include "lab_device.hpp"
 #include "processes.hpp"
+#include "spi_words.hpp"
 #include "uapi/flash_mng.h"
 
 namespace {
 
 using namespace conformance;
+using guest::comes_true;
 
 class board_module : public on_board {};
 
@@ -112,17 +114,6 @@ uint32_t transfer(uint32_t command, uint32_t offset, void *data, uint32_t length
 	range.length = length;
 	range.buffer = reinterpret_cast<uint64_t>(data);
 	return board::ioctl(command, board::user_address(&range)).code();
-}
-
-// Waits, for some seconds at most, until something has happened.
-template <typename condition> bool comes_true(condition happened)
-{
-	for (int attempt = 0; attempt < 1000; ++attempt) {
-		if (happened())
-			return true;
-		usleep(10000);
-	}
-	return false;
 }
 
 TEST_F(board_callers, killed_while_reading_leave_nothing_behind)
@@ -245,6 +236,30 @@ TEST_F(board_callers_of_32_bits, write_partitions)
 	EXPECT_EQ(told.code, 0u);
 	EXPECT_EQ(told.bytes, in_hexadecimal(board::mtd_content(config_, 5, 100)));
 	EXPECT_EQ(board::mtd_content(config_, 0, 5), pattern(5));
+}
+
+class board_lookups_of_32_bits : public on_spi_board_with_driver {
+protected:
+	static answer lookup(uint32_t command, const std::string &instance, const std::string &name)
+	{
+		return answer_to_32_bits({std::to_string(command), "find", instance, name});
+	}
+};
+
+TEST_F(board_lookups_of_32_bits, find_an_spi_flash_by_instance_and_by_name)
+{
+	ASSERT_EQ(create(0x21, {"first", "second"}), 0u);
+	const answer found = {0, in_hexadecimal(in_memory(locked_flash))};
+	EXPECT_EQ(lookup(FLASH_MNG_FIND_CONFIG_BY_INST, "0x21", ""), found);
+	EXPECT_EQ(lookup(FLASH_MNG_FIND_CONFIG, "0", "second"), found);
+}
+
+TEST_F(board_lookups_of_32_bits, are_told_what_is_not_found_and_what_is_too_long)
+{
+	const std::string untouched(2 * settings_size, '0');
+	EXPECT_EQ(lookup(FLASH_MNG_FIND_CONFIG_BY_INST, "0x21", ""), (answer{not_found, untouched}));
+	EXPECT_EQ(lookup(FLASH_MNG_FIND_CONFIG, "0", "second"), (answer{not_found, untouched}));
+	EXPECT_EQ(lookup(FLASH_MNG_FIND_CONFIG, "0", std::string(33, 'n')), (answer{425, untouched}));
 }
 
 TEST_F(board_callers_of_32_bits, get_codes_beyond_31_bits)
