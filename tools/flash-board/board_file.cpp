@@ -19,6 +19,8 @@ void put_number(std::vector<std::uint8_t> &file, std::size_t at, std::uint32_t v
 
 } // namespace
 
+const std::size_t board_file_limit = BOARD_FILE_MAX_SIZE;
+
 std::uint32_t checksum(const std::uint8_t *bytes, std::size_t size)
 {
 	std::uint32_t crc = 0xFFFFFFFF;
@@ -31,18 +33,25 @@ std::uint32_t checksum(const std::uint8_t *bytes, std::size_t size)
 	return ~crc;
 }
 
-std::vector<std::uint8_t> compile(std::string_view xml, std::string_view file_name)
+std::vector<std::uint8_t> compiled(const board &from)
 {
-	const auto tree = flatten(read_board(xml, file_name));
+	const auto tree = flatten(from);
 	std::vector<std::uint8_t> file(BOARD_FILE_HEADER_SIZE);
 
 	file.insert(file.end(), tree.begin(), tree.end());
-	if (file.size() > BOARD_FILE_MAX_SIZE)
-		throw input_error(std::string(file_name) + ":1:1: the compiled board would be longer than 1 MiB");
 	std::copy_n(BOARD_FILE_MAGIC, BOARD_FILE_MAGIC_SIZE, file.begin());
 	put_number(file, BOARD_FILE_AT_VERSION, BOARD_FILE_VERSION);
 	put_number(file, BOARD_FILE_AT_LENGTH, static_cast<std::uint32_t>(file.size()));
 	put_number(file, BOARD_FILE_AT_CHECKSUM, checksum(tree.data(), tree.size()));
+	return file;
+}
+
+std::vector<std::uint8_t> compile(std::string_view xml, std::string_view file_name)
+{
+	auto file = compiled(read_board(xml, file_name));
+
+	if (file.size() > board_file_limit)
+		throw input_error(std::string(file_name) + ":1:1: the compiled board would be longer than 1 MiB");
 	return file;
 }
 

@@ -1,0 +1,329 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// The checker's verdict against the behaviour of the module's own code, over every board there is and over many made up ones.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <set>
+
+#include "board_reader.hpp"
+#include "fixtures.hpp"
+#include "report.hpp"
+#include "simulate.hpp"
+#include "tables.hpp"
+
+namespace {
+
+using namespace flash_board;
+
+bool has(const findings &found, effect consequence)
+{
+	return std::any_of(found.begin(), found.end(), [&](const finding &one) { return one.broken->consequence == consequence; });
+}
+
+bool has(const findings &found, effect consequence, std::size_t element)
+{
+	return std::any_of(found.begin(), found.end(),
+			   [&](const finding &one) { return one.broken->consequence == consequence && one.element == element; });
+}
+
+bool has(const findings &found, std::string_view rule_id, std::size_t element)
+{
+	return std::any_of(found.begin(), found.end(),
+			   [&](const finding &one) { return one.broken->id == rule_id && one.element == element; });
+}
+
+// One board, checked and simulated.
+class trial {
+public:
+	trial(const std::string &text, const mtd_layout &layout)
+		: m_from(text, "board.xml"), m_document(m_from), m_found(check(m_from, &layout))
+	{
+		try {
+			m_board = read_board(text, "board.xml");
+		} catch (const input_error &) {
+		}
+		if (m_board)
+			m_result = simulate(*m_board, layout);
+	}
+
+	void compare() const
+	{
+		SCOPED_TRACE(std::string(m_from.text()) + as_text(m_from, m_found) + (m_result ? as_text(*m_result) : ""));
+		// What is too large as a whole is refused only when it is compiled.
+		EXPECT_EQ(has(m_found, effect::refused), !m_board);
+		if (!m_board)
+			return;
+		EXPECT_EQ(has(m_found, effect::load_fails), m_result->load_code != 0);
+		if (m_result->load_code)
+			return;
+		compare_sections();
+		compare_partitions();
+		compare_spi();
+	}
+
+	const simulation_result &result() const { return m_result.value(); }
+	bool is_refused() const { return !m_board; }
+
+private:
+	pugi::xml_node default_instance() const { return instance_of(m_document, default_instance_id); }
+
+	void compare_sections() const
+	{
+		const auto instance = default_instance();
+		const auto tables = section_tables_of(instance);
+		const auto table = node_of(instance, chosen_table_name(tables.size(), bom_of(m_document, instance)).c_str());
+		const auto rows = section_rows_of(m_document, table);
+		bool dropped =
+			std::any_of(m_found.begin(), m_found.end(), [](const finding &one) { return one.broken->id == "variant-missing"; });
+
+		for (const auto &row : rows)
+			dropped |= has(m_found, effect::sections_dropped, m_document.offset_of(row.xml));
+		ASSERT_EQ(m_result->sections.size(), dropped ? 0 : rows.size());
+		for (std::size_t i = 0; !dropped && i < rows.size(); i++)
+			EXPECT_EQ(has(m_found, effect::section_unusable, m_document.offset_of(rows[i].xml)), !is_usable(rows, i))
+				<< "row " << i;
+	}
+
+	// Whether this row serves its section, up to the end.
+	bool is_usable(const std::vector<section_row> &rows, std::size_t index) const
+	{
+		const auto &end = rows[index].range().end;
+		const auto answers_for_the_end = [&](const section_row &one) {
+			return one.is_usable() && one.id == rows[index].id && one.range().begin < end && one.range().end >= end;
+		};
+
+		if (m_result->sections[index].served_by != index)
+			return false;
+		// Where an earlier row answers for the last byte, reading it says nothing about this one's partition.
+		if (std::any_of(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(index), answers_for_the_end))
+			return !has(m_found, effect::section_unusable, m_document.offset_of(rows[index].xml));
+		return m_result->sections[index].last_byte == 0;
+	}
+
+	void compare_partitions() const
+	{
+		const auto entries = entries_of(node_of(default_instance(), "mtd_info"));
+
+		ASSERT_EQ(m_result->partitions.size(), entries.size());
+		for (std::size_t i = 0; i < entries.size(); i++) {
+			const bool is_kept = m_result->partitions[i].name == entries[i].attribute("mtd_name").value();
+			EXPECT_TRUE(is_kept || has(m_found, "mtd-info-name-damaged", m_document.offset_of(entries[i]))) << "row " << i;
+		}
+	}
+
+	void compare_spi() const
+	{
+		const bool all_found = std::all_of(m_result->spi_flashes.begin(), m_result->spi_flashes.end(),
+						   [](const auto &one) { return one.code == 0; });
+		std::map<std::pair<std::uint32_t, std::string>, pugi::xml_node> first_of_name;
+
+		EXPECT_TRUE(all_found || has(m_found, effect::search_fails));
+		for (const auto instance : instances_of(m_document))
+			for (const auto entry : entries_of(node_of(instance, "spi_flash_map")))
+				first_of_name.try_emplace({*id_of(instance), entry.attribute("name").value()}, entry);
+		for (const auto &one : m_result->map_entries)
+			EXPECT_EQ(has(m_found, effect::map_fails, m_document.offset_of(first_of_name.at({one.instance, one.entry}))),
+				  one.code != 0)
+				<< one.entry;
+	}
+
+	source m_from;
+	document m_document;
+	findings m_found;
+	std::optional<board> m_board;
+	std::optional<simulation_result> m_result;
+};
+
+void compare(const std::string &text, const mtd_layout &layout)
+{
+	trial(text, layout).compare();
+}
+
+TEST(agreement, on_the_fixtures)
+{
+	for (const auto &one : fixtures::bad())
+		compare(fixtures::read(one.xml()), one.layout());
+	for (const auto &one : fixtures::good())
+		compare(fixtures::read(one.xml()), one.layout());
+}
+
+TEST(agreement, on_the_boards_of_the_repository)
+{
+	std::size_t boards = 0;
+
+	for (const auto *folder : {"/board/xml", "/tests/conformance/boards"})
+		for (const auto &file : std::filesystem::directory_iterator(std::string(REPOSITORY_DIR) + folder)) {
+			compare(fixtures::read(file.path()), fixtures::common_layout());
+			boards++;
+		}
+	EXPECT_GE(boards, 20u);
+}
+
+// A rule about a search that fails is broken by a board where one does.
+TEST(agreement, searches_fail_where_the_fixture_of_a_rule_says_so)
+{
+	for (const auto &one : fixtures::bad()) {
+		if (one.broken().consequence != effect::search_fails)
+			continue;
+		const trial tried(fixtures::read(one.xml()), one.layout());
+		const auto &flashes = tried.result().spi_flashes;
+		EXPECT_TRUE(std::any_of(flashes.begin(), flashes.end(), [](const auto &flash) { return flash.code != 0; })) << one.name;
+	}
+}
+
+// Boards of a few rows, whose values are mostly sound and sometimes on the edge.
+class board_maker {
+public:
+	explicit board_maker(unsigned seed) : m_random(seed) {}
+
+	std::string make()
+	{
+		std::string nodes;
+
+		for (const auto *name : {"attr", "attr_1", "attr_2", "attr_02"})
+			if (chance(name == std::string("attr") ? 90 : 20))
+				nodes += node(name, 3, [this](int i) { return section(i); });
+		if (chance(60))
+			nodes += node("mtd_info", 3, [this](int i) { return listed(i); });
+		auto text = "<board name='b' bom='" + std::to_string(pick(3)) + "'>" + instance("id='0xffffffff'", nodes);
+		text += instance("id='0x10'", chance(70) ? node("spi_flash_info", 3, [this](int i) { return settings(i); }) : "");
+		for (unsigned card = 1; card <= 2; card++)
+			text += instance("id='" + std::to_string(card) + "' parent='0x10' card='" + std::to_string(card) + "'",
+					 card_nodes());
+		return text + "</board>";
+	}
+
+private:
+	unsigned pick(unsigned below) { return static_cast<unsigned>(m_random() % below); }
+	bool chance(unsigned percent) { return pick(100) < percent; }
+	std::string one_of(const std::vector<std::string> &usual, const std::vector<std::string> &odd)
+	{
+		const auto &from = chance(93) ? usual : odd;
+		return from[pick(static_cast<unsigned>(from.size()))];
+	}
+
+	static std::string instance(const std::string &attributes, const std::string &nodes)
+	{
+		return "<instance " + attributes + "><module name='flash_mng'>" + nodes + "</module></instance>";
+	}
+
+	template <typename maker> std::string node(const std::string &name, unsigned most, maker entry)
+	{
+		auto text = "<node name='" + name + "'>";
+
+		for (unsigned i = 0, count = pick(most + 1); i < count; i++)
+			text += entry(static_cast<int>(i));
+		return text + "</node>";
+	}
+
+	std::string number(const std::vector<std::string> &usual)
+	{
+		return one_of(usual, {"0", "4294967295", "0xfffff000", "4294967296", "-1", "", " 1", "0x", "one", "0X10"});
+	}
+
+	std::string field(const std::string &name, const std::string &value) { return chance(98) ? " " + name + "='" + value + "'" : ""; }
+	std::string value(const std::string &name, const std::string &text)
+	{
+		return chance(98) ? "<" + name + ">" + text + "</" + name + ">" : "";
+	}
+
+	std::string partition_name()
+	{
+		return one_of({"boot", "config", "usrdata", "rootfs"},
+			      {"", "none", "a_name_of_exactly_31_characters", "a_name_of_exactly_31_characters!",
+			       "a_name_of_exactly_39_characters_is_this", "a_name_of_exactly_39_characters_is_this!"});
+	}
+
+	std::string section(int index)
+	{
+		return "<entry name='s" + std::to_string(index) + "'" + field("section_id", number({"1", "2", "0x2"})) +
+		       field("mtd_name", partition_name()) + field("offset", number({"0", "0x800", "0x1000", "0x2000"})) +
+		       field("size", number({"0x800", "0x1000", "0x2000", "0x100000"})) + "/>";
+	}
+
+	std::string listed(int index)
+	{
+		return "<entry name='p" + std::to_string(index) + "'" + field("mtd_name", partition_name()) +
+		       field("avail_size", number({"0x20000", "0x100000"})) + "/>";
+	}
+
+	std::string settings(int index)
+	{
+		return "<entry name='" + one_of({"entry" + std::to_string(index)}, {"entry", "entry9", "entry0"}) + "'>" +
+		       value("flash_id", number({"1", "2", "0xffffffff"})) + value("sfc_chip_id", number({"0"})) +
+		       value("sfc_ctrl", number({"1"})) + value("sfc_cs", number({"2"})) + "</entry>";
+	}
+
+	std::string map_entry(int index)
+	{
+		return "<entry name='" + one_of({"map" + std::to_string(index)}, {"map0"}) + "'>" +
+		       value("mtd_name", one_of({"firmware", "log"}, {"", "eighteen_character", "eighteen_characters"})) +
+		       value("offset", number({"0", "0x10000"})) + value("size", number({"0x10000"})) + "</entry>";
+	}
+
+	std::string card_nodes()
+	{
+		std::string nodes;
+
+		if (chance(20))
+			nodes += node("spi_flash_info", 2, [this](int i) { return settings(i); });
+		if (chance(50))
+			nodes += node("spi_flash_map", 3, [this](int i) { return map_entry(i); });
+		return nodes;
+	}
+
+	std::mt19937 m_random;
+};
+
+TEST(agreement, on_boards_that_are_made_up)
+{
+	const auto layout = fixtures::common_layout();
+	std::size_t loaded = 0, with_sections = 0;
+
+	for (unsigned seed = 0; seed < 2000 && !testing::Test::HasFailure(); seed++) {
+		const trial tried(board_maker(seed).make(), layout);
+		tried.compare();
+		ASSERT_FALSE(tried.is_refused()) << seed;
+		loaded += tried.result().load_code == 0;
+		with_sections += !tried.result().sections.empty();
+	}
+	// The boards are worth comparing: both outcomes are common.
+	EXPECT_GT(loaded, 1000u);
+	EXPECT_LT(loaded, 1950u);
+	EXPECT_GT(with_sections, 500u);
+}
+
+TEST(agreement, names_are_damaged_where_the_fixture_says_so)
+{
+	const trial tried(fixtures::read(FIXTURES_DIR "/bad/mtd-info-name-damaged-39.xml"), fixtures::common_layout());
+
+	EXPECT_NE(tried.result().partitions.at(0).name, "a_name_of_exactly_39_characters_is_this");
+}
+
+TEST(simulation, repeats_itself)
+{
+	const auto board = read_board(fixtures::read(REPOSITORY_DIR "/board/xml/cards.xml"), "cards.xml");
+
+	EXPECT_EQ(as_text(simulate(board, fixtures::common_layout())), as_text(simulate(board, fixtures::common_layout())));
+}
+
+TEST(simulation, prints_what_the_module_says_about_the_demo_board)
+{
+	const auto board = read_board(fixtures::read(REPOSITORY_DIR "/board/xml/plain.xml"), "plain.xml");
+
+	EXPECT_EQ(as_text(simulate(board, fixtures::common_layout())), fixtures::read(FIXTURES_DIR "/plain.simulation.txt"));
+}
+
+TEST(simulation, prints_why_a_load_fails)
+{
+	const auto board = read_board(fixtures::read(FIXTURES_DIR "/bad/mtd-info-number.xml"), "b.xml");
+	const auto text = as_text(simulate(board, {}));
+
+	EXPECT_NE(text.find("flash_mng does not load: 0x811b0da2, mtd info init fail\n"), text.npos) << text;
+	EXPECT_NE(text.find("xml_get_attr_value_u32<p0> get avail_size failed"), text.npos) << text;
+}
+
+} // namespace

@@ -1,0 +1,268 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// flash-board as a program: exit statuses, streams, files, and the documents that describe it.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <regex>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+#include "fixtures.hpp"
+#include "rules.hpp"
+
+namespace {
+
+// A folder of its own for each test.
+class cli : public testing::Test {
+protected:
+	cli()
+	{
+		auto name = (std::filesystem::temp_directory_path() / "flash-board-test-XXXXXX").string();
+		m_folder = mkdtemp(name.data());
+	}
+	~cli() override { std::filesystem::remove_all(m_folder); }
+
+	std::string path(const std::string &name) const { return (m_folder / name).string(); }
+
+	struct outcome {
+		int status;
+		std::string out, err;
+	};
+
+	// Runs it in the folder of the fixtures. What is printed where is kept apart.
+	outcome run(const std::string &arguments) const
+	{
+		const auto command = "cd '" FIXTURES_DIR "' && '" FLASH_BOARD_PROGRAM "' " + arguments + " >'" + path("out") + "' 2>'" +
+				     path("err") + "'";
+		const int status = std::system(command.c_str());
+
+		return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, fixtures::read(path("out")), fixtures::read(path("err"))};
+	}
+
+	void write(const std::string &name, const std::string &content) const { std::ofstream(path(name)) << content; }
+
+private:
+	std::filesystem::path m_folder;
+};
+
+TEST_F(cli, check_of_a_good_board_gives_0)
+{
+	const auto result = run("check good/section-wraps.xml --mtd partitions.mtd");
+
+	EXPECT_EQ(result.status, 0);
+	EXPECT_EQ(result.out, "good/section-wraps.xml: nothing found\n");
+	EXPECT_EQ(result.err, "");
+}
+
+TEST_F(cli, check_of_a_bad_board_gives_1_and_the_findings)
+{
+	const auto result = run("check bad/section-wraps.xml --mtd partitions.mtd");
+
+	EXPECT_EQ(result.status, 1);
+	EXPECT_EQ(result.out, fixtures::read(FIXTURES_DIR "/bad/section-wraps.txt"));
+	EXPECT_EQ(result.err, "");
+}
+
+TEST_F(cli, check_gives_0_where_there_are_warnings_only)
+{
+	const auto result = run("check bad/section-overlap.xml");
+
+	EXPECT_EQ(result.status, 0);
+	EXPECT_NE(result.out.find("0 errors, 1 warning, 0 notes"), std::string::npos);
+}
+
+TEST_F(cli, check_gives_the_status_of_the_findings_for_every_fixture)
+{
+	for (const auto &one : fixtures::bad())
+		EXPECT_EQ(run("check --format json --mtd partitions.mtd bad/" + one.name + ".xml").status,
+			  flash_board::count_of(one.found(), flash_board::severity::error) ? 1 : 0)
+			<< one.name;
+}
+
+TEST_F(cli, check_without_a_layout_says_nothing_about_partitions)
+{
+	EXPECT_EQ(run("check bad/section-no-partition.xml").status, 0);
+	EXPECT_EQ(run("check bad/section-no-partition.xml --mtd partitions.mtd").status, 1);
+	EXPECT_EQ(run("check bad/section-no-partition.xml --mtdparts 'flash:1M(boot)'").status, 1);
+	EXPECT_EQ(run("check bad/section-no-partition.xml --mtdparts 'flash:1M(boots)'").status, 0);
+}
+
+TEST_F(cli, check_prints_json_and_sarif)
+{
+	EXPECT_EQ(run("check bad/variant-missing-single.xml --format json").out,
+		  fixtures::read(FIXTURES_DIR "/bad/variant-missing-single.json"));
+	EXPECT_EQ(run("check bad/section-wraps.xml --format sarif").out, fixtures::read(FIXTURES_DIR "/bad/section-wraps.sarif"));
+}
+
+TEST_F(cli, wrong_usage_gives_2)
+{
+	for (const auto *arguments :
+	     {"", "unknown", "check", "check a.xml b.xml", "check good/section-wraps.xml --format xml",
+	      "check good/section-wraps.xml --mtd", "check good/section-wraps.xml --mtd partitions.mtd --mtdparts 'f:1M'",
+	      "check good/section-wraps.xml --mtdparts nonsense", "compile good/section-wraps.xml", "map good/section-wraps.xml --bom many",
+	      "explain no-such-rule", "simulate --frmat json x"}) {
+		const auto result = run(arguments);
+		EXPECT_EQ(result.status, 2) << arguments;
+		EXPECT_EQ(result.out, "") << arguments;
+		EXPECT_NE(result.err, "") << arguments;
+	}
+}
+
+TEST_F(cli, files_that_cannot_be_read_or_written_give_3)
+{
+	write("noise", "noise\n");
+	for (const auto &arguments :
+	     {std::string("check none.xml"), std::string("simulate none.xml"), std::string("map none.xml"), std::string("check ."),
+	      "compile none.xml -o '" + path("board.fbd") + "'", std::string("compile good/malformed.xml -o none/board.fbd"),
+	      std::string("map good/malformed.xml -o none/map.svg"), std::string("check good/malformed.xml --mtd none.mtd"),
+	      "check good/malformed.xml --mtd '" + path("noise") + "'"}) {
+		const auto result = run(arguments);
+		EXPECT_EQ(result.status, 3) << arguments;
+		EXPECT_EQ(result.out, "") << arguments;
+		EXPECT_TRUE(result.err.starts_with("flash-board: ")) << arguments << result.err;
+	}
+}
+
+TEST_F(cli, output_that_cannot_be_written_gives_3)
+{
+	const int status = std::system("'" FLASH_BOARD_PROGRAM "' explain >/dev/full 2>/dev/null");
+
+	EXPECT_EQ(WEXITSTATUS(status), 3);
+}
+
+TEST_F(cli, compile_writes_a_board_or_nothing)
+{
+	EXPECT_EQ(run("compile good/malformed.xml -o '" + path("good.fbd") + "'").status, 0);
+	EXPECT_TRUE(fixtures::read(path("good.fbd")).starts_with("FLSHBRD"));
+	const auto refused = run("compile bad/duplicate-id.xml -o '" + path("bad.fbd") + "'");
+	EXPECT_EQ(refused.status, 1);
+	EXPECT_EQ(refused.err, "bad/duplicate-id.xml:10:3: a second <instance> of the same name, number or type\n");
+	EXPECT_FALSE(std::filesystem::exists(path("bad.fbd")));
+	EXPECT_FALSE(std::filesystem::exists(path("bad.fbd.part")));
+}
+
+TEST_F(cli, simulate_gives_1_where_the_module_does_not_load_or_the_board_is_refused)
+{
+	EXPECT_EQ(run("simulate good/malformed.xml").status, 0);
+	EXPECT_EQ(run("simulate bad/mtd-info-number.xml").status, 1);
+	const auto refused = run("simulate bad/duplicate-id.xml");
+	EXPECT_EQ(refused.status, 1);
+	EXPECT_EQ(refused.out, "");
+}
+
+TEST_F(cli, simulate_prints_json)
+{
+	const auto all = nlohmann::json::parse(run("simulate good/section-wraps.xml --mtd partitions.mtd --format json").out);
+
+	EXPECT_EQ(all["load_code"], 0);
+	EXPECT_EQ(all["sections"].size(), 1u);
+	EXPECT_EQ(all["sections"][0]["last_byte"], 0);
+	EXPECT_EQ(all["user_data_partition"], "usrdata");
+}
+
+TEST_F(cli, map_draws_on_the_terminal_or_into_a_file)
+{
+	EXPECT_TRUE(run("map good/malformed.xml").out.starts_with("Flash of board b, "));
+	const auto result = run("map good/malformed.xml -o '" + path("map.svg") + "'");
+	EXPECT_EQ(result.status, 0);
+	EXPECT_EQ(result.out, "");
+	EXPECT_TRUE(fixtures::read(path("map.svg")).starts_with("<svg "));
+	EXPECT_EQ(run("map bad/duplicate-id.xml").status, 1);
+}
+
+TEST_F(cli, explain_knows_every_rule_and_suggests_one_for_a_misspelling)
+{
+	for (const auto &one : flash_board::all_rules()) {
+		const auto result = run("explain " + std::string(one.id));
+		EXPECT_EQ(result.status, 0);
+		EXPECT_TRUE(result.out.starts_with(std::string(one.id) + ": " + std::string(one.title))) << one.id;
+	}
+	EXPECT_NE(run("explain section-wrap").err.find("did you mean \"section-wraps\"?"), std::string::npos);
+	EXPECT_NE(run("explain").out.find("\nsection-wraps"), std::string::npos);
+}
+
+TEST_F(cli, help_and_version_go_to_standard_output)
+{
+	for (const auto *arguments :
+	     {"--help", "check --help", "compile --help", "simulate --help", "map --help", "explain --help", "--version"}) {
+		const auto result = run(arguments);
+		EXPECT_EQ(result.status, 0) << arguments;
+		EXPECT_NE(result.out, "") << arguments;
+		EXPECT_EQ(result.err, "") << arguments;
+	}
+}
+
+// ---------------------------------------------------------------------------------------------------------------- documents
+
+TEST_F(cli, the_page_of_rules_is_up_to_date)
+{
+	EXPECT_EQ(run("explain --markdown").out, fixtures::read(REPOSITORY_DIR "/docs/board-rules.md"))
+		<< "flash-board explain --markdown > docs/board-rules.md";
+}
+
+// The partitions that board/run gives to the board's kernel.
+std::string demo_partitions()
+{
+	const auto script = fixtures::read(REPOSITORY_DIR "/board/run");
+	std::smatch found;
+
+	if (!std::regex_search(script, found, std::regex("\"(mtdparts=[^\"]*)\"")))
+		throw std::runtime_error("board/run names no partitions");
+	return found[1];
+}
+
+TEST_F(cli, the_picture_of_the_demo_board_is_up_to_date)
+{
+	const auto arguments = "map '" REPOSITORY_DIR "/board/xml/plain.xml' --mtdparts '" + demo_partitions() + "' -o ";
+
+	ASSERT_EQ(run(arguments + "'" + path("map.svg") + "'").status, 0);
+	EXPECT_EQ(fixtures::read(path("map.svg")), fixtures::read(REPOSITORY_DIR "/docs/demo-board.svg"))
+		<< "flash-board " << arguments << "docs/demo-board.svg";
+}
+
+TEST_F(cli, the_demo_boards_have_no_findings)
+{
+	for (const auto *name : {"plain", "variants", "cards"})
+		EXPECT_EQ(run("check '" REPOSITORY_DIR "/board/xml/" + std::string(name) + ".xml' --mtdparts '" + demo_partitions() + "'")
+				  .status,
+			  0)
+			<< name;
+}
+
+std::string without_markup(std::string page)
+{
+	return std::regex_replace(page, std::regex("\\\\-"), "-");
+}
+
+TEST_F(cli, every_option_of_the_help_is_in_the_manual_page)
+{
+	const auto page = without_markup(fixtures::read(REPOSITORY_DIR "/docs/man/flash-board.1"));
+	const std::regex option("--[a-z]+");
+	std::size_t options = 0;
+
+	for (const auto *command : {"", "compile", "check", "simulate", "map", "explain"}) {
+		const auto help = run(std::string(command) + " --help").out;
+		EXPECT_NE(page.find(command), page.npos);
+		for (auto at = std::sregex_iterator(help.begin(), help.end(), option); at != std::sregex_iterator(); ++at, options++)
+			EXPECT_NE(page.find(at->str()), page.npos) << command << " " << at->str();
+	}
+	EXPECT_GE(options, 15u);
+}
+
+TEST_F(cli, every_option_of_the_manual_page_is_in_the_help)
+{
+	const auto page = without_markup(fixtures::read(REPOSITORY_DIR "/docs/man/flash-board.1"));
+	const std::regex option("--[a-z]+");
+	std::string help;
+
+	for (const auto *command : {"", "compile", "check", "simulate", "map", "explain"})
+		help += run(std::string(command) + " --help").out;
+	for (auto at = std::sregex_iterator(page.begin(), page.end(), option); at != std::sregex_iterator(); ++at)
+		EXPECT_NE(help.find(at->str()), help.npos) << at->str();
+}
+
+} // namespace

@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#include "check_structure.hpp"
+
+#include "number.hpp"
+#include "suggestion.hpp"
+
+#include <algorithm>
+#include <array>
+#include <set>
+
+namespace flash_board {
+namespace {
+
+constexpr std::size_t max_name_length = 63;
+
+enum class kind { name, number, optional_number };
+
+struct attribute_rule {
+	std::string_view name;
+	kind what = kind::name;
+};
+
+struct element_rule {
+	std::string_view name;
+	std::array<attribute_rule, 4> attributes;
+	std::array<std::string_view, 2> children;
+};
+
+constexpr std::array g_elements = {
+	element_rule{"board", {{{"name"}, {"bom", kind::optional_number}}}, {"instance"}},
+	element_rule{"instance",
+		     {{{"id", kind::number},
+		       {"parent", kind::optional_number},
+		       {"card", kind::optional_number},
+		       {"bom", kind::optional_number}}},
+		     {"module", "hard_lock"}},
+	element_rule{"hard_lock", {{{"type", kind::number}, {"lock_val", kind::number}, {"unlock_val", kind::number}}}, {}},
+	element_rule{"module", {{{"name"}}}, {"node"}},
+	element_rule{"node", {{{"name"}}}, {"entry"}},
+};
+
+bool is_name(std::string_view text)
+{
+	const auto is_letter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; };
+	const auto is_more = [&](char c) { return is_letter(c) || (c >= '0' && c <= '9') || c == '.' || c == '-'; };
+
+	return !text.empty() && text.size() <= max_name_length && is_letter(text.front()) && std::all_of(text.begin(), text.end(), is_more);
+}
+
+// The kernel gives these property names a meaning of its own.
+bool is_reserved(std::string_view name)
+{
+	return name == "phandle" || name == "device_type";
+}
+
+std::string tag(pugi::xml_node element)
+{
+	return "<" + std::string(element.name()) + ">";
+}
+
+// What makes an element the same as another beside it; empty when it may be there any number of times.
+std::string identity_of(pugi::xml_node element)
+{
+	const std::string_view name = element.name();
+	const auto number = [&](const char *attribute) {
+		const auto value = number_in(element.attribute(attribute).value());
+		return value ? "#" + std::to_string(*value) : "";
+	};
+
+	if (name == "instance")
+		return number("id");
+	if (name == "hard_lock")
+		return number("type");
+	return name == "module" || name == "node" ? element.attribute("name").value() : "";
+}
+
+class structure_check {
+public:
+	explicit structure_check(document &of) : m_document(of) {}
+
+	void run()
+	{
+		pugi::xml_node root;
+
+		for (const auto child : m_document.tree().children()) {
+			if (child.type() == pugi::node_doctype)
+				m_document.add("document-type", child, "a document type is not allowed");
+			else if (child.type() != pugi::node_element)
+				m_document.add("root-element", child, "only one <board> element is expected here");
+			else if (root)
+				m_document.add("root-element", child, "a second element beside " + tag(root) + ": one <board> is expected");
+			else
+				root = child;
+		}
+		if (!root || std::string_view(root.name()) != "board")
+			m_document.add("root-element", root, "a <board> element is expected");
+		else
+			check(root, g_elements.front());
+	}
+
+private:
+	void check(pugi::xml_node at, const element_rule &about)
+	{
+		check_attribute_names(at);
+		for (const auto attribute : at.attributes())
+			check_known(at, attribute.name(), about);
+		for (const auto &expected : about.attributes)
+			if (!expected.name.empty())
+				check_attribute(at, expected);
+		if (about.name == "instance" && at.attribute("parent").empty() != at.attribute("card").empty())
+			m_document.add("parent-without-card", at, "\"parent\" and \"card\" are given together or not at all");
+		if (about.name == "module" && std::string_view(at.attribute("name").value()) == "hard_lock")
+			m_document.add("reserved-name", at, "\"hard_lock\" cannot be a module's name");
+		check_children(at, about);
+	}
+
+	void check_children(pugi::xml_node at, const element_rule &about)
+	{
+		std::set<std::string> seen;
+
+		for (const auto child : at.children()) {
+			if (!is_element(child))
+				continue;
+			if (std::find(about.children.begin(), about.children.end(), child.name()) == about.children.end()) {
+				unknown_element(child, about);
+				continue;
+			}
+			if (std::string_view(child.name()) == "entry") {
+				check_entry(child);
+				continue;
+			}
+			check(child, *std::find_if(g_elements.begin(), g_elements.end(),
+						   [&](const auto &one) { return one.name == child.name(); }));
+			const auto identity = identity_of(child);
+			if (!identity.empty() && !seen.insert(child.name() + identity).second)
+				m_document.add(identity.front() == '#' ? "duplicate-id" : "duplicate-name", child,
+					       "a second " + tag(child) + " of the same name, number or type");
+		}
+	}
+
+	void check_entry(pugi::xml_node at)
+	{
+		std::set<std::string_view> seen;
+
+		check_attribute_names(at);
+		check_attribute(at, {"name"});
+		for (const auto child : at.children()) {
+			if (!is_element(child))
+				continue;
+			check_value(child);
+			if (!seen.insert(child.name()).second)
+				m_document.add("duplicate-name", child, "a second " + tag(child) + " of the same name, number or type");
+		}
+	}
+
+	void check_value(pugi::xml_node at)
+	{
+		if (!is_name(at.name()))
+			m_document.add("field-name", at, quoted(at.name()) + " cannot be an element's name");
+		check_attribute_names(at);
+		for (const auto attribute : at.attributes())
+			check_known(at, attribute.name(), {});
+		for (const auto child : at.children())
+			if (child.type() != pugi::node_pcdata && child.type() != pugi::node_cdata)
+				m_document.add("value-element", child, tag(at) + " holds text only");
+	}
+
+	void check_attribute_names(pugi::xml_node at)
+	{
+		std::set<std::string_view> seen;
+
+		for (const auto attribute : at.attributes()) {
+			const auto place = m_document.offset_of(at, attribute.name());
+			if (!seen.insert(attribute.name()).second)
+				m_document.add("duplicate-attribute", at, place,
+					       "attribute " + quoted(attribute.name()) + " is given twice");
+			if (!is_name(attribute.name()) || is_reserved(attribute.name()))
+				m_document.add("field-name", at, place, quoted(attribute.name()) + " cannot be an attribute's name");
+		}
+	}
+
+	void check_known(pugi::xml_node at, std::string_view name, const element_rule &about)
+	{
+		std::vector<std::string_view> known;
+
+		for (const auto &one : about.attributes)
+			if (!one.name.empty())
+				known.push_back(one.name);
+		if (std::find(known.begin(), known.end(), name) == known.end())
+			m_document.add("unknown-attribute", at, m_document.offset_of(at, name),
+				       tag(at) + " has no attribute " + quoted(name), did_you_mean(name, known));
+	}
+
+	void check_attribute(pugi::xml_node at, const attribute_rule &expected)
+	{
+		const auto value = m_document.attribute(at, std::string(expected.name).c_str());
+
+		if (!value && expected.what != kind::optional_number)
+			m_document.add("missing-attribute", at, tag(at) + " needs the attribute " + quoted(expected.name));
+		else if (value && expected.what == kind::name && !is_name(value->text))
+			m_document.add("name-syntax", at, value->offset,
+				       quoted(value->text) +
+					       " is no name: a letter or \"_\", then letters, digits, \"_\", \".\" and \"-\", at most 63");
+		else if (value && expected.what != kind::name && !number_in(value->text))
+			m_document.add("number-syntax", at, value->offset,
+				       std::string(expected.name) + "=" + quoted(value->text) +
+					       " is no number: decimal or 0x hexadecimal, at most 32 bits");
+	}
+
+	// Nothing but elements may stand between elements.
+	bool is_element(pugi::xml_node child)
+	{
+		const bool is_instruction = child.type() == pugi::node_pi;
+
+		if (child.type() == pugi::node_element)
+			return true;
+		m_document.add(is_instruction ? "instruction" : "stray-text", child,
+			       "text or an instruction is not expected inside " + tag(child.parent()));
+		return false;
+	}
+
+	void unknown_element(pugi::xml_node child, const element_rule &about)
+	{
+		m_document.add("unknown-element", child, tag(child) + " is not expected inside " + tag(child.parent()),
+			       did_you_mean(child.name(), about.children, "<", ">"));
+	}
+
+	document &m_document;
+};
+
+} // namespace
+
+void check_structure(document &of)
+{
+	structure_check(of).run();
+}
+
+} // namespace flash_board
