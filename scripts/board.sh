@@ -37,7 +37,7 @@ copy_modules() {
 	cp "$kernel_dir/drivers/mtd/nand/raw/nandsim.ko" "$kernel_dir/drivers/mtd/devices/mtdram.ko" "$initramfs_root/lib/modules/"
 }
 
-# The programs that are on the board: those that the guest preset installs below tests/ and demo/.
+# The programs that are on the board: those that the guest preset installs below bin/, tests/ and demo/.
 copy_programs() {
 	for programs in "$@"; do
 		[ ! -d "$(preset_dir guest)/image/$programs" ] || cp -a "$(preset_dir guest)/image/$programs" "$initramfs_root/"
@@ -56,10 +56,10 @@ make_initramfs() {
 	cp "$root/board/demo/letter.txt" "$initramfs_root/demo/letter.txt"
 	if [ "$1" = full ]; then
 		copy_modules reference_platform flash_mng_kernel board/demo/client tests/guest/lab || return 1
-		copy_programs demo tests || return 1
+		copy_programs bin demo tests || return 1
 	else
 		copy_modules reference_platform flash_mng_kernel board/demo/client || return 1
-		copy_programs demo || return 1
+		copy_programs bin demo || return 1
 	fi
 	(cd "$initramfs_root" && find . | LC_ALL=C sort | cpio -o -H newc -R 0:0 --quiet) | gzip -1 >"$initramfs"
 }

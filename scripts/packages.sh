@@ -7,7 +7,7 @@
 build_packages="gcc g++ libc6-dev make bc bison flex perl libelf-dev libssl-dev cpio rsync xz-utils gzip tar ca-certificates
 	debian-archive-keyring gcc-aarch64-linux-gnu g++-aarch64-linux-gnu
 	libc6-dev-arm64-cross qemu-system-arm cmake ninja-build googletest
-	libpugixml-dev libfdt-dev libcli11-dev libfmt-dev nlohmann-json3-dev nettle-dev libvalijson-dev"
+	libpugixml-dev libfdt-dev libcli11-dev libfmt-dev nlohmann-json3-dev nettle-dev libvalijson-dev pkgconf"
 host_packages="gcc-arm-linux-gnueabihf libc6-dev-armhf-cross"
 check_packages="git clang-tidy clang-format cppcheck shellcheck sparse kmod"
 test_packages="libxml2-utils gcovr"

@@ -11,8 +11,14 @@ preset_dir() {
 	esac
 }
 
+# The board's flashctl takes its hash from a library, of this machine's own Debian release but for AArch64.
 configure_programs() {
-	run_step "configure programs ($1)" "cmake_$1" env -C "$root" cmake --preset "$1"
+	program_option=
+	if [ "$1" = guest ]; then
+		fetch_package "$(machine_codename)" arm64 nettle-dev
+		program_option=-DFLASHCTL_NETTLE_ROOT=$package_files/files
+	fi
+	run_step "configure programs ($1)" "cmake_$1" env -C "$root" cmake --preset "$1" ${program_option:+"$program_option"}
 }
 
 # build_program_target PRESET TARGET

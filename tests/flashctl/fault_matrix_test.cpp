@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// Every call that a command makes of the flash fails in every way: never a success, never the result of one, and the flash is as before
+// unless it was written.
+#include <gtest/gtest.h>
+
+#include "code_words.hpp"
+#include "failure.hpp"
+#include "simulated_console.hpp"
+
+using namespace flashctl_tests;
+
+namespace {
+
+using arguments = std::vector<std::string>;
+
+const std::vector<arguments> scenarios = {
+	{"list"},
+	{"info"},
+	{"info", "usrdata"},
+	{"spi", "--instance", "5"},
+	{"spi", "--name", "spi_a"},
+	{"read", "usrdata"},
+	{"read", "usrdata", "--hex", "--offset", "16"},
+	{"verify", "usrdata", "-"},
+	{"verify", "usrdata", "--sha256", "", "--length", "16"},
+	{"write", "usrdata", "-"},
+	{"write", "usrdata", "-", "--verify", "range"},
+	{"write", "usrdata", "-", "--verify", "none"},
+	{"write", "usrdata", "-", "--dry-run"},
+};
+
+// A desk on which a scenario succeeds.
+struct prepared_desk : desk {
+	explicit prepared_desk(arguments scenario) : line(std::move(scenario))
+	{
+		const bytes &content = flash.part("usrdata").content;
+		console.input = line.front() == "write" ? bytes(300, std::byte{0x5a}) : bytes(content.begin(), content.begin() + 300);
+		for (std::string &word : line)
+			if (word.empty())
+				word = flashctl::sha256({content.data(), 16});
+	}
+
+	arguments line;
+};
+
+std::vector<status> every_failure()
+{
+	std::vector<status> failures;
+	for (const flashctl::code_words &words : flashctl::all_codes())
+		if (words.code != FLASH_MNG_OK)
+			failures.push_back(status::from_code(words.code));
+	for (const std::uint32_t code : {1u, 56u, 57u, 0x12345678u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFF000u})
+		failures.push_back(status::from_code(code));
+	for (const int error :
+	     {EPERM, ENOENT, EINTR, EIO, ENXIO, EBADF, EAGAIN, ENOMEM, EACCES, EFAULT, EBUSY, ENODEV, EINVAL, ENOTTY, EROFS, ENOSYS})
+		failures.push_back(status::from_errno(error));
+	failures.push_back(status::unfit_request());
+	return failures;
+}
+
+struct fault {
+	arguments scenario;
+	std::size_t call;
+	std::string function;
+	bool json;
+};
+
+void PrintTo(const fault &fault, std::ostream *out)
+{
+	for (const std::string &word : fault.scenario)
+		*out << word << ' ';
+	*out << "fails at call " << fault.call << ", " << fault.function << (fault.json ? ", JSON" : "");
+}
+
+// Each call that each scenario makes when nothing fails.
+std::vector<fault> every_fault()
+{
+	std::vector<fault> faults;
+	for (const arguments &scenario : scenarios) {
+		prepared_desk desk(scenario);
+		desk.run(desk.line);
+		for (std::size_t i = 0; i < desk.flash.calls.size(); ++i) {
+			faults.push_back({scenario, i + 1, desk.flash.calls[i], false});
+			if (scenario.front() != "read")
+				faults.push_back({scenario, i + 1, desk.flash.calls[i], true});
+		}
+	}
+	return faults;
+}
+
+int run_with_fault(prepared_desk &desk, const fault &fault)
+{
+	if (fault.json)
+		desk.line.push_back("--json");
+	return desk.run(desk.line);
+}
+
+void expect_refused(const prepared_desk &desk, const fault &fault, const status &with, int exit)
+{
+	EXPECT_EQ(exit, static_cast<int>(flashctl::exit_of(with))) << with.meaning();
+	EXPECT_NE(exit, 0);
+	EXPECT_EQ(desk.console.out.empty(), !fault.json) << desk.console.out;
+	EXPECT_EQ(desk.console.err.empty(), fault.json) << desk.console.err;
+	if (fault.json) {
+		EXPECT_NE(desk.console.out.find("\"result\": null"), std::string::npos) << desk.console.out;
+	}
+}
+
+class fault_matrix : public testing::TestWithParam<fault> {};
+
+TEST_P(fault_matrix, once)
+{
+	for (const status &with : every_failure()) {
+		prepared_desk desk(GetParam().scenario);
+		const bytes before = desk.flash.part("usrdata").content;
+		desk.flash.fail_call(GetParam().call, with);
+		const int exit = run_with_fault(desk, GetParam());
+		expect_refused(desk, GetParam(), with, exit);
+
+		const auto &calls = desk.flash.calls;
+		const bool written = std::find(calls.begin(), calls.end(), "write") != calls.end() && GetParam().function != "write";
+		EXPECT_TRUE(written || desk.flash.part("usrdata").content == before);
+	}
+}
+
+TEST_P(fault_matrix, from_then_on)
+{
+	for (const status &with : every_failure()) {
+		prepared_desk desk(GetParam().scenario);
+		desk.flash.fail_from(GetParam().call, with);
+		const int exit = run_with_fault(desk, GetParam());
+		expect_refused(desk, GetParam(), with, exit);
+	}
+}
+
+INSTANTIATE_TEST_SUITE_P(all, fault_matrix, testing::ValuesIn(every_fault()));
+
+class healthy : public testing::TestWithParam<arguments> {};
+
+TEST_P(healthy, scenario_succeeds)
+{
+	prepared_desk desk(GetParam());
+	EXPECT_EQ(desk.run(desk.line), 0) << desk.console.err;
+	EXPECT_FALSE(desk.flash.calls.empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(all, healthy, testing::ValuesIn(scenarios));
+
+} // namespace

@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// What --json prints agrees with the schema, for every command and for failures.
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <valijson/adapters/nlohmann_json_adapter.hpp>
+#include <valijson/schema.hpp>
+#include <valijson/schema_parser.hpp>
+#include <valijson/validation_results.hpp>
+#include <valijson/validator.hpp>
+
+#include "scratch.hpp"
+#include "simulated_console.hpp"
+
+using namespace flashctl_tests;
+using nlohmann::json;
+
+namespace {
+
+const valijson::Schema &schema()
+{
+	static valijson::Schema parsed;
+	static const bool once = [] {
+		const json text = json::parse(scratch::content_of(SOURCE_DIR "/tools/flashctl/flashctl.schema.json"));
+		valijson::SchemaParser(valijson::SchemaParser::kDraft7)
+			.populateSchema(valijson::adapters::NlohmannJsonAdapter(text), parsed);
+		return true;
+	}();
+	(void)once;
+	return parsed;
+}
+
+testing::AssertionResult agrees(const json &report)
+{
+	valijson::ValidationResults results;
+	if (valijson::Validator().validate(schema(), valijson::adapters::NlohmannJsonAdapter(report), &results))
+		return testing::AssertionSuccess();
+	testing::AssertionResult no = testing::AssertionFailure();
+	for (valijson::ValidationResults::Error error; results.popError(error);)
+		no << error.description << "\n";
+	return no << report.dump(2);
+}
+
+json report_of(desk &desk, std::vector<std::string> arguments)
+{
+	arguments.push_back("--json");
+	const int exit = desk.run(arguments);
+	EXPECT_EQ(desk.console.err, "");
+	const json report = json::parse(desk.console.out);
+	EXPECT_TRUE(agrees(report));
+	EXPECT_EQ(report["exit"], exit);
+	EXPECT_EQ(report["status"] == "done", exit == 0);
+	return report;
+}
+
+TEST(json_report, of_list)
+{
+	desk desk;
+	const json report = report_of(desk, {"list"});
+	EXPECT_EQ(report["result"]["devices"].size(), 6u);
+	EXPECT_EQ(report["result"]["devices"][2],
+		  json::parse(R"({"number": 2, "name": "usrdata", "type": "nand", "type_number": 4, "size": 32768,
+		"erase_size": 4096, "flags": 1024, "flag_names": ["writeable"], "listed": true})"));
+}
+
+TEST(json_report, of_info)
+{
+	desk desk;
+	EXPECT_EQ(report_of(desk, {"info"})["result"]["user_data"]["size"], 32768);
+	desk.flash.user_data_exists = false;
+	EXPECT_TRUE(report_of(desk, {"info", "nor"})["result"]["user_data"].is_null());
+}
+
+TEST(json_report, of_spi_and_explain)
+{
+	desk desk;
+	EXPECT_EQ(report_of(desk, {"spi", "--instance", "5"})["result"]["chip_select"], 3);
+	EXPECT_EQ(report_of(desk, {"explain", "-1"})["result"]["codes"][0]["hex"], "0xFFFFFFFF");
+	EXPECT_GT(report_of(desk, {"explain"})["result"]["codes"].size(), 30u);
+}
+
+TEST(json_report, of_read_and_verify)
+{
+	desk desk;
+	scratch folder;
+	EXPECT_EQ(report_of(desk, {"read", "usrdata", "--length", "16", "-o", folder.path("f")})["result"]["range"]["length"], 16);
+	EXPECT_EQ(report_of(desk, {"verify", "usrdata", folder.path("f")})["result"]["equal"], true);
+	const json report = report_of(desk, {"verify", "usrdata", folder.path("f"), "--offset", "1"});
+	EXPECT_EQ(report["result"]["difference"]["first"], 1);
+	EXPECT_EQ(report["status"], "mismatch");
+	report_of(desk, {"verify", "usrdata", "--sha256", std::string(64, '0')});
+}
+
+TEST(json_report, of_write)
+{
+	desk desk;
+	desk.console.input = bytes(16, std::byte{0x5a});
+	EXPECT_EQ(report_of(desk, {"write", "usrdata", "-", "--dry-run"})["result"]["action"], "planned");
+	EXPECT_EQ(report_of(desk, {"write", "usrdata", "-"})["result"]["compared_bytes"], 32768);
+	EXPECT_EQ(report_of(desk, {"write", "usrdata", "-"})["result"]["action"], "unchanged");
+	EXPECT_TRUE(report_of(desk, {"write", "usrdata", "-", "--verify", "none"})["result"]["changed_bytes"].is_null());
+	EXPECT_EQ(report_of(desk, {"write", "usrdata", "-", "--verify", "range", "--offset", "32"})["result"]["verify"], "range");
+	desk.flash.after_write = [](partition &part) { part.content[100] ^= std::byte{1}; };
+	EXPECT_EQ(report_of(desk, {"write", "usrdata", "-", "--offset", "64"})["result"]["difference_around"]["first"], 100);
+}
+
+TEST(json_report, of_failures)
+{
+	desk desk;
+	EXPECT_EQ(report_of(desk, {"info", "usrdat"})["error"]["hint"], "did you mean \"usrdata\"?");
+	EXPECT_EQ(report_of(desk, {"write", "boot", "-"})["error"]["code"]["name"], "FLASH_MNG_NOT_LISTED");
+	desk.flash.fail_call(1, status::from_errno(ENOENT));
+	EXPECT_EQ(report_of(desk, {"list"})["error"]["system_error"]["errno"], ENOENT);
+}
+
+TEST(json_report, of_a_wrong_command_line)
+{
+	desk desk;
+	EXPECT_EQ(report_of(desk, {"lst"})["status"], "usage");
+	EXPECT_EQ(report_of(desk, {"read", "usrdata", "--offset", "x"})["exit"], 2);
+}
+
+TEST(json_report, of_a_name_that_is_no_text)
+{
+	desk desk;
+	desk.flash.parts[0].device.name = "\xff\xfe";
+	report_of(desk, {"list"});
+}
+
+TEST(schema, refuses_what_does_not_agree)
+{
+	desk desk;
+	const json good = report_of(desk, {"list"});
+	const auto without = [&good](const char *key) {
+		json bad = good;
+		bad.erase(key);
+		return bad;
+	};
+	for (const char *key : {"command", "status", "exit", "result", "error"})
+		EXPECT_FALSE(agrees(without(key))) << key;
+	json bad = good;
+	bad["extra"] = 1;
+	EXPECT_FALSE(agrees(bad));
+	bad = good;
+	bad["result"]["devices"][0].erase("listed");
+	EXPECT_FALSE(agrees(bad));
+	bad = good;
+	bad["command"] = "info";
+	EXPECT_FALSE(agrees(bad)) << "the result of another command";
+	bad = good;
+	bad["exit"] = 12;
+	EXPECT_FALSE(agrees(bad));
+	bad = good;
+	bad["status"] = "fine";
+	EXPECT_FALSE(agrees(bad));
+}
+
+} // namespace

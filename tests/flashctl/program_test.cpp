@@ -1,0 +1,213 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// Whole programs: flashctl and the examples as processes, with files, pipes and a terminal.
+#include <gtest/gtest.h>
+
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "bytes.hpp"
+#include "scratch.hpp"
+#include "simulated_flash.hpp"
+
+using namespace flashctl_tests;
+
+namespace {
+
+struct ended {
+	int exit;
+	std::string output;
+};
+
+int exit_of(int wait_status)
+{
+	return WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : 128 + WTERMSIG(wait_status);
+}
+
+struct programs : testing::Test {
+	programs()
+	{
+		setenv("PATH", (std::string(PROGRAMS_DIR) + ":/usr/local/bin:/usr/bin:/bin").c_str(), 1);
+		setenv("FLASHCTL_FAKE_FILE", folder.path("flash").c_str(), 1);
+	}
+	~programs() override { unsetenv("FLASHCTL_FAKE_FILE"); }
+
+	// A line for the shell, in the scratch folder; both of its streams.
+	ended shell(const std::string &line) const
+	{
+		const std::string command = "cd " + folder.path() + " && { " + line + "\n} 2>&1";
+		std::FILE *const pipe = popen(command.c_str(), "r");
+		ended program = {0, ""};
+		for (int letter; (letter = std::fgetc(pipe)) != EOF;)
+			program.output += static_cast<char>(letter);
+		program.exit = exit_of(pclose(pipe));
+		return program;
+	}
+
+	// flashctl on a terminal on which a person types.
+	ended on_terminal(const std::string &line, const std::string &typed) const
+	{
+		int master = -1;
+		const pid_t child = forkpty(&master, nullptr, nullptr, nullptr);
+		if (child == 0) {
+			setenv("TERM", "xterm", 1);
+			execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
+			_exit(127);
+		}
+		EXPECT_EQ(write(master, typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
+		ended program = {0, ""};
+		char letters[256];
+		for (ssize_t count; (count = read(master, letters, sizeof(letters))) > 0;)
+			program.output.append(letters, static_cast<std::size_t>(count));
+		int status = 0;
+		waitpid(child, &status, 0);
+		close(master);
+		program.exit = exit_of(status);
+		return program;
+	}
+
+	std::string flash_content() const { return folder.content("flash"); }
+
+	scratch folder;
+};
+
+bool has(const std::string &text, const std::string &part)
+{
+	return text.find(part) != std::string::npos;
+}
+
+TEST_F(programs, write_read_and_verify_through_pipes)
+{
+	EXPECT_EQ(shell("printf 'Hello, flash.' | flashctl write usrdata - --offset 4KiB").exit, 0);
+	EXPECT_EQ(shell("flashctl read usrdata --offset 4KiB --length 13 | cat").output, "Hello, flash.");
+	EXPECT_EQ(shell("printf 'Hello, flash.' | flashctl verify usrdata - --offset 4KiB").exit, 0);
+	EXPECT_EQ(shell("printf 'Hello, flesh.' | flashctl verify usrdata - --offset 4KiB").exit, 7);
+	EXPECT_EQ(flash_content().substr(4096, 13), "Hello, flash.");
+}
+
+TEST_F(programs, no_escapes_in_a_pipe)
+{
+	const ended program = shell("printf x | TERM=xterm flashctl write usrdata - -v; flashctl list; flashctl info xyzzy");
+	EXPECT_FALSE(has(program.output, "\033")) << program.output;
+	EXPECT_FALSE(has(program.output, "\r"));
+}
+
+TEST_F(programs, output_that_cannot_be_written_is_no_success)
+{
+	EXPECT_EQ(shell("flashctl list >/dev/full").exit, 1);
+	EXPECT_EQ(shell("flashctl read usrdata >/dev/full").exit, 1);
+	EXPECT_EQ(shell("flashctl read usrdata --hex >/dev/full").exit, 1);
+	EXPECT_EQ(shell("flashctl --help >/dev/full").exit, 1);
+	EXPECT_EQ(shell("flashctl list --json >/dev/full").exit, 1);
+}
+
+TEST_F(programs, closed_standard_input_is_no_data)
+{
+	EXPECT_NE(shell("flashctl write usrdata - <&-").exit, 0);
+	EXPECT_EQ(shell("flashctl write usrdata - <.").exit, 1);
+}
+
+TEST_F(programs, one_writer_at_a_time)
+{
+	const ended program = shell("touch flash.lock; flock flash.lock -c 'printf x | flashctl write usrdata -'");
+	EXPECT_EQ(program.exit, 8);
+	EXPECT_TRUE(has(program.output, "another flashctl is writing"));
+	EXPECT_EQ(shell("flock flash.lock -c 'flashctl read usrdata -o out'").exit, 0) << "reading needs no lock";
+}
+
+TEST_F(programs, without_the_module)
+{
+	const ended program = shell("flashctl list --device /dev/no_such_device");
+	EXPECT_EQ(program.exit, 5);
+	EXPECT_TRUE(has(program.output, "modprobe flash_mng"));
+	EXPECT_EQ(shell("flashctl list --device /dev/null").exit, 9) << "a device, but not this one";
+}
+
+TEST_F(programs, ask_a_person)
+{
+	folder.write("image", "Hello");
+	const std::string line = "flashctl write usrdata " + folder.path("image");
+	EXPECT_EQ(on_terminal(line, "n\n").exit, 10);
+	EXPECT_EQ(on_terminal(line, "\n").exit, 10);
+	EXPECT_EQ(flash_content(), "");
+	const ended program = on_terminal(line, "y\n");
+	EXPECT_EQ(program.exit, 0);
+	EXPECT_TRUE(has(program.output, "Write 5 bytes at 0x0 of \"usrdata\" (mtd2)? [y/N] ")) << program.output;
+	EXPECT_TRUE(has(program.output, "\033[32mverified\033[0m")) << program.output;
+	EXPECT_EQ(flash_content().substr(0, 5), "Hello");
+}
+
+TEST_F(programs, show_progress_of_long_work_on_a_terminal_and_wipe_it)
+{
+	const ended program = on_terminal("printf Hello | FLASHCTL_FAKE_DELAY=600 flashctl write usrdata - --yes", "");
+	EXPECT_EQ(program.exit, 0);
+	EXPECT_TRUE(has(program.output, "\r\033[Kwriting 5 bytes to usrdata ... 0 s\r\033[K")) << program.output;
+	EXPECT_FALSE(has(shell("printf World | FLASHCTL_FAKE_DELAY=600 flashctl write usrdata -").output, "..."));
+	EXPECT_FALSE(has(on_terminal("flashctl read usrdata --hex", "").output, "reading")) << "short work";
+}
+
+TEST_F(programs, ask_on_the_terminal_when_the_data_comes_in_a_pipe)
+{
+	EXPECT_EQ(on_terminal("printf Hello | flashctl write usrdata -", "y\n").exit, 0);
+	EXPECT_EQ(on_terminal("printf World | flashctl write usrdata -", "n\n").exit, 10);
+	EXPECT_EQ(flash_content().substr(0, 5), "Hello");
+}
+
+TEST_F(programs, no_binary_and_no_unwanted_colours_on_a_terminal)
+{
+	EXPECT_EQ(on_terminal("flashctl read usrdata", "").exit, 2);
+	EXPECT_TRUE(has(on_terminal("flashctl list", "").output, "\033["));
+	EXPECT_FALSE(has(on_terminal("NO_COLOR=1 flashctl list", "").output, "\033["));
+	EXPECT_FALSE(has(on_terminal("TERM=dumb flashctl list", "").output, "\033["));
+}
+
+TEST_F(programs, example_list_partitions)
+{
+	const ended program = shell("list_partitions");
+	EXPECT_EQ(program.exit, 0);
+	EXPECT_TRUE(has(program.output, "mtd0 boot 16384 -\nmtd1 config 16384 listed\nmtd2 usrdata 32768 listed\n")) << program.output;
+}
+
+TEST_F(programs, example_read_range)
+{
+	shell("printf 'Hello, flash, 16' | flashctl write usrdata -");
+	EXPECT_EQ(shell("read_range usrdata").output, "48656c6c6f2c20666c6173682c203136\n");
+	EXPECT_EQ(shell("read_range boot").exit, 1);
+	EXPECT_TRUE(has(shell("read_range boot").output, "0x811B01A4"));
+	EXPECT_EQ(shell("read_range").exit, 2);
+}
+
+TEST_F(programs, example_find_spi_flash)
+{
+	EXPECT_EQ(shell("find_spi_flash spi_a").output, "instance 5: chip 1, controller 2, chip select 3\n");
+	EXPECT_EQ(shell("find_spi_flash spi_b").exit, 3);
+	EXPECT_EQ(shell("find_spi_flash").exit, 2);
+}
+
+// The lines of a manual's section EXAMPLES that begin with ".Dl $ ".
+std::vector<std::string> examples_of(const std::string &manual)
+{
+	std::istringstream text(scratch::content_of(manual));
+	std::vector<std::string> examples;
+	for (std::string line; std::getline(text, line);)
+		if (line.starts_with(".Dl $ "))
+			examples.push_back(line.substr(6));
+	return examples;
+}
+
+TEST_F(programs, examples_of_the_manual_work_in_their_order)
+{
+	const auto examples = examples_of(SOURCE_DIR "/docs/man/flashctl.1");
+	EXPECT_GE(examples.size(), 8u);
+	folder.write("config.img", std::string(100, 'c'));
+	for (const std::string &line : examples) {
+		const ended program = shell(line);
+		EXPECT_EQ(program.exit, 0) << line << "\n" << program.output;
+	}
+}
+
+} // namespace

@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// list, info, spi, explain, and what all commands have in common.
+#include <gtest/gtest.h>
+
+#include "simulated_console.hpp"
+
+using namespace flashctl_tests;
+
+namespace {
+
+bool has(const std::string &text, const std::string &part)
+{
+	return text.find(part) != std::string::npos;
+}
+
+TEST(list, is_aligned_and_sorted_and_readable)
+{
+	desk desk;
+	desk.flash.part("rootfs").device.size = 255852544;
+	EXPECT_EQ(desk.flashctl("list"), 0);
+	EXPECT_EQ(desk.console.out, "DEVICE  NAME     TYPE     SIZE  ERASE BLOCK  FLAGS      PROGRAMS\n"
+				    "mtd0    boot     nand   16 KiB        4 KiB  writeable  -\n"
+				    "mtd1    config   nand   16 KiB        4 KiB  writeable  read,write\n"
+				    "mtd2    usrdata  nand   32 KiB        4 KiB  writeable  read,write\n"
+				    "mtd3    rootfs   nand  244 MiB        4 KiB  writeable  -\n"
+				    "mtd4    nor      nor    32 KiB        4 KiB  writeable  -\n"
+				    "mtd5    ram0     ram    16 KiB        4 KiB  writeable  -\n");
+	EXPECT_EQ(desk.console.err, "");
+}
+
+TEST(list, of_a_board_without_flash_is_a_title)
+{
+	desk desk;
+	desk.flash.parts.clear();
+	EXPECT_EQ(desk.flashctl("list"), 0);
+	EXPECT_EQ(desk.console.out, "DEVICE  NAME  TYPE  SIZE  ERASE BLOCK  FLAGS  PROGRAMS\n");
+}
+
+TEST(list, shows_a_hostile_name_without_its_control_characters)
+{
+	desk desk;
+	desk.flash.parts[0].device.name = "a\033[2Jb";
+	EXPECT_EQ(desk.flashctl("list"), 0);
+	EXPECT_FALSE(has(desk.console.out, "\033"));
+	EXPECT_EQ(desk.flashctl("list", "--json"), 0);
+	EXPECT_FALSE(has(desk.console.out, "\033"));
+}
+
+TEST(list, has_colours_on_a_terminal_only)
+{
+	desk desk;
+	desk.flashctl("list");
+	EXPECT_FALSE(has(desk.console.out, "\033"));
+	desk.console.output_terminal = true;
+	desk.flashctl("list");
+	EXPECT_TRUE(has(desk.console.out, "\033[1mDEVICE"));
+	desk.console.out.clear();
+	flashctl::run({"list"}, desk.flash, desk.console, true);
+	EXPECT_FALSE(has(desk.console.out, "\033"));
+}
+
+TEST(info, describes_nand_and_user_data)
+{
+	desk desk;
+	desk.flash.part("config").bad = 1;
+	EXPECT_EQ(desk.flashctl("info"), 0);
+	EXPECT_EQ(desk.console.out, "DEVICE  NAME     TYPE    SIZE       BLOCKS  BAD  PROGRAMS\n"
+				    "mtd0    boot     nand  16 KiB   4 of 4 KiB    0  -\n"
+				    "mtd1    config   nand  16 KiB   4 of 4 KiB    1  read,write\n"
+				    "mtd2    usrdata  nand  32 KiB   8 of 4 KiB    0  read,write\n"
+				    "mtd3    rootfs   nand  64 KiB  16 of 4 KiB    0  -\n"
+				    "user data: 1 NAND partition of 32 KiB\n");
+}
+
+TEST(info, of_one_partition_of_any_type)
+{
+	desk desk;
+	EXPECT_EQ(desk.flashctl("info", "nor"), 0);
+	EXPECT_TRUE(has(desk.console.out, "mtd4"));
+	EXPECT_FALSE(has(desk.console.out, "boot"));
+}
+
+TEST(info, of_a_board_without_user_data_is_no_failure)
+{
+	desk desk;
+	desk.flash.user_data_exists = false;
+	EXPECT_EQ(desk.flashctl("info"), 0);
+	EXPECT_TRUE(has(desk.console.out, "user data: no NAND partition\n"));
+}
+
+TEST(spi, by_instance_and_by_name)
+{
+	desk desk;
+	EXPECT_EQ(desk.flashctl("spi", "--instance", "5"), 0);
+	EXPECT_EQ(desk.console.out,
+		  "instance        5\nsettings of     instance 5\nchip            1\ncontroller      2\nchip select     3\n"
+		  "hardware lock   none\n");
+	EXPECT_EQ(desk.flashctl("spi", "--name", "spi_a"), 0);
+	EXPECT_TRUE(has(desk.console.out, "instance        5"));
+	desk.flash.spi.hardlock_type = 2;
+	desk.flash.spi.hardlock_val = 7;
+	EXPECT_EQ(desk.flashctl("spi", "--name", "spi_a"), 0);
+	EXPECT_TRUE(has(desk.console.out, "type 2, taken with 7, released with 0"));
+}
+
+TEST(spi, that_is_not_there)
+{
+	desk desk;
+	EXPECT_EQ(desk.flashctl("spi", "--instance", "6"), 3);
+	EXPECT_TRUE(has(desk.console.err, "instance 6"));
+	EXPECT_TRUE(has(desk.console.err, "FLASH_MNG_NOT_FOUND"));
+	EXPECT_EQ(desk.flashctl("spi", "--name", "spi_b"), 3);
+}
+
+TEST(spi, an_answer_that_was_not_written_whole)
+{
+	desk desk;
+	desk.flash.fail_call(2, status::from_code(34));
+	EXPECT_EQ(desk.flashctl("spi", "--instance", "5"), 6);
+	EXPECT_TRUE(has(desk.console.err, "34 bytes of the answer could not be written")) << desk.console.err;
+	EXPECT_FALSE(has(desk.console.err, "BOUNDED"));
+}
+
+TEST(explain, tells_both_meanings_of_a_small_code)
+{
+	desk desk;
+	EXPECT_EQ(desk.flashctl("explain", "34"), 0);
+	EXPECT_TRUE(has(desk.console.out, "beyond the partition's usable bytes; after a lookup of an SPI flash")) << desk.console.out;
+	EXPECT_EQ(desk.flashctl("explain", "56"), 0);
+	EXPECT_TRUE(has(desk.console.out, "after a lookup")) << desk.console.out;
+	EXPECT_EQ(desk.flashctl("explain", "57"), 0);
+	EXPECT_FALSE(has(desk.console.out, "after a lookup")) << desk.console.out;
+}
+
+TEST(explain, says_name_meaning_and_advice_and_needs_no_board)
+{
+	desk desk;
+	EXPECT_EQ(desk.flashctl("explain", "0x811B04AA"), 0);
+	EXPECT_EQ(desk.console.out,
+		  "FLASH_MNG_NO_BUFFER, 0x811B04AA\n  the kernel had no memory for the data, or the range ends beyond 4 GiB\n"
+		  "  ask for a smaller range, or free memory and try again\n");
+	EXPECT_TRUE(desk.flash.calls.empty());
+	EXPECT_EQ(desk.flashctl("explain"), 0);
+	EXPECT_TRUE(has(desk.console.out, "FLASH_MNG_XML_NAME") && has(desk.console.out, "FLASH_BUFFER_NO_MEMORY"));
+}
+
+TEST(failures, go_to_standard_error_with_what_to_do)
+{
+	desk desk;
+	EXPECT_EQ(desk.flashctl("read", "usrdta"), 3);
+	EXPECT_EQ(desk.console.out, "");
+	EXPECT_EQ(desk.console.err, "flashctl: read: there is no partition \"usrdta\"\nflashctl: did you mean \"usrdata\"?\n");
+	EXPECT_EQ(desk.flashctl("info", "xyzzy"), 3);
+	EXPECT_TRUE(has(desk.console.err, "flashctl list"));
+}
+
+TEST(failures, of_the_command_line_come_before_the_device)
+{
+	desk desk;
+	EXPECT_EQ(desk.flashctl("read", "usrdata", "--offset", "4GiB"), 2);
+	EXPECT_EQ(desk.flashctl("write", "usrdata", "/no/such/file", "--offset", "0xffffffff", "--length", "2"), 2);
+	EXPECT_TRUE(desk.flash.calls.empty());
+}
+
+TEST(failures, are_coloured_on_a_terminal_only)
+{
+	desk desk;
+	desk.flashctl("info", "xyzzy");
+	EXPECT_FALSE(has(desk.console.err, "\033"));
+	desk.console.errors_terminal = true;
+	desk.flashctl("info", "xyzzy");
+	EXPECT_TRUE(has(desk.console.err, "\033[31m"));
+}
+
+struct open_case {
+	int error;
+	int exit;
+	const char *hint;
+};
+
+class opening : public testing::TestWithParam<open_case> {};
+
+TEST_P(opening, that_fails_has_its_own_status)
+{
+	desk desk;
+	desk.flash.fail_call(1, status::from_errno(GetParam().error));
+	EXPECT_EQ(desk.flashctl("list"), GetParam().exit);
+	EXPECT_TRUE(has(desk.console.err, GetParam().hint)) << desk.console.err;
+	EXPECT_EQ(desk.console.out, "");
+}
+
+INSTANTIATE_TEST_SUITE_P(all, opening,
+			 testing::Values(open_case{ENOENT, 5, "load the module"}, open_case{ENODEV, 5, "load the module"},
+					 open_case{ENXIO, 5, "load"}, open_case{EACCES, 4, "root"}, open_case{EPERM, 4, "root"},
+					 open_case{EBUSY, 8, "busy"}, open_case{ENOMEM, 11, "memory"}, open_case{EIO, 6, "Input/output"}));
+
+TEST(output, that_does_not_arrive_is_no_success)
+{
+	desk desk;
+	desk.console.output_breaks = true;
+	EXPECT_EQ(desk.flashctl("list"), 1);
+	EXPECT_EQ(desk.flashctl("--help"), 1);
+	EXPECT_EQ(desk.flashctl("read", "usrdata"), 1);
+	EXPECT_EQ(desk.flashctl("info", "xyzzy"), 3) << "the first failure counts";
+}
+
+} // namespace

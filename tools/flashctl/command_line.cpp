@@ -1,0 +1,320 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#include "command_line.hpp"
+
+#include <algorithm>
+#include <cctype>
+#include <map>
+#include <set>
+
+#include <CLI/CLI.hpp>
+
+#include "code_words.hpp"
+#include "failure.hpp"
+#include "name_match.hpp"
+#include "number.hpp"
+
+namespace flashctl {
+
+namespace {
+
+constexpr std::uint64_t most_bytes = UINT32_MAX;
+constexpr char size_hint[] = "sizes are decimal or 0x numbers below 4 GiB, with KiB or MiB behind them or not: 4096, 0x1000, 4KiB";
+constexpr char footer[] = R"(PARTITION is a name of "flashctl list". SIZE is decimal or 0x, with KiB or MiB behind it or not.
+
+Exit status: 0 done, 1 file, 2 usage, 3 not found, 4 denied, 5 module not loaded, 6 flash failure, 7 verify mismatch,
+8 busy, 9 unsupported, 10 declined, 11 no memory.)";
+
+failure usage_failure(const std::string &message, const std::string &hint = "")
+{
+	return {exit_status::usage, message, hint};
+}
+
+// What the options store before it is looked at as a whole.
+struct words {
+	std::string partition, file, offset, length, output = "-", sha256, verify = "all", instance, name, code;
+	bool hex = false, dry_run = false, yes = false;
+};
+
+class parser {
+public:
+	parser();
+	command_line parse(const std::vector<std::string> &arguments);
+
+private:
+	CLI::App *command(const std::string &name, const std::string &text, any_request (parser::*make)() const);
+	void add_commands();
+	void add_partition(CLI::App *command, bool required = true);
+	void add_range(CLI::App *command);
+
+	any_request make_list() const { return list_request{}; }
+	any_request make_info() const { return info_request{m_words.partition}; }
+	any_request make_read() const;
+	any_request make_verify() const;
+	any_request make_write() const;
+	any_request make_spi() const;
+	any_request make_explain() const;
+
+	range_request range() const;
+	std::string input() const;
+	[[noreturn]] void refuse(const CLI::ParseError &error) const;
+	[[noreturn]] void refuse_extra(const CLI::App *selected, const std::string &extra) const;
+	std::string where_help_is() const;
+
+	CLI::App m_app{"Looks after the flash of a board with flash_mng.", "flashctl"};
+	std::map<const CLI::App *, any_request (parser::*)() const> m_makers;
+	options m_options;
+	words m_words;
+};
+
+parser::parser()
+{
+	m_app.get_formatter()->column_width(30);
+	m_app.get_formatter()->label("REQUIRED", "");
+	m_app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+	m_app.get_formatter()->label("Positionals", "Arguments");
+	m_app.set_help_flag("-h,--help", "print this help and exit");
+	m_app.set_version_flag("--version", "flashctl " FLASHCTL_VERSION, "print the version and exit");
+	m_app.add_flag("--json", m_options.json, "print the result as one JSON object");
+	m_app.add_flag("-q,--quiet", m_options.quiet, "no progress, no result lines of read, verify and write");
+	m_app.add_flag("-v,--verbose", m_options.verbose, "a line for each step, and more about the result");
+	m_app.add_option("--device", m_options.device, "the control device; " FLASH_MNG_DEVICE " if not given")->type_name("PATH");
+	m_app.footer(footer);
+	m_app.require_subcommand(1);
+	m_app.fallthrough();
+	add_commands();
+}
+
+CLI::App *parser::command(const std::string &name, const std::string &text, any_request (parser::*make)() const)
+{
+	CLI::App *const added = m_app.add_subcommand(name, text);
+	added->group("Commands");
+	added->footer("Options of every command: --json, --quiet, --verbose, --device PATH; see \"flashctl --help\".");
+	m_makers[added] = make;
+	return added;
+}
+
+void parser::add_partition(CLI::App *command, bool required)
+{
+	command->add_option("PARTITION", m_words.partition, "name of a partition, as \"flashctl list\" shows it")
+		->type_name("")
+		->required(required);
+}
+
+void parser::add_range(CLI::App *command)
+{
+	command->add_option("--offset", m_words.offset, "first byte, counted from the start of the partition; 0 if not given")
+		->type_name("SIZE");
+	command->add_option("--length", m_words.length, "number of bytes")->type_name("SIZE");
+}
+
+void parser::add_commands()
+{
+	command("list", "list the MTD devices of the board", &parser::make_list);
+
+	CLI::App *const info = command("info", "describe the NAND partitions and the one for user data", &parser::make_info);
+	add_partition(info, false);
+
+	CLI::App *const read = command("read", "read bytes of a partition to a file or to standard output", &parser::make_read);
+	add_partition(read);
+	add_range(read);
+	read->add_option("-o,--output", m_words.output, "where to write them; \"-\", if not given, is standard output")->type_name("FILE");
+	read->add_flag("--hex", m_words.hex, "write a dump to look at");
+
+	CLI::App *const write = command("write", "write a file to a partition, and verify it", &parser::make_write);
+	add_partition(write);
+	write->add_option("FILE", m_words.file, "the data; \"-\" is standard input")->type_name("")->required();
+	add_range(write);
+	write->add_option("--verify", m_words.verify, "what to compare afterwards: all of the partition, the range written, or none")
+		->type_name("all|range|none");
+	write->add_flag("--dry-run", m_words.dry_run, "tell what would be done, and write nothing");
+	write->add_flag("-y,--yes", m_words.yes, "do not ask");
+
+	CLI::App *const verify = command("verify", "compare bytes of a partition with a file or a hash", &parser::make_verify);
+	add_partition(verify);
+	verify->add_option("FILE", m_words.file, "the expected data; \"-\" is standard input")->type_name("");
+	add_range(verify);
+	verify->add_option("--sha256", m_words.sha256, "the expected hash, instead of FILE")->type_name("HASH");
+
+	CLI::App *const spi = command("spi", "tell where an SPI flash sits", &parser::make_spi);
+	spi->add_option("--instance", m_words.instance, "by its instance")->type_name("NUMBER");
+	spi->add_option("--name", m_words.name, "by the name of a partition on it")->type_name("NAME");
+
+	CLI::App *const explain =
+		command("explain", "explain a code that the module answers with; without one, all of them", &parser::make_explain);
+	explain->add_option("CODE", m_words.code, "a number such as 0x811B04AA, -1, or a name such as NO_BUFFER")->type_name("");
+}
+
+std::uint32_t size_of(const std::string &option, const std::string &text)
+{
+	const auto size = parse_number(text, most_bytes);
+	if (!size)
+		throw usage_failure(option + " " + text + " is no size that a partition can have", size_hint);
+	return static_cast<std::uint32_t>(*size);
+}
+
+range_request parser::range() const
+{
+	range_request range = {m_words.partition, 0, std::nullopt};
+	if (!m_words.offset.empty())
+		range.offset = size_of("--offset", m_words.offset);
+	if (!m_words.length.empty())
+		range.length = size_of("--length", m_words.length);
+	if (range.length == 0u)
+		throw usage_failure("--length 0 is no range", "leave out --length, or give at least 1 byte");
+	if (range.length && std::uint64_t{range.offset} + *range.length > most_bytes)
+		throw usage_failure("--offset " + m_words.offset + " and --length " + m_words.length + " go beyond 4 GiB", size_hint);
+	return range;
+}
+
+std::string parser::input() const
+{
+	if (m_words.file.empty())
+		throw usage_failure("the FILE is missing", "\"-\" is standard input");
+	return m_words.file;
+}
+
+any_request parser::make_read() const
+{
+	if (m_words.output.empty())
+		throw usage_failure("--output has no file name", "\"-\" is standard output");
+	if (m_options.json && m_words.output == "-")
+		throw usage_failure("--json and the data cannot both go to standard output", "give --output FILE");
+	return read_request{range(), m_words.output, m_words.hex};
+}
+
+// Sixty-four hexadecimal digits in lower case.
+std::string hash_of(std::string text)
+{
+	std::ranges::transform(text, text.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+	const bool digits = std::ranges::all_of(text, [](unsigned char c) { return std::isxdigit(c); });
+	if (text.size() != 64 || !digits)
+		throw usage_failure("--sha256 " + text + " is no SHA-256", "it has 64 hexadecimal digits");
+	return text;
+}
+
+any_request parser::make_verify() const
+{
+	if (m_words.sha256.empty())
+		return verify_request{range(), input(), ""};
+	if (!m_words.file.empty())
+		throw usage_failure("FILE and --sha256 exclude each other", "give one of them");
+	return verify_request{range(), "", hash_of(m_words.sha256)};
+}
+
+verification verification_of(const std::string &word)
+{
+	static const std::map<std::string, verification> words = {
+		{"all", verification::all}, {"range", verification::range}, {"none", verification::none}};
+	const auto found = words.find(word);
+	if (found == words.end())
+		throw usage_failure("--verify " + word + " is unknown", "it is all, range or none");
+	return found->second;
+}
+
+any_request parser::make_write() const
+{
+	return write_request{range(), input(), verification_of(m_words.verify), m_words.dry_run, m_words.yes};
+}
+
+any_request parser::make_spi() const
+{
+	if (m_words.instance.empty() == m_words.name.empty())
+		throw usage_failure("an SPI flash is looked up either by --instance or by --name", where_help_is());
+	if (m_words.name.size() > FLASH_MNG_NAME_SIZE)
+		throw usage_failure("--name " + m_words.name + " is too long", "names have at most 32 bytes");
+	if (!m_words.name.empty())
+		return spi_request{std::nullopt, m_words.name};
+	const auto instance = parse_code(m_words.instance);
+	if (!instance)
+		throw usage_failure("--instance " + m_words.instance + " is no instance", "instances are numbers of 32 bits");
+	return spi_request{flash_mng::instance_id{*instance}, ""};
+}
+
+std::vector<std::string> code_names()
+{
+	std::vector<std::string> names;
+	for (const code_words &words : all_codes())
+		names.push_back(words.name.starts_with("FLASH_MNG_") ? words.name.substr(10) : words.name);
+	return names;
+}
+
+any_request parser::make_explain() const
+{
+	if (m_words.code.empty())
+		return explain_request{};
+	auto code = parse_code(m_words.code);
+	if (!code)
+		code = code_of_name(m_words.code);
+	if (!code)
+		throw usage_failure(m_words.code + " is neither a number of 32 bits nor the name of a code",
+				    did_you_mean(m_words.code, code_names()));
+	return explain_request{code};
+}
+
+std::string parser::where_help_is() const
+{
+	const auto selected = m_app.get_subcommands();
+	return "see \"flashctl " + (selected.empty() ? "" : selected.back()->get_name() + " ") + "--help\"";
+}
+
+std::vector<std::string> option_names(const CLI::App *app)
+{
+	std::vector<std::string> names;
+	for (const CLI::Option *option : app->get_options())
+		for (const std::string &name : option->get_lnames())
+			names.push_back("--" + name);
+	return names;
+}
+
+void parser::refuse_extra(const CLI::App *selected, const std::string &extra) const
+{
+	std::vector<std::string> names = option_names(&m_app);
+	if (selected)
+		std::ranges::copy(option_names(selected), std::back_inserter(names));
+	if (!selected && !extra.starts_with("-")) {
+		names.clear();
+		for (const CLI::App *known : m_app.get_subcommands([](const CLI::App *) { return true; }))
+			names.push_back(known->get_name());
+	}
+	const char *const what = extra.starts_with("-") ? "unknown option " : selected ? "unexpected argument " : "unknown command ";
+	const std::string hint = did_you_mean(extra, names);
+	throw usage_failure(what + extra, hint.empty() ? where_help_is() : hint);
+}
+
+void parser::refuse(const CLI::ParseError &error) const
+{
+	const auto selected = m_app.get_subcommands();
+	const std::vector<std::string> extras = m_app.remaining(true);
+	if (!extras.empty())
+		refuse_extra(selected.empty() ? nullptr : selected.back(), extras.front());
+	if (selected.empty() && error.get_name() == "RequiredError")
+		throw usage_failure("a command is missing", where_help_is());
+	throw usage_failure(error.what(), where_help_is());
+}
+
+command_line parser::parse(const std::vector<std::string> &arguments)
+{
+	std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+	try {
+		m_app.parse(reversed);
+	} catch (const CLI::CallForHelp &) {
+		return {std::nullopt, "", m_app.help()};
+	} catch (const CLI::CallForVersion &) {
+		return {std::nullopt, "", m_app.version() + "\n"};
+	} catch (const CLI::ParseError &error) {
+		refuse(error);
+	}
+	if (m_options.quiet && m_options.verbose)
+		throw usage_failure("--quiet and --verbose exclude each other", "give one of them");
+	const CLI::App *const selected = m_app.get_subcommands().front();
+	return {request{m_options, (this->*m_makers.at(selected))()}, selected->get_name(), ""};
+}
+
+} // namespace
+
+command_line parse_command_line(const std::vector<std::string> &arguments)
+{
+	return parser().parse(arguments);
+}
+
+} // namespace flashctl

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// The commands. Each takes a request and gives what came of it, or throws a failure. None prints its result.
+#pragma once
+
+#include "console.hpp"
+#include "flash.hpp"
+#include "outcome.hpp"
+#include "request.hpp"
+
+namespace flashctl {
+
+// What a command works with. The flash is not opened yet.
+struct workplace {
+	flashctl::flash &flash;
+	flashctl::console &console;
+	const flashctl::options &options;
+};
+
+outcome run_command(const list_request &request, workplace &place);
+outcome run_command(const info_request &request, workplace &place);
+outcome run_command(const read_request &request, workplace &place);
+outcome run_command(const verify_request &request, workplace &place);
+outcome run_command(const write_request &request, workplace &place);
+outcome run_command(const spi_request &request, workplace &place);
+outcome run_command(const explain_request &request, workplace &place);
+
+} // namespace flashctl

@@ -1,0 +1,86 @@
+# SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+# shellcheck shell=bash
+#
+# bash completion for flashctl. Partition names come from /proc/mtd.
+
+_flashctl_partitions() {
+	sed -n 's/^mtd[0-9]*: .* "\(.*\)"$/\1/p' "${FLASHCTL_MTD_LIST:-/proc/mtd}" 2>/dev/null
+}
+
+_flashctl_command() {
+	local word
+	for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+		case $word in
+		list | info | read | write | verify | spi | explain)
+			printf '%s' "$word"
+			return
+			;;
+		esac
+	done
+}
+
+_flashctl_options() {
+	local common="--help --json --quiet --verbose --device"
+	case $1 in
+	read) echo "$common --offset --length --output --hex" ;;
+	write) echo "$common --offset --length --verify --dry-run --yes" ;;
+	verify) echo "$common --offset --length --sha256" ;;
+	spi) echo "$common --instance --name" ;;
+	'') echo "$common --version" ;;
+	*) echo "$common" ;;
+	esac
+}
+
+# Operands of the command before the word to be completed.
+_flashctl_operands() {
+	local word count=0 skip=
+	for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+		if [ -n "$skip" ]; then
+			skip=
+			continue
+		fi
+		case $word in
+		--offset | --length | --output | -o | --verify | --sha256 | --instance | --name | --device) skip=1 ;;
+		-?*) ;;
+		*) count=$((count + 1)) ;;
+		esac
+	done
+	echo $((count - 1))
+}
+
+_flashctl() {
+	local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command
+	command=$(_flashctl_command)
+	COMPREPLY=()
+
+	case $previous in
+	--verify)
+		mapfile -t COMPREPLY < <(compgen -W "all range none" -- "$current")
+		return
+		;;
+	-o | --output | --device)
+		mapfile -t COMPREPLY < <(compgen -f -- "$current")
+		return
+		;;
+	--name)
+		mapfile -t COMPREPLY < <(compgen -W "$(_flashctl_partitions)" -- "$current")
+		return
+		;;
+	--offset | --length | --sha256 | --instance) return ;;
+	esac
+
+	if [[ $current == -* ]]; then
+		mapfile -t COMPREPLY < <(compgen -W "$(_flashctl_options "$command")" -- "$current")
+	elif [ -z "$command" ]; then
+		mapfile -t COMPREPLY < <(compgen -W "list info read write verify spi explain" -- "$current")
+	else
+		case $command:$(_flashctl_operands) in
+		info:0 | read:0 | write:0 | verify:0)
+			mapfile -t COMPREPLY < <(compgen -W "$(_flashctl_partitions)" -- "$current")
+			;;
+		write:1 | verify:1) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
+		esac
+	fi
+}
+
+complete -o filenames -F _flashctl flashctl

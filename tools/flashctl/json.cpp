@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#include "json.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include "mtd_words.hpp"
+
+namespace flashctl {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+ordered_json described(const mtd_device &device)
+{
+	return {{"number", device.number},
+		{"name", device.name},
+		{"type", mtd_type_name(device.type)},
+		{"type_number", device.type},
+		{"size", device.size},
+		{"erase_size", device.erase_size},
+		{"flags", device.flags},
+		{"flag_names", mtd_flag_names(device.flags)},
+		{"listed", device.listed}};
+}
+
+ordered_json described(const range &range)
+{
+	return {{"partition", range.device.name}, {"device", range.device.number}, {"offset", range.offset}, {"length", range.length}};
+}
+
+ordered_json described(const std::optional<difference> &differs)
+{
+	if (!differs)
+		return nullptr;
+	return {{"first", differs->first}, {"count", differs->count}, {"expected", differs->expected}, {"found", differs->found}};
+}
+
+ordered_json described(const code_words &words)
+{
+	return {{"value", words.code},	  {"hex", hex_code(words.code)}, {"name", words.name},
+		{"source", words.source}, {"meaning", words.meaning},	 {"advice", words.advice}};
+}
+
+template <typename value_type> ordered_json or_null(const std::optional<value_type> &value)
+{
+	return value ? ordered_json(*value) : ordered_json(nullptr);
+}
+
+ordered_json tell(const list_outcome &found)
+{
+	ordered_json devices = ordered_json::array();
+	for (const mtd_device &device : found.devices)
+		devices.push_back(described(device));
+	return {{"devices", devices}};
+}
+
+ordered_json tell(const info_outcome &found)
+{
+	ordered_json partitions = ordered_json::array();
+	for (const partition_info &info : found.partitions) {
+		partitions.push_back(described(info.device));
+		partitions.back()["bad_blocks"] = info.bad_blocks;
+	}
+	ordered_json user_data;
+	if (found.user_data)
+		user_data = {{"partitions", found.user_data->partitions}, {"size", found.user_data->size}};
+	return {{"partitions", partitions}, {"user_data", user_data}};
+}
+
+ordered_json tell(const read_outcome &found)
+{
+	return {{"range", described(found.range)}, {"sha256", found.sha256}, {"output", found.output}};
+}
+
+ordered_json tell(const verify_outcome &found)
+{
+	return {{"range", described(found.range)},
+		{"equal", found.equal()},
+		{"expected_sha256", found.expected_sha256},
+		{"found_sha256", found.found_sha256},
+		{"difference", described(found.differs)}};
+}
+
+const char *word_of(write_outcome::action action)
+{
+	switch (action) {
+	case write_outcome::action::planned:
+		return "planned";
+	case write_outcome::action::unchanged:
+		return "unchanged";
+	case write_outcome::action::written:
+		break;
+	}
+	return "written";
+}
+
+const char *word_of(verification verify)
+{
+	switch (verify) {
+	case verification::all:
+		return "all";
+	case verification::range:
+		return "range";
+	case verification::none:
+		break;
+	}
+	return "none";
+}
+
+ordered_json tell(const write_outcome &found)
+{
+	return {{"range", described(found.range)},
+		{"action", word_of(found.done)},
+		{"verify", word_of(found.verify)},
+		{"sha256", found.sha256},
+		{"changed_bytes", or_null(found.changes)},
+		{"erase_blocks", found.blocks},
+		{"compared_bytes", found.compared},
+		{"found_sha256", or_null(found.found_sha256)},
+		{"difference", described(found.range_differs)},
+		{"difference_around", described(found.around_differs)}};
+}
+
+ordered_json tell(const spi_outcome &found)
+{
+	const spi_controller_config &config = found.config;
+	return {{"instance", config.inst_id},
+		{"settings_instance", config.cfg_inst_id},
+		{"chip", config.sfc_chip_id},
+		{"controller", config.sfc_ctrl},
+		{"chip_select", config.sfc_cs},
+		{"hardlock_type", config.hardlock_type},
+		{"hardlock_value", config.hardlock_val},
+		{"hardunlock_value", config.hardunlock_val}};
+}
+
+ordered_json tell(const explain_outcome &found)
+{
+	ordered_json codes = ordered_json::array();
+	for (const code_words &words : found.codes)
+		codes.push_back(described(words));
+	return {{"codes", codes}};
+}
+
+ordered_json described(const failure &wrong)
+{
+	ordered_json code, system_error;
+	if (wrong.cause.origin() == flash_mng::origin::module)
+		code = described(explain_code(wrong.cause.code()));
+	if (wrong.cause.origin() == flash_mng::origin::system)
+		system_error = {{"errno", wrong.cause.error()}, {"meaning", wrong.cause.meaning()}};
+	return {{"message", wrong.message}, {"hint", wrong.hint}, {"code", code}, {"system_error", system_error}};
+}
+
+} // namespace
+
+std::string json_report(const std::string &command, const outcome *found, const failure *wrong)
+{
+	const exit_status exit = wrong ? wrong->exit : exit_status::done;
+	ordered_json report = {{"command", command.empty() ? ordered_json(nullptr) : ordered_json(command)},
+			       {"status", kind_of(exit)},
+			       {"exit", static_cast<int>(exit)},
+			       {"result", nullptr},
+			       {"error", nullptr}};
+	if (found)
+		report["result"] = std::visit([](const auto &facts) { return tell(facts); }, *found);
+	if (wrong)
+		report["error"] = described(*wrong);
+	return report.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+}
+
+} // namespace flashctl

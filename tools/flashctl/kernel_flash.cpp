@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#include "kernel_flash.hpp"
+
+#include <sys/file.h>
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+#include "mtd_words.hpp"
+#include "number.hpp"
+
+using flash_mng::result;
+using flash_mng::status;
+
+namespace flashctl {
+
+namespace {
+
+// The number of "mtd<N>"; nothing for other entries of sysfs, such as "mtd0ro".
+std::optional<std::uint32_t> device_number(const std::string &entry)
+{
+	std::uint32_t number = 0;
+	const char *const end = entry.data() + entry.size();
+	if (!entry.starts_with("mtd"))
+		return std::nullopt;
+	const auto [stop, error] = std::from_chars(entry.data() + 3, end, number);
+	return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
+}
+
+std::string first_line(const std::string &path)
+{
+	std::ifstream file(path);
+	std::string line;
+	std::getline(file, line);
+	return line;
+}
+
+std::uint64_t number_in(const std::string &path)
+{
+	return parse_number(first_line(path), UINT64_MAX).value_or(0);
+}
+
+result<std::vector<mtd_device>> module_devices(const flash_mng::device &device)
+{
+	const auto record = std::make_unique<flash_mtd_statistics>();
+	if (const status answer = device.statistics(*record); !answer.ok())
+		return answer;
+	std::vector<mtd_device> devices;
+	for (std::uint32_t i = 0; i < std::min<std::uint32_t>(record->count, FLASH_MNG_STAT_ENTRIES); ++i) {
+		const flash_mtd_stat_entry &entry = record->entries[i];
+		const std::string name(entry.name, strnlen(entry.name, sizeof(entry.name)));
+		devices.push_back({entry.index, name, entry.type, entry.size, entry.erasesize, entry.flags, false});
+	}
+	return devices;
+}
+
+} // namespace
+
+status kernel_flash::open(const std::string &path)
+{
+	auto opened = flash_mng::device::open(path.c_str());
+	if (opened)
+		m_device.emplace(std::move(*opened));
+	return opened.status();
+}
+
+kernel_flash::~kernel_flash()
+{
+	if (m_claim >= 0)
+		::close(m_claim);
+}
+
+status kernel_flash::lock(const mtd_device &device)
+{
+	const bool locked = flock(m_device->descriptor(), LOCK_EX | LOCK_NB) == 0;
+	if (!locked && errno != ENOSYS)
+		return status::from_errno(errno);
+
+	// O_EXCL on a block device: one holder at a time, for as long as it is open.
+	m_claim = ::open(("/dev/mtdblock" + std::to_string(device.number)).c_str(), O_RDONLY | O_EXCL | O_CLOEXEC);
+	if (m_claim < 0 && errno == EBUSY)
+		return status::from_errno(EBUSY);
+	return locked || m_claim >= 0 ? status() : status::from_errno(ENOSYS);
+}
+
+std::optional<mtd_device> kernel_flash::kernel_device(std::uint32_t number) const
+{
+	const std::string folder = m_mtd_folder + "/mtd" + std::to_string(number) + "/";
+	const auto type = mtd_type_of(first_line(folder + "type"));
+	if (!type)
+		return std::nullopt;
+	return mtd_device{number,
+			  first_line(folder + "name"),
+			  *type,
+			  number_in(folder + "size"),
+			  static_cast<std::uint32_t>(number_in(folder + "erasesize")),
+			  static_cast<std::uint32_t>(number_in(folder + "flags")),
+			  false};
+}
+
+std::vector<mtd_device> kernel_flash::kernel_devices() const
+{
+	std::vector<mtd_device> devices;
+	std::error_code none;
+	for (const auto &entry : std::filesystem::directory_iterator(m_mtd_folder, none))
+		if (const auto number = device_number(entry.path().filename()))
+			if (auto device = kernel_device(*number))
+				devices.push_back(std::move(*device));
+	return devices;
+}
+
+status kernel_flash::mark_listed(std::vector<mtd_device> &devices) const
+{
+	for (mtd_device &device : devices) {
+		const auto name = flash_mng::partition_name::make(device.name);
+		if (!name)
+			continue;
+		const auto listed = m_device->is_listed(*name);
+		if (!listed)
+			return listed.status();
+		device.listed = *listed;
+	}
+	return {};
+}
+
+// The module stops at the first number without a device, and gives no answer at all when a device's name is too long for its record.
+result<std::vector<mtd_device>> kernel_flash::devices()
+{
+	auto told = module_devices(*m_device);
+	auto all = kernel_devices();
+	if (!told && (!told.status().is(FLASH_MNG_COPY_FAILED) || all.empty()))
+		return told.status();
+
+	std::vector<mtd_device> devices = told ? std::move(*told) : std::vector<mtd_device>();
+	for (mtd_device &device : all)
+		if (std::ranges::find(devices, device.number, &mtd_device::number) == devices.end())
+			devices.push_back(std::move(device));
+	std::ranges::sort(devices, {}, &mtd_device::number);
+	if (const status answer = mark_listed(devices); !answer.ok())
+		return answer;
+	return devices;
+}
+
+std::uint32_t kernel_flash::bad_blocks(const mtd_device &device)
+{
+	return static_cast<std::uint32_t>(number_in(m_mtd_folder + "/mtd" + std::to_string(device.number) + "/bad_blocks"));
+}
+
+status kernel_flash::read(const std::string &name, std::uint32_t offset, std::span<std::byte> data)
+{
+	const auto partition = flash_mng::partition_name::make(name);
+	return partition ? m_device->read(*partition, flash_mng::byte_offset{offset}, data) : status::unfit_request();
+}
+
+status kernel_flash::write(const std::string &name, std::uint32_t offset, std::span<const std::byte> data)
+{
+	const auto partition = flash_mng::partition_name::make(name);
+	return partition ? m_device->write(*partition, flash_mng::byte_offset{offset}, data) : status::unfit_request();
+}
+
+result<bool> kernel_flash::has_user_data()
+{
+	return m_device->has_user_data();
+}
+
+result<flash_mng::user_data> kernel_flash::user_data()
+{
+	return m_device->user_data();
+}
+
+result<spi_controller_config> kernel_flash::find_spi_flash(flash_mng::instance_id instance)
+{
+	return m_device->find_spi_flash(instance);
+}
+
+result<spi_controller_config> kernel_flash::find_spi_flash(const std::string &name)
+{
+	return m_device->find_spi_flash(std::string_view(name));
+}
+
+} // namespace flashctl

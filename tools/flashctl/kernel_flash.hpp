@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// The board's flash, through the module's control device; bad blocks, and devices that the module's statistics leave out, from sysfs.
+#pragma once
+
+#include <optional>
+
+#include "flash.hpp"
+
+namespace flashctl {
+
+class kernel_flash : public flash {
+public:
+	explicit kernel_flash(std::string mtd_folder = "/sys/class/mtd") : m_mtd_folder(std::move(mtd_folder)) {}
+	kernel_flash(const kernel_flash &) = delete;
+	kernel_flash &operator=(const kernel_flash &) = delete;
+	~kernel_flash() override;
+
+	flash_mng::status open(const std::string &path) override;
+
+	// An advisory lock (flock) on the control device's node, and an exclusive claim of the block device, which keeps a mounted file
+	// system out too. A kernel without file locks, or one without mtdblock, has one of them.
+	flash_mng::status lock(const mtd_device &device) override;
+
+	flash_mng::result<std::vector<mtd_device>> devices() override;
+	std::uint32_t bad_blocks(const mtd_device &device) override;
+	flash_mng::status read(const std::string &name, std::uint32_t offset, std::span<std::byte> data) override;
+	flash_mng::status write(const std::string &name, std::uint32_t offset, std::span<const std::byte> data) override;
+	flash_mng::result<bool> has_user_data() override;
+	flash_mng::result<flash_mng::user_data> user_data() override;
+	flash_mng::result<spi_controller_config> find_spi_flash(flash_mng::instance_id instance) override;
+	flash_mng::result<spi_controller_config> find_spi_flash(const std::string &name) override;
+
+private:
+	std::vector<mtd_device> kernel_devices() const;
+	std::optional<mtd_device> kernel_device(std::uint32_t number) const;
+	flash_mng::status mark_listed(std::vector<mtd_device> &devices) const;
+
+	std::string m_mtd_folder;
+	std::optional<flash_mng::device> m_device;
+	int m_claim = -1; // descriptor
+};
+
+} // namespace flashctl

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// What a command found or did: facts, to be told in words or in JSON.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "bytes.hpp"
+#include "code_words.hpp"
+#include "flash.hpp"
+#include "request.hpp"
+
+namespace flashctl {
+
+struct list_outcome {
+	std::vector<mtd_device> devices;
+};
+
+struct partition_info {
+	mtd_device device;
+	std::uint32_t bad_blocks;
+};
+
+struct info_outcome {
+	std::optional<flash_mng::user_data> user_data;
+	std::vector<partition_info> partitions;
+};
+
+struct range {
+	mtd_device device;
+	std::uint32_t offset;
+	std::uint32_t length;
+};
+
+struct read_outcome {
+	flashctl::range range;
+	std::string sha256;
+	std::string output;
+};
+
+struct verify_outcome {
+	flashctl::range range;
+	std::string expected_sha256;
+	std::string found_sha256;
+	std::optional<difference> differs; // positions count from the start of the partition; nothing with a hash only
+	bool equal() const { return expected_sha256 == found_sha256; }
+};
+
+struct write_outcome {
+	enum class action { planned, unchanged, written };
+
+	flashctl::range range;
+	action done = action::planned;
+	verification verify = verification::all;
+	std::string sha256;			 // of the data
+	std::optional<std::uint64_t> changes;	 // bytes of the range that get another value; nothing when it was not read
+	std::uint32_t blocks = 0;		 // erase blocks that the range touches
+	std::uint64_t compared = 0;		 // bytes compared after the write, the range included
+	std::optional<std::string> found_sha256; // of the range, read back
+	std::optional<difference> range_differs;
+	std::optional<difference> around_differs;
+	bool equal() const { return !range_differs && !around_differs; }
+};
+
+struct spi_outcome {
+	spi_controller_config config;
+};
+
+struct explain_outcome {
+	std::vector<code_words> codes;
+};
+
+using outcome = std::variant<list_outcome, info_outcome, read_outcome, verify_outcome, write_outcome, spi_outcome, explain_outcome>;
+
+} // namespace flashctl

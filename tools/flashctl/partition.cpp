@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#include "partition.hpp"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "failure.hpp"
+#include "files.hpp"
+#include "name_match.hpp"
+#include "number.hpp"
+
+namespace flashctl {
+
+namespace {
+
+constexpr std::uint64_t most_bytes = UINT32_MAX;
+
+std::vector<std::string> names_of(const std::vector<mtd_device> &devices)
+{
+	std::vector<std::string> names(devices.size());
+	std::ranges::transform(devices, names.begin(), &mtd_device::name);
+	return names;
+}
+
+failure beyond_end(const mtd_device &device, std::uint64_t offset, std::uint64_t length)
+{
+	return {exit_status::usage,
+		fmt::format("{} byte{} at {} end beyond \"{}\", which has {} ({} bytes)", length, length == 1 ? "" : "s",
+			    hex_number(offset), device.name, human_size(device.size), device.size),
+		offset < device.size ? fmt::format("at most {} bytes fit there", device.size - offset) : "choose a smaller --offset"};
+}
+
+failure not_opened(const std::string &path, const flash_mng::status &answer)
+{
+	failure refused = failed(path + " cannot be opened", answer);
+	if (refused.exit == exit_status::no_module)
+		refused.hint = "load the module flash_mng (modprobe flash_mng), and look into the kernel log if it does not load";
+	if (refused.exit == exit_status::denied)
+		refused.hint = "the node's mode decides who may use the flash; try as root";
+	return refused;
+}
+
+} // namespace
+
+step::step(workplace &place, const std::string &text)
+{
+	if (place.options.quiet)
+		return;
+	if (place.options.verbose)
+		place.console.complain("flashctl: " + text + "\n");
+	else if (place.console.errors_are_terminal() && !place.options.json) {
+		m_console = &place.console;
+		m_console->show_step(text);
+	}
+}
+
+step::~step()
+{
+	if (m_console)
+		m_console->show_step("");
+}
+
+void open_device(workplace &place)
+{
+	const flash_mng::status answer = place.flash.open(place.options.device);
+	if (answer.ok())
+		return;
+	throw not_opened(place.options.device, answer);
+}
+
+std::vector<mtd_device> all_devices(workplace &place)
+{
+	auto devices = place.flash.devices();
+	if (!devices)
+		throw failed("the MTD devices cannot be listed", devices.status());
+	return std::move(*devices);
+}
+
+mtd_device find_device(workplace &place, const std::string &name)
+{
+	const std::vector<mtd_device> devices = all_devices(place);
+	const auto found = std::ranges::find(devices, name, &mtd_device::name);
+	if (found != devices.end())
+		return *found;
+	std::string hint = did_you_mean(name, names_of(devices));
+	if (hint.empty())
+		hint = "\"flashctl list\" shows the partitions of this board";
+	throw failure{exit_status::not_found, "there is no partition \"" + name + "\"", hint};
+}
+
+mtd_device find_listed(workplace &place, const std::string &name)
+{
+	mtd_device device = find_device(place, name);
+	if (!device.listed)
+		throw failed("\"" + name + "\" cannot be read or written by programs", flash_mng::status::from_code(FLASH_MNG_NOT_LISTED));
+	return device;
+}
+
+std::uint32_t readable_size(workplace &place, const mtd_device &device)
+{
+	const std::uint64_t bad = std::uint64_t{place.flash.bad_blocks(device)} * device.erase_size;
+	return static_cast<std::uint32_t>(std::min(device.size - std::min(bad, device.size), most_bytes));
+}
+
+range range_within(const mtd_device &device, const range_request &request, std::uint64_t length)
+{
+	const std::uint64_t wanted = request.length ? *request.length : length;
+	if (request.offset >= device.size || wanted > device.size - request.offset || wanted + request.offset > most_bytes)
+		throw beyond_end(device, request.offset, wanted);
+	return {device, request.offset, static_cast<std::uint32_t>(wanted)};
+}
+
+bytes read_range(workplace &place, const range &wanted, byte_view expected)
+{
+	const step telling(place, fmt::format("reading {} of {}", human_size(wanted.length), wanted.device.name));
+	bytes data(wanted.length);
+	std::ranges::transform(expected, data.begin(), [](std::byte byte) { return ~byte; });
+	const flash_mng::status answer = place.flash.read(wanted.device.name, wanted.offset, data);
+	if (!answer.ok())
+		throw failed(
+			fmt::format("\"{}\" cannot be read ({} bytes at {})", wanted.device.name, wanted.length, hex_number(wanted.offset)),
+			answer);
+	return data;
+}
+
+bytes take_data(workplace &place, const std::string &path, const mtd_device &device, const range_request &request)
+{
+	const std::uint64_t room = std::min(device.size, most_bytes) - std::min<std::uint64_t>(request.offset, device.size);
+	const std::size_t most = request.length ? *request.length : room;
+	bytes data = path == "-" ? place.console.take_input(most) : read_file(path, most);
+	const std::string from = path == "-" ? "standard input" : path;
+
+	if (data.empty())
+		throw failure{exit_status::usage, from + " is empty", "give a file with at least 1 byte"};
+	if (!request.length && data.size() > room)
+		throw failure{exit_status::usage,
+			      fmt::format("{} has more bytes than \"{}\" has behind {}", from, device.name, hex_number(request.offset)),
+			      fmt::format("at most {} bytes fit there; --length takes the first bytes only", room)};
+	if (request.length && data.size() < *request.length)
+		throw failure{exit_status::usage,
+			      fmt::format("{} has {} bytes, fewer than --length {}", from, data.size(), *request.length),
+			      "leave out --length to take all of them"};
+	if (request.length)
+		data.resize(*request.length);
+	return data;
+}
+
+} // namespace flashctl

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// What a command line asks for.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "flash_mng/client.hpp"
+
+namespace flashctl {
+
+struct list_request {};
+
+struct info_request {
+	std::string partition; // empty: the NAND partitions
+};
+
+// A range of a partition. Where no length is asked for, it is the rest of the partition or the size of the data.
+struct range_request {
+	std::string partition;
+	std::uint32_t offset = 0;
+	std::optional<std::uint32_t> length;
+};
+
+struct read_request {
+	range_request range;
+	std::string output = "-";
+	bool hex = false;
+};
+
+struct verify_request {
+	range_request range;
+	std::string input;  // empty with a hash
+	std::string sha256; // empty with a file
+};
+
+enum class verification { all, range, none };
+
+struct write_request {
+	range_request range;
+	std::string input;
+	verification verify = verification::all;
+	bool dry_run = false;
+	bool yes = false;
+};
+
+struct spi_request {
+	std::optional<flash_mng::instance_id> instance; // or:
+	std::string name;
+};
+
+struct explain_request {
+	std::optional<std::uint32_t> code; // nothing: all of them
+};
+
+using any_request = std::variant<list_request, info_request, read_request, verify_request, write_request, spi_request, explain_request>;
+
+struct options {
+	bool json = false;
+	bool quiet = false;
+	bool verbose = false;
+	std::string device = FLASH_MNG_DEVICE;
+};
+
+struct request {
+	flashctl::options options;
+	any_request what;
+};
+
+} // namespace flashctl

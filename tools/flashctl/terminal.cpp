@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#include "terminal.hpp"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <mutex>
+
+#include "failure.hpp"
+
+namespace flashctl {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+struct closer {
+	void operator()(std::FILE *file) const { std::fclose(file); }
+};
+
+// Draws "text ... 3 s" every quarter of a second, from the first quarter on, until it is stopped, and wipes it then.
+void tick(const std::stop_token &stop, const std::string &text)
+{
+	static std::mutex mutex;
+	std::condition_variable_any changed;
+	std::unique_lock lock(mutex);
+	const auto begin = std::chrono::steady_clock::now();
+	const auto stopped = [&stop] { return stop.stop_requested(); };
+	bool drawn = false;
+	while (!changed.wait_for(lock, stop, 250ms, stopped)) {
+		const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - begin);
+		std::fprintf(stderr, "\r\033[K%s ... %lld s", text.c_str(), static_cast<long long>(seconds.count()));
+		drawn = true;
+	}
+	if (drawn)
+		std::fputs("\r\033[K", stderr);
+}
+
+console::answer answer_of(const char *line)
+{
+	const bool yes = line && (std::strcmp(line, "y\n") == 0 || std::strcmp(line, "yes\n") == 0);
+	return yes ? console::answer::yes : console::answer::no;
+}
+
+} // namespace
+
+bool terminal::output_is_terminal() const
+{
+	return isatty(STDOUT_FILENO) == 1;
+}
+
+bool terminal::errors_are_terminal() const
+{
+	return isatty(STDERR_FILENO) == 1;
+}
+
+void terminal::print(std::string_view text)
+{
+	if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size())
+		m_output_failed = true;
+}
+
+void terminal::complain(std::string_view text)
+{
+	std::fflush(stdout);
+	std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
+void terminal::show_step(const std::string &text)
+{
+	m_ticker = {};
+	if (!text.empty())
+		m_ticker = std::jthread([text](const std::stop_token &stop) { tick(stop, text); });
+}
+
+// Standard input may carry the data, so the question goes to the terminal itself where there is one.
+console::answer terminal::ask(const std::string &question)
+{
+	const std::unique_ptr<std::FILE, closer> person(std::fopen("/dev/tty", "r"));
+	std::FILE *const source = person ? person.get() : stdin;
+	if (!person && isatty(STDIN_FILENO) != 1)
+		return answer::nobody;
+	std::fprintf(stderr, "%s [y/N] ", question.c_str());
+	std::fflush(stderr);
+	char line[16];
+	return answer_of(std::fgets(line, sizeof(line), source));
+}
+
+bytes terminal::take_input(std::size_t most)
+{
+	bytes data, chunk(0x10000);
+	while (data.size() <= most) {
+		const std::size_t count = std::fread(chunk.data(), 1, std::min(chunk.size(), most + 1 - data.size()), stdin);
+		if (count == 0)
+			break;
+		data.insert(data.end(), chunk.begin(), chunk.begin() + static_cast<std::ptrdiff_t>(count));
+	}
+	if (std::ferror(stdin))
+		throw failure{exit_status::file, std::string("standard input cannot be read: ") + std::strerror(errno), ""};
+	return data;
+}
+
+bool terminal::finish()
+{
+	return std::fflush(stdout) == 0 && !m_output_failed;
+}
+
+bool wants_no_colours()
+{
+	const char *const no_color = std::getenv("NO_COLOR");
+	const char *const kind = std::getenv("TERM");
+	return (no_color && *no_color) || !kind || std::strcmp(kind, "dumb") == 0;
+}
+
+} // namespace flashctl

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// The console of the running program.
+#pragma once
+
+#include <thread>
+
+#include "console.hpp"
+
+namespace flashctl {
+
+class terminal : public console {
+public:
+	bool output_is_terminal() const override;
+	bool errors_are_terminal() const override;
+	void print(std::string_view text) override;
+	void complain(std::string_view text) override;
+	void show_step(const std::string &text) override;
+	answer ask(const std::string &question) override;
+	bytes take_input(std::size_t most) override;
+	bool finish() override;
+
+private:
+	std::jthread m_ticker; // redraws the step with the time that it takes
+	bool m_output_failed = false;
+};
+
+// Whether the environment asks for no colours (NO_COLOR, TERM=dumb).
+bool wants_no_colours();
+
+} // namespace flashctl

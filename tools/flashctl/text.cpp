@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#include "text.hpp"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "mtd_words.hpp"
+#include "number.hpp"
+
+namespace flashctl {
+
+namespace {
+
+constexpr char bold[] = "\033[1m";
+constexpr char green[] = "\033[32m";
+constexpr char red[] = "\033[31m";
+constexpr char plain[] = "\033[0m";
+
+std::string coloured(const char *colour, const std::string &text, style style)
+{
+	return style.colours ? colour + text + plain : text;
+}
+
+enum class side { left, right };
+
+struct column {
+	const char *title;
+	flashctl::side side;
+};
+
+using row = std::vector<std::string>;
+
+std::string padded(const std::string &text, std::size_t width, side side)
+{
+	const std::string blanks(width - std::min(width, text.size()), ' ');
+	return side == side::left ? text + blanks : blanks + text;
+}
+
+std::string line_of(const row &cells, const std::vector<column> &columns, const std::vector<std::size_t> &widths)
+{
+	std::string line;
+	for (std::size_t i = 0; i < columns.size(); ++i)
+		line += (i ? "  " : "") + padded(cells[i], widths[i], columns[i].side);
+	line.erase(line.find_last_not_of(' ') + 1);
+	return line;
+}
+
+std::string table(const std::vector<column> &columns, const std::vector<row> &rows, style style)
+{
+	row titles;
+	std::vector<std::size_t> widths;
+	for (std::size_t i = 0; i < columns.size(); ++i) {
+		titles.emplace_back(columns[i].title);
+		widths.push_back(titles[i].size());
+		for (const row &cells : rows)
+			widths[i] = std::max(widths[i], cells[i].size());
+	}
+	std::string text = coloured(bold, line_of(titles, columns, widths), style) + "\n";
+	for (const row &cells : rows)
+		text += line_of(cells, columns, widths) + "\n";
+	return text;
+}
+
+std::string words_of_flags(std::uint32_t flags)
+{
+	const auto names = mtd_flag_names(flags);
+	return names.empty() ? "-" : fmt::format("{}", fmt::join(names, ","));
+}
+
+std::string words_of_blocks(const partition_info &info)
+{
+	const std::uint32_t erase_size = info.device.erase_size;
+	return erase_size ? fmt::format("{} of {}", info.device.size / erase_size, human_size(erase_size)) : "-";
+}
+
+std::string name_of(const range &range)
+{
+	return printable(range.device.name);
+}
+
+std::string place_of(const range &range)
+{
+	return fmt::format("{} byte{} at {}", range.length, range.length == 1 ? "" : "s", hex_number(range.offset));
+}
+
+std::string words_of(const difference &differs)
+{
+	return fmt::format("{} byte{} differ{}, the first at {}: expected {:#04x}, found {:#04x}", differs.count,
+			   differs.count == 1 ? "" : "s", differs.count == 1 ? "s" : "", hex_number(differs.first), differs.expected,
+			   differs.found);
+}
+
+std::string hashes(const std::string &expected, const std::string &found)
+{
+	return expected == found ? "  sha256    " + found + "\n"
+				 : "  expected  sha256 " + expected + "\n  found     sha256 " + found + "\n";
+}
+
+std::string tell(const list_outcome &found, const options &, style style)
+{
+	std::vector<row> rows;
+	for (const mtd_device &device : found.devices)
+		rows.push_back({fmt::format("mtd{}", device.number), printable(device.name), mtd_type_name(device.type),
+				human_size(device.size), human_size(device.erase_size), words_of_flags(device.flags),
+				device.listed ? "read,write" : "-"});
+	return table({{"DEVICE", side::left},
+		      {"NAME", side::left},
+		      {"TYPE", side::left},
+		      {"SIZE", side::right},
+		      {"ERASE BLOCK", side::right},
+		      {"FLAGS", side::left},
+		      {"PROGRAMS", side::left}},
+		     rows, style);
+}
+
+std::string tell(const info_outcome &found, const options &, style style)
+{
+	std::vector<row> rows;
+	for (const partition_info &info : found.partitions)
+		rows.push_back({fmt::format("mtd{}", info.device.number), printable(info.device.name), mtd_type_name(info.device.type),
+				human_size(info.device.size), words_of_blocks(info), std::to_string(info.bad_blocks),
+				info.device.listed ? "read,write" : "-"});
+	const std::string partitions = table({{"DEVICE", side::left},
+					      {"NAME", side::left},
+					      {"TYPE", side::left},
+					      {"SIZE", side::right},
+					      {"BLOCKS", side::right},
+					      {"BAD", side::right},
+					      {"PROGRAMS", side::left}},
+					     rows, style);
+	if (!found.user_data)
+		return partitions + "user data: no NAND partition\n";
+	return partitions + fmt::format("user data: {} NAND partition{} of {}\n", found.user_data->partitions,
+					found.user_data->partitions == 1 ? "" : "s", human_size(found.user_data->size));
+}
+
+std::string tell(const read_outcome &found, const options &options, style)
+{
+	if (options.quiet || found.output == "-")
+		return "";
+	return fmt::format("{}: {} read to {}\n  sha256    {}\n", name_of(found.range), place_of(found.range), printable(found.output),
+			   found.sha256);
+}
+
+std::string tell(const verify_outcome &found, const options &options, style style)
+{
+	if (options.quiet && found.equal())
+		return "";
+	std::string text = fmt::format("{}: {} {}\n", name_of(found.range), place_of(found.range),
+				       found.equal() ? coloured(green, "verified", style) : coloured(red, "differ", style));
+	if (found.differs)
+		text += "  " + words_of(*found.differs) + "\n";
+	return text + hashes(found.expected_sha256, found.found_sha256);
+}
+
+std::string plan_of(const write_outcome &found)
+{
+	std::string text = fmt::format("{}: {} would be written to /dev/mtd{}, in {} erase block{}\n", name_of(found.range),
+				       place_of(found.range), found.range.device.number, found.blocks, found.blocks == 1 ? "" : "s");
+	if (found.changes)
+		text += *found.changes ? fmt::format("  {} of them change{}\n", *found.changes, *found.changes == 1 ? "s" : "")
+				       : "  none of them changes; a write would be left out\n";
+	return text + "  sha256    " + found.sha256 + "\n";
+}
+
+std::string comparison_of(const write_outcome &found, style style)
+{
+	if (found.verify == verification::none)
+		return "not verified";
+	if (!found.equal())
+		return coloured(red, "mismatch", style);
+	return coloured(green, "verified", style) +
+	       (found.verify == verification::all ? fmt::format(" with {} bytes around", found.compared - found.range.length) : "");
+}
+
+std::string tell(const write_outcome &found, const options &options, style style)
+{
+	if (found.done == write_outcome::action::planned)
+		return plan_of(found);
+	if (options.quiet && found.equal())
+		return "";
+	if (found.done == write_outcome::action::unchanged)
+		return fmt::format("{}: {} unchanged: the flash holds this data already\n  sha256    {}\n", name_of(found.range),
+				   place_of(found.range), found.sha256);
+	std::string text = fmt::format("{}: {} written, {}\n", name_of(found.range), place_of(found.range), comparison_of(found, style));
+	if (found.range_differs)
+		text += "  written   " + words_of(*found.range_differs) + "\n";
+	if (found.around_differs)
+		text += "  around    " + words_of(*found.around_differs) + "\n";
+	if (options.verbose && found.changes)
+		text += fmt::format("  changed   {} bytes\n", *found.changes);
+	return text + hashes(found.sha256, found.found_sha256.value_or(found.sha256));
+}
+
+std::string tell(const spi_outcome &found, const options &, style)
+{
+	const spi_controller_config &config = found.config;
+	return fmt::format("instance        {}\nsettings of     instance {}\nchip            {}\ncontroller      {}\nchip select     {}\n"
+			   "hardware lock   {}\n",
+			   config.inst_id, config.cfg_inst_id, config.sfc_chip_id, config.sfc_ctrl, config.sfc_cs,
+			   config.hardlock_type == 1 ? "none"
+						     : fmt::format("type {}, taken with {}, released with {}", config.hardlock_type,
+								   config.hardlock_val, config.hardunlock_val));
+}
+
+std::string tell(const explain_outcome &found, const options &, style style)
+{
+	std::string text;
+	for (const code_words &words : found.codes)
+		text += coloured(bold, words.label(), style) + "\n  " + words.meaning + "\n  " + words.advice + "\n";
+	return text;
+}
+
+} // namespace
+
+std::string printable(const std::string &text)
+{
+	std::string safe;
+	for (const char c : text) {
+		const auto code = static_cast<unsigned char>(c);
+		safe += code < 0x20 || code == 0x7f ? fmt::format("\\x{:02x}", code) : std::string(1, c);
+	}
+	return safe;
+}
+
+std::string text_report(const outcome &found, const options &options, style style)
+{
+	return std::visit([&](const auto &facts) { return tell(facts, options, style); }, found);
+}
+
+std::string text_of_failure(const std::string &command, const failure &wrong, style style)
+{
+	std::string text = "flashctl: " + (command.empty() ? "" : command + ": ") + coloured(red, printable(wrong.message), style) + "\n";
+	return wrong.hint.empty() ? text : text + "flashctl: " + printable(wrong.hint) + "\n";
+}
+
+} // namespace flashctl
