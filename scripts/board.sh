@@ -44,13 +44,22 @@ copy_programs() {
 	done
 }
 
-# make_initramfs demo|full: full has the tests and their lab too.
-make_initramfs() {
+# begin_initramfs: what every board has in front.
+begin_initramfs() {
 	rm -rf "$initramfs_root"
 	mkdir -p "$initramfs_root/bin" "$initramfs_root/proc" "$initramfs_root/sys" "$initramfs_root/dev" "$initramfs_root/tmp"
 	cp "$busybox" "$initramfs_root/bin/busybox"
 	cp "$root/board/initramfs/init" "$initramfs_root/init"
 	cp -a "$root/board/initramfs/tasks" "$initramfs_root/tasks"
+}
+
+pack_initramfs() {
+	(cd "$initramfs_root" && find . | LC_ALL=C sort | cpio -o -H newc -R 0:0 --quiet) | gzip -1 >"$initramfs"
+}
+
+# make_initramfs demo|full: full has the tests and their lab too.
+make_initramfs() {
+	begin_initramfs
 	compile_board_files "$1" || return 1
 	mkdir -p "$initramfs_root/demo"
 	cp "$root/board/demo/letter.txt" "$initramfs_root/demo/letter.txt"
@@ -61,7 +70,7 @@ make_initramfs() {
 		copy_modules reference_platform flash_mng_kernel board/demo/client || return 1
 		copy_programs bin demo || return 1
 	fi
-	(cd "$initramfs_root" && find . | LC_ALL=C sort | cpio -o -H newc -R 0:0 --quiet) | gzip -1 >"$initramfs"
+	pack_initramfs
 }
 
 # build_initramfs FLAVOUR demo|full

@@ -38,11 +38,11 @@ bool has(const findings &found, std::string_view rule_id, std::size_t element)
 // One board, checked and simulated.
 class trial {
 public:
-	trial(const std::string &text, const mtd_layout &layout)
-		: m_from(text, "board.xml"), m_document(m_from), m_found(check(m_from, &layout))
+	trial(std::string text, const mtd_layout &layout)
+		: m_text(std::move(text)), m_from(m_text, "board.xml"), m_document(m_from), m_found(check(m_from, &layout))
 	{
 		try {
-			m_board = read_board(text, "board.xml");
+			m_board = read_board(m_text, "board.xml");
 		} catch (const input_error &) {
 		}
 		if (m_board)
@@ -130,6 +130,7 @@ private:
 				<< one.entry;
 	}
 
+	std::string m_text;
 	source m_from;
 	document m_document;
 	findings m_found;

@@ -1,0 +1,56 @@
+# SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+# shellcheck shell=sh
+#
+# ./dev powercut [MINUTES]: power cuts, simulated and real.
+
+make_powercut_client() {
+	make_client tests/powercut/client "$@"
+}
+
+make_powercut_initramfs() {
+	begin_initramfs
+	copy_modules reference_platform flash_mng_kernel tests/powercut || return 1
+	compile_board_files demo || return 1
+	compile_boards_of tests/powercut/boards board || return 1
+	pack_initramfs
+}
+
+# build_powercut_board: the board's modules, the one that writes, and a small initramfs.
+build_powercut_board() {
+	build_kernel board
+	build_modules board
+	run_step "build the module that writes" powercut_client make_powercut_client
+	use_busybox
+	initramfs=$build_dir/board/powercut.cpio.gz
+	initramfs_root=$build_dir/board/powercut
+	mkdir -p "$build_dir/board"
+	run_step "build the initramfs (powercut)" initramfs_powercut make_powercut_initramfs
+}
+
+# run_powercut_board MINUTES SEED: kills the board until the time is over.
+run_powercut_board() {
+	powercut_run=$build_dir/board/powercut-run
+	"$(preset_dir debug)/tests/powercut/powercut_bench" --minutes "$1" --seed "$2" --nor "$build_dir/board/powercut-nor.img" -- \
+		"$root/board/run" --kernel "$kernel_dir/arch/arm64/boot/Image" --initramfs "$initramfs" --task powercut \
+		--output "$powercut_run" --nor "$build_dir/board/powercut-nor.img" --interactive
+}
+
+# powercut_command [MINUTES [SEED]]
+powercut_command() {
+	powercut_minutes=${1:-5}
+	powercut_seed=${2:-1}
+	case $powercut_minutes$powercut_seed in
+	*[!0-9]*) usage_error "powercut: minutes and seed are whole numbers" ;;
+	esac
+	need_packages "$build_packages"
+	for target in powercut_host powercut_tests powercut_bench flash-board; do
+		build_program_target debug "$target"
+	done
+	build_powercut_board
+	say "the checker's own tests"
+	"$(preset_dir debug)/tests/powercut/powercut_tests" --gtest_brief=1
+	say "simulated cuts, of the reference platform's flash buffer service"
+	"$(preset_dir debug)/tests/powercut/powercut_host" --gtest_brief=1
+	say "real cuts, of the board, for $powercut_minutes minutes"
+	run_powercut_board "$powercut_minutes" "$powercut_seed"
+}

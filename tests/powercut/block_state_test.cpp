@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#include "block_state.hpp"
+
+#include <gtest/gtest.h>
+#include <vector>
+
+using namespace powercut;
+
+namespace {
+
+using content = std::vector<std::uint8_t>;
+
+const content g_before = {1, 2, 3, 4};
+const content g_after = {5, 6, 7, 8};
+
+block_state state_of(const content &found, std::size_t torn_begin = 0, std::size_t torn_end = 0)
+{
+	return block_state_of(g_before, g_after, found, torn_begin, torn_end);
+}
+
+TEST(block_state, old_new_and_erased_content_are_told_apart)
+{
+	EXPECT_EQ(state_of(g_before), block_state::untouched);
+	EXPECT_EQ(state_of(g_after), block_state::complete);
+	EXPECT_EQ(state_of({255, 255, 255, 255}), block_state::erased);
+}
+
+TEST(block_state, a_block_may_be_found_between_two_of_them)
+{
+	EXPECT_EQ(state_of({255, 2, 3, 4}), block_state::erasing);
+	EXPECT_EQ(state_of({255, 255, 255, 4}), block_state::erasing);
+	EXPECT_EQ(state_of({5, 255, 255, 255}), block_state::programming);
+	EXPECT_EQ(state_of({5, 6, 7, 255}), block_state::programming);
+}
+
+TEST(block_state, anything_else_is_foreign)
+{
+	EXPECT_EQ(state_of({5, 2, 3, 4}), block_state::foreign); // programmed without an erase
+	EXPECT_EQ(state_of({1, 255, 255, 255}), block_state::foreign);
+	EXPECT_EQ(state_of({5, 255, 7, 8}), block_state::foreign);
+	EXPECT_EQ(state_of({255, 2, 255, 4}), block_state::foreign);
+	EXPECT_EQ(state_of({255, 255, 7, 8}), block_state::foreign);
+	EXPECT_EQ(state_of({5, 6, 7, 4}), block_state::foreign);
+	EXPECT_EQ(state_of({5, 6, 7, 9}), block_state::foreign);
+	EXPECT_EQ(state_of({1, 2, 3, 5}), block_state::foreign);
+}
+
+TEST(block_state, torn_bytes_may_be_anything_where_the_content_changes)
+{
+	EXPECT_EQ(state_of({255, 77, 3, 4}, 1, 2), block_state::erasing);
+	EXPECT_EQ(state_of({5, 77, 255, 255}, 1, 2), block_state::programming);
+	EXPECT_EQ(state_of({77, 2, 3, 4}, 0, 1), block_state::erasing);
+	EXPECT_EQ(state_of({5, 6, 7, 77}, 3, 4), block_state::programming);
+}
+
+TEST(block_state, torn_bytes_excuse_no_others)
+{
+	EXPECT_EQ(state_of({5, 77, 3, 4}, 1, 2), block_state::foreign);
+	EXPECT_EQ(state_of({255, 77, 3, 9}, 1, 2), block_state::foreign);
+	EXPECT_EQ(state_of({5, 77, 7, 255}, 1, 2), block_state::foreign);
+	EXPECT_EQ(state_of({1, 77, 3, 4}, 1, 2), block_state::foreign);
+}
+
+} // namespace
