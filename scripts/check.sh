@@ -140,8 +140,8 @@ kernel_style_exceptions=$kernel_style_exceptions,AVOID_EXTERNS,FILE_PATH_CHANGES
 
 # All that clang-tidy reads of the clone, as a hash: what it found clean once is clean as long as this stays.
 tidy_inputs() {
-	(cd "$root" && our_files 'flash_mng_kernel/*' 'reference_platform/*.h' 'client/*' 'tools/*' 'tests/*.hpp' .clang-tidy '*CMakeLists.txt' |
-		xargs sha256sum) | hash_of
+	(cd "$root" && our_files 'flash_mng_kernel/*' 'reference_platform/*.h' 'client/*' 'tools/*' 'tests/*.hpp' .clang-tidy \
+		'*CMakeLists.txt' | xargs sha256sum) | hash_of
 }
 
 tidy_findings() {
