@@ -14,7 +14,7 @@ asan_options=detect_leaks=1:allocator_may_return_null=1
 run_host_tests() {
 	rm -rf "$(preset_dir "$1")/results"
 	try_step "run the host tests ($1)" "ctest_$1" env ASAN_OPTIONS="$asan_options" \
-		UBSAN_OPTIONS=print_stacktrace=1 ctest --test-dir "$(preset_dir "$1")" --output-on-failure --timeout 300 ||
+		UBSAN_OPTIONS=print_stacktrace=1 ctest --test-dir "$(preset_dir "$1")" --parallel "$jobs" --output-on-failure --timeout 300 ||
 		tail -n 40 "$step_log"
 }
 
