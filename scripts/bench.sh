@@ -72,6 +72,7 @@ make_bench_initramfs() {
 # build_bench: everything that a run needs.
 build_bench() {
 	build_kernel board
+	module_sources="$module_sources bench/kernel"
 	build_modules board
 	run_step "build the modules that measure" bench_client make_bench_client
 	build_program_target debug flash-board
