@@ -23,6 +23,8 @@ test_host_sanitized() {
 	run_host_tests asan
 	count_report "conformance on the desk, sanitizers" "$(preset_dir asan)/results/conformance_host.xml"
 	count_report "tests of the host side, sanitizers" "$(preset_dir asan)/results/host_tests.xml"
+	count_report "every failure of every call, sanitizers" "$(preset_dir asan)/results/faults_host.xml"
+	count_report "a case for every message and every code" "$(preset_dir asan)/results/completeness_host.xml"
 	count_report "power cuts of simulated flash, sanitizers" "$(preset_dir asan)/results/powercut_host.xml"
 	count_report "checker of power cuts, sanitizers" "$(preset_dir asan)/results/powercut_tests.xml"
 	count_report "flash-board, sanitizers" "$(preset_dir asan)/results/flash_board_tests.xml"

@@ -284,5 +284,27 @@ TEST_F(config_table_choice, list_that_was_not_written_makes_no_entry)
 	EXPECT_EQ(board::log(), log_lines{});
 }
 
+class config_table_failure : public config_table_choice {
+protected:
+	static void expect_from_table_reader(uint32_t instance, uint32_t code)
+	{
+		bytes sections(8, mark), count(4, mark);
+		EXPECT_EQ(board::call("get_xml_flash_cfg", {instance, &sections, &count}), code);
+		EXPECT_EQ(sections, bytes(8, mark));
+		EXPECT_EQ(count, bytes(4, mark));
+	}
+};
+
+TEST_F(config_table_failure, of_a_missing_variant_reaches_the_table_reader)
+{
+	expect_from_table_reader(variant_missing, xml_node_unreadable);
+}
+
+TEST_F(config_table_failure, of_a_variants_name_reaches_the_table_reader)
+{
+	board::fail("sprintf_s", -1);
+	expect_from_table_reader(variant_2, variant_name_failed);
+}
+
 } // namespace
 } // namespace conformance

@@ -777,5 +777,69 @@ INSTANTIATE_TEST_SUITE_P(in, datapath_nand_write_failure,
 					 swept{"listed", "plat_mtd_update_buf", 5}),
 			 name_of_sweep);
 
+// ---------------------------------------------------------------------------------------------------------------- the total road by itself
+
+class datapath_total_road : public on_listed {
+protected:
+	static uint64_t entry_of(const char *name) { return board::call_address("drv_flash_mtd_info_find", {name}); }
+
+	static uint32_t total_read(uint32_t offset, bytes *buf)
+	{
+		return board::call("drv_nand_flash_mtd_total_read",
+				   {entry_of("listed"), "/dev/mtd2", offset, buf, static_cast<uint32_t>(buf->size())});
+	}
+
+	static uint32_t total_write(const char *name, uint32_t offset, bytes data)
+	{
+		return board::call("drv_nand_flash_mtd_total_write",
+				   {entry_of(name), "/dev/mtd2", offset, &data, static_cast<uint32_t>(data.size())});
+	}
+};
+
+TEST_F(datapath_total_road, reads)
+{
+	bytes buf(16);
+	EXPECT_EQ(total_read(0x100, &buf), 0u);
+	EXPECT_EQ(buf, original(listed, 0x100, 16));
+}
+
+TEST_F(datapath_total_road, reads_nothing_without_an_image)
+{
+	bytes buf(16, 0xEE);
+	board::fail("vzalloc", 0);
+	EXPECT_EQ(total_read(0x100, &buf), no_buffer);
+	EXPECT_EQ(buf, bytes(16, 0xEE));
+}
+
+TEST_F(datapath_total_road, writes)
+{
+	EXPECT_EQ(total_write("listed", 0x100, pattern(16)), 0u);
+	expect_changed(listed, 0x100, pattern(16));
+}
+
+TEST_F(datapath_total_road, writes_nothing_without_an_image)
+{
+	board::fail("vzalloc", 0);
+	EXPECT_EQ(total_write("listed", 0x100, pattern(16)), no_buffer);
+	expect_unchanged(listed);
+}
+
+TEST_F(datapath_total_road, writes_nothing_where_no_bytes_are_usable)
+{
+	EXPECT_EQ(total_write("no_usable", 0, pattern(1)), empty_range);
+	EXPECT_EQ(board::log(), log_lines{total_write_note("/dev/mtd2", 0, 1, 0)});
+	EXPECT_FALSE(called("vzalloc"));
+	expect_unchanged(listed);
+}
+
+TEST_F(datapath_total_road, is_taken_by_writes_without_an_image_too)
+{
+	bytes data = pattern(16);
+	board::fail("vzalloc", 0);
+	EXPECT_EQ(board::call("drv_nand_flash_mtd_write", {"listed", "/dev/mtd2", 0x100, &data, 16}), no_buffer);
+	EXPECT_EQ(board::call("drv_nand_flash_mtd_write", {"no_usable", "/dev/mtd2", 0, &data, 1}), empty_range);
+	expect_unchanged(listed);
+}
+
 } // namespace
 } // namespace conformance

@@ -380,6 +380,26 @@ TEST_F(spi_create_without_driver, has_no_names_set_up_without_parts)
 	EXPECT_EQ(board::calls(), call_list());
 }
 
+TEST_F(spi_create_without_driver, has_no_names_set_up_without_memory_for_the_array)
+{
+	const uint64_t record = find(0x20);
+	board::forget();
+	board::fail("linux_kcalloc", 0);
+	EXPECT_EQ(board::call("drv_flash_init_info_mtdname", {record, &g_three_parts}), no_memory);
+	EXPECT_EQ(board::log(), log_lines{no_room_for_names(3)});
+	expect_no_names(record);
+}
+
+TEST_F(spi_create_without_driver, has_no_names_set_up_when_one_cannot_be_copied)
+{
+	const uint64_t record = find(0x20);
+	board::forget();
+	board::fail("linux_kstrdup", 0, 2);
+	EXPECT_EQ(board::call("drv_flash_init_info_mtdname", {record, &g_three_parts}), copy_failed);
+	EXPECT_EQ(board::log(), log_lines());
+	expect_no_names(record, 3);
+}
+
 // ---------------------------------------------------------------------------------------------------------------- the lock and the driver
 
 class spi_create_status : public spi_create, public testing::WithParamInterface<uint32_t> {};

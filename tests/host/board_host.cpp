@@ -80,6 +80,13 @@ private:
 	flash_part *parts_ = nullptr;
 };
 
+uint64_t witnessed(std::string_view function, uint64_t answer)
+{
+	if (simulation::g_witness)
+		simulation::g_witness->answered(function, static_cast<uint32_t>(answer));
+	return answer;
+}
+
 uint64_t call_in_kernel(std::string_view function, std::initializer_list<argument> arguments)
 {
 	std::vector<std::unique_ptr<kernel_argument>> placed;
@@ -89,7 +96,7 @@ uint64_t call_in_kernel(std::string_view function, std::initializer_list<argumen
 		simulation::misuse("%.*s is called while the module is not loaded", static_cast<int>(function.size()), function.data());
 	for (const auto &argument : arguments)
 		values.push_back(placed.emplace_back(std::make_unique<kernel_argument>(argument))->value());
-	return simulation::call_function(function, values);
+	return witnessed(function, simulation::call_function(function, values));
 }
 
 } // namespace
@@ -214,7 +221,7 @@ uint32_t load()
 		simulation::misuse("load(): the module is loaded already");
 	simulation::refresh_globals();
 	simulation::forget_load_report();
-	const uint32_t result = flash_mng_load();
+	const auto result = static_cast<uint32_t>(witnessed("flash_mng_load", flash_mng_load()));
 	g_loaded = static_cast<int>(result) >= 0; // Linux takes only a negative result for a failure
 	const auto end = load_report();
 	if (end && end->result != result)
@@ -302,7 +309,8 @@ ioctl_result ioctl(uint32_t command, uint64_t address)
 		return {-1, ENOENT};
 	if (const int error = flash_open(nullptr, nullptr))
 		return {-1, -error};
-	const int result = static_cast<int>(flash_ioctl(nullptr, command, address)); // Linux 5.10 keeps it in an int
+	const auto answer = static_cast<uint64_t>(flash_ioctl(nullptr, command, address));
+	const int result = static_cast<int>(witnessed("command " + std::to_string(command), answer)); // Linux 5.10 keeps it in an int
 	if (result < 0 && result >= -g_highest_errno)
 		return {-1, -result};
 	return {result, 0};

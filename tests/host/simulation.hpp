@@ -95,6 +95,14 @@ std::vector<std::string> calls();
 void forget_calls();
 void reset_calls();
 
+// Told of every call that the module makes, as the trace shows it, and of every answer that it gives: who keeps a record of a whole run
+// sets one. Must not come back to the simulation.
+struct witness {
+	void (*called)(const std::string &call);
+	void (*answered)(std::string_view function, std::uint32_t code);
+};
+extern const witness *g_witness;
+
 // ---------------------------------------------------------------------------------------------------------------- memory
 
 // Allocations beyond this many live bytes fail.

@@ -165,6 +165,8 @@ void arm_locked(fault fault)
 
 } // namespace
 
+const witness *g_witness;
+
 void misuse(const char *format, ...)
 {
 	va_list values;
@@ -195,6 +197,8 @@ std::optional<long long> seen(call which, std::initializer_list<traced> argument
 	{
 		state_guard guard;
 
+		if (g_witness)
+			g_witness->called(text);
 		g_calls.push_back(std::move(text));
 		action = interruption_locked(which);
 		forced = forced_locked(which, arguments);

@@ -1,0 +1,292 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#include "trial.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <cstring>
+#include <map>
+#include <unistd.h>
+
+#include "../../reference_platform/include/platform_status.h"
+#include "case.hpp"
+#include "harmless.hpp"
+#include "simulation.hpp"
+#include "uapi/flash_mng.h"
+#include "wrong_results.hpp"
+
+namespace faults {
+
+namespace {
+
+constexpr std::size_t g_most_points_for_twos = 40;
+constexpr std::size_t g_results_for_twos = 4;
+constexpr unsigned g_most_complaints = 10;
+
+unsigned long g_injected;
+std::array<char, 512> g_current_attempt;
+
+// The simulation ends the process when a rule is broken: what was being tried is then the more needed.
+void show_current_attempt(int)
+{
+	const char before[] = "while trying ";
+	if (write(STDERR_FILENO, before, sizeof(before) - 1) < 0 ||
+	    write(STDERR_FILENO, g_current_attempt.data(), std::strlen(g_current_attempt.data())) < 0 || write(STDERR_FILENO, "\n", 1) < 0)
+		_exit(1);
+}
+
+std::string described(const fault &fault)
+{
+	return fault.call + " no. " + std::to_string(fault.nth) + (fault.sticky ? " and later ones" : "") + " -> " +
+	       std::to_string(fault.result);
+}
+
+// Codes that the module makes itself; any other one has to be the wrong result.
+bool is_own_code(uint32_t code)
+{
+	constexpr std::array codes = {
+		FLASH_MNG_FAILED,	FLASH_MNG_NULL_POINTER,	      FLASH_MNG_INVALID,
+		FLASH_MNG_NO_DRIVER,	FLASH_MNG_NOT_FOUND,	      FLASH_MNG_OVERFLOW,
+		FLASH_MNG_COPY_FAILED,	FLASH_MNG_NO_MEMORY,	      FLASH_MNG_NO_DATA,
+		FLASH_MNG_BAD_LENGTH,	FLASH_MNG_REQUEST_UNREADABLE, FLASH_MNG_INTERRUPTED,
+		FLASH_MNG_SHORT_WRITE,	FLASH_MNG_SHORT_READ,	      FLASH_MNG_NOT_OPENED,
+		FLASH_MNG_ENTRY_COUNT,	FLASH_MNG_NOT_LISTED,	      FLASH_MNG_VARIANT_NAME,
+		FLASH_MNG_EMPTY_RANGE,	FLASH_MNG_PATH_FAILED,	      FLASH_MNG_CLEAR_FAILED,
+		FLASH_MNG_NO_BUFFER,	FLASH_MNG_USER_UNREADABLE,    FLASH_MNG_USER_UNWRITABLE,
+		FLASH_MNG_NO_PARTITION, FLASH_MNG_XML_NODE,	      FLASH_MNG_XML_ATTRIBUTE,
+		FLASH_MNG_XML_NAME,
+	};
+	return std::find(codes.begin(), codes.end(), code) != codes.end();
+}
+
+bool strikes(const fault &fault, std::string_view function, unsigned nth)
+{
+	return function_of(fault.call) == function && (fault.sticky ? nth >= fault.nth : nth == fault.nth);
+}
+
+// The positions in a trace at which the faults struck.
+std::vector<std::size_t> struck_positions(const std::vector<std::string> &trace, const std::vector<fault> &faults)
+{
+	std::map<std::string_view, unsigned> counts;
+	std::vector<std::size_t> positions;
+
+	for (std::size_t i = 0; i < trace.size(); ++i) {
+		const std::string_view function = function_of(trace[i]);
+		const unsigned nth = ++counts[function];
+		if (std::any_of(faults.begin(), faults.end(), [&](const fault &fault) { return strikes(fault, function, nth); }))
+			positions.push_back(i);
+	}
+	return positions;
+}
+
+} // namespace
+
+trial::trial(const operation &operation) : operation_(operation)
+{
+	std::signal(SIGABRT, show_current_attempt);
+	board::reset();
+	board::configure(operation.board);
+	for (std::size_t i = 0; i < operation.devices.size(); ++i) {
+		const int device = board::add_mtd(operation.devices[i]);
+		contents_.push_back(conformance::pattern(operation.devices[i].size, static_cast<uint32_t>(i) + 1));
+		board::set_mtd_content(device, 0, contents_.back());
+	}
+	if (operation.on_loaded_module && board::load() != 0)
+		complain("the module does not load");
+}
+
+trial::~trial()
+{
+	board::reset();
+}
+
+unsigned long trial::injected()
+{
+	return g_injected;
+}
+
+void trial::run()
+{
+	const auto points = points_of_untouched_run();
+
+	try_one_by_one(points);
+	if (points.size() <= g_most_points_for_twos)
+		try_by_twos(points);
+	testing::Test::RecordProperty("points", static_cast<int>(points.size()));
+}
+
+std::vector<trial::point> trial::points_of_untouched_run()
+{
+	std::map<std::string_view, unsigned> counts;
+	std::vector<point> points;
+
+	try_untouched();
+	for (const std::string &call : trace_)
+		if (const auto results = wrong_results(call); !results.empty())
+			points.push_back({call, 0, results});
+	for (point &point : points)
+		point.nth = ++counts[function_of(point.call)];
+	return points;
+}
+
+void trial::try_one_by_one(const std::vector<point> &points)
+{
+	for (const point &point : points)
+		for (long long result : point.results)
+			for (bool sticky : {false, true})
+				try_with({{point.call, point.nth, result, sticky}});
+}
+
+void trial::try_by_twos(const std::vector<point> &points)
+{
+	for (std::size_t i = 0; i < points.size(); ++i)
+		for (std::size_t j = i + 1; j < points.size(); ++j)
+			for (std::size_t first = 0; first < std::min(points[i].results.size(), g_results_for_twos); ++first)
+				for (std::size_t second = 0; second < std::min(points[j].results.size(), g_results_for_twos); ++second)
+					try_with({{points[i].call, points[i].nth, points[i].results[first], false},
+						  {points[j].call, points[j].nth, points[j].results[second], false}});
+}
+
+void trial::try_with(const std::vector<fault> &faults)
+{
+	if (complaints_ >= g_most_complaints)
+		return;
+	judge_faulted(faults, run_once(faults));
+	judge_end();
+	try_untouched();
+}
+
+void trial::try_untouched()
+{
+	const uint32_t code = run_once({});
+
+	if (code != 0)
+		complain("untouched, it answers " + std::to_string(code));
+	else if (!operation_.done())
+		complain("untouched, it does not do what it promises");
+	judge_flash(code == 0);
+	judge_end();
+}
+
+uint32_t trial::run_once(const std::vector<fault> &faults)
+{
+	const auto &target = operation_.written;
+
+	attempt_ = operation_.name + " " + operation_.scenario;
+	for (const fault &fault : faults)
+		attempt_ += "; " + described(fault);
+	attempt_.copy(g_current_attempt.data(), g_current_attempt.size() - 1);
+	g_current_attempt[std::min(attempt_.size(), g_current_attempt.size() - 1)] = '\0';
+
+	if (target)
+		board::set_mtd_content(target->device, 0, contents_[static_cast<std::size_t>(target->device)]);
+	before_ = board::held();
+	operation_.start();
+	simulation::reset_calls();
+	simulation::forget_log();
+	for (const fault &fault : faults)
+		simulation::arm(function_of(fault.call), fault.result, fault.nth, fault.sticky);
+	const uint32_t code = operation_.run();
+	hits_ = board::faults_hit();
+	trace_ = board::calls();
+	struck_ = struck_positions(trace_, faults);
+	simulation::reset_calls();
+	g_injected += hits_;
+	return code;
+}
+
+void trial::judge_faulted(const std::vector<fault> &faults, uint32_t code)
+{
+	if (hits_ == 0)
+		return complain("the fault does not come to be");
+	if (code == 0)
+		return judge_success();
+	if (!explains(faults, code))
+		complain("the code " + std::to_string(code) + " is neither the module's own nor the wrong result");
+	judge_flash(false);
+}
+
+bool trial::is_struck(std::string_view part_of_call) const
+{
+	return std::any_of(struck_.begin(), struck_.end(),
+			   [&](std::size_t position) { return trace_[position].find(part_of_call) != std::string::npos; });
+}
+
+// The module's own codes, the wrong result itself, and what the platform says to a lock value that could not be read.
+bool trial::explains(const std::vector<fault> &faults, uint32_t code) const
+{
+	const bool is_wrong_result = std::any_of(faults.begin(), faults.end(),
+						 [code](const fault &fault) { return static_cast<uint32_t>(fault.result) == code; });
+	const bool has_no_lock_value = is_struck("\"hardlock_val\"") || is_struck("\"hardunlock_val\"");
+	return is_wrong_result || is_own_code(code) || (has_no_lock_value && code == HARD_LOCK_BAD_VALUE);
+}
+
+void trial::judge_success()
+{
+	bool in_part = false;
+
+	for (std::size_t position : struck_) {
+		effect left = effect::whole;
+		if (!is_harmless(operation_.name, trace_, position, left))
+			return complain("a false success: " + trace_[position] + " failed");
+		in_part |= left == effect::in_part;
+	}
+	if (!operation_.done() && !(in_part && operation_.done_in_part()))
+		complain("success, but it does not do what it promises");
+	judge_flash(true);
+}
+
+// Every byte is as it was, but for those that are written: they are all old or all new.
+void trial::judge_flash(bool must_be_written)
+{
+	for (std::size_t i = 0; i < contents_.size(); ++i) {
+		const bytes present = board::mtd_content(static_cast<int>(i), 0, contents_[i].size());
+		const bool is_old = present == contents_[i];
+
+		if (!operation_.written || operation_.written->device != static_cast<int>(i)) {
+			if (!is_old)
+				complain("mtd" + std::to_string(i) + " was changed");
+			continue;
+		}
+		bytes written = contents_[i];
+		std::copy(operation_.written->data.begin(), operation_.written->data.end(),
+			  written.begin() + static_cast<std::ptrdiff_t>(operation_.written->offset));
+		if (present != written && (must_be_written || !is_old))
+			complain("mtd" + std::to_string(i) + " does not hold what was written, or other bytes were changed");
+	}
+}
+
+// A platform that did not release something still has it; the next try begins with one that has not.
+void trial::repair_platform() const
+{
+	if (is_struck("drv_hard_unlock(") || is_struck("\"hardunlock_val\""))
+		simulation::reset_hard_locks();
+	if (is_struck("drv_log_deregister("))
+		simulation::reset_log();
+}
+
+void trial::judge_end()
+{
+	const kept_memory &kept_after = operation_.kept_after;
+
+	operation_.settle();
+	repair_platform();
+	board::holdings expected = before_;
+	expected.heap += operation_.kept;
+	if (kept_after.allocations && is_struck(kept_after.function))
+		expected.heap += kept_after.allocations;
+	if (const auto held = board::held(); held != expected)
+		complain("held before: " + testing::PrintToString(expected) + "; now: " + testing::PrintToString(held));
+	if (board::loaded() != operation_.on_loaded_module)
+		complain("the module is loaded where it should not be, or the other way round");
+}
+
+void trial::complain(const std::string &what)
+{
+	++complaints_;
+	ADD_FAILURE() << attempt_ << "\n" << what;
+}
+
+} // namespace faults
