@@ -4,7 +4,8 @@
 # The kernel modules: reference platform, flash_mng, what links against it, and the lab of the guest tests. Kbuild writes beside the
 # sources, so these are copied to build/kernel/<flavour> first; only what changed is copied, and only that is built again.
 
-module_sources="flash_mng_kernel reference_platform board/demo/client tests/powercut/client tests/guest/lab tests/conformance/calls.def"
+module_sources="flash_mng_kernel reference_platform board/demo/client tests/powercut/client bench/kernel
+	tests/guest/lab tests/conformance/calls.def"
 
 # use_stage FLAVOUR: sets stage_dir.
 use_stage() {

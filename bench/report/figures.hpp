@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// The figures of a run, in the order in which they were counted.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "trace.hpp"
+
+namespace bench {
+
+inline const std::string module_road = "flash_mng";
+
+struct peer {
+	std::string road;
+	std::uint64_t instructions = 0;
+	long long erased = -1; // erase blocks, or -1 where none were counted
+};
+
+// One thing that was done in one size: through flash_mng and by its peers.
+struct row {
+	std::string key; // area, subject, size and unit, with tabs between them
+	std::string area;
+	std::string subject;
+	std::uint64_t size = 0;
+	std::string unit;
+	std::vector<peer> roads;    // flash_mng first
+	const share *own = nullptr; // instructions inside flash_mng, where that was traced
+
+	const peer &module() const { return roads.front(); }
+};
+
+std::vector<std::string> split(const std::string &line, char at);
+
+// Reads figures.tsv. A file that is not there or a line that is none ends the program.
+std::vector<row> read_figures(const std::string &path);
+
+// "4096 bytes" as "4 KiB", other units as they are.
+std::string size_text(const row &of);
+
+// 1234567 as "1,234,567".
+std::string number_text(std::uint64_t number);
+
+[[noreturn]] void fail(const std::string &what);
+
+} // namespace bench
