@@ -3,9 +3,9 @@
 #
 # The virtual board: its initramfs, and runs of it.
 
-# use_busybox: sets busybox, a static AArch64 one of this machine's own Debian release.
+# use_busybox: sets busybox, a static one for the board's machine of this machine's own Debian release.
 use_busybox() {
-	fetch_package "$(machine_codename)" arm64 busybox-static
+	fetch_package "$(machine_codename)" "$debian_architecture" busybox-static
 	busybox=$package_files/files/bin/busybox
 	[ -x "$busybox" ] || busybox=$package_files/files/usr/bin/busybox
 }
@@ -37,10 +37,11 @@ copy_modules() {
 	cp "$kernel_dir/drivers/mtd/nand/raw/nandsim.ko" "$kernel_dir/drivers/mtd/devices/mtdram.ko" "$initramfs_root/lib/modules/"
 }
 
-# The programs that are on the board: those that the guest preset installs below bin/, tests/ and demo/.
+# The programs that are on the board: those that the machine's preset installs below bin/, tests/ and demo/.
 copy_programs() {
 	for programs in "$@"; do
-		[ ! -d "$(preset_dir guest)/image/$programs" ] || cp -a "$(preset_dir guest)/image/$programs" "$initramfs_root/"
+		[ ! -d "$(preset_dir "$program_preset")/image/$programs" ] ||
+			cp -a "$(preset_dir "$program_preset")/image/$programs" "$initramfs_root/"
 	done
 }
 
@@ -93,11 +94,11 @@ use_nor() {
 # run_board FLAVOUR SET TASK ARGUMENT...: starts the board, as board/run documents.
 run_board() {
 	use_kernel "$1"
-	board_image=$kernel_dir/arch/arm64/boot/Image
+	board_image=$kernel_dir/$kernel_image
 	board_initramfs=$build_dir/board/$1-$2.cpio.gz
 	board_task=$3
 	shift 3
-	"$root/board/run" --kernel "$board_image" --initramfs "$board_initramfs" --task "$board_task" "$@"
+	"$root/board/run" --machine "$machine" --kernel "$board_image" --initramfs "$board_initramfs" --task "$board_task" "$@"
 }
 
 run_demo() {

@@ -4,7 +4,25 @@
 # The kernels of the virtual board: source, configuration, build. They are kept outside of the clone, one folder per combination of
 # source, compiler and configuration, so that clones share them and ./dev clean does not cost a kernel build.
 
-kernel_make_arguments="ARCH=arm64 CROSS_COMPILE=aarch64-linux-gnu-"
+# use_machine FLAVOUR: sets machine, what the kernel's build and Debian call it, and the preset of its programs.
+use_machine() {
+	case $1 in
+	twin*)
+		machine=x86_64
+		kernel_make_arguments="ARCH=x86_64 CROSS_COMPILE=x86_64-linux-gnu-"
+		kernel_image=arch/x86/boot/bzImage
+		debian_architecture=amd64
+		program_preset=twin
+		;;
+	*)
+		machine=aarch64
+		kernel_make_arguments="ARCH=arm64 CROSS_COMPILE=aarch64-linux-gnu-"
+		kernel_image=arch/arm64/boot/Image
+		debian_architecture=arm64
+		program_preset=guest
+		;;
+	esac
+}
 
 # find_kernel_source: sets kernel_source (a tree) and kernel_source_id (what it is).
 find_kernel_source() {
@@ -48,10 +66,17 @@ unpack_kernel_source_locked() {
 	touch "$kernel_source/.complete"
 }
 
-# kernel_fragments FLAVOUR: the configuration of board or debug, later lines win.
+# kernel_fragments FLAVOUR: the configuration, later lines win.
 kernel_fragments() {
-	cat "$root/board/kernel/board.config"
-	[ "$1" = board ] || cat "$root/board/kernel/$1.config"
+	case $1 in
+	board) fragments="board aarch64" ;;
+	debug) fragments="board aarch64 debug" ;;
+	twin) fragments="board x86_64 debug twin" ;;
+	twin-kcsan) fragments="board x86_64 twin-kcsan" ;;
+	esac
+	for fragment in $fragments; do
+		cat "$root/board/kernel/$fragment.config"
+	done
 }
 
 # One value per option: the last one given.
@@ -92,12 +117,13 @@ configure_kernel() {
 	check_configuration "$kernel_dir/wanted.config" "$kernel_dir/.config"
 }
 
-# use_kernel FLAVOUR: sets kernel_source and kernel_dir, the build folder of that kernel.
+# use_kernel FLAVOUR: sets kernel_source and kernel_dir, the build folder of that kernel, and its machine.
 use_kernel() {
 	find_kernel_source
+	use_machine "$1"
 	kernel_key=$({
 		echo "$kernel_source_id"
-		aarch64-linux-gnu-gcc --version | head -n 1
+		"$machine-linux-gnu-gcc" --version | head -n 1
 		merged_fragments "$1"
 	} | hash_of)
 	kernel_dir=$cache_dir/kernels/$1-$kernel_key
@@ -113,6 +139,7 @@ build_kernel() {
 build_kernel_locked() {
 	[ ! -e "$kernel_dir/.complete" ] || return 0
 	run_step "configure the $1 kernel" "kernel_$1_configure" configure_kernel "$1"
-	run_step "build the $1 kernel (some minutes, once)" "kernel_$1" kernel_make Image modules
+	# Of a kernel that detects data races only the modules are checked.
+	run_step "build the $1 kernel (some minutes, once)" "kernel_$1" kernel_make KCSAN_SANITIZE=n "$(basename "$kernel_image")" modules
 	touch "$kernel_dir/.complete"
 }

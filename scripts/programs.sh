@@ -1,12 +1,13 @@
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 # shellcheck shell=sh
 #
-# The programs: host tools and tests, guest programs. CMake presets: debug release asan tsan coverage (host), guest (static, AArch64).
+# The programs: host tools and tests, programs of the board. CMake presets: debug release asan tsan coverage (host), guest (static,
+# AArch64), twin (static, x86_64).
 
 # preset_dir PRESET
 preset_dir() {
 	case $1 in
-	guest) echo "$build_dir/guest" ;;
+	guest | twin) echo "$build_dir/$1" ;;
 	*) echo "$build_dir/host/$1" ;;
 	esac
 }

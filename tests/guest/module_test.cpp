@@ -209,7 +209,16 @@ answer answer_to_64_bits(uint32_t command, std::size_t size)
 	return {code, in_hexadecimal(record.content())};
 }
 
-class board_callers_of_32_bits : public board_callers {};
+class board_callers_of_32_bits : public board_callers {
+protected:
+	void SetUp() override
+	{
+#ifndef __aarch64__
+		GTEST_SKIP() << "the 32-bit program is for Arm";
+#endif
+		board_callers::SetUp();
+	}
+};
 
 TEST_F(board_callers_of_32_bits, get_the_same_answers)
 {

@@ -3,23 +3,18 @@
  * The observer of the calls that flash_mng makes.
  *
  * After the kernel has linked flash_mng and before its init function runs, every branch in flash_mng's text to a function of calls.def is
- * led to that function's stub (stubs.S). So exactly flash_mng's own calls are seen, the rest of the kernel runs untouched, and the
- * observer works in the context of the call itself: it takes raw spinlocks only, since flash_mng may hold a lock.
+ * led to that function's stub (branches.c and stubs.S of the machine). So exactly flash_mng's own calls are seen, the rest of the kernel
+ * runs untouched, and the observer works in the context of the call itself: it takes raw spinlocks only, since flash_mng may hold a lock.
  */
 #include <linux/err.h>
 #include <linux/module.h>
 #include <linux/mutex.h>
 #include <linux/notifier.h>
-#include <linux/stddef.h>
 #include <linux/uaccess.h>
 
+#include "branches.h"
 #include "frame.h"
 #include "lab.h"
-
-#define BRANCH_MASK 0x7c000000u /* of B and BL */
-#define BRANCH_CODE 0x14000000u
-#define BRANCH_OFFSET 0x03ffffffu
-#define BRANCH_REACH (128l << 20)
 
 struct observed {
 	const char *name;
@@ -66,8 +61,6 @@ static const struct giver givers[] = {
 	{ "up", LAB_LOCK },
 	{ "linux_spin_unlock", LAB_LOCK },
 };
-
-static int (*patch_text)(void *address, u32 instruction);
 
 static struct module *flash_mng; /* as long as it is loaded */
 static DEFINE_MUTEX(flash_mng_lock);
@@ -156,7 +149,7 @@ void lab_on_return(struct lab_frame *frame)
 	}
 }
 
-static int function_at(unsigned long address)
+int lab_function_at(unsigned long address)
 {
 	int i;
 
@@ -165,43 +158,6 @@ static int function_at(unsigned long address)
 			return i;
 	}
 	return -ENOENT;
-}
-
-static bool is_branch(u32 instruction)
-{
-	return (instruction & BRANCH_MASK) == BRANCH_CODE;
-}
-
-static unsigned long branch_target(const u32 *at, u32 instruction)
-{
-	return (unsigned long)at + sign_extend64((instruction & BRANCH_OFFSET) << 2, 27);
-}
-
-static int lead_to_stub(u32 *at, u32 instruction, int function)
-{
-	long offset = (unsigned long)lab_stubs[function] - (unsigned long)at;
-
-	if (offset < -BRANCH_REACH || offset >= BRANCH_REACH) {
-		pr_err("%s is called from %px, too far from its stub\n", observed[function].name, at);
-		return -ERANGE;
-	}
-	return patch_text(at, (instruction & ~BRANCH_OFFSET) | ((offset >> 2) & BRANCH_OFFSET));
-}
-
-/* A call of a function too far away goes through the module's own veneers, which would have to be followed. */
-static int redirect_calls(u32 *text, unsigned long size)
-{
-	u32 *at;
-	int error = 0;
-
-	for (at = text; at < text + size / sizeof(*at) && !error; at++) {
-		u32 instruction = le32_to_cpup((__le32 *)at);
-		int function = is_branch(instruction) ? function_at(branch_target(at, instruction)) : -ENOENT;
-
-		if (function >= 0)
-			error = lead_to_stub(at, instruction, function);
-	}
-	return error;
 }
 
 static bool is_shim(const struct observed *call)
@@ -233,9 +189,7 @@ static int module_is_coming(struct module *module)
 	if (error)
 		return error;
 	find_functions(module);
-	error = redirect_calls(module->core_layout.base, module->core_layout.text_size);
-	if (!error)
-		error = redirect_calls(module->init_layout.base, module->init_layout.text_size);
+	error = lab_redirect_calls(module);
 	if (error)
 		return error;
 	/* Its text leads here from now on. */
@@ -295,23 +249,17 @@ unsigned long lab_function(const char *name)
 
 int lab_observer_init(void)
 {
+	int error;
+
 	BUILD_BUG_ON(ARRAY_SIZE(observed) > LAB_STUBS);
-	BUILD_BUG_ON(offsetof(struct lab_frame, arguments) != FRAME_ARGUMENTS);
-	BUILD_BUG_ON(offsetof(struct lab_frame, x8) != FRAME_X8);
-	BUILD_BUG_ON(offsetof(struct lab_frame, function) != FRAME_FUNCTION);
-	BUILD_BUG_ON(offsetof(struct lab_frame, target) != FRAME_TARGET);
-	BUILD_BUG_ON(offsetof(struct lab_frame, result) != FRAME_RESULT);
-	BUILD_BUG_ON(sizeof(struct lab_frame) != FRAME_SIZE);
 
 	if (lab_symbol("flash_mng:flash_mng_load")) {
 		pr_err("flash_mng is loaded already: its load cannot be observed; unload it first\n");
 		return -EBUSY;
 	}
-	patch_text = (void *)lab_symbol("aarch64_insn_patch_text_nosync");
-	if (!patch_text) {
-		pr_err("the kernel does not name aarch64_insn_patch_text_nosync: it needs CONFIG_KALLSYMS\n");
-		return -ENOENT;
-	}
+	error = lab_branches_init();
+	if (error)
+		return error;
 	return register_module_notifier(&module_events);
 }
 

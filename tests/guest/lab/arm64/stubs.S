@@ -21,23 +21,23 @@ SYM_CODE_START(lab_stubs)
 SYM_CODE_END(lab_stubs)
 
 	.macro	restore_arguments
-	ldp	x0, x1, [sp, #FRAME_ARGUMENTS]
-	ldp	x2, x3, [sp, #FRAME_ARGUMENTS + 16]
-	ldp	x4, x5, [sp, #FRAME_ARGUMENTS + 32]
-	ldp	x6, x7, [sp, #FRAME_ARGUMENTS + 48]
-	ldr	x8, [sp, #FRAME_X8]
-	ldr	x16, [sp, #FRAME_TARGET]
+	ldp	x0, x1, [sp, #LAB_FRAME_ARGUMENTS]
+	ldp	x2, x3, [sp, #LAB_FRAME_ARGUMENTS + 16]
+	ldp	x4, x5, [sp, #LAB_FRAME_ARGUMENTS + 32]
+	ldp	x6, x7, [sp, #LAB_FRAME_ARGUMENTS + 48]
+	ldr	x8, [sp, #LAB_FRAME_X8]
+	ldr	x16, [sp, #LAB_FRAME_TARGET]
 	.endm
 
 SYM_CODE_START_LOCAL(arrive)
-	stp	x29, x30, [sp, #-FRAME_SIZE]!
+	stp	x29, x30, [sp, #-LAB_FRAME_SIZE]!
 	mov	x29, sp
-	stp	x0, x1, [sp, #FRAME_ARGUMENTS]
-	stp	x2, x3, [sp, #FRAME_ARGUMENTS + 16]
-	stp	x4, x5, [sp, #FRAME_ARGUMENTS + 32]
-	stp	x6, x7, [sp, #FRAME_ARGUMENTS + 48]
-	str	x8, [sp, #FRAME_X8]
-	str	x17, [sp, #FRAME_FUNCTION]
+	stp	x0, x1, [sp, #LAB_FRAME_ARGUMENTS]
+	stp	x2, x3, [sp, #LAB_FRAME_ARGUMENTS + 16]
+	stp	x4, x5, [sp, #LAB_FRAME_ARGUMENTS + 32]
+	stp	x6, x7, [sp, #LAB_FRAME_ARGUMENTS + 48]
+	str	x8, [sp, #LAB_FRAME_X8]
+	str	x17, [sp, #LAB_FRAME_FUNCTION]
 	mov	x0, sp
 	bl	lab_on_call
 	cmp	w0, #LAB_GO_ON
@@ -47,16 +47,16 @@ SYM_CODE_START_LOCAL(arrive)
 
 	restore_arguments
 	blr	x16
-	str	x0, [sp, #FRAME_RESULT]
+	str	x0, [sp, #LAB_FRAME_RESULT]
 	mov	x0, sp
 	bl	lab_on_return
 leave:
-	ldr	x0, [sp, #FRAME_RESULT]
-	ldp	x29, x30, [sp], #FRAME_SIZE
+	ldr	x0, [sp, #LAB_FRAME_RESULT]
+	ldp	x29, x30, [sp], #LAB_FRAME_SIZE
 	ret
 
 go_on:
 	restore_arguments
-	ldp	x29, x30, [sp], #FRAME_SIZE
+	ldp	x29, x30, [sp], #LAB_FRAME_SIZE
 	br	x16
 SYM_CODE_END(arrive)
