@@ -209,8 +209,7 @@ u32 drv_flash_exit(u32 inst_id)
 		return FLASH_MNG_FAILED;
 
 	linux_list_del(&entry->link);
-	if (entry->sections)
-		kfree(entry->sections);
+	kfree(entry->sections);
 	kfree(entry);
 	return FLASH_MNG_OK;
 }
@@ -222,8 +221,7 @@ void flash_mng::release_flash_configs()
 	for (list_head *link = g_flash_config_list.next; link != &g_flash_config_list; link = next) {
 		next = link->next;
 		flash_config_entry *const entry = entry_of(link);
-		if (entry->sections)
-			kfree(entry->sections);
+		kfree(entry->sections);
 		linux_list_del(&entry->link);
 		kfree(entry);
 	}

@@ -104,7 +104,7 @@ u32 drv_nand_flash_mtd_total_write(mtd_info_entry *entry, const char *path, u32 
 	case write_step::patch:
 		drv_log_record(module_log, serious, 0, "mtd total write: memcpy offset %u len %u fail 0x%x", offset, len, result.code);
 		break;
-	case write_step::write_back:
+	default:
 		drv_log_record(module_log, serious, 0, "mtd total write: write buf len %u fail 0x%x", usable_size(*entry), result.code);
 		break;
 	}

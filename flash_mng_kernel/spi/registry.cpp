@@ -105,7 +105,7 @@ bool has_name(const spi_flash_info &info, const char *mtd_name)
 	if (!info.mtd_names)
 		return false;
 	for (u32 i = 0; i < info.mtd_name_num; ++i)
-		if (info.mtd_names[i] && __builtin_strcmp(info.mtd_names[i], mtd_name) == 0)
+		if (__builtin_strcmp(info.mtd_names[i], mtd_name) == 0)
 			return true;
 	return false;
 }
@@ -148,8 +148,7 @@ void release_flash_info_alloc(spi_flash_info *info)
 void flash_mng::free_names(name_list names, u32 count)
 {
 	for (u32 i = 0; i < count; ++i)
-		if (names[i])
-			kfree(names[i]);
+		kfree(names[i]);
 	kfree(names);
 }
 

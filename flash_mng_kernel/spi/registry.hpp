@@ -56,7 +56,6 @@ public:
 	~used_flash_info();
 
 	explicit operator bool() const { return info_ != nullptr; }
-	spi_flash_info &operator*() const { return *info_; }
 	spi_flash_info *operator->() const { return info_; }
 	spi_flash_info *get() const { return info_; }
 
