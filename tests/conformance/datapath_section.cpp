@@ -467,7 +467,7 @@ protected:
 		add_nand();
 	}
 
-	static constexpr int rounds = 10;
+	static constexpr int rounds = 3;
 
 	// Each thread writes a range of its own and reads it back, again and again; gives the number of results that it did not expect.
 	static int write_and_read(uint32_t instance, uint32_t section, uint32_t offset)

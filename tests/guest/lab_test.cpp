@@ -158,13 +158,6 @@ TEST_F(lab_mtd, a_partition_has_its_flags_and_a_hidden_parent)
 	EXPECT_EQ(program(index, 0, {0}), 0);
 }
 
-TEST_F(lab_mtd, more_than_128_devices)
-{
-	for (int i = 0; i < 130; ++i)
-		ASSERT_EQ(board::add_mtd(nand("nand" + std::to_string(i))), i);
-	EXPECT_EQ(guest::read_file("/sys/class/mtd/mtd129/name"), "nand129\n");
-}
-
 class lab_observer : public on_board {};
 
 TEST_F(lab_observer, every_function_is_found_when_the_module_is_loaded)

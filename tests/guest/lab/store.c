@@ -112,16 +112,25 @@ bool lab_store_is_blank(struct lab_store *store, u64 offset, size_t length)
 	return true;
 }
 
+static bool only_clears(const u8 *old, const u8 *new, size_t length)
+{
+	while (length--)
+		if (*new++ & ~*old++)
+			return false;
+	return true;
+}
+
 bool lab_store_only_clears(struct lab_store *store, u64 offset, const u8 *from, size_t length)
 {
-	while (length--) {
+	while (length) {
+		size_t part = part_in_page(offset, length);
 		const u8 *page = xa_load(&store->pages, offset >> PAGE_SHIFT);
-		u8 old = page ? page[offset_in_page(offset)] : BLANK;
 
-		if (*from & ~old)
+		if (page && !only_clears(page + offset_in_page(offset), from, part))
 			return false;
-		from++;
-		offset++;
+		from += part;
+		offset += part;
+		length -= part;
 	}
 	return true;
 }
