@@ -4,7 +4,10 @@
  */
 #include <linux/build_bug.h>
 #include <linux/module.h>
+#include <linux/pfn.h>
 #include <linux/stddef.h>
+
+#include <asm/cacheflush.h>
 
 #include "branches.h"
 #include "frame.h"
@@ -15,7 +18,8 @@
 #define BRANCH_OFFSET 0x03ffffffu
 #define BRANCH_REACH (128l << 20)
 
-static int (*patch_text)(void *address, u32 instruction);
+static int (*set_writable)(unsigned long address, int pages);
+static int (*set_read_only)(unsigned long address, int pages);
 
 static bool is_branch(u32 instruction)
 {
@@ -35,11 +39,12 @@ static int lead_to_stub(u32 *at, u32 instruction, int function)
 		pr_err("a call at %px is too far from its stub\n", at);
 		return -ERANGE;
 	}
-	return patch_text(at, (instruction & ~BRANCH_OFFSET) | ((offset >> 2) & BRANCH_OFFSET));
+	*at = (__force u32)cpu_to_le32((instruction & ~BRANCH_OFFSET) | ((offset >> 2) & BRANCH_OFFSET));
+	return 0;
 }
 
 /* A call of a function too far away goes through the module's own veneers, which would have to be followed. */
-static int redirect_in(u32 *text, unsigned long size)
+static int redirect_branches(u32 *text, unsigned long size)
 {
 	u32 *at;
 	int error = 0;
@@ -52,6 +57,19 @@ static int redirect_in(u32 *text, unsigned long size)
 			error = lead_to_stub(at, instruction, function);
 	}
 	return error;
+}
+
+/* Nothing of the text runs yet, so it can be writable for a moment as a whole. */
+static int redirect_in(u32 *text, unsigned long size)
+{
+	unsigned long start = (unsigned long)text;
+	int error = set_writable(start, PFN_UP(size));
+
+	if (error)
+		return error;
+	error = redirect_branches(text, size);
+	flush_icache_range(start, start + size);
+	return error ?: set_read_only(start, PFN_UP(size));
 }
 
 int lab_redirect_calls(const struct module *module)
@@ -70,9 +88,10 @@ int lab_branches_init(void)
 	BUILD_BUG_ON(offsetof(struct lab_frame, result) != LAB_FRAME_RESULT);
 	BUILD_BUG_ON(sizeof(struct lab_frame) != LAB_FRAME_SIZE);
 
-	patch_text = (void *)lab_symbol("aarch64_insn_patch_text_nosync");
-	if (!patch_text) {
-		pr_err("the kernel does not name aarch64_insn_patch_text_nosync: it needs CONFIG_KALLSYMS\n");
+	set_writable = (void *)lab_symbol("set_memory_rw");
+	set_read_only = (void *)lab_symbol("set_memory_ro");
+	if (!set_writable || !set_read_only) {
+		pr_err("the kernel does not name set_memory_rw and set_memory_ro: it needs CONFIG_KALLSYMS\n");
 		return -ENOENT;
 	}
 	return 0;
