@@ -54,7 +54,7 @@ TEST_F(installation, of_the_client_is_found_by_cmake)
 TEST_F(installation, of_the_tool_has_manual_completions_and_schema)
 {
 	install("flashctl");
-	run("prefix/sbin/flashctl --version && test -s prefix/share/man/man1/flashctl.1 && "
+	run("prefix/bin/flashctl --version && test -s prefix/share/man/man1/flashctl.1 && "
 	    "test -s prefix/share/bash-completion/completions/flashctl && test -s prefix/share/zsh/vendor-completions/_flashctl && "
 	    "test -s prefix/share/flashctl/flashctl.schema.json");
 }
