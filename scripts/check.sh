@@ -94,9 +94,9 @@ module_information() {
 	esac
 }
 
-# exports_beside LIST: plain exports with their checksums, as NAME CHECKSUM, that differ from the list.
+# exports_beside LIST [SYMBOLS]: plain exports, of the board's module or in that symbol file, with their checksums, as NAME CHECKSUM, that differ from the list.
 exports_beside() {
-	awk -F '\t' '$4 == "EXPORT_SYMBOL" { print $2, $1 }' "$stage_dir/flash_mng_kernel/Module.symvers" |
+	awk -F '\t' '$4 == "EXPORT_SYMBOL" { print $2, $1 }' "${2-$stage_dir/flash_mng_kernel/Module.symvers}" |
 		LC_ALL=C sort >"$log_dir/exports"
 	grep -v '^#' "$1" | diff - "$log_dir/exports"
 }
@@ -172,7 +172,7 @@ format_findings() {
 # shell_findings SCRIPT...: scripts with what they source.
 shell_findings() {
 	(cd "$root" && shellcheck -x -a -f gcc "$@" 2>&1)
-	for script in "$@" $(our_files 'scripts/*.sh' 'tests/gate/*.sh'); do
+	for script in "$@" $(our_files 'scripts/*.sh' 'tests/gate/*.sh' 'tests/packages/*.sh'); do
 		(cd "$root" && dash -n "$script" 2>&1)
 	done
 }

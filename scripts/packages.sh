@@ -12,6 +12,7 @@ host_packages="gcc-arm-linux-gnueabihf libc6-dev-armhf-cross"
 check_packages="git clang-tidy clang-format cppcheck shellcheck sparse kmod"
 test_packages="libxml2-utils gcovr"
 twin_packages="qemu-system-x86 seabios"
+package_packages="git kmod dpkg-dev debhelper dh-dkms dkms fakeroot lintian man-db"
 
 package_installed() {
 	[ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]

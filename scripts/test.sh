@@ -155,6 +155,7 @@ run_tests() {
 	test_coverage
 	say "on the board"
 	test_board
+	test_packages
 	run_checks || true
 	read -r passed_checks failed_checks skipped_checks <"$build_dir/results/checks"
 	add_results "$passed_checks" "$failed_checks" "$skipped_checks"

@@ -1,0 +1,161 @@
+# SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+# shellcheck shell=sh
+#
+# Tests of the built Debian packages, sourced by ./dev: they are installed below a folder of their own, used there, and removed. The machine
+# itself stays as it is.
+
+scratch=$build_dir/packages_test/debian
+
+# dpkg_there ARGUMENT...: dpkg on the system below the folder. Scripts of the packages run on the machine's programs, with DPKG_ROOT.
+dpkg_there() {
+	fakeroot dpkg --root="$scratch" --force-not-root --force-depends --force-script-chrootless "$@"
+}
+
+# The script of the DKMS package builds for kernels of the machine that it is on: that package is unpacked only.
+install_packages_there() {
+	rm -rf "$scratch"
+	mkdir -p "$scratch/var/lib/dpkg/info" "$scratch/var/lib/dpkg/updates" "$scratch/etc"
+	: >"$scratch/var/lib/dpkg/status"
+	dpkg_there --install "$package_dir"/flash-mng-tools_*.deb "$package_dir"/libflash-mng-dev_*.deb || return 1
+	dpkg_there --unpack "$package_dir"/flash-mng-dkms_*.deb || return 1
+	dpkg-query --admindir="$scratch/var/lib/dpkg" -W -f '${Package} ' 'flash*' 'libflash*'
+}
+
+dependencies_exist() {
+	apt-get install --simulate "$package_dir"/*.deb | grep -c '^Inst '
+}
+
+# says TEXT COMMAND...
+says() {
+	wanted=$1
+	shift
+	said=$("$@" 2>&1) || true
+	[ "$said" = "$wanted" ] || wrong "$1 says '$said', not '$wanted'"
+}
+
+tools_are_used() {
+	says "flashctl $(package_version)" "$scratch/usr/bin/flashctl" --version || return 1
+	says "flash-board $(package_version)" "$scratch/usr/bin/flash-board" --version || return 1
+	"$scratch/usr/bin/flashctl" explain 0x811B04AA | grep -q FLASH_MNG_NO_BUFFER || return 1
+	"$scratch/usr/bin/flash-board" check "$root/board/xml/plain.xml" || return 1
+	"$scratch/usr/bin/flash-board" simulate "$root/board/xml/plain.xml" | grep -qx 'flash_mng loads' || return 1
+	for page in 1/flashctl 1/flash-board 4/flash_mng 5/flash_mng-board 7/flash_mng; do
+		man --manpath="$scratch/usr/share/man" --path "${page%/*}" "${page#*/}" || return 1
+	done
+	bash -n "$scratch/usr/share/bash-completion/completions/flashctl" || return 1
+	grep -q '^flash_mng:' "$scratch/etc/group" || wrong "the group was not made" || return 1
+	test -s "$scratch/usr/lib/udev/rules.d/60-flash_mng.rules" || wrong "no udev rule" || return 1
+	"$scratch/usr/bin/flashctl" --version
+}
+
+# The examples, compiled as pkg-config says, fail for want of the device only.
+headers_are_used() {
+	flags=$(PKG_CONFIG_LIBDIR="$scratch/usr/share/pkgconfig" PKG_CONFIG_SYSROOT_DIR="$scratch" pkg-config --cflags flash_mng_client) ||
+		return 1
+	compiled=0
+	for source in "$scratch"/usr/share/doc/libflash-mng-dev/examples/*.cpp; do
+		# shellcheck disable=SC2086 # a list of flags
+		c++ -std=c++20 -Wall -Wextra -Werror $flags "$source" -o "$scratch/example" || return 1
+		"$scratch/example" usrdata 2>&1 | grep -q '^/dev/flash_mng: ' || wrong "$source does not look for the device" || return 1
+		compiled=$((compiled + 1))
+	done
+	# shellcheck disable=SC2086
+	echo '#include <flash_mng/uapi/flash_mng.h>' | gcc -std=c99 -Wall -Wextra -Werror -fsyntax-only $flags -x c - || return 1
+	[ "$compiled" -gt 0 ] && echo "$compiled examples"
+}
+
+cmake_finds_the_headers() {
+	mkdir -p "$scratch/cmake"
+	echo '#include <flash_mng/client.hpp>
+int main() { return flash_mng::device::open("/no/such/device") ? 1 : 0; }' >"$scratch/cmake/program.cpp"
+	echo 'cmake_minimum_required(VERSION 3.20)
+project(user LANGUAGES CXX)
+find_package(flash_mng_client '"$(package_version)"' REQUIRED)
+add_executable(program program.cpp)
+target_link_libraries(program PRIVATE flash_mng::client)' >"$scratch/cmake/CMakeLists.txt"
+	cmake -S "$scratch/cmake" -B "$scratch/cmake/build" -DCMAKE_PREFIX_PATH="$scratch/usr" && cmake --build "$scratch/cmake/build" &&
+		"$scratch/cmake/build/program"
+}
+
+# dkms_there ARGUMENT...: for the board's kernel, by cross compilation.
+dkms_there() {
+	ARCH=arm64 CROSS_COMPILE=aarch64-linux-gnu- KBUILD_EXTRA_SYMBOLS=$platform_symbols dkms "$@" -m flash_mng -v "$(package_version)" \
+		--sourcetree "$scratch/usr/src" --dkmstree "$scratch/var/lib/dkms"
+}
+
+dkms_builds() {
+	use_kernel board
+	release=$(cat "$kernel_dir/include/config/kernel.release")
+	mkdir -p "$scratch/var/lib/dkms"
+	dkms_there add || return 1
+	dkms_there build -k "$release" -a aarch64 --kernelsourcedir "$kernel_dir" -j "$jobs" ||
+		wrong "$(tail -n 20 "$scratch/var/lib/dkms/flash_mng/$(package_version)/build/make.log")" || return 1
+	built=$scratch/var/lib/dkms/flash_mng/$(package_version)/$release/aarch64
+	mkdir -p "$scratch/built/flash_mng_kernel"
+	cp "$built/module/flash_mng.ko" "$built/log/Module.symvers" "$scratch/built/flash_mng_kernel" || return 1
+	module_is_whole "$scratch/built/flash_mng_kernel" || return 1
+	excluded=0
+	dkms_there build -k "$release" -a x86_64 --kernelsourcedir "$kernel_dir" >/dev/null 2>&1 || excluded=$?
+	[ "$excluded" -eq 77 ] || wrong "a build for another machine ends with $excluded, not with 77 (excluded)"
+}
+
+# A module of somebody else, with the installed header and the symbols that DKMS kept.
+module_links_to_it() {
+	use_kernel board
+	mkdir -p "$scratch/user"
+	echo '#include <linux/module.h>
+#include <flash_mng.h>
+
+static int __init user_init(void)
+{
+	u32 exist = 0;
+
+	return drv_flash_get_nand_is_exist(&exist) == FLASH_MNG_OK ? 0 : -ENODEV;
+}
+module_init(user_init);
+MODULE_LICENSE("Dual BSD/GPL");' >"$scratch/user/user.c"
+	printf 'obj-m := user.o\nccflags-y := -I%s\n' "$scratch/usr/include/flash_mng" >"$scratch/user/Kbuild"
+	# shellcheck disable=SC2086 # a list of arguments
+	make -C "$kernel_dir" M="$scratch/user" $kernel_make_arguments -j"$jobs" \
+		KBUILD_EXTRA_SYMBOLS="$scratch/built/flash_mng_kernel/Module.symvers" modules || return 1
+	[ "$(modinfo -F depends "$scratch/user/user.ko")" = flash_mng ] || wrong "it does not depend on flash_mng" || return 1
+	echo "it depends on flash_mng"
+}
+
+# The commands of docs/your-board.md that need a kernel, in a copy of the clone.
+page_commands() {
+	awk '/^<!-- not run: .*\.\/dev package --test runs it -->$/ { wanted = 1; next }
+		wanted && /^```sh$/ { inside = 1; next }
+		/^```$/ { wanted = inside = 0 }
+		inside' "$port_page"
+}
+
+page_commands_run() {
+	use_kernel board
+	[ -n "$(page_commands)" ] || wrong "no commands in $port_page" || return 1
+	page_commands | (cd "$package_source" && KDIR=$kernel_dir PLATFORM=$(dirname "$platform_symbols") sh -e) || return 1
+	module_is_whole "$package_source/flash_mng_kernel"
+}
+
+files_there() {
+	[ ! -d "$scratch/usr" ] || find "$scratch/usr" -type f
+}
+
+removal_is_whole() {
+	dkms_there remove --all || return 1
+	dpkg_there --purge flash-mng-tools libflash-mng-dev flash-mng-dkms || return 1
+	nothing_in files_there
+}
+
+# test_debian_packages: after make_packages, and with the board's kernel and modules.
+test_debian_packages() {
+	count_step "Debian packages: their dependencies exist; packages to install" dependencies_exist
+	count_step "Debian packages: install" install_packages_there
+	count_step "flash-mng-tools: used" tools_are_used
+	count_step "libflash-mng-dev: examples through pkg-config" headers_are_used
+	count_step "libflash-mng-dev: through CMake" cmake_finds_the_headers
+	count_step "flash-mng-dkms: built by DKMS for the board" dkms_builds
+	count_step "libflash-mng-dev: a kernel module that calls flash_mng" module_links_to_it
+	count_step "docs/your-board.md: its commands" page_commands_run
+	count_step "Debian packages: removal leaves nothing" removal_is_whole
+}

@@ -1,0 +1,232 @@
+# SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+# shellcheck shell=sh
+#
+# Tests of packages/, sourced by ./dev. What Yocto and Buildroot are given is read as they read it, and the module is built by the calls
+# that their classes for kernel modules make.
+
+platform_symbols=$build_dir/kernel/board/reference_platform/Module.symvers
+yocto_layer=$root/packages/yocto
+yocto_recipe=$yocto_layer/recipes-kernel/kernel-module-flash-mng/kernel-module-flash-mng.bb
+yocto_work=$build_dir/packages_test/yocto
+
+# recipe_value FILE NAME: the value that a recipe or a layer's configuration gives a variable, its lines joined.
+recipe_value() {
+	sed -e ':join' -e '/\\$/ { N; s/\\\n[[:space:]]*//; b join' -e '}' "$1" |
+		sed -n "s/^$2[[:space:]]*\(=\|+=\|?=\|\.=\|=+\)[[:space:]]*\"\(.*\)\"\$/\2/p"
+}
+
+# wrong TEXT: says what is wrong, and fails.
+wrong() {
+	echo "$1"
+	return 1
+}
+
+# has_values FILE NAME...
+has_values() {
+	values_of=$1
+	shift
+	for name in "$@"; do
+		[ -n "$(recipe_value "$values_of" "$name")" ] || wrong "$values_of: no $name" || return 1
+	done
+}
+
+# One file has the version; nothing else repeats it.
+one_version() {
+	case $(package_version) in
+	*[!0-9.]* | '') wrong "VERSION holds '$(package_version)'" || return 1 ;;
+	esac
+	repeated=$(cd "$root" && our_files 'packages/*' 'client/CMakeLists.txt' 'tools/*CMakeLists.txt' CMakeLists.txt |
+		xargs grep -nwF -e "VERSION $(package_version)" -e "VERSION=\"$(package_version)" -e "VERSION = $(package_version)") || true
+	[ -z "$repeated" ] || wrong "$repeated" || return 1
+	package_version
+}
+
+# The device's name and its group are the same wherever they stand.
+device_and_group() {
+	device=$(sed -n 's,^#define FLASH_MNG_DEVICE "/dev/\(.*\)",\1,p' "$root/flash_mng_kernel/include/uapi/flash_mng.h")
+	group=$(sed -n 's/^g \([a-z_]*\) .*/\1/p' "$root/packages/system/sysusers.d/flash_mng.conf")
+	[ -n "$device" ] && [ -n "$group" ] || wrong "no name of the device or its group" || return 1
+	grep -qx "SUBSYSTEM==\"misc\", KERNEL==\"$device\", GROUP=\"$group\", MODE=\"0660\"" \
+		"$root/packages/system/udev/rules.d/60-flash_mng.rules" || wrong "the udev rule is not about $device and $group" || return 1
+	grep -q "^GROUPADD_PARAM.*[\" ]$group\"" "$yocto_recipe" || wrong "the recipe makes another group than $group" || return 1
+	grep -q "^	- -1 $group -1 " "$root/packages/buildroot/package/flash-mng/flash-mng.mk" ||
+		wrong "Buildroot makes another group than $group" || return 1
+	echo "/dev/$device, group $group"
+}
+
+# ---- the page for those who port
+
+port_page=$root/docs/your-board.md
+
+# page_texts: what the page's tables say of texts in logs.
+# shellcheck disable=SC2016 # no commands
+page_texts() {
+	sed -n '/^## 7/,$ s/^| `\([^`]*\)` |.*/\1/p' "$port_page"
+}
+
+# Every text is in the module's sources or in Linux's loader of modules.
+page_texts_exist() {
+	use_kernel board
+	cat "$root"/flash_mng_kernel/*/*.cpp "$kernel_source/kernel/module.c" >"$build_dir/packages_test/texts"
+	page_texts | while IFS= read -r text; do
+		grep -qF -- "$text" "$build_dir/packages_test/texts" || wrong "nobody writes '$text'" || exit 1
+	done || return 1
+	echo "$(page_texts | wc -l) texts"
+}
+
+# ---- Yocto
+
+# recipe_path TEXT: with the recipe's own variables for places.
+# shellcheck disable=SC2016 # bitbake's variables
+recipe_path() {
+	printf '%s\n' "$1" | sed -e "s,\${FLASH_MNG_CLONE},$root," -e "s,\${WORKDIR},$yocto_work," -e "s,\${LAYERDIR},$yocto_layer,g"
+}
+
+yocto_layer_parses() {
+	has_values "$yocto_layer/conf/layer.conf" BBPATH BBFILES BBFILE_COLLECTIONS BBFILE_PATTERN_flash-mng BBFILE_PRIORITY_flash-mng \
+		LAYERDEPENDS_flash-mng LAYERSERIES_COMPAT_flash-mng || return 1
+	found=
+	for file in $(recipe_path "$(recipe_value "$yocto_layer/conf/layer.conf" BBFILES)"); do
+		[ "$file" != "$yocto_recipe" ] || found=yes
+	done
+	[ -n "$found" ] || wrong "BBFILES does not find $yocto_recipe"
+}
+
+# yocto_fetch: do_fetch and do_unpack of the recipe.
+yocto_fetch() {
+	rm -rf "$yocto_work"
+	for item in $(recipe_value "$yocto_recipe" SRC_URI); do
+		item=${item#file://}
+		mkdir -p "$yocto_work/$(dirname "$item")"
+		cp -R "$root/$item" "$yocto_work/$item" || return 1
+	done
+	yocto_source=$(recipe_path "$(recipe_value "$yocto_recipe" S)")
+	[ -d "$yocto_source" ] || wrong "S is $yocto_source"
+}
+
+yocto_licences() {
+	for item in $(recipe_value "$yocto_recipe" LIC_FILES_CHKSUM); do
+		licence=${item#file://}
+		sum=${licence#*;md5=}
+		echo "$sum  $yocto_source/${licence%%;*}"
+	done | md5sum --check --strict --quiet
+}
+
+yocto_recipe_parses() {
+	yocto_layer_parses || return 1
+	has_values "$yocto_recipe" SUMMARY SECTION LICENSE LIC_FILES_CHKSUM FLASH_MNG_PLATFORM DEPENDS PV SRC_URI S EXTRA_OEMAKE || return 1
+	grep -q '^inherit module ' "$yocto_recipe" || wrong "the recipe does not inherit module" || return 1
+	clone=$(recipe_value "$yocto_recipe" FLASH_MNG_CLONE | sed "s,\${THISDIR},$(dirname "$yocto_recipe"),")
+	[ "$(readlink -f "$clone")" = "$(readlink -f "$root")" ] || wrong "FLASH_MNG_CLONE is $clone" || return 1
+	yocto_fetch && yocto_licences
+}
+
+# module_is_whole FOLDER: a module was built there, with the exports and checksums of the list.
+module_is_whole() {
+	[ -s "$1/flash_mng.ko" ] || wrong "no flash_mng.ko" || return 1
+	nothing_in exports_beside "$root/flash_mng_kernel/exports.txt" "$1/Module.symvers" || return 1
+	echo "$(grep -vc '^#' "$root/flash_mng_kernel/exports.txt") exports with the checksums of the list"
+}
+
+# yocto_make ARGUMENT...: with what the recipe, module.bbclass and module-base.bbclass give to make each time.
+# shellcheck disable=SC2016 # bitbake's variables
+yocto_make() {
+	eval "set -- \"\$@\" $(recipe_value "$yocto_recipe" EXTRA_OEMAKE |
+		sed -e 's,${HOST_PREFIX},aarch64-linux-gnu-,' -e 's,${TOOLCHAIN_OPTIONS},--sysroot=/,')"
+	(cd "$yocto_source" && env -u CFLAGS -u CPPFLAGS -u CXXFLAGS -u LDFLAGS ARCH=arm64 CROSS_COMPILE=aarch64-linux-gnu- OS=linux \
+		make -j"$jobs" KERNEL_SRC="$kernel_source" \
+		CC=aarch64-linux-gnu-gcc LD=aarch64-linux-gnu-ld AR=aarch64-linux-gnu-ar O="$kernel_dir" "$@")
+}
+
+yocto_builds() {
+	use_kernel board
+	release=$(cat "$kernel_dir/include/config/kernel.release")
+	yocto_fetch || return 1
+	yocto_make KERNEL_PATH="$kernel_source" KERNEL_VERSION="$release" KBUILD_EXTRA_SYMBOLS="$platform_symbols" || return 1
+	yocto_make DEPMOD=echo MODLIB="$yocto_work/image/lib/modules/$release" INSTALL_FW_PATH="$yocto_work/image/lib/firmware" \
+		modules_install || return 1
+	find "$yocto_work/image" -name flash_mng.ko | grep -q . || wrong "modules_install installs nothing" || return 1
+	module_is_whole "$yocto_source"
+}
+
+# ---- Buildroot
+
+buildroot_make() {
+	make -s -f "$root/tests/packages/buildroot.mk" BR2_EXTERNAL_FLASH_MNG_PATH="$root/packages/buildroot" \
+		BUILD_DIR="$build_dir/packages_test/buildroot" LINUX_DIR="$kernel_dir" SYMBOLS="$platform_symbols" JOBS="$jobs" "$@"
+}
+
+# The kernel's own Kconfig reads the tree's; it wants variables in parentheses.
+buildroot_options() {
+	options_dir=$build_dir/packages_test/kconfig
+	rm -rf "$options_dir"
+	mkdir -p "$options_dir"
+	cp -R "$root/packages/buildroot" "$options_dir/external"
+	# shellcheck disable=SC2016 # Kconfig's variable
+	find "$options_dir/external" -name Config.in -exec sed -i 's/\$BR2_EXTERNAL_FLASH_MNG_PATH/$(BR2_EXTERNAL_FLASH_MNG_PATH)/' {} +
+	{
+		for option in BR2_aarch64 BR2_LINUX_KERNEL BR2_INSTALL_LIBSTDCPP BR2_TOOLCHAIN_GCC_AT_LEAST_10; do
+			printf 'config %s\n\tdef_bool %s\n' "$option" "$1"
+		done
+		# shellcheck disable=SC2016
+		echo 'source "$(BR2_EXTERNAL_FLASH_MNG_PATH)/Config.in"'
+	} >"$options_dir/Config.in"
+	(cd "$options_dir" && BR2_EXTERNAL_FLASH_MNG_PATH=$options_dir/external KCONFIG_CONFIG=$options_dir/config \
+		CONFIG_='' "$kernel_dir/scripts/kconfig/conf" --allyesconfig Config.in >log 2>&1) || wrong "$(cat "$options_dir/log")" || return 1
+	! grep -i warning "$options_dir/log"
+}
+
+buildroot_parses() {
+	use_kernel board
+	grep -qx 'name: FLASH_MNG' "$root/packages/buildroot/external.desc" || wrong "external.desc has no name" || return 1
+	buildroot_options y && grep -qx 'BR2_PACKAGE_FLASH_MNG=y' "$options_dir/config" ||
+		wrong "the package cannot be chosen" || return 1
+	buildroot_options n || return 1
+	! grep -q BR2_PACKAGE_FLASH_MNG= "$options_dir/config" || wrong "the package does not say what it needs" || return 1
+	(cd "$root" && grep -v '^#' packages/buildroot/package/flash-mng/flash-mng.hash | cut -d ' ' -f 3- | sha256sum --check --strict --quiet) ||
+		return 1
+	buildroot_make show
+}
+
+buildroot_builds() {
+	use_kernel board
+	rm -rf "$build_dir/packages_test/buildroot"
+	buildroot_make build || return 1
+	module_is_whole "$build_dir/packages_test/buildroot/flash_mng_kernel"
+}
+
+# ---- loading order
+
+# modprobe, on the board's modules and the samples of packages/system, names what it would load, in its order.
+loading_order() {
+	use_kernel board
+	use_stage board
+	release=$(cat "$kernel_dir/include/config/kernel.release")
+	modules_root=$build_dir/packages_test/modules
+	rm -rf "$modules_root"
+	mkdir -p "$modules_root/lib/modules/$release"
+	find "$stage_dir/flash_mng_kernel" "$stage_dir/reference_platform" "$kernel_dir/drivers/mtd/nand/raw" -name '*.ko' \
+		-exec cp {} "$modules_root/lib/modules/$release" \;
+	/sbin/depmod -b "$modules_root" "$release" || return 1
+	/sbin/modprobe -d "$modules_root" -S "$release" -C "$root/packages/system/modprobe.d" --show-depends flash_mng |
+		sed -n 's,.*/\(.*\)\.ko.*,\1,p' | awk '!seen[$0]++' >"$modules_root/order"
+	for earlier in log xml_parser drv_basic board_capability_mng plat_extern_api nandsim; do
+		sed -n "/^$earlier\$/,/^flash_mng\$/p" "$modules_root/order" | grep -qx flash_mng ||
+			wrong "$earlier is not loaded before flash_mng: $(paste -s -d ' ' "$modules_root/order")" || return 1
+	done
+	sed '1,/^flash_mng$/d' "$modules_root/order" | grep -qx spi_flash_driver || wrong "spi_flash_driver is not loaded after flash_mng"
+	paste -s -d ' ' "$modules_root/order"
+}
+
+# test_packages: needs the board's kernel and modules.
+test_packages() {
+	mkdir -p "$build_dir/packages_test"
+	count_step "packages: one version" one_version
+	count_step "packages: device and group" device_and_group
+	count_step "docs/your-board.md: texts of the logs" page_texts_exist
+	count_step "packages: loading order of the samples" loading_order
+	count_step "packages: the Yocto layer" yocto_recipe_parses
+	count_step "packages: the Buildroot tree" buildroot_parses
+	count_step "packages: the module built as Buildroot does" buildroot_builds
+	count_step "packages: the module built as Yocto does" yocto_builds
+}
