@@ -15,6 +15,7 @@
 #include "calls.hpp"
 #include "chapters.hpp"
 #include "screen.hpp"
+#include "tool.hpp"
 #include "uapi/flash_mng.h"
 #include "witnesses.hpp"
 
@@ -162,6 +163,7 @@ int main(int argc, char **argv)
 	ask_for_user_data();
 	rewrite_some_of_it(letter);
 	be_refused();
+	use_the_tool(letter);
 	move_a_section(modules);
 	create_an_spi_flash(modules);
 	use_the_spi_flash();
