@@ -29,6 +29,7 @@ test_host_sanitized() {
 	count_report "checker of power cuts, sanitizers" "$(preset_dir asan)/results/powercut_tests.xml"
 	count_report "flash-board, sanitizers" "$(preset_dir asan)/results/flash_board_tests.xml"
 	count_report "flashctl and the client header, sanitizers" "$(preset_dir asan)/results/flashctl_tests.xml"
+	count_report "examples and links of the documents, sanitizers" "$(preset_dir asan)/results/docs_tests.xml"
 }
 
 # The cases with several threads; a data race ends the program with a status of its own.
