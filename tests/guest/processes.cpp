@@ -7,10 +7,85 @@
 #include <cstring>
 #include <stdexcept>
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace guest {
+
+namespace {
+
+void lead(const char *path, int flags, int stream)
+{
+	const int file = open(path, flags);
+	if (file < 0 || dup2(file, stream) < 0)
+		_exit(126);
+	close(file);
+}
+
+[[noreturn]] void become(std::vector<char *> words, const surroundings &around, int output)
+{
+	lead(around.input.c_str(), O_RDONLY, STDIN_FILENO);
+	dup2(output, STDOUT_FILENO);
+	dup2(output, STDERR_FILENO);
+	if (!around.errors.empty())
+		lead(around.errors.c_str(), O_WRONLY | O_NOCTTY, STDERR_FILENO);
+	if (around.user && (setgid(around.user) || setuid(around.user)))
+		_exit(126);
+	execv(words[0], words.data());
+	_exit(127);
+}
+
+std::vector<char *> as_words(const std::vector<std::string> &command)
+{
+	std::vector<char *> words;
+	for (const std::string &word : command)
+		words.push_back(const_cast<char *>(word.c_str()));
+	words.push_back(nullptr);
+	return words;
+}
+
+std::string content_of(std::FILE *file)
+{
+	std::string text;
+	char part[4096];
+	std::rewind(file);
+	while (const std::size_t count = fread(part, 1, sizeof(part), file))
+		text.append(part, count);
+	return text;
+}
+
+} // namespace
+
+started_program::started_program(const std::vector<std::string> &command, const surroundings &around)
+	: output_(std::tmpfile()), process_(output_ ? fork() : -1)
+{
+	if (process_ == 0)
+		become(as_words(command), around, fileno(output_));
+	if (process_ < 0)
+		throw std::runtime_error(command.front() + " cannot be started: " + std::strerror(errno));
+}
+
+started_program::~started_program()
+{
+	if (process_ > 0)
+		end();
+	std::fclose(output_);
+}
+
+ended_program started_program::end()
+{
+	int status = 0;
+	while (waitpid(process_, &status, 0) < 0 && errno == EINTR)
+		;
+	process_ = 0;
+	return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), content_of(output_)};
+}
+
+ended_program run_program(const std::vector<std::string> &command, const surroundings &around)
+{
+	return started_program(command, around).end();
+}
 
 std::string output_of(const std::vector<std::string> &command)
 {

@@ -3,6 +3,7 @@
 // Other processes of the board, for cases that need them.
 #pragma once
 
+#include <cstdio>
 #include <functional>
 #include <string>
 #include <vector>
@@ -13,6 +14,38 @@ namespace guest {
 
 // Runs a program and gives what it wrote; throws when it does not exit with 0.
 std::string output_of(const std::vector<std::string> &command);
+
+// How a program ended.
+struct ended_program {
+	int exit;	    // 128 and the signal when one ended it
+	std::string output; // what it wrote, to both of its streams
+};
+
+// What a program is started with.
+struct surroundings {
+	std::string input = "/dev/null";
+	std::string errors = ""; // file of its standard error; empty: with its output
+	uid_t user = 0;
+};
+
+// A program that runs beside this one, until end() or the end of the scope.
+class started_program {
+public:
+	explicit started_program(const std::vector<std::string> &command, const surroundings &around = {});
+	~started_program();
+	started_program(const started_program &) = delete;
+	started_program &operator=(const started_program &) = delete;
+
+	// Waits for its end.
+	ended_program end();
+
+private:
+	std::FILE *output_;
+	pid_t process_;
+};
+
+// Runs a program to its end.
+ended_program run_program(const std::vector<std::string> &command, const surroundings &around = {});
 
 // Waits, for some seconds at most, until something has happened.
 bool comes_true(const std::function<bool()> &happened);

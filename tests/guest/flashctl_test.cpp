@@ -1,0 +1,337 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// flashctl on the real module: what it tells and writes is compared with the MTD devices themselves, and each exit status is had that
+// a board can give. Starting a program takes long on an emulated board, so a case looks at several things.
+#include <fstream>
+#include <source_location>
+
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+#include "ioctl_words.hpp"
+#include "lab_device.hpp"
+#include "processes.hpp"
+#include "spi_words.hpp"
+
+namespace {
+
+using namespace conformance;
+using guest::ended_program;
+using nlohmann::json;
+
+constexpr const char *program = "/bin/flashctl";
+constexpr uint32_t nobody = 65534;
+
+using words = std::vector<std::string>;
+
+words command_line(const words &arguments)
+{
+	words command = {program, "--json"};
+	command.insert(command.end(), arguments.begin(), arguments.end());
+	return command;
+}
+
+// The object that it printed, which has the exit status too.
+json told(const ended_program &ended)
+{
+	const json report = json::parse(ended.output, nullptr, false);
+	if (!report.is_object() || report.value("exit", -1) != ended.exit) {
+		ADD_FAILURE() << "status " << ended.exit << ", no report of it: " << ended.output;
+		return {{"exit", ended.exit}, {"status", ""}, {"result", {}}, {"error", {}}};
+	}
+	return report;
+}
+
+json flashctl(const words &arguments, const guest::surroundings &around = {})
+{
+	return told(guest::run_program(command_line(arguments), around));
+}
+
+void expect_ended(const json &report, int exit, const char *status, std::source_location where = std::source_location::current())
+{
+	EXPECT_TRUE(report["exit"] == exit && report["status"] == status) << "line " << where.line() << ": " << report;
+}
+
+// A file in memory, gone at the end of the case.
+class scratch_file {
+public:
+	explicit scratch_file(const bytes &content = {}) : path_("/tmp/flashctl_" + std::to_string(++number_))
+	{
+		std::ofstream(path_, std::ios::binary).write(reinterpret_cast<const char *>(content.data()), std::ssize(content));
+	}
+	~scratch_file() { unlink(path_.c_str()); }
+	scratch_file(const scratch_file &) = delete;
+	scratch_file &operator=(const scratch_file &) = delete;
+
+	const std::string &path() const { return path_; }
+	bytes content() const
+	{
+		const std::string text = guest::read_file(path_);
+		return {text.begin(), text.end()};
+	}
+
+private:
+	static inline int number_ = 0;
+	std::string path_;
+};
+
+// Two NAND partitions that the board lists, one of them the user data, and one that is neither.
+class flashctl_on_board : public on_loaded_module {
+protected:
+	static constexpr std::size_t size_ = 0x40000, usable_ = 0x20000, block_ = 0x10000;
+	static constexpr std::size_t offset_ = block_ - 0x80, length_ = 0x1000; // a range over the border of two erase blocks
+
+	void SetUp() override
+	{
+		if (!guest::file_exists(program))
+			GTEST_SKIP() << "flashctl is not built for this machine";
+		on_loaded_module::SetUp();
+	}
+
+	void prepare() override
+	{
+		config_ = board::add_mtd({.name = "config", .size = size_, .erase_size = block_});
+		board::set_mtd_content(config_, 0, before_);
+		if (lonely_)
+			return;
+		board::add_mtd({.name = "usrdata", .size = 0x80000, .erase_size = block_});
+		board::add_mtd({.name = "nor", .type = board::mtd_nor, .erase_size = block_});
+	}
+
+	words write_of(const scratch_file &file) const { return {"write", "config", file.path(), "--offset", std::to_string(offset_)}; }
+
+	bytes content() const { return board::mtd_content(config_, 0, size_); }
+
+	bytes with_new_data() const
+	{
+		bytes expected = before_;
+		std::copy(data_.begin(), data_.end(), expected.begin() + offset_);
+		return expected;
+	}
+
+	bool lonely_ = false;
+	int config_ = -1;
+	const bytes before_ = pattern(size_);
+	const bytes data_ = pattern(length_, 77);
+};
+
+// A device as /proc/mtd shows it.
+std::string proc_line(const json &device)
+{
+	char line[128];
+	std::snprintf(line, sizeof(line), "mtd%u: %08x %08x \"%s\"\n", device["number"].get<unsigned>(), device["size"].get<unsigned>(),
+		      device["erase_size"].get<unsigned>(), device["name"].get<std::string>().c_str());
+	return line;
+}
+
+TEST_F(flashctl_on_board, tells_what_flash_there_is)
+{
+	const json list = flashctl({"list"});
+	std::string lines = "dev:    size   erasesize  name\n";
+	for (const json &device : list["result"]["devices"])
+		lines += proc_line(device);
+	EXPECT_EQ(lines, guest::read_file("/proc/mtd")) << list;
+	EXPECT_EQ(list["result"]["devices"][0]["listed"], true);
+	EXPECT_EQ(list["result"]["devices"][2]["listed"], false);
+	EXPECT_EQ(list["result"]["devices"][2]["type"], "nor");
+
+	const json info = flashctl({"info"});
+	EXPECT_EQ(info["result"]["partitions"].size(), 2u) << info;
+	EXPECT_EQ(info["result"]["user_data"], (json{{"partitions", 1}, {"size", 0x80000}}));
+
+	EXPECT_EQ(guest::run_program({program, "list"}).output, "DEVICE  NAME     TYPE     SIZE  ERASE BLOCK  FLAGS  PROGRAMS\n"
+								"mtd0    config   nand  256 KiB       64 KiB  -      read,write\n"
+								"mtd1    usrdata  nand  512 KiB       64 KiB  -      read,write\n"
+								"mtd2    nor      nor   256 KiB       64 KiB  -      -\n");
+}
+
+TEST_F(flashctl_on_board, reads_what_is_on_the_device)
+{
+	const scratch_file file;
+	const json whole = flashctl({"read", "config", "-o", file.path()});
+	expect_ended(whole, 0, "done");
+	EXPECT_EQ(file.content(), before_);
+	expect_ended(flashctl({"verify", "config", "--sha256", whole["result"]["sha256"]}), 0, "done");
+
+	EXPECT_EQ(guest::run_program({program, "read", "config", "--offset", "5", "--length", "300"}).output,
+		  std::string(before_.begin() + 5, before_.begin() + 305));
+}
+
+TEST_F(flashctl_on_board, plans_writes_verifies_and_leaves_out)
+{
+	const scratch_file file(data_);
+	words dry_run = write_of(file);
+	dry_run.push_back("--dry-run");
+	EXPECT_EQ(flashctl(dry_run)["result"]["action"], "planned");
+	EXPECT_EQ(content(), before_);
+	EXPECT_EQ(board::mtd_count(config_).erases, 0u);
+
+	const json written = flashctl(write_of(file));
+	expect_ended(written, 0, "done");
+	EXPECT_EQ(written["result"]["action"], "written");
+	EXPECT_EQ(written["result"]["erase_blocks"], 2);
+	EXPECT_EQ(written["result"]["compared_bytes"], size_);
+	EXPECT_EQ(content(), with_new_data());
+	EXPECT_EQ(board::mtd_count(config_).erases, 2u);
+
+	const json again = flashctl(write_of(file));
+	expect_ended(again, 0, "done");
+	EXPECT_EQ(again["result"]["action"], "unchanged");
+	EXPECT_EQ(again["result"]["found_sha256"], json());
+	EXPECT_EQ(board::mtd_count(config_).erases, 2u);
+}
+
+TEST_F(flashctl_on_board, verifies_and_finds_the_first_difference)
+{
+	bytes other = data_;
+	other[200] ^= 1;
+	const scratch_file right(bytes(before_.begin(), before_.begin() + length_)), wrong(other);
+	expect_ended(flashctl({"verify", "config", right.path()}), 0, "done");
+	board::set_mtd_content(config_, offset_, data_);
+	const json report = flashctl({"verify", "config", wrong.path(), "--offset", std::to_string(offset_)});
+	expect_ended(report, 7, "mismatch");
+	EXPECT_EQ(report["result"]["difference"],
+		  (json{{"first", offset_ + 200}, {"count", 1}, {"expected", other[200]}, {"found", data_[200]}}));
+}
+
+// Each is refused before anything is written.
+TEST_F(flashctl_on_board, ends_with_the_status_of_what_was_wrong)
+{
+	const scratch_file file(data_);
+	expect_ended(flashctl({"read", "config", "-o", "/no/such/folder/file"}), 1, "file");
+	expect_ended(flashctl({"write", "config", file.path(), "--offset", std::to_string(size_ - length_ + 1)}), 2, "usage");
+	const json misspelt = flashctl({"write", "confg", file.path()});
+	expect_ended(misspelt, 3, "not_found");
+	EXPECT_EQ(misspelt["error"]["hint"], "did you mean \"config\"?");
+	expect_ended(flashctl({"list"}, {.user = nobody}), 4, "denied");
+	const json beyond = flashctl({"write", "config", file.path(), "--offset", std::to_string(usable_ - length_ / 2)});
+	expect_ended(beyond, 6, "flash");
+	EXPECT_NE(beyond["error"]["message"].get<std::string>().find("its content is as before"), std::string::npos) << beyond;
+	const json unlisted = flashctl({"write", "nor", file.path()});
+	expect_ended(unlisted, 9, "unsupported");
+	EXPECT_EQ(unlisted["error"]["code"]["value"], not_listed);
+	expect_ended(flashctl(write_of(file), {.errors = "/dev/console"}), 10, "declined"); // a terminal, but nobody at it
+	board::fail("vzalloc", 0);
+	expect_ended(flashctl(write_of(file)), 11, "no_memory");
+	EXPECT_EQ(content(), before_);
+	EXPECT_EQ(board::mtd_count(config_).erases, 0u);
+}
+
+TEST_F(flashctl_on_board, says_that_the_module_is_not_loaded)
+{
+	board::unload();
+	const json report = flashctl({"list"});
+	expect_ended(report, 5, "no_module");
+	EXPECT_NE(report["error"]["hint"].get<std::string>().find("modprobe flash_mng"), std::string::npos) << report;
+}
+
+TEST_F(flashctl_on_board, keeps_a_second_writer_out)
+{
+	const scratch_file file(data_);
+	board::forget();
+	board::stop_at("plat_mtd_update_buf");
+	guest::started_program first(command_line(write_of(file)));
+	EXPECT_TRUE(comes_to_call("plat_mtd_update_buf"));
+	expect_ended(flashctl({"write", "config", "/bin/busybox", "--length", "16"}), 8, "busy");
+	board::go_on();
+	expect_ended(told(first.end()), 0, "done");
+	EXPECT_EQ(content(), with_new_data());
+}
+
+TEST_F(flashctl_on_board, does_not_believe_an_update_that_did_nothing)
+{
+	const scratch_file file(data_);
+	board::fail("plat_mtd_update_buf", 0);
+	const json report = flashctl(write_of(file));
+	expect_ended(report, 7, "mismatch");
+	EXPECT_EQ(report["result"]["difference"]["first"], offset_) << report;
+	EXPECT_EQ(report["result"]["difference_around"], json());
+	EXPECT_EQ(content(), before_);
+}
+
+// A read that reports success and gives nothing: the picture taken first, the one that the update patches, the one that is compared.
+TEST_F(flashctl_on_board, does_not_believe_reads_that_did_nothing)
+{
+	const scratch_file file(data_);
+	for (unsigned nth = 1; nth <= 3; ++nth) {
+		SCOPED_TRACE(nth);
+		board::set_mtd_content(config_, 0, before_);
+		board::fail("plat_mtd_read_buf", 0, nth);
+		const unsigned hit = board::faults_hit();
+		const json report = flashctl(write_of(file));
+		EXPECT_EQ(board::faults_hit(), hit + 1);
+		expect_ended(report, 7, "mismatch");
+		EXPECT_TRUE(report["result"]["difference_around"].is_object()) << report;
+	}
+}
+
+class flashctl_faults : public flashctl_on_board {
+protected:
+	flashctl_faults() { lonely_ = true; }
+};
+
+// Calls on the way of a write, and the result that is a failure of each; they fail one after the other until the write passes. It must
+// never pass with another content, and never change a byte around.
+TEST_F(flashctl_faults, never_make_a_false_success)
+{
+	static constexpr struct {
+		const char *function;
+		long long result;
+	} calls[] = {
+		{"plat_mtd_read_buf", 0x72}, {"plat_mtd_update_buf", 0x73}, {"memcpy_s", 34}, {"snprintf_s", -1},
+		{"get_mtd_device_nm", -19},  {"get_mtd_device", -19},	    {"vzalloc", 0},   {"vmalloc", 0},
+		{"linux_copy_from_user", 1}, {"linux_copy_to_user", 1},
+	};
+	const scratch_file file(data_);
+	const bytes after = with_new_data();
+	unsigned failures = 0;
+	for (const auto &call : calls) {
+		for (unsigned nth = 1;; ++nth) {
+			SCOPED_TRACE(testing::Message() << call.function << ", call " << nth);
+			ASSERT_LT(nth, 20u);
+			board::set_mtd_content(config_, 0, before_);
+			board::fail(call.function, call.result, nth);
+			const unsigned hit = board::faults_hit();
+			const json report = flashctl(write_of(file));
+			const bytes found = content();
+			EXPECT_TRUE(found == after || (report["exit"] != 0 && found == before_)) << report;
+			if (board::faults_hit() == hit) {
+				expect_ended(report, 0, "done");
+				break;
+			}
+			++failures;
+		}
+		board::go_on();
+	}
+	EXPECT_GE(failures, std::size(calls));
+}
+
+class flashctl_spi : public on_spi_board_with_driver {
+protected:
+	void SetUp() override
+	{
+		if (!guest::file_exists(program))
+			GTEST_SKIP() << "flashctl is not built for this machine";
+		on_spi_board_with_driver::SetUp();
+	}
+};
+
+TEST_F(flashctl_spi, finds_a_flash_once_it_is_created)
+{
+	expect_ended(flashctl({"spi", "--instance", "0x21"}), 3, "not_found");
+	ASSERT_EQ(create(0x21, {"first", "second"}), 0u);
+	const json by_instance = flashctl({"spi", "--instance", "0x21"});
+	EXPECT_EQ(by_instance["result"], (json{{"instance", 0x21},
+					       {"settings_instance", 0x21},
+					       {"chip", 4},
+					       {"controller", 5},
+					       {"chip_select", 6},
+					       {"hardlock_type", 0},
+					       {"hardlock_value", 0x5a},
+					       {"hardunlock_value", 0xa5}}));
+	EXPECT_EQ(flashctl({"spi", "--name", "second"})["result"], by_instance["result"]);
+	expect_ended(flashctl({"spi", "--name", "third"}), 3, "not_found");
+}
+
+} // namespace
