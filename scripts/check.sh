@@ -6,12 +6,13 @@
 frame_limit=512
 line_limit=140
 
-# check TEXT COMMAND...: a check passes when the command succeeds.
+# check TEXT COMMAND...: a check passes when the command succeeds; the last line that it then wrote is its figure.
 check() {
 	check_text=$1
 	shift
 	if "$@" >"$log_dir/check.log" 2>&1 </dev/null; then
-		say "  OK    $check_text"
+		check_figure=$(tail -n 1 "$log_dir/check.log")
+		say "  OK    $check_text${check_figure:+: $check_figure}"
 		checks_passed=$((checks_passed + 1))
 	else
 		say "  FAIL  $check_text"
@@ -52,10 +53,21 @@ undefined_symbols() {
 	aarch64-linux-gnu-nm -u "$flash_object" | awk '{ print $2 }' | LC_ALL=C sort -u
 }
 
-# symbols_outside LIST: undefined symbols that the list, one name per line, does not have.
+# listed_symbols LIST: its names, one per line.
+listed_symbols() {
+	sed 's/#.*//; s/[[:space:]]*$//; /^$/d' "$1" | LC_ALL=C sort -u
+}
+
+# symbols_outside LIST: undefined symbols that the list does not have.
 symbols_outside() {
-	sed 's/#.*//; s/[[:space:]]*$//; /^$/d' "$1" | LC_ALL=C sort -u >"$build_dir/allowed_symbols"
+	listed_symbols "$1" >"$build_dir/allowed_symbols"
 	undefined_symbols | LC_ALL=C comm -23 - "$build_dir/allowed_symbols"
+}
+
+# symbols_on LIST: fails when there are others.
+symbols_on() {
+	nothing_in symbols_outside "$1" || return 1
+	echo "$(undefined_symbols | wc -l) of $(listed_symbols "$1" | wc -l)"
 }
 
 # large_frames FOLDER: frames over the limit, and those whose size the compiler does not know.
@@ -71,7 +83,8 @@ frames_measured() {
 		echo "$su_files stack usage files for $source_files C++ sources: build again after ./dev clean"
 		return 1
 	}
-	nothing_in large_frames "$stage_dir/flash_mng_kernel"
+	nothing_in large_frames "$stage_dir/flash_mng_kernel" || return 1
+	largest_frames | sort -n -k 2 | awk 'END { print "the largest has " $2 ", in " $1 }'
 }
 
 # expect_info FIELD VALUE
@@ -94,22 +107,113 @@ module_information() {
 	esac
 }
 
-# exports_beside LIST [SYMBOLS]: plain exports, of the board's module or in that symbol file, with their checksums, as NAME CHECKSUM, that differ from the list.
-exports_beside() {
-	awk -F '\t' '$4 == "EXPORT_SYMBOL" { print $2, $1 }' "${2-$stage_dir/flash_mng_kernel/Module.symvers}" |
-		LC_ALL=C sort >"$log_dir/exports"
-	grep -v '^#' "$1" | diff - "$log_dir/exports"
+# ---- the lists beside the module: what it offers, and its size, as last looked at
+
+# build_list LIST COMMAND...: sets list, and built to a file of the command's lines below the list's own comments.
+build_list() {
+	list=$1
+	built=$build_dir/results/$(basename "$1")
+	shift
+	{
+		grep '^#' "$list"
+		"$@"
+	} >"$built"
+}
+
+renew_hint() {
+	echo "< as listed, > as built. When that is meant: cp ${built#"$root/"} ${list#"$root/"}"
+	return 1
+}
+
+# as_listed LIST COMMAND...: fails with the differences when the command's lines are not those of the list.
+as_listed() {
+	build_list "$@" || return 1
+	diff "$list" "$built" || renew_hint || return 1
+	grep -vc '^#' "$built"
+}
+
+# exports [SYMBOLS]: plain exports with their checksums, of the board's module or in that symbol file.
+exports() {
+	awk -F '\t' '$4 == "EXPORT_SYMBOL" { print $2, $1 }' "${1-$stage_dir/flash_mng_kernel/Module.symvers}" | LC_ALL=C sort
+}
+
+# record_layout READELF COMPILER ARGUMENT... HEADER: the records of the public headers as the header has them for that compiler.
+record_layout() {
+	layout_readelf=$1
+	shift
+	"$@" -g -fno-eliminate-unused-debug-types -c -o "$build_dir/results/records.o" || return 1
+	"$layout_readelf" --debug-dump=info "$build_dir/results/records.o" | awk -v wanted="$record_names" -f "$root/scripts/records.awk" |
+		LC_ALL=C sort
+}
+
+# Size and offsets of each record, in 64-bit code and in 32-bit programs.
+records() {
+	public=$root/flash_mng_kernel/include
+	record_names=$(sed -n 's/^struct \([a-z_]*\) {.*/\1/p' "$public/flash_mng.h" "$public/uapi/flash_mng.h" | paste -s -d ' ' -)
+	record_layout aarch64-linux-gnu-readelf aarch64-linux-gnu-g++ -I "$public" -x c++ "$public/flash_mng.h" \
+		>"$build_dir/results/records.64" || return 1
+	record_layout arm-linux-gnueabihf-readelf arm-linux-gnueabihf-gcc -x c "$public/uapi/flash_mng.h" \
+		>"$build_dir/results/records.32" || return 1
+	LC_ALL=C join -a 1 -a 2 -e - -o 0,1.2,2.2 "$build_dir/results/records.64" "$build_dir/results/records.32"
+}
+
+# Commands, codes and limits.
+numbers() {
+	aarch64-linux-gnu-gcc -dM -E -x c "$root/flash_mng_kernel/include/uapi/flash_mng.h" |
+		awk '$1 == "#define" && $2 ~ /^FLASH_MNG_/ && $3 ~ /^[0-9]/ { print $2, $3 }' | LC_ALL=C sort
+}
+
+section_sizes() {
+	aarch64-linux-gnu-size -A "$flash_object" | awk '
+		match($1, /^\.(init\.text|exit\.text|text|rodata|data|bss)/) { bytes[substr($1, 1, RLENGTH)] += $2 }
+		END { for (section in bytes) print section, bytes[section] }' | LC_ALL=C sort
+}
+
+# The largest stack frame of each source that has any.
+largest_frames() {
+	(cd "$stage_dir/flash_mng_kernel" && find . -name '*.su' -exec awk -F '\t' '
+		$2 > 0 && $2 > bytes[FILENAME] + 0 { bytes[FILENAME] = $2 }
+		END { for (file in bytes) print substr(file, 3, length(file) - 5), bytes[file] }' {} +) | LC_ALL=C sort
+}
+
+sizes() {
+	section_sizes
+	largest_frames
+}
+
+# other_sizes: sizes of the built list that differ from the list by more than 5 % and 32 bytes, or are in one of both only.
+other_sizes() {
+	awk '
+		/^#/ { next }
+		NR == FNR { listed[$1] = $2; next }
+		!($1 in listed) { print "> " $1, $2; next }
+		{
+			difference = $2 > listed[$1] ? $2 - listed[$1] : listed[$1] - $2
+			if (difference > 32 + listed[$1] / 20)
+				print "< " $1, listed[$1] "\n> " $1, $2
+			delete listed[$1]
+		}
+		END { for (name in listed) print "< " name, listed[name] }' "$list" "$built"
+}
+
+# sizes_on LIST
+sizes_on() {
+	build_list "$1" sizes
+	nothing_in other_sizes || renew_hint || return 1
+	aarch64-linux-gnu-size "$flash_object" | awk 'NR == 2 { print "text " $1 ", data " $2 ", bss " $3 }'
 }
 
 check_object() {
 	flash_object=$stage_dir/flash_mng_kernel/flash_mng.ko
 	check "flash_mng.ko: no constructors" nothing_in constructors
 	check "flash_mng.ko: no C++ runtime symbols" nothing_in runtime_symbols
-	check "flash_mng.ko: undefined symbols are on the list" nothing_in symbols_outside "$root/flash_mng_kernel/allowed_symbols.txt"
+	check "flash_mng.ko: undefined symbols are on the list" symbols_on "$root/flash_mng_kernel/allowed_symbols.txt"
 	check "flash_mng.ko: frames of at most $frame_limit bytes" frames_measured
 	check "flash_mng.ko: licence, no parameters, version magic" module_information
-	check "flash_mng.ko: the exports and their checksums are on the list" nothing_in exports_beside "$root/flash_mng_kernel/exports.txt"
-	say "  size  $(aarch64-linux-gnu-size "$flash_object" | awk 'NR == 2 { print "text " $1 ", data " $2 ", bss " $3 }')"
+	check "flash_mng.ko: exports and their checksums are those of the list" as_listed "$root/flash_mng_kernel/exports.txt" exports
+	check "flash_mng.ko: sections and largest frames have the sizes of the list" sizes_on "$root/flash_mng_kernel/sizes.txt"
+	check "headers: records have the layout of the list" as_listed "$root/flash_mng_kernel/records.txt" records
+	check "headers: commands, codes and limits are those of the list" as_listed "$root/flash_mng_kernel/numbers.txt" numbers
 }
 
 # ---- C of the kernel

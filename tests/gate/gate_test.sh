@@ -6,26 +6,30 @@
 
 gate_failures=0
 
+wrong() {
+	echo "$*"
+	gate_failures=$((gate_failures + 1))
+}
+
 # finds TEXT COMMAND...: the inspection must report something that contains TEXT.
 finds() {
 	wanted=$1
 	shift
 	case $("$@") in
 	*"$wanted"*) ;;
-	*)
-		echo "$1 does not find '$wanted'"
-		gate_failures=$((gate_failures + 1))
-		;;
+	*) wrong "$1 does not find '$wanted'" ;;
 	esac
 }
 
 # silent COMMAND...: the inspection must report nothing.
 silent() {
 	said=$("$@")
-	[ -z "$said" ] || {
-		echo "$1 reports without reason: $said"
-		gate_failures=$((gate_failures + 1))
-	}
+	[ -z "$said" ] || wrong "$1 reports without reason: $said"
+}
+
+# fails COMMAND...: the check must not pass.
+fails() {
+	! "$@" >/dev/null || wrong "$1 passes"
 }
 
 # compile NAME FLAG... <SOURCE
@@ -69,18 +73,75 @@ SOURCE
 	silent large_frames "$gate_dir/frames/small"
 }
 
-test_export_gate() {
+# The lists beside the module; what is built is a planted table of exports, a planted header, planted sizes.
+test_list_gates() {
+	root=$gate_dir/clone
 	stage_dir=$gate_dir/stage
-	mkdir -p "$stage_dir/flash_mng_kernel"
+	build_dir=$gate_dir
+	mkdir -p "$root/scripts" "$root/flash_mng_kernel/include/uapi" "$stage_dir/flash_mng_kernel" "$gate_dir/results"
+	test_export_list
+	test_header_lists
+	test_size_list
+}
+
+test_export_list() {
 	printf '0x%s\t%s\t/path with blanks/flash_mng\t%s\t\n' 00000001 known EXPORT_SYMBOL 00000002 other EXPORT_SYMBOL_GPL \
 		>"$stage_dir/flash_mng_kernel/Module.symvers"
 	printf '# exports\nknown 0x00000001\n' >"$gate_dir/exports"
-	silent exports_beside "$gate_dir/exports"
-	printf 'known 0x00000003\nother 0x00000002\n' >"$gate_dir/exports"
-	finds '< known 0x00000003' exports_beside "$gate_dir/exports"
-	finds '< other 0x00000002' exports_beside "$gate_dir/exports"
-	: >"$gate_dir/exports"
-	finds '> known 0x00000001' exports_beside "$gate_dir/exports"
+	finds 1 as_listed "$gate_dir/exports" exports
+	printf '# exports\nknown 0x00000003\nother 0x00000002\n' >"$gate_dir/exports"
+	finds '< known 0x00000003' as_listed "$gate_dir/exports" exports
+	finds '< other 0x00000002' as_listed "$gate_dir/exports" exports
+	finds '> known 0x00000001' as_listed "$gate_dir/exports" exports
+	finds results/exports as_listed "$gate_dir/exports" exports
+	fails as_listed "$gate_dir/exports" exports
+}
+
+test_header_lists() {
+	cp "$clone/scripts/records.awk" "$root/scripts"
+	cat >"$root/flash_mng_kernel/include/uapi/flash_mng.h" <<'SOURCE'
+#include <stdint.h>
+#define FLASH_MNG_OTHER_FORM 0x10u
+#define FLASH_MNG_TEXT "text"
+struct with_hole {
+	uint8_t first;
+	struct { uint8_t a, b; } inside;
+	uint64_t last;
+};
+struct with_address {
+	void *address;
+	uint8_t last;
+};
+SOURCE
+	cat >"$root/flash_mng_kernel/include/flash_mng.h" <<'SOURCE'
+#include "uapi/flash_mng.h"
+struct in_kernel {
+	with_hole *other;
+};
+SOURCE
+	for line in 'with_hole 16 16' 'with_hole.inside 1 1' 'with_hole.last 8 8' 'with_address 16 8' 'with_address.last 8 4' \
+		'in_kernel.other 0 -'; do
+		finds "$line" records
+	done
+	finds 'FLASH_MNG_OTHER_FORM 0x10u' numbers
+	[ "$(records | wc -l) $(numbers | wc -l)" = '9 1' ] || wrong "records or numbers find too much"
+}
+
+test_size_list() {
+	flash_object=$gate_dir/clean.o
+	printf 'probe.cpp:1:5:int large()\t400\tstatic\nprobe.cpp:2:5:int small()\t16\tstatic\n' >"$stage_dir/flash_mng_kernel/probe.su"
+	printf '# sizes\n' >"$gate_dir/sizes"
+	finds '> probe 400' sizes_on "$gate_dir/sizes"
+	finds '> .text' sizes_on "$gate_dir/sizes"
+	cp "$gate_dir/results/sizes" "$gate_dir/sizes"
+	finds ', bss ' sizes_on "$gate_dir/sizes"
+	sed -i 's/probe 400/probe 440/' "$gate_dir/sizes"
+	finds ', bss ' sizes_on "$gate_dir/sizes"
+	sed -i 's/probe 440/probe 300\ngone 16/' "$gate_dir/sizes"
+	for line in '< probe 300' '> probe 400' '< gone 16' 'cp '; do
+		finds "$line" sizes_on "$gate_dir/sizes"
+	done
+	fails sizes_on "$gate_dir/sizes"
 }
 
 test_console_gate() {
@@ -161,7 +222,8 @@ gate_test() (
 	rm -rf "$gate_dir"
 	mkdir -p "$gate_dir"
 	test_object_gates
-	(test_export_gate && exit "$gate_failures") || gate_failures=$((gate_failures + 1))
+	clone=$root
+	(test_list_gates && exit "$gate_failures") || gate_failures=$((gate_failures + 1))
 	test_console_gate
 	test_report_sums
 	test_style_gates

@@ -124,7 +124,7 @@ yocto_recipe_parses() {
 # module_is_whole FOLDER: a module was built there, with the exports and checksums of the list.
 module_is_whole() {
 	[ -s "$1/flash_mng.ko" ] || wrong "no flash_mng.ko" || return 1
-	nothing_in exports_beside "$root/flash_mng_kernel/exports.txt" "$1/Module.symvers" || return 1
+	as_listed "$root/flash_mng_kernel/exports.txt" exports "$1/Module.symvers" || return 1
 	echo "$(grep -vc '^#' "$root/flash_mng_kernel/exports.txt") exports with the checksums of the list"
 }
 
