@@ -67,6 +67,7 @@ make_initramfs() {
 	if [ "$1" = full ]; then
 		copy_modules reference_platform flash_mng_kernel board/demo/client tests/guest/lab || return 1
 		copy_programs bin demo tests || return 1
+		shim_functions >"$initramfs_root/tests/shims"
 	else
 		copy_modules reference_platform flash_mng_kernel board/demo/client || return 1
 		copy_programs bin demo || return 1

@@ -70,6 +70,14 @@ build_modules() {
 	run_step "build the modules for the $1 kernel" "modules_$1" make_board_modules
 }
 
+# shim_functions: the functions of flash_mng's C, with a comma between them. Inlines of Linux are not among them, nor the names that Linux
+# has for init and exit.
+shim_functions() {
+	"$machine-linux-gnu-nm" --defined-only "$stage_dir"/flash_mng_kernel/kernel/*.o |
+		awk '$3 ~ /^(init|cleanup)_module$/ { next } $2 == "T" || $2 == "t" && $3 ~ /^flash_mng_/ { print $3 }' |
+		LC_ALL=C sort | paste -s -d , -
+}
+
 # build_lab FLAVOUR: the lab of the guest tests, after build_modules.
 build_lab() {
 	use_kernel "$1"

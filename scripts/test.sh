@@ -130,6 +130,23 @@ count_task() {
 	count_step "$1: no kernel reports" console_is_clean "$build_dir/board/$1-run/console.log"
 }
 
+# shims_ran FILE...: how many functions of flash_mng's C ran, by the reports of the runs that shared the cases.
+shims_ran() {
+	awk '
+		{ runs[$1] += $2 }
+		END {
+			for (name in runs) {
+				all++
+				if (runs[name])
+					ran++
+				else
+					print name " did not run"
+			}
+			print ran + 0 " of " all + 0 " functions ran"
+			exit !all || ran < all
+		}' "$@"
+}
+
 test_board() {
 	build_program_target debug flash-board
 	build_program_preset guest
@@ -147,6 +164,8 @@ test_board() {
 	for run in board-suite debug-suite-1 debug-suite-2 board-cycles debug-cycles debug-leftovers debug-concurrency; do
 		count_task "$run"
 	done
+	count_step "the module's C in the board's kernel" shims_ran "$build_dir/board/board-suite-run/results/shims"
+	count_step "the module's C in the debug kernel" shims_ran "$build_dir"/board/debug-suite-*-run/results/shims
 }
 
 run_tests() {

@@ -165,6 +165,16 @@ CONSOLE
 	done
 }
 
+test_shim_gate() {
+	printf 'linux_first 1\nlinux_second 0\n' >"$gate_dir/shims_1"
+	printf 'linux_first 0\nlinux_second 0\n' >"$gate_dir/shims_2"
+	printf 'linux_first 0\nlinux_second 1\n' >"$gate_dir/shims_3"
+	finds 'linux_second did not run' shims_ran "$gate_dir/shims_1" "$gate_dir/shims_2"
+	finds '2 of 2 functions ran' shims_ran "$gate_dir/shims_1" "$gate_dir/shims_3"
+	fails shims_ran "$gate_dir/shims_1"
+	fails shims_ran /dev/null
+}
+
 test_report_sums() {
 	cat >"$gate_dir/report.xml" <<'REPORT'
 <testsuites tests="4" failures="1">
@@ -225,6 +235,7 @@ gate_test() (
 	clone=$root
 	(test_list_gates && exit "$gate_failures") || gate_failures=$((gate_failures + 1))
 	test_console_gate
+	test_shim_gate
 	test_report_sums
 	test_style_gates
 	[ "$gate_failures" -eq 0 ]

@@ -82,11 +82,13 @@ static int __init lab_init(void)
 
 	if (!error)
 		error = lab_mtd_init();
+	if (!error)
+		error = lab_trace_init();
 	if (error)
 		return error;
-	error = lab_trace_init();
+	error = lab_watch_init();
 	if (error)
-		return error;
+		goto no_watch;
 	error = lab_observer_init();
 	if (error)
 		goto no_observer;
@@ -97,6 +99,8 @@ static int __init lab_init(void)
 no_device:
 	lab_observer_exit();
 no_observer:
+	lab_watch_exit();
+no_watch:
 	lab_trace_exit();
 	return error;
 }
@@ -107,6 +111,7 @@ static void __exit lab_exit(void)
 	lab_observer_exit();
 	lab_mtd_remove_all();
 	lab_driver_exit();
+	lab_watch_exit();
 	lab_trace_exit();
 }
 

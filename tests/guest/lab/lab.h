@@ -2,7 +2,7 @@
 /*
  * flash_lab: what the tests on the board need inside the kernel. Parts: MTD devices (mtd_lab.c, store.c), calls of flash_mng's
  * functions (caller.c), a flash driver (driver.c), the observer of flash_mng's own calls (observer.c) with its trace (trace.c), faults
- * (fault.c) and the account of what flash_mng holds (holdings.c, platform.c).
+ * (fault.c), the account of what flash_mng holds (holdings.c, platform.c) and of its functions that ran (watch.c).
  *
  * Lock order: the mutexes of mtd_lab.c, driver.c and observer.c are taken in process context only. trace.c, fault.c, holdings.c and
  * platform.c each have one raw spinlock, since flash_mng may call with locks of its own held, spinlocks among them; none of these is
@@ -80,6 +80,15 @@ unsigned long lab_function(const char *name);
 /* lab_hold_flash_mng() - flash_mng, referenced, or NULL when it is not loaded; released with module_put(). */
 struct module *lab_hold_flash_mng(void);
 long lab_status(struct lab_status __user *argument);
+
+/* lab_observe_too() - for a function of flash_mng that calls.def may not have: see whether it runs. -ENOSPC when there are too many. */
+int lab_observe_too(const char *name);
+/* lab_ran() - whether an observed function ran: flash_mng called it and was let through, or it was flash_mng's init or exit. */
+bool lab_ran(const char *name);
+
+/* watch.c: which functions of flash_mng ran. */
+int lab_watch_init(void);
+void lab_watch_exit(void);
 
 /* trace.c: the calls seen, and the end of the last load. arguments are the argument registers. */
 int lab_trace_init(void);

@@ -18,15 +18,24 @@
 
 struct observed {
 	const char *name;
-	const char *signature;
+	const char *signature; /* NULL: not of calls.def; one of flash_mng's own of which is only seen whether it runs */
 	unsigned long address; /* in the kernel, the platform or flash_mng; 0: there is no such function */
+	bool ran;
 };
 
-static struct observed observed[] = {
+enum {
+#define FLASH_CALL(function, arguments) INDEX_OF_##function,
+#include "calls.def"
+#undef FLASH_CALL
+	CALLS
+};
+
+static struct observed observed[LAB_STUBS] = {
 #define FLASH_CALL(function, arguments) { .name = #function, .signature = arguments },
 #include "calls.def"
 #undef FLASH_CALL
 };
+static int observed_count = CALLS;
 
 /* What taking and giving back look like. */
 struct taker {
@@ -103,10 +112,14 @@ bool lab_observe(const char *name, const u64 *arguments, s64 *result)
 
 int lab_on_call(struct lab_frame *frame)
 {
-	const struct observed *call = &observed[frame->function];
+	struct observed *call = &observed[frame->function];
 	s64 result;
 
 	frame->target = call->address;
+	if (!call->signature) {
+		WRITE_ONCE(call->ran, true);
+		return LAB_GO_ON;
+	}
 	if (!strcmp(call->name, "log_module_init_end"))
 		lab_trace_load_end(frame->arguments);
 	if (observe(frame->function, frame->arguments, &result)) {
@@ -114,6 +127,7 @@ int lab_on_call(struct lab_frame *frame)
 		frame->result = result;
 		return LAB_SKIP;
 	}
+	WRITE_ONCE(call->ran, true);
 	account_giving(call->name, frame);
 	return taker_named(call->name) || !strcmp(call->name, "xml_get_entry_list") ? LAB_WATCH : LAB_GO_ON;
 }
@@ -153,16 +167,53 @@ int lab_function_at(unsigned long address)
 {
 	int i;
 
-	for (i = 0; i < ARRAY_SIZE(observed); i++) {
+	for (i = 0; i < observed_count; i++) {
 		if (observed[i].address == address)
 			return i;
 	}
 	return -ENOENT;
 }
 
+static struct observed *observed_named(const char *name)
+{
+	int i;
+
+	for (i = 0; i < observed_count; i++) {
+		if (!strcmp(observed[i].name, name))
+			return &observed[i];
+	}
+	return NULL;
+}
+
+int lab_observe_too(const char *name)
+{
+	if (observed_named(name))
+		return 0;
+	if (observed_count == LAB_STUBS)
+		return -ENOSPC;
+	observed[observed_count++].name = name;
+	return 0;
+}
+
+bool lab_ran(const char *name)
+{
+	const struct observed *function = observed_named(name);
+
+	return function && READ_ONCE(function->ran);
+}
+
+/* Linux calls init and exit, so no branch of flash_mng leads there; but it tells when it has done so. */
+static void ran_by_linux(const char *name)
+{
+	struct observed *function = observed_named(name);
+
+	if (function)
+		WRITE_ONCE(function->ran, true);
+}
+
 static bool is_shim(const struct observed *call)
 {
-	return strncmp(call->name, "linux_", strlen("linux_")) == 0;
+	return !call->signature || strncmp(call->name, "linux_", strlen("linux_")) == 0;
 }
 
 /* Linux and the platform stay where they are; flash_mng's own shims come with each load. */
@@ -170,7 +221,7 @@ static void find_functions(const struct module *module)
 {
 	int i;
 
-	for (i = 0; i < ARRAY_SIZE(observed); i++) {
+	for (i = 0; i < observed_count; i++) {
 		struct observed *call = &observed[i];
 
 		if (is_shim(call))
@@ -214,9 +265,12 @@ static int on_module_event(struct notifier_block *block, unsigned long event, vo
 	case MODULE_STATE_COMING:
 		return notifier_from_errno(module_is_coming(module));
 	case MODULE_STATE_LIVE:
+		ran_by_linux("flash_mng_init");
 		set_flash_mng(module);
 		break;
 	case MODULE_STATE_GOING:
+		if (flash_mng)
+			ran_by_linux("flash_mng_exit");
 		set_flash_mng(NULL);
 		module_put(THIS_MODULE);
 		break;
@@ -251,8 +305,6 @@ int lab_observer_init(void)
 {
 	int error;
 
-	BUILD_BUG_ON(ARRAY_SIZE(observed) > LAB_STUBS);
-
 	if (lab_symbol("flash_mng:flash_mng_load")) {
 		pr_err("flash_mng is loaded already: its load cannot be observed; unload it first\n");
 		return -EBUSY;
@@ -270,10 +322,10 @@ void lab_observer_exit(void)
 
 long lab_status(struct lab_status __user *argument)
 {
-	struct lab_status status = { .functions = ARRAY_SIZE(observed) };
+	struct lab_status status = { .functions = CALLS };
 	int i;
 
-	for (i = 0; i < ARRAY_SIZE(observed); i++) {
+	for (i = 0; i < CALLS; i++) {
 		if (observed[i].address)
 			status.observed++;
 		else if (!status.unobserved[0])
