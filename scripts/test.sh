@@ -89,21 +89,21 @@ run_task() {
 # does not know are the first program's environment, which GoogleTest reads.
 run_lane_1() {
 	run_task debug-suite-2 debug suite "$suite_time_limit" "GTEST_TOTAL_SHARDS=2 GTEST_SHARD_INDEX=1"
+	run_task debug-concurrency debug concurrency "$short_time_limit"
 }
 
 run_lane_2() {
 	run_task debug-suite-1 debug suite "$suite_time_limit" "GTEST_TOTAL_SHARDS=2 GTEST_SHARD_INDEX=0 maxcpus=1"
+	run_task debug-leftovers debug leftovers "$short_time_limit"
 	run_task debug-cycles debug cycles "$short_time_limit"
 }
 
 run_lane_3() {
 	run_task board-suite board suite "$suite_time_limit"
-	run_task debug-concurrency debug concurrency "$short_time_limit"
-	run_task debug-leftovers debug leftovers "$short_time_limit"
 	run_task board-cycles board cycles "$short_time_limit"
 }
 
-# Three lanes for two cores: a board often waits.
+# Three lanes for two cores: half of the time the board's kernel waits for the end of grace periods.
 run_boards() {
 	run_lane_1 &
 	first_lane=$!
