@@ -21,19 +21,6 @@ constexpr const char *module_folder = "/sys/module/flash_mng";
 
 std::string g_configuration = "plain";
 
-// A file that a system call just closed may hold its reference for a moment longer.
-int remove_patiently(const char *name)
-{
-	int error = 0;
-	for (int attempt = 0; attempt < 300; ++attempt) {
-		error = guest::remove_module(name);
-		if (error != EBUSY && error != EWOULDBLOCK)
-			return error;
-		usleep(10000);
-	}
-	return error;
-}
-
 lab_load_end last_load_end()
 {
 	lab_load_end end = {};
@@ -80,7 +67,7 @@ uint32_t load()
 
 void unload()
 {
-	if (const int error = remove_patiently("flash_mng"))
+	if (const int error = guest::remove_module_patiently("flash_mng"))
 		throw std::runtime_error("flash_mng cannot be unloaded: " + std::string(std::strerror(error)));
 }
 

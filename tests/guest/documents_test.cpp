@@ -42,7 +42,7 @@ protected:
 	void TearDown() override
 	{
 		for (const auto *name : {"demo_client", "spi_flash_driver"})
-			EXPECT_TRUE(guest::comes_true([name] { return guest::remove_module(name) != EWOULDBLOCK; })) << name;
+			EXPECT_NE(guest::remove_module_patiently(name), EWOULDBLOCK) << name;
 		on_board::TearDown();
 		guest::write_file(board_selector, "plain");
 	}

@@ -4,10 +4,12 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <stdexcept>
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
+#include <sys/klog.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -117,6 +119,32 @@ int insert_module(const std::string &path, const std::string &parameters)
 int remove_module(const std::string &name)
 {
 	return syscall(SYS_delete_module, name.c_str(), O_NONBLOCK) == -1 ? errno : 0;
+}
+
+int remove_module_patiently(const std::string &name)
+{
+	int error = 0;
+	for (int attempt = 0; attempt < 300; ++attempt) {
+		error = remove_module(name);
+		if (error != EBUSY && error != EWOULDBLOCK)
+			return error;
+		usleep(10000);
+	}
+	return error;
+}
+
+std::string kernel_messages(std::string_view text)
+{
+	std::string all(1 << 18, '\0'), found, line;
+	const int read_all = 3;
+	const int length = klogctl(read_all, all.data(), static_cast<int>(all.size()));
+
+	std::istringstream lines(all.substr(0, length < 0 ? 0 : static_cast<std::size_t>(length)));
+	while (std::getline(lines, line)) {
+		if (line.find(text) != std::string::npos)
+			found += line + "\n";
+	}
+	return found;
 }
 
 } // namespace guest

@@ -8,7 +8,6 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <sys/klog.h>
 #include <vector>
 
 #include "lab_device.hpp"
@@ -20,26 +19,11 @@ const std::string xml_switches = debugfs + "xml_parser/switches";
 const std::string board_selector = debugfs + "xml_parser/reload";
 const std::string log_records = debugfs + "log/records";
 
-// What platform_check said in the kernel log.
-std::string check_messages()
-{
-	std::string all(1 << 18, '\0'), found, line;
-	const int read_all = 3;
-	const int length = klogctl(read_all, all.data(), static_cast<int>(all.size()));
-
-	std::istringstream lines(all.substr(0, length < 0 ? 0 : static_cast<std::size_t>(length)));
-	while (std::getline(lines, line)) {
-		if (line.find("platform_check: ") != std::string::npos)
-			found += line + "\n";
-	}
-	return found;
-}
-
 void run_group(const std::string &group)
 {
 	const int error = guest::insert_module(guest::module_file("platform_check"), "only=" + group);
 
-	ASSERT_EQ(error, 0) << check_messages();
+	ASSERT_EQ(error, 0) << guest::kernel_messages("platform_check: ");
 	EXPECT_EQ(guest::remove_module("platform_check"), 0);
 }
 

@@ -12,7 +12,6 @@
 #include <string>
 
 #include <fcntl.h>
-#include <sys/klog.h>
 #include <unistd.h>
 
 #include "board.hpp"
@@ -25,46 +24,18 @@ const std::string board_selector = debugfs + "xml_parser/reload";
 const std::string held_locks = debugfs + "drv_basic/hard_locks";
 const std::string driver_switches = debugfs + "spi_flash_driver/switches";
 
-// What spi_flash_check said in the kernel log.
-std::string check_messages()
-{
-	std::string all(1 << 18, '\0'), found, line;
-	const int read_all = 3;
-	const int length = klogctl(read_all, all.data(), static_cast<int>(all.size()));
-
-	std::istringstream lines(all.substr(0, length < 0 ? 0 : static_cast<std::size_t>(length)));
-	while (std::getline(lines, line)) {
-		if (line.find("spi_flash_check: ") != std::string::npos)
-			found += line + "\n";
-	}
-	return found;
-}
-
 void insert(const std::string &name)
 {
 	if (const int error = guest::insert_module(guest::module_file(name)))
 		throw std::runtime_error(name + " does not load: " + std::strerror(error));
 }
 
-// A file that was closed in the kernel may keep its module for a moment longer.
-int remove(const std::string &name)
-{
-	int error = 0;
-	for (int attempt = 0; attempt < 300; ++attempt) {
-		error = guest::remove_module(name);
-		if (error != EWOULDBLOCK)
-			return error;
-		usleep(10000);
-	}
-	return error;
-}
-
 void run_group(const std::string &group)
 {
 	const int error = guest::insert_module(guest::module_file("spi_flash_check"), "only=" + group);
 
-	ASSERT_EQ(error, 0) << check_messages();
-	EXPECT_EQ(remove("spi_flash_check"), 0);
+	ASSERT_EQ(error, 0) << guest::kernel_messages("spi_flash_check: ");
+	EXPECT_EQ(guest::remove_module_patiently("spi_flash_check"), 0);
 }
 
 // The number of an MTD device, -1 when there is none.
@@ -94,7 +65,7 @@ protected:
 	void TearDown() override
 	{
 		if (guest::file_exists("/sys/module/spi_flash_driver")) {
-			EXPECT_EQ(remove("spi_flash_driver"), 0);
+			EXPECT_EQ(guest::remove_module_patiently("spi_flash_driver"), 0);
 		}
 		EXPECT_EQ(guest::read_file("/proc/mtd"), "dev:    size   erasesize  name\n");
 		EXPECT_EQ(guest::read_file(held_locks), "");
@@ -157,7 +128,7 @@ TEST_F(spi_platform, takes_its_partitions_along)
 	run_group("leave");
 	EXPECT_GE(mtd_number("mtd_00000011_settings"), 0);
 	EXPECT_GE(mtd_number("mtd_00000013_log"), 0);
-	EXPECT_EQ(remove("spi_flash_driver"), 0);
+	EXPECT_EQ(guest::remove_module_patiently("spi_flash_driver"), 0);
 	EXPECT_EQ(mtd_number("mtd_00000011_settings"), -1);
 	EXPECT_EQ(mtd_number("mtd_00000013_log"), -1);
 }
@@ -171,7 +142,7 @@ TEST_F(spi_platform, stays_while_a_partition_is_open)
 	EXPECT_EQ(guest::remove_module("spi_flash_driver"), EWOULDBLOCK);
 	EXPECT_GE(mtd_number("mtd_00000011_firmware"), 0);
 	close(file);
-	EXPECT_EQ(remove("spi_flash_driver"), 0);
+	EXPECT_EQ(guest::remove_module_patiently("spi_flash_driver"), 0);
 }
 
 TEST_F(spi_platform, keeps_flash_mng_loaded)
@@ -181,8 +152,8 @@ TEST_F(spi_platform, keeps_flash_mng_loaded)
 
 TEST_F(spi_platform, does_not_load_without_flash_mng)
 {
-	ASSERT_EQ(remove("spi_flash_driver"), 0);
-	ASSERT_EQ(remove("flash_mng"), 0);
+	ASSERT_EQ(guest::remove_module_patiently("spi_flash_driver"), 0);
+	ASSERT_EQ(guest::remove_module_patiently("flash_mng"), 0);
 	EXPECT_EQ(guest::insert_module(guest::module_file("spi_flash_driver")), ENOENT);
 }
 
