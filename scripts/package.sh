@@ -29,7 +29,8 @@ make_packages() {
 
 # The maintainers have no mail address: whoever publishes the packages puts one in.
 package_findings() {
-	lintian --fail-on error,warning --allow-root --suppress-tags bogus-mail-host,bogus-mail-host-in-debian-changelog "$package_dir"/*.changes
+	lintian --fail-on error,warning --allow-root --suppress-tags bogus-mail-host,bogus-mail-host-in-debian-changelog \
+		"$package_dir"/*.changes
 }
 
 package_command() {

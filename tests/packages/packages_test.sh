@@ -172,7 +172,8 @@ buildroot_options() {
 		echo 'source "$(BR2_EXTERNAL_FLASH_MNG_PATH)/Config.in"'
 	} >"$options_dir/Config.in"
 	(cd "$options_dir" && BR2_EXTERNAL_FLASH_MNG_PATH=$options_dir/external KCONFIG_CONFIG=$options_dir/config \
-		CONFIG_='' "$kernel_dir/scripts/kconfig/conf" --allyesconfig Config.in >log 2>&1) || wrong "$(cat "$options_dir/log")" || return 1
+		CONFIG_='' "$kernel_dir/scripts/kconfig/conf" --allyesconfig Config.in >log 2>&1) ||
+		wrong "$(cat "$options_dir/log")" || return 1
 	! grep -i warning "$options_dir/log"
 }
 
@@ -183,8 +184,8 @@ buildroot_parses() {
 		wrong "the package cannot be chosen" || return 1
 	buildroot_options n || return 1
 	! grep -q BR2_PACKAGE_FLASH_MNG= "$options_dir/config" || wrong "the package does not say what it needs" || return 1
-	(cd "$root" && grep -v '^#' packages/buildroot/package/flash-mng/flash-mng.hash | cut -d ' ' -f 3- | sha256sum --check --strict --quiet) ||
-		return 1
+	(cd "$root" && grep -v '^#' packages/buildroot/package/flash-mng/flash-mng.hash | cut -d ' ' -f 3- |
+		sha256sum --check --strict --quiet) || return 1
 	buildroot_make show
 }
 
