@@ -13,18 +13,33 @@ struct flash_command {
 	u32 (*handler)(unsigned long argument);
 };
 
+constexpr u32 command_count = 8;
+
+// The only row in which a command can be: the low bits of the numbers, which follow one another, say it. No number leads out of the table.
+constexpr u32 row_of(u32 number)
+{
+	return (number - FLASH_MNG_GET_NAND_PART_INFO) % command_count;
+}
+
 } // namespace
 
 extern "C" {
 
-// The commands, by number; the first row that matches serves.
-extern const flash_command g_flash_ioctl_cmd[8];
-constinit const flash_command g_flash_ioctl_cmd[8] = {
+// The commands, in the order of their numbers.
+extern const flash_command g_flash_ioctl_cmd[command_count];
+constexpr flash_command g_flash_ioctl_cmd[command_count] = {
 	{FLASH_MNG_GET_NAND_PART_INFO, flash_get_nand_part_info},	{FLASH_MNG_GET_PART_NUM, flash_get_part_num},
 	{FLASH_MNG_GET_NAND_IS_EXIST, flash_get_nand_is_exist},		{FLASH_MNG_FIND_CONFIG, drv_flash_find_config},
 	{FLASH_MNG_FIND_CONFIG_BY_INST, drv_flash_find_config_by_inst}, {FLASH_MNG_MTD_READ, drv_nand_flash_mtd_read_ioctl},
 	{FLASH_MNG_MTD_WRITE, drv_nand_flash_mtd_write_ioctl},		{FLASH_MNG_GET_MTD_STATISTICS, flash_get_mtd_statistics},
 };
+
+static_assert([] {
+	for (const flash_command &row : g_flash_ioctl_cmd)
+		if (&row != &g_flash_ioctl_cmd[row_of(row.number)])
+			return false;
+	return true;
+}());
 
 int flash_open(inode *, file *)
 {
@@ -34,9 +49,9 @@ int flash_open(inode *, file *)
 // A code is handed on zero-extended, never as a negative number.
 long flash_ioctl(file *, unsigned int command, unsigned long argument)
 {
-	for (const flash_command &row : g_flash_ioctl_cmd)
-		if (row.number == command)
-			return static_cast<long>(row.handler(argument));
+	const flash_command &row = g_flash_ioctl_cmd[row_of(command)];
+	if (row.number == command)
+		return static_cast<long>(row.handler(argument));
 
 	drv_log_record(module_log, ordinary, 0, "Flash cmd not support");
 	return FLASH_MNG_UNKNOWN_COMMAND;
