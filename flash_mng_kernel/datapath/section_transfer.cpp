@@ -16,10 +16,10 @@ using namespace flash_mng;
 namespace {
 
 // Whether a section contains a range, in 32-bit arithmetic that wraps around.
-bool contains(const flash_section &section, u32 section_id, u32 offset, u32 len)
+bool contains(const flash_section &section, u32 offset, u32 len)
 {
 	const u32 end = section.offset + section.size;
-	return section.section_id == section_id && section.offset <= offset && end > offset && end - offset >= len;
+	return section.offset <= offset && end > offset && end - offset >= len;
 }
 
 u32 form_read_path(const char *mtd_name, char (&path)[device_path_size])
@@ -101,7 +101,7 @@ extern "C" {
 u32 flash_addr_valid(const flash_section *sections, u32 count, u32 section_id, u32 offset, u32 len, u32 *index)
 {
 	for (u32 i = 0; i < count; ++i)
-		if (contains(sections[i], section_id, offset, len)) {
+		if (sections[i].section_id == section_id && contains(sections[i], offset, len)) {
 			*index = i;
 			return FLASH_MNG_OK;
 		}
