@@ -35,6 +35,12 @@ void discard_list()
 	kfree(list);
 }
 
+// Most names differ in their first character; those need no call.
+bool has_name(const mtd_info_entry &entry, const char *mtd_name)
+{
+	return *entry.name() == *mtd_name && __builtin_strcmp(entry.name(), mtd_name) == 0;
+}
+
 u32 read_entry(xml_entry *xml, mtd_info_entry *entry)
 {
 	char name[name_read_size] = {};
@@ -114,7 +120,7 @@ mtd_info_entry *drv_flash_mtd_info_find(const char *mtd_name)
 		return nullptr;
 
 	for (u32 i = 0; i < count; ++i)
-		if (__builtin_strcmp(list[i].name(), mtd_name) == 0)
+		if (has_name(list[i], mtd_name))
 			return &list[i];
 	return nullptr;
 }
