@@ -31,7 +31,7 @@ u32 drv_flash_find_config(unsigned long argument)
 	if (request.name_length > FLASH_MNG_NAME_SIZE)
 		return FLASH_MNG_BAD_LENGTH;
 
-	char name[FLASH_MNG_NAME_SIZE + 1] = {};
+	alignas(u64) char name[FLASH_MNG_NAME_SIZE + 1] = {}; // so that Linux compares it word by word
 	if (request.name_length && linux_copy_from_user(name, request.name, request.name_length))
 		return FLASH_MNG_REQUEST_UNREADABLE;
 	if (name[0] == '\0' || !copy_config_of_partition(name, request.config))
