@@ -19,9 +19,10 @@ struct part {
 };
 
 constexpr part parts[] = {
-	{"statistics", statistics}, {"commands", commands}, {"listed", listed_partitions},
-	{"partitions", partitions}, {"sections", sections}, {"lookups", lookups},
-	{"tables", tables},	    {"loading", loading},
+	{"statistics", statistics}, {"commands", commands},	    {"listed", listed_partitions},
+	{"partitions", partitions}, {"sections", sections},	    {"lookups", lookups},
+	{"tables", tables},	    {"loading", loading},	    {"callers", callers},
+	{"memory", memory},	    {"table_memory", table_memory}, {"service", service},
 };
 
 mode mode_of(const std::string &word)

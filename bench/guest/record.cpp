@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "record.hpp"
 
+#include "requests.hpp"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -89,11 +91,7 @@ void recorder::count(const row &of, const std::string &road, bench_request reque
 {
 	if (!is_wanted(of, road))
 		return;
-	const auto run = [&] {
-		if (kernel_.command(BENCH_RUN, &request))
-			fail("the kernel refuses the call of " + of.subject);
-		return request.code;
-	};
+	const auto run = [&] { return run_call(kernel_, request); };
 	if (mode_ == mode::trace) {
 		request.times = 1;
 		return trace(of, run);

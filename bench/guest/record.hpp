@@ -66,9 +66,13 @@ private:
 void statistics(recorder &figures);
 void commands(recorder &figures);
 void listed_partitions(recorder &figures);
+void service(recorder &figures);
 void partitions(recorder &figures);
 void sections(recorder &figures);
 void lookups(recorder &figures);
+void callers(recorder &figures);
+void memory(recorder &figures);
+void table_memory(recorder &figures);
 void tables(recorder &figures);
 void loading(recorder &figures);
 

@@ -9,8 +9,7 @@
 #include <cstring>
 #include <string>
 
-#include "bench_abi.h"
-#include "kernel_side.hpp"
+#include "record.hpp"
 #include "uapi/flash_mng.h"
 
 namespace bench {
@@ -46,10 +45,18 @@ inline bench_request kernel_call(bench_call call, std::uint32_t times, const std
 	request.times = times;
 	request.offset = offset;
 	request.length = length;
+	request.changed = length;
 	request.buffer = reinterpret_cast<std::uintptr_t>(buffer.data());
 	std::strncpy(request.name, partition.c_str(), sizeof(request.name) - 1);
 	std::strncpy(request.path, path.c_str(), sizeof(request.path) - 1);
 	return request;
+}
+
+inline std::uint32_t run_call(const device &kernel, bench_request &request)
+{
+	if (kernel.command(BENCH_RUN, &request))
+		fail("the kernel refuses a call");
+	return request.code;
 }
 
 } // namespace bench

@@ -57,13 +57,25 @@ std::uint32_t erase_and_write(const std::string &path, const char *file)
 	return status ? status : run_program({"/usr/sbin/nandwrite", "-q", path, file});
 }
 
-void count_erases(recorder &figures, const row &of, const std::string &road, const std::function<std::uint32_t()> &operation)
+// What an operation does on flash; counted apart from its instructions, which the probes would add to.
+void count_work(recorder &figures, const row &of, const std::string &road, const std::function<std::uint32_t()> &operation)
 {
 	if (!figures.is_full())
 		return;
-	figures.kernel().command(BENCH_ERASES, 1ul);
-	operation();
-	figures.note(of, road, "erase blocks erased", static_cast<std::uint32_t>(figures.kernel().command(BENCH_ERASES, 0ul)));
+	bench_work work = {};
+	if (figures.kernel().command(BENCH_WATCH, 1ul) || operation() || figures.kernel().command(BENCH_WORK, &work) ||
+	    figures.kernel().command(BENCH_WATCH, 0ul))
+		fail("the work on flash cannot be counted: " + road);
+	figures.note(of, road, "pages read", work.pages_read);
+	figures.note(of, road, "pages programmed", work.pages_programmed);
+	figures.note(of, road, "blocks erased", work.blocks_erased);
+}
+
+void count_call(recorder &figures, const row &of, const std::string &road, bench_request request)
+{
+	figures.count(of, road, request);
+	request.times = 1;
+	count_work(figures, of, road, [&] { return run_call(figures.kernel(), request); });
 }
 
 void rewrite_listed(recorder &figures, std::uint32_t length)
@@ -84,13 +96,33 @@ void rewrite_listed(recorder &figures, std::uint32_t length)
 	std::ofstream(image) << std::string(boot_size, 'x');
 
 	figures.count(of, module_road, 2, through_module);
-	count_erases(figures, of, module_road, through_module);
+	count_work(figures, of, module_road, through_module);
 	bench_request bare = kernel_call(BENCH_LISTED_WRITE, 2, boot, character_device, 0, buffer, length);
 	bare.usable = boot_size;
-	if (length <= 4 * kib)
-		figures.count(of, "service calls and one copy", bare);
+	count_call(figures, of, "service calls and one copy", bare);
 	figures.count(of, "flash_erase and nandwrite", 1, with_tools);
-	count_erases(figures, of, "flash_erase and nandwrite", with_tools);
+	count_work(figures, of, "flash_erase and nandwrite", with_tools);
+}
+
+// The service alone: what it does on flash to change so many bytes of the partition that it is given whole.
+void update_by_service(recorder &figures, std::uint32_t changed)
+{
+	const row of = {"flash buffer service", "update of 1 MiB in which so much differs", changed, "bytes"};
+	bytes image(boot_size, 0x33);
+	bench_request update = kernel_call(BENCH_SERVICE_UPDATE, 1, boot, device_path("mtd", boot), 0, image, boot_size);
+	update.changed = 0;
+	if (run_call(figures.kernel(), update))
+		fail("the service does not update");
+	update.changed = changed;
+	count_work(figures, of, "the service call", [&] { return run_call(figures.kernel(), update); });
+}
+
+void read_by_service(recorder &figures)
+{
+	const row of = {"flash buffer service", "read", boot_size, "bytes"};
+	bytes image(boot_size);
+	bench_request read = kernel_call(BENCH_SERVICE_READ, 1, boot, device_path("mtd", boot), 0, image, boot_size);
+	count_work(figures, of, "the service call", [&] { return run_call(figures.kernel(), read); });
 }
 
 struct kernel_row {
@@ -109,6 +141,7 @@ void count_kernel_row(recorder &figures, const kernel_row &what, const char *sub
 	bytes buffer(length, 0x5a);
 	bench_request call = kernel_call(what.module_call, times_for(length), what.partition, path, 0, buffer, length);
 	call.section_id = 8;
+	call.usable = boot_size;
 	figures.count(of, module_road, call);
 	call.call = what.bare_call;
 	figures.count(of, what.bare_road, call);
@@ -128,9 +161,20 @@ void listed_partitions(recorder &figures)
 		rewrite_listed(figures, length);
 }
 
+void service(recorder &figures)
+{
+	if (!figures.is_full())
+		return;
+	read_by_service(figures);
+	for (const std::uint32_t changed : {0u, 4 * kib, boot_size})
+		update_by_service(figures, changed);
+}
+
 void partitions(recorder &figures)
 {
 	const kernel_row rows[] = {
+		{"exported read, NAND listed", boot, "mtd", BENCH_PARTITION_READ, BENCH_IMAGE_READ, "service call and one copy"},
+		{"exported write, NAND listed", boot, "mtd", BENCH_PARTITION_WRITE, BENCH_IMAGE_WRITE, "service calls and one copy"},
 		{"exported read, NAND not listed", rootfs, "mtd", BENCH_PARTITION_READ, BENCH_SERVICE_READ, "the service call"},
 		{"exported write, NAND not listed", rootfs, "mtd", BENCH_PARTITION_WRITE, BENCH_SERVICE_UPDATE, "the service call"},
 		{"exported read, block device", ram, "mtdblock", BENCH_PARTITION_READ, BENCH_BLOCK_READ, "open, seek, read, close"},

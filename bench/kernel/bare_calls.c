@@ -2,6 +2,8 @@
 #include <linux/err.h>
 #include <linux/fs.h>
 #include <linux/mtd/mtd.h>
+#include <linux/sizes.h>
+#include <linux/string.h>
 #include <linux/uaccess.h>
 #include <linux/vmalloc.h>
 
@@ -29,32 +31,58 @@ void bench_free_image(void)
 	g_image_size = 0;
 }
 
+/* The first bytes of the partition, into memory that stays. */
+static u32 read_image(const struct bench_request *request, u32 size, u8 **to)
+{
+	*to = image(size);
+	return *to ? plat_mtd_read_buf(request->path, 0, *to, size) : FLASH_MNG_NO_BUFFER;
+}
+
 u32 bench_listed_read(const struct bench_request *request)
 {
-	u8 *to = image(request->offset + request->length);
-	u32 status;
+	u8 *from;
+	u32 status = read_image(request, request->offset + request->length, &from);
 
-	if (!to)
-		return FLASH_MNG_NO_BUFFER;
-	status = plat_mtd_read_buf(request->path, 0, to, request->offset + request->length);
-	if (!status && copy_to_user(u64_to_user_ptr(request->buffer), to + request->offset, request->length))
+	if (!status && copy_to_user(u64_to_user_ptr(request->buffer), from + request->offset, request->length))
 		return FLASH_MNG_USER_UNWRITABLE;
 	return status;
 }
 
-u32 bench_listed_write(const struct bench_request *request, void *buffer)
+/* The program's data stay as they are: what changes from call to call is taken from @buffer. */
+u32 bench_listed_write(const struct bench_request *request, const void *buffer)
 {
-	u8 *to = image(request->usable);
-	u32 status;
+	u8 *to;
+	u32 status = read_image(request, request->usable, &to);
+	u32 at;
 
-	if (!to)
-		return FLASH_MNG_NO_BUFFER;
-	status = plat_mtd_read_buf(request->path, 0, to, request->usable);
 	if (status)
 		return status;
-	if (copy_from_user(to + request->offset, u64_to_user_ptr(request->buffer), request->length))
+	to += request->offset;
+	if (copy_from_user(to, u64_to_user_ptr(request->buffer), request->length))
 		return FLASH_MNG_USER_UNREADABLE;
-	to[request->offset] = *(u8 *)buffer;
+	for (at = 0; at < request->length; at += SZ_4K)
+		to[at] = ((const u8 *)buffer)[at];
+	return plat_mtd_update_buf(request->path, 0, to - request->offset, request->usable);
+}
+
+u32 bench_image_read(const struct bench_request *request, void *buffer)
+{
+	u8 *from;
+	u32 status = read_image(request, request->offset + request->length, &from);
+
+	if (!status)
+		memcpy(buffer, from + request->offset, request->length);
+	return status;
+}
+
+u32 bench_image_write(const struct bench_request *request, const void *buffer)
+{
+	u8 *to;
+	u32 status = read_image(request, request->usable, &to);
+
+	if (status)
+		return status;
+	memcpy(to + request->offset, buffer, request->length);
 	return plat_mtd_update_buf(request->path, 0, to, request->usable);
 }
 

@@ -2,6 +2,7 @@
 #include <linux/errno.h>
 #include <linux/fcntl.h>
 #include <linux/kernel.h>
+#include <linux/sizes.h>
 
 #include "bench.h"
 #include "flash_mng.h"
@@ -32,6 +33,10 @@ static u32 call(const struct bench_request *request, void *buffer)
 		return bench_listed_read(request);
 	case BENCH_LISTED_WRITE:
 		return bench_listed_write(request, buffer);
+	case BENCH_IMAGE_READ:
+		return bench_image_read(request, buffer);
+	case BENCH_IMAGE_WRITE:
+		return bench_image_write(request, buffer);
 	case BENCH_BLOCK_READ:
 		return bench_block_read(request, buffer);
 	case BENCH_BLOCK_WRITE:
@@ -44,10 +49,13 @@ static u32 call(const struct bench_request *request, void *buffer)
 	return FLASH_MNG_UNKNOWN_COMMAND;
 }
 
-/* A write of what is there already is no write to a service that compares: each time the first byte differs. */
-static void change(u8 *buffer)
+/* A write of what is there already is no write to a service that compares: each time there is a difference in each 4 KiB. */
+static void change(u8 *buffer, u32 changed)
 {
-	buffer[0]++;
+	u32 at;
+
+	for (at = 0; at < changed; at += SZ_4K)
+		buffer[at]++;
 }
 
 int bench_run(struct bench_request *request, void *buffer)
@@ -58,8 +66,10 @@ int bench_run(struct bench_request *request, void *buffer)
 	if (request->call >= BENCH_CALLS)
 		return -EINVAL;
 	for (i = 0; i < request->times; i++) {
-		change(buffer);
+		change(buffer, request->changed);
 		start = bench_counter();
+		if (request->search)
+			bench_search(request->search, request->name);
 		request->code = call(request, buffer);
 		took = bench_counter() - start;
 		smallest = min(smallest, took);

@@ -47,7 +47,7 @@ static long run(struct bench_request __user *from)
 
 	if (copy_from_user(&request, from, sizeof(request)))
 		return -EFAULT;
-	if (request.length > MOST_BYTES || !request.times)
+	if (request.length > MOST_BYTES || request.changed > request.length || !request.times)
 		return -EINVAL;
 	buffer = vmalloc(request.length + 1);
 	if (!buffer)
@@ -73,8 +73,16 @@ static long bench_ioctl(struct file *file, unsigned int command, unsigned long a
 		return bench_devices(argument);
 	case BENCH_RECORDS:
 		return bench_records(argument);
-	case BENCH_ERASES:
-		return bench_erases(argument);
+	case BENCH_WATCH:
+		return bench_watch(argument);
+	case BENCH_WORK:
+		return copy_to_user((void __user *)argument, bench_work(), sizeof(struct bench_work)) ? -EFAULT : 0;
+	case BENCH_ROWS:
+		return bench_rows(argument);
+	case BENCH_FIND:
+		return bench_find(argument);
+	case BENCH_FIND_NAME:
+		return bench_find_name(argument);
 	}
 	return -ENOTTY;
 }
@@ -103,7 +111,8 @@ static void __exit flash_bench_exit(void)
 	bench_records(0);
 	bench_unregister_driver();
 	bench_devices(0);
-	bench_erases(false);
+	bench_watch(false);
+	bench_rows(0);
 	bench_free_image();
 }
 

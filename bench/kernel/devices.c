@@ -26,7 +26,7 @@ static int add_device(u32 number)
 {
 	struct mtd_info *mtd = &g_devices[number];
 
-	scnprintf(g_names[number], sizeof(g_names[number]), "bench%u", number);
+	scnprintf(g_names[number], sizeof(g_names[number]), "part%u", number + 1);
 	*mtd = (struct mtd_info){
 		.owner = THIS_MODULE,
 		.name = g_names[number],

@@ -28,7 +28,7 @@ static u32 add_record(u32 inst_id)
 	struct flash_part part = {};
 	struct flash_parts_info info = { .part_num = 1, .parts = &part };
 
-	scnprintf(part.mtd_name, sizeof(part.mtd_name), "bench_%u", inst_id);
+	scnprintf(part.mtd_name, sizeof(part.mtd_name), "part%u", inst_id);
 	return drv_flash_create(inst_id, &info);
 }
 

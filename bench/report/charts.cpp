@@ -16,11 +16,13 @@ constexpr double head = 40;
 constexpr char style[] = R"(<style>
 text { font: 11px sans-serif; fill: #333 } .title { font: bold 15px sans-serif } .name { font: bold 11px sans-serif }
 .ground { fill: #fff } .axis { stroke: #888; fill: none } .grid { stroke: #ddd }
-.c0 { stroke: #0b62c4; fill: #0b62c4 } .c1 { stroke: #c2410c; fill: #c2410c } .c2 { stroke: #15803d; fill: #15803d } .c3 { stroke: #7e22ce; fill: #7e22ce }
+.c0 { stroke: #0b62c4; fill: #0b62c4 } .c1 { stroke: #c2410c; fill: #c2410c } .c2 { stroke: #15803d; fill: #15803d }
+.c3 { stroke: #7e22ce; fill: #7e22ce }
 path { fill: none !important; stroke-width: 2 }
 @media (prefers-color-scheme: dark) {
 text { fill: #ddd } .ground { fill: #161b22 } .axis { stroke: #777 } .grid { stroke: #333 }
-.c0 { stroke: #58a6ff; fill: #58a6ff } .c1 { stroke: #fb923c; fill: #fb923c } .c2 { stroke: #4ade80; fill: #4ade80 } .c3 { stroke: #c084fc; fill: #c084fc }
+.c0 { stroke: #58a6ff; fill: #58a6ff } .c1 { stroke: #fb923c; fill: #fb923c } .c2 { stroke: #4ade80; fill: #4ade80 }
+.c3 { stroke: #c084fc; fill: #c084fc }
 }
 </style>
 )";

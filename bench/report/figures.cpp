@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <iomanip>
 #include <iostream>
 #include <sstream>
 
@@ -34,6 +35,22 @@ void fail(const std::string &what)
 	std::exit(1);
 }
 
+std::ifstream opened(const std::string &path)
+{
+	std::ifstream file(path);
+	if (!file)
+		fail("cannot read " + path);
+	return file;
+}
+
+std::ofstream created(const std::string &path)
+{
+	std::ofstream file(path);
+	if (!file)
+		fail("cannot write " + path);
+	return file;
+}
+
 std::vector<std::string> split(const std::string &line, char at)
 {
 	std::vector<std::string> words;
@@ -45,9 +62,7 @@ std::vector<std::string> split(const std::string &line, char at)
 
 std::vector<row> read_figures(const std::string &path)
 {
-	std::ifstream file(path);
-	if (!file)
-		fail("cannot read " + path);
+	std::ifstream file = opened(path);
 	std::vector<row> rows;
 	for (std::string line; std::getline(file, line);) {
 		const std::vector<std::string> words = split(line, '\t');
@@ -57,7 +72,7 @@ std::vector<row> read_figures(const std::string &path)
 		if (words[5] == "instructions")
 			road.instructions = std::stoull(words[6]);
 		else
-			road.erased = std::stoll(words[6]);
+			road.counts.emplace_back(words[5], std::stoull(words[6]));
 	}
 	if (rows.empty() || rows.front().module().road != module_road)
 		fail(path + " does not begin with a figure of " + module_road);
@@ -72,14 +87,31 @@ std::string number_text(std::uint64_t number)
 	return text;
 }
 
+std::string fixed(double value, int digits)
+{
+	std::ostringstream text;
+	text << std::fixed << std::setprecision(digits) << value;
+	return text.str();
+}
+
+double ratio(const row &of, const peer &by)
+{
+	return static_cast<double>(of.module().instructions) / static_cast<double>(by.instructions);
+}
+
+std::string heading(const std::string &text)
+{
+	return static_cast<char>(std::toupper(text[0])) + text.substr(1);
+}
+
 std::string size_text(const row &of)
 {
 	if (of.unit != "bytes")
 		return number_text(of.size) + " " +
 		       (of.size == 1 && of.unit.back() == 's' ? of.unit.substr(0, of.unit.size() - 1) : of.unit);
-	if (of.size % (1 << 20) == 0)
+	if (of.size && of.size % (1 << 20) == 0)
 		return std::to_string(of.size >> 20) + " MiB";
-	return of.size % 1024 == 0 ? std::to_string(of.size >> 10) + " KiB" : std::to_string(of.size) + " B";
+	return of.size && of.size % 1024 == 0 ? std::to_string(of.size >> 10) + " KiB" : std::to_string(of.size) + " B";
 }
 
 } // namespace bench

@@ -4,7 +4,9 @@
 #pragma once
 
 #include <cstdint>
+#include <fstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "trace.hpp"
@@ -15,8 +17,8 @@ inline const std::string module_road = "flash_mng";
 
 struct peer {
 	std::string road;
-	std::uint64_t instructions = 0;
-	long long erased = -1; // erase blocks, or -1 where none were counted
+	std::uint64_t instructions = 0;				     // 0 where they were not counted
+	std::vector<std::pair<std::string, std::uint64_t>> counts{}; // of anything else, by name
 };
 
 // One thing that was done in one size: through flash_mng and by its peers.
@@ -30,7 +32,12 @@ struct row {
 	const share *own = nullptr; // instructions inside flash_mng, where that was traced
 
 	const peer &module() const { return roads.front(); }
+	bool is_counted() const { return module().instructions != 0; }
 };
+
+// A file that is not there, or cannot be made, ends the program.
+std::ifstream opened(const std::string &path);
+std::ofstream created(const std::string &path);
 
 std::vector<std::string> split(const std::string &line, char at);
 
@@ -42,6 +49,13 @@ std::string size_text(const row &of);
 
 // 1234567 as "1,234,567".
 std::string number_text(std::uint64_t number);
+std::string fixed(double value, int digits);
+
+// Instructions of flash_mng by those of a peer.
+double ratio(const row &of, const peer &by);
+
+// With a large first letter, for a heading.
+std::string heading(const std::string &text);
 
 [[noreturn]] void fail(const std::string &what);
 

@@ -2,36 +2,36 @@
 //
 // bench_report: what the figures of the board say.
 //
-//   bench_report report FIGURES TRACED_RUN VERSIONS TEMPLATE JSON DOCS	the table on the terminal; JSON, a document and charts in files
-//   bench_report gate FIGURES COMMITTED					status 1 when a figure has grown
+//   bench_report report FIGURES TRACED_RUN VERSIONS SOURCES JSON DOCS	the table on the terminal; JSON, a document and charts in files
+//   bench_report gate FIGURES COMMITTED				status 1 when a figure has grown
+//   bench_report renew FIGURES COMMITTED				puts new figures in place of the committed ones
 #include <algorithm>
 #include <fstream>
 #include <iostream>
+#include <sstream>
 
+#include "behind.hpp"
 #include "charts.hpp"
+#include "gate.hpp"
 #include "tables.hpp"
 
 namespace {
 
 using namespace bench;
 
-std::ofstream created(const std::string &path)
+// The lines of performance.md.in in that folder, those with a name between @ replaced.
+void write_document(std::ostream &out, const std::string &sources, const std::vector<row> &rows, const std::string &versions)
 {
-	std::ofstream file(path);
-	if (!file)
-		fail("cannot write " + path);
-	return file;
-}
-
-// The template's lines, those with a name between @ replaced.
-void write_document(std::ostream &out, const std::string &path, const std::vector<row> &rows, const std::string &versions)
-{
-	std::ifstream text(path);
-	if (!text)
-		fail("cannot read " + path);
+	std::ifstream text = opened(sources + "/performance.md.in");
 	for (std::string line; std::getline(text, line);) {
 		if (line == "@tables@")
 			write_markdown(out, rows);
+		else if (line == "@counts@")
+			write_counts(out, rows);
+		else if (line == "@behind@")
+			write_behind(out, rows, sources + "/reasons.txt");
+		else if (line == "@aim@")
+			write_aim(out, rows);
 		else if (line == "@slopes@")
 			write_slopes(out, rows);
 		else if (line == "@versions@")
@@ -55,10 +55,11 @@ void write_charts(const std::vector<row> &rows, const std::string &folder)
 	std::ofstream growth = created(folder + "/performance-growth.svg");
 	write_chart(growth, "Instructions of a call, by what the board has (both axes linear)",
 		    {panel_of(rows, "statistics", "list the MTD devices", false),
-		     panel_of(rows, "lookup", "by instance, the last record", false),
-		     panel_of(rows, "lookup", "by partition name, the last record", false),
-		     panel_of(rows, "section search", "read of 512 bytes, the last row", false),
-		     panel_of(rows, "table of listed partitions", "read of 512 bytes, the last entry", false)},
+		     panel_of(rows, "lookup", "by instance, the last record", true),
+		     panel_of(rows, "lookup", "by partition name, the last record", true),
+		     panel_of(rows, "section search", "read of 512 bytes, the last row", true),
+		     panel_of(rows, "table of listed partitions", "read of 512 bytes, the last entry", true),
+		     panel_of(rows, "several callers", "64 KiB each, one partition", true)},
 		    false);
 }
 
@@ -72,8 +73,9 @@ int report(char **words)
 			of.own = &found->second;
 	std::ofstream json = created(words[4]);
 	write_json(json, rows, words[2]);
-	std::ofstream document = created(std::string(words[5]) + "/performance.md");
+	std::ostringstream document; // whole before it takes the place of the one that is there
 	write_document(document, words[3], rows, words[2]);
+	created(std::string(words[5]) + "/performance.md") << document.str();
 	write_charts(rows, words[5]);
 	write_terminal(std::cout, rows);
 	return 0;
@@ -88,7 +90,11 @@ int main(int count, char **words)
 		return report(words + 2);
 	if (what == "gate" && count == 4)
 		return bench::write_gate(std::cout, bench::read_figures(words[2]), words[3]) ? 1 : 0;
-	std::cerr
-		<< "usage: bench_report report FIGURES TRACED_RUN VERSIONS TEMPLATE JSON DOCS\n       bench_report gate FIGURES COMMITTED\n";
+	if (what == "renew" && count == 4) {
+		bench::renew(bench::read_figures(words[2]), words[3]);
+		return 0;
+	}
+	std::cerr << "usage: bench_report report FIGURES TRACED_RUN VERSIONS SOURCES JSON DOCS\n"
+		     "       bench_report gate|renew FIGURES COMMITTED\n";
 	return 2;
 }

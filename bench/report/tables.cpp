@@ -3,11 +3,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
 #include <iomanip>
 #include <ostream>
 #include <set>
-#include <sstream>
 
 namespace bench {
 
@@ -16,14 +14,6 @@ namespace {
 constexpr std::uint64_t large_transfer = 65536;
 constexpr double large_share = 0.02;
 constexpr std::uint64_t small_share = 300;
-constexpr double growth_allowed = 0.02;
-
-std::string fixed(double value, int digits)
-{
-	std::ostringstream text;
-	text << std::fixed << std::setprecision(digits) << value;
-	return text.str();
-}
 
 double own_part(const row &of)
 {
@@ -34,28 +24,18 @@ std::string own_text(const row &of)
 {
 	if (!of.own)
 		return "";
-	const std::string text = number_text(of.own->instructions) + " (" + fixed(100 * own_part(of), 2) + " %)";
+	const std::string copies = of.own->copies ? " + " + number_text(of.own->copies) : "";
+	const std::string text = number_text(of.own->instructions) + copies + " (" + fixed(100 * own_part(of), 2) + " %)";
 	return own_limit(of).kept ? text : text + " over " + own_limit(of).text;
-}
-
-std::string peer_text(const row &of, const peer &by)
-{
-	std::string text = by.road + " " + number_text(by.instructions) + " (" +
-			   fixed(static_cast<double>(of.module().instructions) / static_cast<double>(by.instructions), 2) + ")";
-	return by.erased < 0 ? text : text + ", " + std::to_string(by.erased) + " blocks erased";
-}
-
-std::string module_text(const row &of)
-{
-	const std::string text = number_text(of.module().instructions);
-	return of.module().erased < 0 ? text : text + ", " + std::to_string(of.module().erased) + " blocks erased";
 }
 
 std::string peers_text(const row &of)
 {
 	std::string text;
-	for (std::size_t i = 1; i < of.roads.size(); ++i)
-		text += (i > 1 ? "; " : "") + peer_text(of, of.roads[i]);
+	for (std::size_t i = 1; i < of.roads.size(); ++i) {
+		const peer &by = of.roads[i];
+		text += (i > 1 ? "; " : "") + by.road + " " + number_text(by.instructions) + " (" + fixed(ratio(of, by), 2) + ")";
+	}
 	return text;
 }
 
@@ -70,24 +50,79 @@ std::vector<const row *> rows_like(const std::vector<row> &rows, const row &of)
 	return like;
 }
 
+// What grows: instructions, or the first thing that was counted instead.
+double figure(const row &of)
+{
+	return static_cast<double>(of.is_counted() ? of.module().instructions : of.module().counts.front().second);
+}
+
+std::string one_of(const std::string &unit)
+{
+	return unit == "entries" ? "entry" : unit.substr(0, unit.size() - 1);
+}
+
 // Between the smallest and the largest size, and how far the sizes between them are off that line at most.
 void write_slope(std::ostream &out, const std::vector<const row *> &like)
 {
-	const auto count = [](const row *of) { return static_cast<double>(of->module().instructions); };
-	const auto size = [](const row *of) { return static_cast<double>(of->size); };
-	const double slope = (count(like.back()) - count(like.front())) / (size(like.back()) - size(like.front()));
-	const double start = count(like.front()) - slope * size(like.front());
+	const row &first = *like.front(), &last = *like.back();
+	const auto size = [](const row &of) { return static_cast<double>(of.size); };
+	const double slope = (figure(last) - figure(first)) / (size(last) - size(first));
+	const double start = figure(first) - slope * size(first);
 	double off = 0;
 	for (const row *of : like)
-		off = std::max(off, std::abs(count(of) - start - slope * size(of)) / count(of));
-	std::string unit = like.front()->unit;
-	if (unit == "entries")
-		unit = "entry";
-	else
-		unit.pop_back();
-	out << "| " << like.front()->area << ": " << like.front()->subject << " | " << fixed(slope, slope < 100 ? 2 : 0) << " per " << unit
-	    << " | " << number_text(static_cast<std::uint64_t>(std::max(0.0, start))) << " | "
+		off = std::max(off, std::abs(figure(*of) - start - slope * size(*of)) / figure(*of));
+	out << "| " << heading(first.area) << ": " << first.subject << " | " << fixed(slope, std::abs(slope) < 100 ? 2 : 0)
+	    << (first.is_counted() ? " instructions" : " bytes") << " per " << one_of(first.unit) << " | "
+	    << number_text(static_cast<std::uint64_t>(std::max(0.0, start))) << " | "
 	    << (like.size() > 2 ? fixed(100 * off, 1) + " %" : "two sizes only") << " |\n";
+}
+
+// The names of what was counted, of the first road that has any.
+std::vector<std::string> count_names(const std::vector<row> &rows, const std::string &area)
+{
+	std::vector<std::string> names;
+	for (const row &of : rows)
+		for (const peer &by : of.roads)
+			if (of.area == area && names.empty())
+				for (const auto &[name, count] : by.counts)
+					names.push_back(name);
+	return names;
+}
+
+bool is_counted(const std::vector<row> &rows, const std::string &area)
+{
+	return std::any_of(rows.begin(), rows.end(), [&](const row &of) { return of.area == area && of.is_counted(); });
+}
+
+void write_count_table(std::ostream &out, const std::vector<row> &rows, const std::string &area)
+{
+	out << "\n### " << heading(area) << (is_counted(rows, area) ? ", work on flash" : "") << "\n\n| What | Size | By |";
+	const std::vector<std::string> names = count_names(rows, area);
+	for (const std::string &name : names)
+		out << " " << heading(name) << " |";
+	out << "\n|---|---:|---|";
+	for (std::size_t i = 0; i < names.size(); ++i)
+		out << "---:|";
+	out << "\n";
+	for (const row &of : rows)
+		for (const peer &by : of.roads) {
+			if (of.area != area || by.counts.empty())
+				continue;
+			out << "| " << of.subject << " | " << size_text(of) << " | " << by.road << " |";
+			for (const auto &[name, count] : by.counts)
+				out << " " << number_text(count) << " |";
+			out << "\n";
+		}
+}
+
+void write_json_road(std::ostream &out, const peer &by)
+{
+	out << "\"" << by.road << "\": {";
+	if (by.instructions)
+		out << " \"instructions\": " << by.instructions << (by.counts.empty() ? "" : ",");
+	for (const auto &[name, count] : by.counts)
+		out << (name == by.counts.front().first ? " \"" : ", \"") << name << "\": " << count;
+	out << " }";
 }
 
 } // namespace
@@ -103,14 +138,24 @@ limit own_limit(const row &of)
 	return {};
 }
 
+void write_aim(std::ostream &out, const std::vector<row> &rows)
+{
+	const auto aimed = [](const row &of) { return !own_limit(of).text.empty(); };
+	const auto kept = [&](const row &of) { return aimed(of) && own_limit(of).kept; };
+	out << std::count_if(rows.begin(), rows.end(), kept) << " of " << std::count_if(rows.begin(), rows.end(), aimed)
+	    << " rows to which it applies keep it.\n";
+}
+
 void write_terminal(std::ostream &out, const std::vector<row> &rows)
 {
 	std::string area;
 	for (const row &of : rows) {
+		if (!of.is_counted())
+			continue;
 		if (of.area != area)
 			out << "\n" << (area = of.area) << "\n";
-		out << "  " << std::left << std::setw(36) << of.subject << std::right << std::setw(13) << size_text(of) << std::setw(13)
-		    << number_text(of.module().instructions) << std::setw(20) << own_text(of) << "  " << peers_text(of) << "\n";
+		out << "  " << std::left << std::setw(40) << of.subject << std::right << std::setw(13) << size_text(of) << std::setw(13)
+		    << number_text(of.module().instructions) << std::setw(24) << own_text(of) << "  " << peers_text(of) << "\n";
 	}
 	out << "\nColumns: size, instructions through flash_mng, those inside flash_mng itself, peers with flash_mng's ratio to them.\n";
 }
@@ -119,14 +164,24 @@ void write_markdown(std::ostream &out, const std::vector<row> &rows)
 {
 	std::string area;
 	for (const row &of : rows) {
+		if (!of.is_counted())
+			continue;
 		if (of.area != area) {
 			area = of.area;
-			out << "\n### " << static_cast<char>(std::toupper(area[0])) << area.substr(1)
+			out << "\n### " << heading(area)
 			    << "\n\n| What | Size | flash_mng | Inside the module | Peers (ratio) |\n|---|---:|---:|---:|---|\n";
 		}
-		out << "| " << of.subject << " | " << size_text(of) << " | " << module_text(of) << " | " << own_text(of) << " | "
-		    << peers_text(of) << " |\n";
+		out << "| " << of.subject << " | " << size_text(of) << " | " << number_text(of.module().instructions) << " | "
+		    << own_text(of) << " | " << peers_text(of) << " |\n";
 	}
+}
+
+void write_counts(std::ostream &out, const std::vector<row> &rows)
+{
+	std::set<std::string> done;
+	for (const row &of : rows)
+		if (!count_names(rows, of.area).empty() && done.insert(of.area).second)
+			write_count_table(out, rows, of.area);
 }
 
 void write_slopes(std::ostream &out, const std::vector<row> &rows)
@@ -143,12 +198,12 @@ void write_json(std::ostream &out, const std::vector<row> &rows, const std::stri
 	out << "{\n\t\"versions\": \"" << versions << "\",\n\t\"rows\": [";
 	for (const row &of : rows) {
 		out << (&of == &rows.front() ? "\n" : ",\n") << "\t\t{ \"area\": \"" << of.area << "\", \"subject\": \"" << of.subject
-		    << "\", \"size\": " << of.size << ", \"unit\": \"" << of.unit << "\", \"instructions\": {";
+		    << "\", \"size\": " << of.size << ", \"unit\": \"" << of.unit << "\", \"roads\": {";
 		for (const peer &by : of.roads)
-			out << (&by == &of.roads.front() ? " " : ", ") << "\"" << by.road << "\": " << by.instructions;
+			write_json_road(out << (&by == &of.roads.front() ? " " : ", "), by);
 		out << " }";
 		if (of.own) {
-			out << ", \"inside\": " << of.own->instructions << ", \"functions\": {";
+			out << ", \"inside\": " << of.own->instructions << ", \"copies\": " << of.own->copies << ", \"functions\": {";
 			for (const auto &[function, count] : of.own->functions)
 				out << (function == of.own->functions.begin()->first ? " " : ", ") << "\"" << function << "\": " << count;
 			out << " }";
@@ -156,32 +211,6 @@ void write_json(std::ostream &out, const std::vector<row> &rows, const std::stri
 		out << " }";
 	}
 	out << "\n\t]\n}\n";
-}
-
-unsigned write_gate(std::ostream &out, const std::vector<row> &rows, const std::string &committed)
-{
-	std::ifstream file(committed);
-	unsigned compared = 0, failures = 0;
-	for (std::string line; std::getline(file, line);) {
-		if (line.empty() || line.front() == '#')
-			continue;
-		const std::size_t tab = line.rfind('\t');
-		const std::string key = line.substr(0, tab);
-		const std::uint64_t allowed = std::stoull(line.substr(tab + 1));
-		const auto found = std::find_if(rows.begin(), rows.end(), [&](const row &of) { return of.key == key; });
-		++compared;
-		if (found == rows.end()) {
-			++failures;
-			out << "not counted: " << key << "\n";
-		} else if (static_cast<double>(found->module().instructions) > static_cast<double>(allowed) * (1 + growth_allowed)) {
-			++failures;
-			out << "grown from " << allowed << " to " << found->module().instructions << " instructions: " << key << "\n";
-		}
-	}
-	if (compared == 0)
-		fail("no committed figures in " + committed);
-	out << compared - failures << " of " << compared << " figures are within 2 % of the committed ones\n";
-	return failures;
 }
 
 } // namespace bench

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// The figures as text: for the terminal, for docs/, for programs, and for the gate.
+// The figures as text: for the terminal, for docs/ and for programs.
 #pragma once
 
 #include <iosfwd>
@@ -18,12 +18,19 @@ struct limit {
 };
 limit own_limit(const row &of);
 
+// In how many rows it is kept.
+void write_aim(std::ostream &out, const std::vector<row> &rows);
+
 void write_terminal(std::ostream &out, const std::vector<row> &rows);
+
+// Tables of the instructions, a heading for each area.
 void write_markdown(std::ostream &out, const std::vector<row> &rows);
+
+// Tables of everything else that was counted: memory, work on flash.
+void write_counts(std::ostream &out, const std::vector<row> &rows);
+
+// How figures grow with their size, where they do not transfer.
 void write_slopes(std::ostream &out, const std::vector<row> &rows);
 void write_json(std::ostream &out, const std::vector<row> &rows, const std::string &versions);
-
-// Compares with the committed figures; the number of those that are missing or have grown by more than 2 %.
-unsigned write_gate(std::ostream &out, const std::vector<row> &rows, const std::string &committed);
 
 } // namespace bench

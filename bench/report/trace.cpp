@@ -13,6 +13,7 @@ namespace bench {
 namespace {
 
 const std::string mark_name = "bench_mark";
+const std::set<std::string> copy_names = {"linux_copy_from_user", "linux_copy_to_user"};
 
 using places = std::map<std::uint64_t, std::string>;
 
@@ -77,24 +78,16 @@ private:
 		const std::string &function = std::prev(functions_.upper_bound(address))->second;
 		if (function == mark_name)
 			marks_ += taken_back ? -1 : 1;
-		else if (marks_ % 2 && taken_back)
-			subtract(function, lengths_[block]);
 		else if (marks_ % 2)
-			add(function, lengths_[block]);
+			add(function, taken_back ? -lengths_[block] : lengths_[block]);
 	}
 
+	// A negative count, modulo 2^64, takes away.
 	void add(const std::string &function, std::uint64_t count)
 	{
 		share &to = current();
-		to.instructions += count;
+		(copy_names.count(function) ? to.copies : to.instructions) += count;
 		to.functions[function] += count;
-	}
-
-	void subtract(const std::string &function, std::uint64_t count)
-	{
-		share &from = current();
-		from.instructions -= count;
-		from.functions[function] -= count;
 	}
 
 	share &current()

@@ -11,6 +11,7 @@ namespace bench {
 
 struct share {
 	std::uint64_t instructions = 0;
+	std::uint64_t copies = 0; // Linux's own code for copies from and to a program, which it puts into the function that copies
 	std::map<std::string, std::uint64_t> functions;
 };
 
