@@ -176,6 +176,7 @@ run_tests() {
 	say "on the board"
 	test_board
 	test_packages
+	test_bench
 	run_checks || true
 	read -r passed_checks failed_checks skipped_checks <"$build_dir/results/checks"
 	add_results "$passed_checks" "$failed_checks" "$skipped_checks"
