@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// The examples of the documents that run on the board: everything is loaded, as in ./dev shell.
+// The examples of the manual and of the documents that run on the board.
 #include <filesystem>
 
 #include "document.hpp"
@@ -25,17 +25,48 @@ std::vector<std::string> documents_with_examples()
 	return found;
 }
 
-class document_examples : public on_board {
+// Runs in a folder of its own; stops at the first command that fails.
+std::string shell(const std::string &commands)
+{
+	const auto ended = guest::run_program({"/bin/busybox", "sh", "-ec",
+					       "rm -rf /tmp/examples; mkdir /tmp/examples; cd /tmp/examples\n"
+					       "printf %100s | tr ' ' c >config.img\n" +
+						       commands});
+	EXPECT_EQ(ended.exit, 0) << commands << ended.output;
+	return ended.output;
+}
+
+class manual_examples : public on_loaded_module {
 protected:
 	void SetUp() override
 	{
 		if (!guest::file_exists("/bin/flashctl"))
 			GTEST_SKIP() << "flashctl is not built for this machine";
+		on_loaded_module::SetUp();
+	}
+
+	void prepare() override
+	{
+		board::configure("transfers");
+		board::add_mtd({.name = "usrdata", .size = 0x20000, .erase_size = 0x4000});
+	}
+};
+
+TEST_F(manual_examples, of_flashctl_work)
+{
+	const std::string output = shell(documents::commands_of_manual(guest::read_file(std::string(folder) + "/flashctl.1")));
+	EXPECT_NE(output.find("\nusrdata: 100 bytes at 0x1000 unchanged"), std::string::npos) << output;
+}
+
+// On the demo board, with the modules of ./dev shell.
+class document_examples : public on_board {
+protected:
+	void SetUp() override
+	{
 		on_board::SetUp();
-		for (const auto *name : {"boot", "config", "usrdata"})
-			board::add_mtd({.name = name, .size = 0x100000, .erase_size = 0x20000});
+		board::add_mtd({.name = "boot"});
 		guest::write_file(board_selector, "cards");
-		for (const auto *name : modules)
+		for (const auto *name : {"flash_mng", "spi_flash_driver", "demo_client"})
 			ASSERT_EQ(guest::insert_module(guest::module_file(name)), 0) << name;
 	}
 
@@ -46,29 +77,9 @@ protected:
 		on_board::TearDown();
 		guest::write_file(board_selector, "plain");
 	}
-
-	// In a folder of its own; stops at the first command that fails.
-	static std::string shell(const std::string &commands)
-	{
-		const auto ended = guest::run_program({"/bin/busybox", "sh", "-ec",
-						       "rm -rf /tmp/examples; mkdir /tmp/examples; cd /tmp/examples\n"
-						       "printf %100s | tr ' ' c >config.img\n" +
-							       commands});
-		EXPECT_EQ(ended.exit, 0) << commands << ended.output;
-		return ended.output;
-	}
-
-	static constexpr const char *modules[] = {"flash_mng", "spi_flash_driver", "demo_client"};
 };
 
-TEST_F(document_examples, of_the_manual_of_flashctl_work)
-{
-	const std::string commands = documents::commands_of_manual(guest::read_file(std::string(folder) + "/flashctl.1"));
-	const std::string output = shell(commands);
-	EXPECT_NE(output.find("\nusrdata: 100 bytes at 0x1000 unchanged"), std::string::npos) << output;
-}
-
-TEST_F(document_examples, of_all_documents_work)
+TEST_F(document_examples, that_need_the_board_work)
 {
 	std::size_t examples = 0;
 	for (const std::string &document : documents_with_examples()) {
