@@ -218,19 +218,22 @@ check_object() {
 
 # ---- C of the kernel
 
+# make_all_modules ARGUMENT...: also those of the long runs.
+make_all_modules() {
+	make_board_modules "$@" && make_lab "$@" && make_powercut_client "$@" && make_flash_calls "$@" && make_bench_client "$@"
+}
+
 # Kbuild with all its extra warnings and sparse, in a stage of its own; what concerns our own files.
 strict_findings() {
 	use_stage strict
-	{
-		make_board_modules W=1 C=2 CHECK=sparse && make_lab W=1 C=2 CHECK=sparse
-	} >"$log_dir/strict.log" 2>&1 || tail -n 20 "$log_dir/strict.log"
+	make_all_modules W=1 C=2 CHECK=sparse >"$log_dir/strict.log" 2>&1 || tail -n 20 "$log_dir/strict.log"
 	grep -E "^$stage_dir/[^:]*:[0-9:]* (warning|error):" "$log_dir/strict.log" | sort -u
 	use_stage board
 }
 
 kernel_style_findings() {
 	our_files 'flash_mng_kernel/*.c' 'flash_mng_kernel/*.h' 'reference_platform/*.c' 'reference_platform/*.h' 'board/demo/*.c' \
-		'tests/guest/lab/*.c' 'tests/guest/lab/*.h' | (cd "$root" &&
+		'tests/guest/lab/*.[ch]' 'tests/powercut/client/*.[ch]' 'tests/torture/calls/*.[ch]' 'bench/kernel/*.[ch]' | (cd "$root" &&
 		xargs perl "$kernel_source/scripts/checkpatch.pl" --no-tree --terse --quiet --max-line-length="$line_limit" \
 			--show-types --ignore "$kernel_style_exceptions" -f) | grep -vE '^total:'
 }
@@ -238,7 +241,7 @@ kernel_style_findings() {
 # Exports stand in a file of their own, apart from the C++ functions; probes and tables are macros over lists.
 kernel_style_exceptions=EXPORT_SYMBOL,REPEATED_WORD,QUOTED_WHITESPACE_BEFORE_NEWLINE,SPDX_LICENSE_TAG,MACRO_ARG_REUSE,MACRO_ARG_PRECEDENCE
 kernel_style_exceptions=$kernel_style_exceptions,MULTISTATEMENT_MACRO_USE_DO_WHILE,COMPLEX_MACRO,NEW_TYPEDEFS
-kernel_style_exceptions=$kernel_style_exceptions,AVOID_EXTERNS,FILE_PATH_CHANGES,PREFER_PRINTF,VSPRINTF_SPECIFIER_PX
+kernel_style_exceptions=$kernel_style_exceptions,AVOID_EXTERNS,FILE_PATH_CHANGES,PREFER_PRINTF,VSPRINTF_SPECIFIER_PX,BRACKET_SPACE
 
 # ---- C++
 
@@ -281,6 +284,27 @@ shell_findings() {
 	done
 }
 
+# bash_findings SCRIPT...: completions, which their shells source.
+bash_findings() {
+	(cd "$root" && shellcheck -s bash -f gcc "$@" 2>&1)
+}
+
+zsh_findings() {
+	for script in "$@"; do
+		(cd "$root" && zsh -n "$script" 2>&1)
+	done
+}
+
+completion_findings() {
+	bash_findings tools/flashctl/completion/flashctl.bash
+	zsh_findings tools/flashctl/completion/_flashctl
+}
+
+# manual_findings PAGE...: what breaks the rules of their language or would be shown in another way than it was meant.
+manual_findings() {
+	(cd "$root" && mandoc -T lint -W warning "$@" 2>&1)
+}
+
 files_without_licence() {
 	our_files '*.c' '*.h' '*.cpp' '*.hpp' '*.sh' '*.cmake' '*CMakeLists.txt' '*Kbuild' '*.py' '*.awk' '*.def' dev board/run |
 		while IFS= read -r file; do
@@ -316,6 +340,9 @@ run_checks() {
 		flash_mng_kernel/ioctl flash_mng_kernel/spi tools
 	check "C++: clang-format" nothing_in format_findings
 	check "shell: shellcheck and dash" nothing_in shell_findings dev board/run .ci/run board/initramfs/init
+	check "shell: completions for bash and zsh" nothing_in completion_findings
+	# shellcheck disable=SC2046 # names without blanks
+	check "manual pages: mandoc, $(our_files 'docs/man/*' | wc -l) pages" nothing_in manual_findings $(our_files 'docs/man/*')
 	check "licence line on top of every source" nothing_in files_without_licence
 	check "lines of at most $line_limit columns, no white space at the end" nothing_in long_lines
 	echo "$checks_passed $checks_failed 0" >"$build_dir/results/checks"

@@ -225,6 +225,13 @@ SOURCE
 	# shellcheck disable=SC2016 # the text of a script
 	printf '#!/bin/sh\nrm $1/*\n' >"$planted"
 	finds SC2086 shell_findings "$planted"
+	finds SC2086 bash_findings "$planted"
+	# shellcheck disable=SC2016 # the text of a script
+	printf '_planted() {\n\tcase $1 in\n}\n' >"$planted"
+	finds 'parse error' zsh_findings "$planted"
+	planted=$gate_dir/planted.1
+	printf '.Dd November 21, 2026\n.Dt PLANTED 1\n.Os\n.Sh NAME\n.Nm planted\n.Nd fault\n.Bl -tag\n.It one\n' >"$planted"
+	finds WARNING manual_findings "$planted"
 }
 
 gate_test() (
