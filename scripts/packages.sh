@@ -11,6 +11,7 @@ build_packages="gcc g++ libc6-dev make bc bison flex perl libelf-dev libssl-dev 
 host_packages="gcc-arm-linux-gnueabihf libc6-dev-armhf-cross"
 check_packages="git clang-tidy clang-format cppcheck shellcheck sparse kmod mandoc zsh"
 test_packages="libxml2-utils gcovr"
+clang_packages="clang-19 llvm-19 libclang-rt-19-dev"
 twin_packages="qemu-system-x86 seabios"
 package_packages="git kmod dpkg-dev debhelper dh-dkms dkms fakeroot lintian man-db"
 

@@ -27,6 +27,9 @@ test_host_sanitized() {
 	count_report "a case for every message and every code" "$(preset_dir asan)/results/completeness_host.xml"
 	count_report "power cuts of simulated flash, sanitizers" "$(preset_dir asan)/results/powercut_host.xml"
 	count_report "checker of power cuts, sanitizers" "$(preset_dir asan)/results/powercut_tests.xml"
+	for fuzz_target in $fuzz_targets; do
+		count_report "inputs of the fuzzer, $fuzz_target, sanitizers" "$(preset_dir asan)/results/fuzz_$fuzz_target.xml"
+	done
 	count_report "flash-board, sanitizers" "$(preset_dir asan)/results/flash_board_tests.xml"
 	count_report "flashctl and the client header, sanitizers" "$(preset_dir asan)/results/flashctl_tests.xml"
 	count_report "examples and links of the documents, sanitizers" "$(preset_dir asan)/results/docs_tests.xml"
