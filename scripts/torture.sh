@@ -1,7 +1,9 @@
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 # shellcheck shell=sh
 #
-# ./dev torture [MINUTES [SEED [CYCLES]]]: everything at once on the debug kernel, then load cycles. What ./dev fuzz needs on the board too.
+# ./dev torture [MINUTES [SEED [CYCLES]]]: everything at once on the debug kernel, then load cycles.
+# ./dev faults [WORD]: each fault point of each call fails once, on the debug kernel.
+# And the board that these and ./dev fuzz run on.
 
 make_flash_calls() {
 	make_client tests/torture/calls "$@"
@@ -9,6 +11,7 @@ make_flash_calls() {
 
 make_torture_initramfs() {
 	begin_initramfs
+	compiler=$(preset_dir debug)/tools/flash-board/flash-board
 	compile_boards_of tests/torture/boards board || return 1
 	copy_modules reference_platform flash_mng_kernel tests/guest/lab tests/torture/calls || return 1
 	copy_programs torture || return 1
@@ -70,4 +73,12 @@ torture_command() {
 	say "torture for $torture_minutes minutes, then $torture_cycles load cycles"
 	run_torture_task debug torture $((torture_minutes * 60 + torture_cycles + 300)) \
 		"torture.seconds=$((torture_minutes * 60)) torture.seed=$torture_seed torture.cycles=$torture_cycles"
+}
+
+# faults_command [WORD]: of the operations only those whose names contain the word.
+faults_command() {
+	need_packages "$build_packages"
+	build_torture_board debug
+	say "faults of the kernel and of the platform"
+	run_torture_task debug faults 3600 "kmemleak=off faults.only=${1-}"
 }

@@ -89,7 +89,6 @@ const std::vector<platform_switch> &platform_switches()
 		{"drv_basic", "drv_hard_trylock"},
 		{"drv_basic", "drv_hard_unlock"},
 		{"log", "drv_log_register"},
-		{"log", "drv_log_deregister"},
 		{"plat_extern_api", "plat_mtd_read_buf"},
 		{"plat_extern_api", "plat_mtd_update_buf"},
 		{"spi_flash_driver", "spi_flash_get_size"},
@@ -101,7 +100,6 @@ const std::vector<platform_switch> &platform_switches()
 		{"xml_parser", "xml_get_attr_string"},
 		{"xml_parser", "xml_is_node_exist"},
 		{"xml_parser", "xml_get_entry_num"},
-		{"xml_parser", "xml_get_element_value_u32"},
 		{"xml_parser", "xml_get_element_string"},
 		{"xml_parser", "xml_is_element_exist"},
 	};

@@ -29,6 +29,8 @@ struct platform_switch {
 	std::string function;
 };
 
+// All but two, which are tried on the desk alone: after drv_log_deregister has failed, the log that stays registered refuses the next load;
+// after xml_get_element_value_u32 has, a flash keeps the default of a lock value, which the lock refuses, for as long as it is known.
 const std::vector<platform_switch> &platform_switches();
 
 // The nth call from now on, and with sticky all later ones, fails with a status of no service.
