@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// fuzz: calls that nobody would make, on the control device and the exports, from a seed; two processes, each led by the code that its
-// calls reach (KCOV) where the kernel has it. Every answer is compared with a model.
+// fuzz: calls that nobody would make, on the control device and the exports, from a seed; two processes, each led by the answers that it
+// gets. Every answer is compared with a model.
 //
 // Parameters of the kernel command line: fuzz.seconds (20), fuzz.seed (1). /torture/corpus.txt, when it is there, is run first; inputs
-// that reach new code go to /results/corpus-<process>.txt. With arguments: the inputs of these files, once.
+// that get new answers go to /results/corpus-<process>.txt. With arguments: the inputs of these files, once.
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -16,7 +16,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "coverage.hpp"
 #include "kernel_state.hpp"
 #include "lab_device.hpp"
 #include "model.hpp"
@@ -99,8 +98,8 @@ public:
 			std::printf("  %u: %-36s %10llu\n", number, name.c_str(), static_cast<unsigned long long>(count));
 			calls += count;
 		}
-		std::printf("  %u: %llu calls in %llu inputs, %u places in the code, %zu inputs kept, %u findings\n", number,
-			    static_cast<unsigned long long>(calls), static_cast<unsigned long long>(inputs_), coverage_.places(),
+		std::printf("  %u: %llu calls in %llu inputs, %zu answers, %zu inputs kept, %u findings\n", number,
+			    static_cast<unsigned long long>(calls), static_cast<unsigned long long>(inputs_), model_.seen().count(),
 			    corpus_.size(), findings_);
 		std::ofstream kept("/results/corpus-" + std::to_string(number) + ".txt");
 		for (const input &one : corpus_)
@@ -120,11 +119,11 @@ private:
 
 	void run(const input &one)
 	{
-		coverage_.restart();
+		model_.seen().restart();
 		for (const gene &each : one)
 			if (const std::string wrong = model_.run(each); !wrong.empty())
 				finding(wrong, one);
-		if (coverage_.take())
+		if (model_.seen().found_new())
 			corpus_.push_back(one);
 		if (++inputs_ % taint_interval == 0 && taint() != taint_) {
 			taint_ = taint();
@@ -143,7 +142,6 @@ private:
 
 	model model_;
 	choices choice_;
-	coverage coverage_;
 	mover mover_;
 	std::vector<input> corpus_;
 	uint64_t inputs_ = 0;
@@ -201,9 +199,7 @@ uint64_t calls_of(unsigned number)
 
 int fuzz(uint64_t seed, unsigned length, const std::vector<input> &first)
 {
-	std::printf("seed %llu, %s, %zu inputs first, then %u s\n", static_cast<unsigned long long>(seed),
-		    guest::file_exists("/sys/kernel/debug/kcov") ? "led by coverage" : "without coverage: the kernel has no KCOV",
-		    first.size(), length);
+	std::printf("seed %llu, %zu inputs first, then %u s\n", static_cast<unsigned long long>(seed), first.size(), length);
 	std::fflush(stdout);
 	loaded_modules modules({"flash_mng", "spi_flash_driver", "flash_calls"});
 	const std::vector<std::string> before = holdings();

@@ -194,6 +194,7 @@ void model::move(choices &choice) const
 std::string model::verdict(const std::string &call, uint32_t code, std::initializer_list<uint32_t> expected)
 {
 	++counted_[call];
+	seen_.add(call, code);
 	if (std::find(expected.begin(), expected.end(), code) != expected.end())
 		return {};
 	char text[80];

@@ -9,6 +9,7 @@
 #include <map>
 #include <string>
 
+#include "answers.hpp"
 #include "calls.hpp"
 #include "genes.hpp"
 
@@ -53,6 +54,8 @@ public:
 
 	// Calls made, by name.
 	const std::map<std::string, uint64_t> &counted() const { return counted_; }
+	answers &seen() { return seen_; }
+	const answers &seen() const { return seen_; }
 	// Changes the memory that moves.
 	void move(choices &choice) const;
 
@@ -84,6 +87,7 @@ private:
 	uint64_t genes_ = 0;
 	uint64_t transfers_ = 0;
 	std::map<std::string, uint64_t> counted_;
+	answers seen_;
 };
 
 } // namespace torture
