@@ -35,8 +35,9 @@ one_version() {
 	case $(package_version) in
 	*[!0-9.]* | '') wrong "VERSION holds '$(package_version)'" || return 1 ;;
 	esac
+	version_pattern=$(package_version | sed 's/\./\\./g')
 	repeated=$(cd "$root" && our_files 'packages/*' 'client/CMakeLists.txt' 'tools/*CMakeLists.txt' CMakeLists.txt |
-		xargs grep -nwF -e "VERSION $(package_version)" -e "VERSION=\"$(package_version)" -e "VERSION = $(package_version)") || true
+		xargs grep -nE "(VERSION|PV)( |=| [?]?= )\"?$version_pattern(\$|[^0-9.])") || true
 	[ -z "$repeated" ] || wrong "$repeated" || return 1
 	package_version
 }
