@@ -14,8 +14,9 @@ build_mcdc() {
 	rm -rf "$mcdc_dir"
 	mkdir -p "$mcdc_dir"
 	for mcdc_source in "$root"/flash_mng_kernel/*/*.cpp; do
-		clang++-19 -std=c++20 -O0 -fno-exceptions -fno-rtti -fno-threadsafe-statics -fprofile-instr-generate -fcoverage-mapping \
-			-fcoverage-mcdc -I"$root/flash_mng_kernel" -I"$root/flash_mng_kernel/include" -I"$root/tests/host" -c "$mcdc_source" \
+		clang++-19 -std=c++20 -O0 -fno-exceptions -fno-rtti -fno-threadsafe-statics \
+			-fprofile-instr-generate -fcoverage-mapping -fcoverage-mcdc \
+			-I"$root/flash_mng_kernel" -I"$root/flash_mng_kernel/include" -I"$root/tests/host" -c "$mcdc_source" \
 			-o "$mcdc_dir/$(basename "$mcdc_source" .cpp).o" || return 1
 	done
 	find "$mcdc_host_dir/conformance_cases.dir" "$mcdc_host_dir/simulation.dir" -name '*.o' >"$mcdc_dir/objects"
