@@ -25,8 +25,8 @@ public:
 	template <typename list> const auto &of(const list &items) { return items[byte() % std::size(items)]; }
 	bytes some(std::size_t count);
 
-	// A size or a place in a partition: near a limit, any small one, or more than there is memory. Nothing between what is quick and what
-	// no allocator has.
+	// A size or a place in a partition: near a limit, any small one, or more than there is memory. Nothing between what is quick and
+	// what no allocator has.
 	uint32_t size();
 	// Where a range of that length begins: often so that it ends at a limit, or one byte beside.
 	uint32_t start_of(uint32_t length);

@@ -7,14 +7,14 @@
 
 namespace fuzz {
 
-// A piece of the program's memory, twice: once to be written, once only to be read. Nothing is mapped behind either. Lives until the board
-// is reset.
+// A piece of the program's memory, twice: once to be written, once only to be read. Nothing is mapped behind either. Lives until the
+// board is reset.
 class piece {
 public:
 	explicit piece(std::size_t size);
 
-	// An address for so many bytes: where they belong, at the end of a piece, or where they must not be. The content, where there is some,
-	// stands there as far as the memory goes.
+	// An address for so many bytes: where they belong, at the end of a piece, or where they must not be. The content, where there is
+	// some, stands there as far as the memory goes.
 	uint64_t place(input &from, std::size_t size, const bytes &content = {});
 	// Whether the module may read, or write, all of so many bytes there.
 	bool readable(uint64_t address, std::size_t size) const;
