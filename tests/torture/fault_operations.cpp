@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include "lab_device.hpp"
-#include "platform_status.h"
 
 namespace torture {
 
@@ -194,7 +193,6 @@ void add_flashes(std::vector<operation> &list, const flash_mng_access &access)
 				     [](export_call &call) { call.value(locked_instance).parts(parts); });
 	create.after = [&access] { destroy_flash(access, locked_instance); };
 	create.left_on_purpose = [&access] { return name_is_known(access, parts[0].mtd_name) ? names_of_parts : 0; };
-	create.done_already = {SPI_FLASH_ALREADY_CREATED};
 	list.push_back(create);
 
 	operation destroy = of_export(access, FLASH_CALL_drv_flash_destroy, "drv_flash_destroy",
@@ -269,6 +267,7 @@ uint32_t open_and_close(fault &one)
 std::vector<operation> operations(const flash_mng_access &access)
 {
 	std::vector<operation> list = {{"open", open_and_close}};
+	call_plain(access, FLASH_CALL_drv_flash_driver_register, [](export_call &call) { call.value(0).value(0).driver(true); });
 	add_questions(list, access);
 	add_request(list, access, FLASH_MNG_MTD_READ, "FLASH_MNG_MTD_READ");
 	add_request(list, access, FLASH_MNG_MTD_WRITE, "FLASH_MNG_MTD_WRITE");

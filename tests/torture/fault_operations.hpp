@@ -30,12 +30,11 @@ struct operation {
 	std::function<void()> after = [] {};
 	// Blocks of the heap that a failed attempt leaves on purpose.
 	std::function<int64_t()> left_on_purpose = [] { return 0; };
-	// Codes of a retry that find the work done already.
-	std::vector<uint32_t> done_already = {};
 	write_target target = {};
 };
 
-// While flash_mng is loaded, and with it spi_flash_driver.
+// While flash_mng is loaded. The flash driver is that of flash_calls, which cannot fail: Linux 5.10 does not bear that a block device for a
+// new MTD device finds no memory.
 std::vector<operation> operations(const flash_mng_access &access);
 // While it is not.
 std::vector<operation> module_operations();
