@@ -209,16 +209,18 @@ answer answer_to_64_bits(uint32_t command, std::size_t size)
 	return {code, in_hexadecimal(record.content())};
 }
 
-class board_callers_of_32_bits : public board_callers {
+template <typename board_fixture> class with_a_32_bit_program : public board_fixture {
 protected:
 	void SetUp() override
 	{
+		board_fixture::SetUp();
 #ifndef __aarch64__
 		GTEST_SKIP() << "the 32-bit program is for Arm";
 #endif
-		board_callers::SetUp();
 	}
 };
+
+class board_callers_of_32_bits : public with_a_32_bit_program<board_callers> {};
 
 TEST_F(board_callers_of_32_bits, get_the_same_answers)
 {
@@ -247,7 +249,7 @@ TEST_F(board_callers_of_32_bits, write_partitions)
 	EXPECT_EQ(board::mtd_content(config_, 0, 5), pattern(5));
 }
 
-class board_lookups_of_32_bits : public on_spi_board_with_driver {
+class board_lookups_of_32_bits : public with_a_32_bit_program<on_spi_board_with_driver> {
 protected:
 	static answer lookup(uint32_t command, const std::string &instance, const std::string &name)
 	{
