@@ -155,6 +155,12 @@ std::optional<long long> forced_locked(call which, std::initializer_list<traced>
 	return result;
 }
 
+unsigned times_let_go()
+{
+	state_guard guard;
+	return g_times_let_go;
+}
+
 void arm_locked(fault fault)
 {
 	if (fault.remaining == 0)
@@ -231,11 +237,12 @@ void forge(std::string_view function, long long result, unsigned argument, std::
 	arm_locked({which, nth, false, result, false, argument, {content.begin(), content.end()}});
 }
 
+// A call that is let go before it comes to wait does not wait.
 void stop_call(std::string_view function, unsigned nth)
 {
-	at_call(function, nth, [] {
+	at_call(function, nth, [before = times_let_go()] {
 		std::unique_lock<std::mutex> held(state_mutex());
-		g_let_go.wait(held, [before = g_times_let_go] { return g_times_let_go != before; });
+		g_let_go.wait(held, [before] { return g_times_let_go != before; });
 	});
 }
 

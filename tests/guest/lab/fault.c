@@ -198,35 +198,34 @@ enum lab_fault_kind lab_fault_take_lie(u32 *count)
 	return kind;
 }
 
-static bool take_interruption(int function, struct fault *taken, u32 *seen_clearings)
+bool lab_interruption_take(int function, struct lab_interruption *taken)
 {
 	struct fault *due;
 	unsigned long flags;
 
+	if (!READ_ONCE(armed))
+		return false;
 	raw_spin_lock_irqsave(&lock, flags);
 	due = next_due(function, INTERRUPTION);
-	if (due)
-		*taken = *due;
-	*seen_clearings = clearings;
+	if (due) {
+		taken->kind = due->kind;
+		taken->table = due->result;
+		taken->clearings = clearings;
+	}
 	raw_spin_unlock_irqrestore(&lock, flags);
 	return due;
 }
 
-void lab_interrupt(int function)
+void lab_interrupt(const struct lab_interruption *taken)
 {
-	struct fault taken;
-	u32 seen_clearings;
-
-	if (!READ_ONCE(armed) || !take_interruption(function, &taken, &seen_clearings))
-		return;
-	switch (taken.kind) {
+	switch (taken->kind) {
 	case LAB_DRIVER_GOES:
 		lab_driver_goes();
 		break;
 	case LAB_DRIVER_COMES:
-		lab_driver_comes(taken.result);
+		lab_driver_comes(taken->table);
 		break;
 	default:
-		wait_event_killable(cleared, READ_ONCE(clearings) != seen_clearings);
+		wait_event_killable(cleared, READ_ONCE(clearings) != taken->clearings);
 	}
 }

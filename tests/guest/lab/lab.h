@@ -108,8 +108,17 @@ u32 lab_faults_hit(void);
 int lab_function_index(const char *name);
 /* lab_fault_take() - count a call of @function; true with its forced @result, and its content stored, when it is to fail. */
 bool lab_fault_take(int function, const u64 *arguments, s64 *result);
-/* lab_interrupt() - count a call of @function; what is to happen before it happens now. */
-void lab_interrupt(int function);
+/* What is to happen before a call. */
+struct lab_interruption {
+	enum lab_fault_kind kind;
+	u64 table; /* of the driver that comes */
+	u32 clearings; /* of the faults before it: it waits for the next one */
+};
+
+/* lab_interruption_take() - count a call of @function; true with what is to happen before it. */
+bool lab_interruption_take(int function, struct lab_interruption *taken);
+/* lab_interrupt() - let it happen; may wait until the faults are cleared. */
+void lab_interrupt(const struct lab_interruption *taken);
 /* lab_fault_take_lie() - count an entry list; the kind of lie to tell about it, LAB_FAIL for none. */
 enum lab_fault_kind lab_fault_take_lie(u32 *count);
 

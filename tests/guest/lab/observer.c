@@ -98,10 +98,15 @@ static void account_giving(const char *name, const struct lab_frame *frame)
 		lab_hold(LAB_LOCK, frame->arguments[0]);
 }
 
+/* What stops a call is decided before the call is seen: a case that sees it may make the next one, which is not to be stopped. */
 static bool observe(int function, const u64 *arguments, s64 *result)
 {
+	struct lab_interruption interruption;
+	bool interrupted = lab_interruption_take(function, &interruption);
+
 	lab_trace_call(observed[function].name, observed[function].signature, arguments);
-	lab_interrupt(function);
+	if (interrupted)
+		lab_interrupt(&interruption);
 	return lab_fault_take(function, arguments, result);
 }
 
