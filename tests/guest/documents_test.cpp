@@ -64,7 +64,8 @@ protected:
 	void SetUp() override
 	{
 		on_board::SetUp();
-		board::add_mtd({.name = "boot"});
+		for (const auto *name : {"boot", "usrdata"})
+			board::add_mtd({.name = name, .size = 0x100000, .erase_size = 0x20000});
 		guest::write_file(board_selector, "cards");
 		for (const auto *name : {"flash_mng", "spi_flash_driver", "demo_client"})
 			ASSERT_EQ(guest::insert_module(guest::module_file(name)), 0) << name;
