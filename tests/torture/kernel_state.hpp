@@ -25,8 +25,8 @@ std::vector<std::string> holdings();
 // 0 as long as the kernel has reported nothing that it remembers: warnings, oopses, memory errors. Out-of-tree modules do not count.
 uint64_t taint();
 
-// Blocks without a reference to them that kmemleak finds, apart from those found before; needs some seconds. As kmemleak prints them; none on
-// a kernel without it.
+// Blocks without a reference to them that kmemleak finds, apart from those found before; needs some seconds. As kmemleak prints them;
+// none on a kernel without it.
 std::string leaks();
 
 // The whole number behind NAME= on the kernel command line.
