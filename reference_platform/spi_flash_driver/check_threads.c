@@ -12,7 +12,7 @@
 #include "check.h"
 #include "platform_status.h"
 
-#define ROUNDS 20
+#define ROUNDS 8
 
 struct worker {
 	u32 inst_id;

@@ -80,17 +80,6 @@ TEST_F(board_module, its_device_is_for_root_with_a_minor_of_its_own)
 	EXPECT_EQ(node.st_uid, 0u);
 }
 
-TEST_F(board_module, can_be_loaded_and_unloaded_100_times)
-{
-	for (int round = 0; round < 100; ++round) {
-		ASSERT_EQ(board::load(), 0u) << "round " << round;
-		ASSERT_TRUE(board::device_registered()) << "round " << round;
-		board::unload();
-		ASSERT_EQ(board::held(), board::holdings{}) << "round " << round;
-		board::forget();
-	}
-}
-
 // Two listed NAND partitions, one of them the user data.
 class board_callers : public on_loaded_module {
 protected:
