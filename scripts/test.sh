@@ -88,23 +88,23 @@ run_task() {
 	echo "$task_result" >"$build_dir/board/$1.status"
 }
 
-# The debug kernel is slower: two boards share its cases, with a single core each, which is faster to emulate; the cases with several
-# callers run once more with two. Parameters that Linux does not know are the first program's environment, which GoogleTest reads.
+# The suites run on boards of one core: a board with two, on a busy desk, spends half of its time on the turns of its own cores. The cases
+# with several callers run once more with two. The debug kernel is slower: two boards share its cases. Parameters that Linux does not know
+# are the first program's environment, which GoogleTest reads.
 run_lane_1() {
 	run_task debug-suite-1 debug suite "$suite_time_limit" "GTEST_TOTAL_SHARDS=2 GTEST_SHARD_INDEX=0 maxcpus=1"
-	run_task debug-leftovers debug leftovers "$short_time_limit"
+	run_task debug-cycles debug cycles "$short_time_limit"
 }
 
 run_lane_2() {
 	run_task debug-suite-2 debug suite "$suite_time_limit" "GTEST_TOTAL_SHARDS=2 GTEST_SHARD_INDEX=1 maxcpus=1"
-	run_task debug-cycles debug cycles "$short_time_limit"
+	run_task board-cycles board cycles "$short_time_limit"
 }
 
-# Its callers wait for each other: they come when the cores are free.
 run_lane_3() {
-	run_task board-suite board suite "$suite_time_limit"
+	run_task board-suite board suite "$suite_time_limit" maxcpus=1
 	run_task debug-concurrency debug concurrency "$short_time_limit"
-	run_task board-cycles board cycles "$short_time_limit"
+	run_task debug-leftovers debug leftovers "$short_time_limit"
 }
 
 # The boards, and beside them the checks, which fill the cores while boards wait.
