@@ -1,30 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "modules.hpp"
 
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
 
-#include <unistd.h>
-
 #include "lab_device.hpp"
 
 namespace torture {
-
-namespace {
-
-int remove_patiently(const std::string &name)
-{
-	int error = guest::remove_module(name);
-	for (int attempt = 0; attempt < 200 && error == EAGAIN; ++attempt) {
-		usleep(10000);
-		error = guest::remove_module(name);
-	}
-	return error;
-}
-
-} // namespace
 
 loaded_modules::loaded_modules(std::vector<std::string> names)
 {
@@ -40,7 +23,7 @@ void loaded_modules::unload()
 	while (!names_.empty()) {
 		const std::string name = names_.back();
 		names_.pop_back();
-		if (const int error = remove_patiently(name))
+		if (const int error = guest::remove_module_patiently(name))
 			throw std::runtime_error(name + " does not unload: " + std::strerror(error));
 	}
 }
