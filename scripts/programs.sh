@@ -12,11 +12,16 @@ preset_dir() {
 	esac
 }
 
-# The board's flashctl takes its hash from a library, of this machine's own Debian release but for AArch64.
+# The board's flashctl takes its hash from a library, of this machine's own Debian release but for the board's architecture.
 configure_programs() {
+	case $1 in
+	guest) nettle_architecture=arm64 ;;
+	twin) nettle_architecture=amd64 ;;
+	*) nettle_architecture= ;;
+	esac
 	program_option=
-	if [ "$1" = guest ]; then
-		fetch_package "$(machine_codename)" arm64 nettle-dev
+	if [ -n "$nettle_architecture" ]; then
+		fetch_package "$(machine_codename)" "$nettle_architecture" nettle-dev
 		program_option=-DFLASHCTL_NETTLE_ROOT=$package_files/files
 	fi
 	run_step "configure programs ($1)" "cmake_$1" env -C "$root" cmake --preset "$1" ${program_option:+"$program_option"}

@@ -38,13 +38,6 @@ std::string shell(const std::string &commands)
 
 class manual_examples : public on_loaded_module {
 protected:
-	void SetUp() override
-	{
-		if (!guest::file_exists("/bin/flashctl"))
-			GTEST_SKIP() << "flashctl is not built for this machine";
-		on_loaded_module::SetUp();
-	}
-
 	void prepare() override
 	{
 		board::configure("transfers");

@@ -83,13 +83,6 @@ protected:
 	static constexpr std::size_t size_ = 0x10000, usable_ = 0x8000, block_ = 0x4000;
 	static constexpr std::size_t offset_ = block_ - 0x80, length_ = 0x1000; // a range over the border of two erase blocks
 
-	void SetUp() override
-	{
-		if (!guest::file_exists(program))
-			GTEST_SKIP() << "flashctl is not built for this machine";
-		on_loaded_module::SetUp();
-	}
-
 	void prepare() override
 	{
 		board::configure("transfers");
@@ -326,15 +319,7 @@ TEST_F(flashctl_faults, of_linux_never_make_a_false_success)
 				 {"linux_copy_to_user", 1}});
 }
 
-class flashctl_spi : public on_spi_board_with_driver {
-protected:
-	void SetUp() override
-	{
-		if (!guest::file_exists(program))
-			GTEST_SKIP() << "flashctl is not built for this machine";
-		on_spi_board_with_driver::SetUp();
-	}
-};
+using flashctl_spi = on_spi_board_with_driver;
 
 TEST_F(flashctl_spi, finds_a_flash_once_it_is_created)
 {
