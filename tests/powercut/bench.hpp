@@ -4,11 +4,14 @@
 // it again on the flash as it was left.
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "block_state.hpp"
 
 namespace powercut {
 
@@ -30,7 +33,7 @@ struct bench_counts {
 	std::size_t between = 0;   // some of its blocks new, the others old
 	std::size_t generations = 0;
 	std::size_t repeated = 0; // writes that a cut had torn or left between, and that were done again and reported
-	std::size_t blocks[6] = {};
+	std::array<std::size_t, block_states> blocks = {};
 };
 
 // run_bench() - cut until the time is over. The first finding ends it.

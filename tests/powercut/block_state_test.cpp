@@ -18,6 +18,11 @@ block_state state_of(const content &found, std::size_t torn_begin = 0, std::size
 	return block_state_of(g_before, g_after, found, torn_begin, torn_end);
 }
 
+block_state state_in_pages(const content &found)
+{
+	return block_state_in_pages(g_before, g_after, found, 2);
+}
+
 TEST(block_state, old_new_and_erased_content_are_told_apart)
 {
 	EXPECT_EQ(state_of(g_before), block_state::untouched);
@@ -43,6 +48,35 @@ TEST(block_state, anything_else_is_foreign)
 	EXPECT_EQ(state_of({5, 6, 7, 4}), block_state::foreign);
 	EXPECT_EQ(state_of({5, 6, 7, 9}), block_state::foreign);
 	EXPECT_EQ(state_of({1, 2, 3, 5}), block_state::foreign);
+}
+
+TEST(block_state, pages_of_a_block_that_is_rewritten_more_than_once_are_each_old_or_new)
+{
+	EXPECT_EQ(state_in_pages({1, 2, 7, 8}), block_state::mixed);
+	EXPECT_EQ(state_in_pages({5, 6, 3, 4}), block_state::mixed);
+	EXPECT_EQ(state_in_pages({5, 2, 3, 4}), block_state::foreign); // within a page
+	EXPECT_EQ(state_in_pages({5, 6, 3, 8}), block_state::foreign);
+	EXPECT_EQ(state_in_pages({5, 6, 9, 9}), block_state::foreign);
+}
+
+TEST(block_state, a_part_of_such_pages_may_be_erased)
+{
+	EXPECT_EQ(state_in_pages({1, 2, 7, 255}), block_state::mixed);
+	EXPECT_EQ(state_in_pages({1, 2, 255, 255}), block_state::mixed);
+	EXPECT_EQ(state_in_pages({255, 255, 7, 8}), block_state::mixed);
+	EXPECT_EQ(state_in_pages({255, 2, 7, 8}), block_state::mixed);
+	EXPECT_EQ(state_in_pages({255, 2, 7, 255}), block_state::foreign);
+	EXPECT_EQ(state_in_pages({1, 255, 7, 8}), block_state::foreign);
+	EXPECT_EQ(state_in_pages({1, 255, 7, 255}), block_state::foreign);
+}
+
+TEST(block_state, of_pages_is_as_of_a_block_where_that_is_enough)
+{
+	EXPECT_EQ(state_in_pages(g_before), block_state::untouched);
+	EXPECT_EQ(state_in_pages(g_after), block_state::complete);
+	EXPECT_EQ(state_in_pages({255, 255, 255, 255}), block_state::erased);
+	EXPECT_EQ(state_in_pages({5, 255, 255, 255}), block_state::programming);
+	EXPECT_EQ(state_in_pages({255, 255, 255, 4}), block_state::erasing);
 }
 
 TEST(block_state, torn_bytes_may_be_anything_where_the_content_changes)

@@ -11,6 +11,8 @@ namespace {
 
 using content = std::span<const std::uint8_t>;
 
+constexpr std::size_t page_size = 4096; // of the board's kernel
+
 std::size_t place_of(const powercut_write &write)
 {
 	return std::size_t(write.road) * POWERCUT_PARTITION_SIZE + write.offset;
@@ -29,7 +31,7 @@ std::string describe_difference(content expected, content found, std::size_t blo
 	       std::to_string(*wanted);
 }
 
-// Blocks are rewritten one after the other: new ones in front, then at most one on its way, then old ones.
+// Of the flash buffer service: blocks are rewritten one after the other: new ones in front, then at most one on its way, then old ones.
 void check_order(std::span<const block_state> states, std::span<const std::size_t> blocks, std::vector<std::string> &findings)
 {
 	const auto flight = std::find_if(states.begin(), states.end(), [](block_state state) { return state != block_state::complete; });
@@ -46,7 +48,7 @@ void check_order(std::span<const block_state> states, std::span<const std::size_
 bool nor_verdict::is_torn() const
 {
 	const auto count = [this](block_state state) { return in_flight[static_cast<std::size_t>(state)]; };
-	return count(block_state::erasing) + count(block_state::erased) + count(block_state::programming) > 0;
+	return count(block_state::erasing) + count(block_state::erased) + count(block_state::programming) + count(block_state::mixed) > 0;
 }
 
 bool nor_verdict::is_complete() const
@@ -82,6 +84,7 @@ nor_verdict check_nor(std::vector<std::uint8_t> &expected, content found, const 
 	const auto flight = powercut_plan(writes.seed, writes.reported + 1);
 	const auto first_block = place_of(flight) / POWERCUT_BLOCK_SIZE;
 	const auto last_block = (place_of(flight) + flight.length - 1) / POWERCUT_BLOCK_SIZE;
+	const bool by_service = flight.road == POWERCUT_BY_SERVICE;
 	std::vector<block_state> states;
 	std::vector<std::size_t> blocks;
 	nor_verdict verdict;
@@ -99,13 +102,14 @@ nor_verdict check_nor(std::vector<std::uint8_t> &expected, content found, const 
 			std::equal(was.begin(), was.end(), is.begin()) && std::equal(was.begin(), was.end(), will_be.begin());
 		if (says_nothing) // a write that is done again finds some of its blocks new
 			continue;
-		states.push_back(block_state_of(was, will_be, is));
+		states.push_back(by_service ? block_state_of(was, will_be, is) : block_state_in_pages(was, will_be, is, page_size));
 		blocks.push_back(block);
 		++verdict.in_flight[static_cast<std::size_t>(states.back())];
 		if (states.back() == block_state::foreign)
 			verdict.findings.push_back("block " + std::to_string(block) + ", in flight, is neither old nor new nor erased");
 	}
-	check_order(states, blocks, verdict.findings);
+	if (by_service)
+		check_order(states, blocks, verdict.findings);
 	return verdict;
 }
 

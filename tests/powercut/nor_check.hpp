@@ -2,6 +2,9 @@
 //
 // The NOR flash of a board that was killed, against what it has to hold: the writes that were reported, whole; of the next write each
 // erase block old, new or on its way; everything else as it was.
+//
+// The flash buffer service rewrites an erase block once, and one after the other. Linux's block device for flash works on up to two
+// requests in turns, page by page; where these are in two blocks, it rewrites each of them for a part of its pages, back and forth.
 #pragma once
 
 #include <array>

@@ -15,12 +15,13 @@ namespace {
 
 constexpr std::uint32_t seed = 7;
 
-// The first generation from 1 whose write touches so many erase blocks.
-std::uint32_t generation_over(std::size_t blocks)
+// The first generation from 1 whose write takes that road and touches so many erase blocks.
+std::uint32_t generation_over(std::size_t blocks, std::uint32_t road)
 {
 	for (std::uint32_t generation = 2;; ++generation) {
 		const auto write = powercut_plan(seed, generation);
-		if ((write.offset + write.length - 1) / POWERCUT_BLOCK_SIZE - write.offset / POWERCUT_BLOCK_SIZE + 1 == blocks)
+		if (write.road == road &&
+		    (write.offset + write.length - 1) / POWERCUT_BLOCK_SIZE - write.offset / POWERCUT_BLOCK_SIZE + 1 == blocks)
 			return generation;
 	}
 }
@@ -28,7 +29,7 @@ std::uint32_t generation_over(std::size_t blocks)
 class nor_check : public testing::Test {
 protected:
 	// The board wrote all generations before this one, which was in flight.
-	explicit nor_check(std::uint32_t in_flight = generation_over(3)) : generation(in_flight)
+	explicit nor_check(std::uint32_t road = POWERCUT_BY_SERVICE) : generation(generation_over(3, road))
 	{
 		found = expected;
 		for (std::uint32_t one = 1; one < generation; ++one)
@@ -55,6 +56,19 @@ protected:
 	std::vector<std::uint8_t> expected = first_content(seed);
 	std::vector<std::uint8_t> found, after;
 	std::size_t begin;
+};
+
+class nor_check_of_block_device : public nor_check {
+protected:
+	nor_check_of_block_device() : nor_check(POWERCUT_BY_PARTITION) {}
+
+	// Gives a part of the blocks in flight, from one to the other place in them, the new content.
+	void write_new_between(std::size_t from, std::size_t to)
+	{
+		std::copy(after.begin() + static_cast<std::ptrdiff_t>(begin + from),
+			  after.begin() + static_cast<std::ptrdiff_t>(begin + to),
+			  found.begin() + static_cast<std::ptrdiff_t>(begin + from));
+	}
 };
 
 TEST_F(nor_check, takes_a_write_that_did_not_begin)
@@ -133,6 +147,37 @@ TEST_F(nor_check, finds_a_block_that_is_new_before_its_turn)
 TEST_F(nor_check, finds_a_block_programmed_without_an_erase)
 {
 	write_new(POWERCUT_BLOCK_SIZE - 1000);
+	EXPECT_FALSE(check().findings.empty());
+}
+
+// What one long run has left.
+TEST_F(nor_check_of_block_device, takes_two_blocks_that_were_rewritten_in_turns)
+{
+	write_new_between(0, 2 * POWERCUT_BLOCK_SIZE - 0x2000);
+	write_new_between(2 * POWERCUT_BLOCK_SIZE + 0x4000, 2 * POWERCUT_BLOCK_SIZE + 0x6000);
+	const auto verdict = check();
+	EXPECT_TRUE(verdict.findings.empty());
+	EXPECT_TRUE(verdict.is_torn());
+	EXPECT_EQ(states(verdict, block_state::complete), 1u);
+	EXPECT_EQ(states(verdict, block_state::mixed), 2u);
+}
+
+TEST_F(nor_check, finds_blocks_of_the_service_that_were_rewritten_in_turns)
+{
+	write_new(2 * POWERCUT_BLOCK_SIZE - 0x2000);
+	EXPECT_FALSE(check().findings.empty());
+}
+
+TEST_F(nor_check_of_block_device, finds_a_page_that_is_neither_old_nor_new)
+{
+	write_new_between(0, POWERCUT_BLOCK_SIZE - 1000);
+	EXPECT_FALSE(check().findings.empty());
+}
+
+TEST_F(nor_check_of_block_device, finds_a_wrong_byte_beside_the_write)
+{
+	write_new_between(0, 2 * POWERCUT_BLOCK_SIZE - 0x2000);
+	found[begin - 1] ^= 1;
 	EXPECT_FALSE(check().findings.empty());
 }
 
