@@ -192,6 +192,8 @@ u32 drv_flash_create(u32 inst_id, struct flash_parts_info *parts_info);
  * drv_flash_destroy() - remove the partitions of an instance's SPI flash, and forget the instance.
  * @inst_id: device instance
  *
+ * Nobody may transfer to or from these partitions meanwhile: Linux's block devices of MTD do not bear that.
+ *
  * Return: FLASH_MNG_OK; FLASH_MNG_NO_DRIVER; FLASH_MNG_FAILED when the XML has no settings for the instance or memory is short; a status
  * of the driver, the instance being kept.
  */

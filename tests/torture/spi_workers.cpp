@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
+#include <shared_mutex>
 
 #include "platform_status.h"
 #include "workers.hpp"
@@ -25,6 +27,15 @@ constexpr spi_flash flashes[] = {
 	{{0x13, 0x10, 0, 1, 0, 2, 0x11, 0x22}, 4 << 20, {"flash13_a", "flash13_b"}},
 	{{0x20, 0x20, 1, 1, 1, 1, 0xffffffff, 0xffffffff}, 2 << 20, {"flash20_a", "flash20_b"}},
 };
+
+// Linux 5.10 does not bear it when an MTD device goes while somebody opens its block device: the next one of its number gets no block
+// device, or the list of them is read after a part of it was freed. So who transfers and who destroys agree, as they have to on a board.
+std::shared_mutex g_in_use[std::size(flashes)];
+
+std::shared_mutex &in_use(const spi_flash &flash)
+{
+	return g_in_use[&flash - flashes];
+}
 
 bool same(const spi_controller_config &found, const spi_controller_config &wanted)
 {
@@ -113,9 +124,10 @@ private:
 
 	void create_it(step_context &context) { created_ = context.expect("create", create(context, flash_), {FLASH_MNG_OK}); }
 
-	// Somebody who looks on may have a partition open.
+	// Somebody who asks for statistics may have a partition.
 	void destroy_it(step_context &context)
 	{
+		const std::unique_lock nobody(in_use(flash_));
 		const uint32_t code = destroy(context, flash_);
 		context.expect("destroy", code, {FLASH_MNG_OK, SPI_FLASH_IN_USE});
 		created_ = code != FLASH_MNG_OK;
@@ -175,10 +187,10 @@ void look_on(step_context &context)
 	context.expect("lookup of an unknown instance", look_up_instance(context, unknown_instance, config), {FLASH_MNG_NOT_FOUND});
 }
 
-// The partition may go, and another one may get its number, between any two steps of the call.
 void use_as_guest(step_context &context)
 {
 	const spi_flash &flash = context.choice.of(flashes);
+	const std::shared_lock stays(in_use(flash));
 	bytes data(1 + context.choice.below(5000));
 	const uint32_t code = export_call(FLASH_CALL_drv_flash_mtd_read)
 				      .text(context.choice.of(flash.parts))
@@ -186,8 +198,7 @@ void use_as_guest(step_context &context)
 				      .memory(data.data(), data.size())
 				      .value(data.size())
 				      .make(context.access);
-	context.expect("read: another's SPI flash", code,
-		       {FLASH_MNG_OK, FLASH_MNG_NO_PARTITION, FLASH_MNG_INVALID, FLASH_MNG_NOT_OPENED, FLASH_MNG_FAILED});
+	context.expect("read: another's SPI flash", code, {FLASH_MNG_OK, FLASH_MNG_NO_PARTITION, FLASH_MNG_INVALID});
 }
 
 void race(step_context &context)
