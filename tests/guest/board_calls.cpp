@@ -39,10 +39,10 @@ flash_part built(const flash_part_spec &spec)
 	return part;
 }
 
-lab_argument prepared(const parts_spec &spec, part_lists &lists)
+call_argument prepared(const parts_spec &spec, part_lists &lists)
 {
-	lab_argument argument = {};
-	argument.kind = LAB_PARTS;
+	call_argument argument = {};
+	argument.kind = CALL_PARTS;
 	argument.number = spec.part_num.value_or(static_cast<uint32_t>(spec.parts.size()));
 	if (spec.null_parts)
 		return argument;
@@ -53,21 +53,21 @@ lab_argument prepared(const parts_spec &spec, part_lists &lists)
 	return argument;
 }
 
-lab_argument prepared(const argument &given, part_lists &lists)
+call_argument prepared(const argument &given, part_lists &lists)
 {
 	if (given.parts())
 		return prepared(*given.parts(), lists);
-	lab_argument argument = {};
+	call_argument argument = {};
 	if (given.buffer()) {
-		argument.kind = LAB_MEMORY;
+		argument.kind = CALL_MEMORY;
 		argument.value = address_or_stub(given.buffer()->data(), given.buffer()->size());
 		argument.size = given.buffer()->size();
 	} else if (given.text()) {
-		argument.kind = LAB_MEMORY_IN;
+		argument.kind = CALL_MEMORY_IN;
 		argument.value = reinterpret_cast<uint64_t>(given.text()->c_str());
 		argument.size = given.text()->size() + 1;
 	} else {
-		argument.kind = LAB_VALUE;
+		argument.kind = CALL_VALUE;
 		argument.value = given.value();
 	}
 	return argument;

@@ -44,7 +44,7 @@ void register_driver(const driver_slots &slots)
 	lab_call call = {};
 	guest::set_name(call.function, "drv_flash_driver_register");
 	call.count = 3;
-	call.arguments[2].kind = LAB_DRIVER;
+	call.arguments[2].kind = CALL_DRIVER;
 	call.arguments[2].value = functions_of(slots);
 	guest::lab(LAB_CALL, &call, "registration of the flash driver");
 }

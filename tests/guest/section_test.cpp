@@ -65,7 +65,7 @@ public:
 		guest::set_name(shared_->call.function, by(way, "drv_flash_read", "drv_flash_write"));
 		for (uint64_t value : {uint64_t(default_instance), uint64_t(one), uint64_t(g_address), uint64_t(0), uint64_t(g_length)})
 			shared_->call.arguments[shared_->call.count++].value = value;
-		shared_->call.arguments[3] = {LAB_MEMORY, 0, reinterpret_cast<uint64_t>(shared_->data), g_length};
+		shared_->call.arguments[3] = {CALL_MEMORY, 0, reinterpret_cast<uint64_t>(shared_->data), g_length};
 	}
 	~shared_transfer() { munmap(shared_, sizeof(content)); }
 	shared_transfer(const shared_transfer &) = delete;

@@ -60,17 +60,17 @@ export_call &export_call::add(uint32_t kind, uint64_t value, uint64_t size, uint
 
 export_call &export_call::value(uint64_t number)
 {
-	return add(FLASH_CALL_VALUE, number, 0);
+	return add(CALL_VALUE, number, 0);
 }
 
 export_call &export_call::memory(void *address, std::size_t size)
 {
-	return add(FLASH_CALL_MEMORY, address_of(address), size);
+	return add(CALL_MEMORY, address_of(address), size);
 }
 
 export_call &export_call::memory_in(const void *address, std::size_t size)
 {
-	return add(FLASH_CALL_MEMORY_IN, address_of(address), size);
+	return add(CALL_MEMORY_IN, address_of(address), size);
 }
 
 export_call &export_call::text(const char *name)
@@ -80,12 +80,12 @@ export_call &export_call::text(const char *name)
 
 export_call &export_call::parts(std::span<const flash_part> parts)
 {
-	return add(FLASH_CALL_PARTS, address_of(parts.data()), parts.size_bytes(), static_cast<uint32_t>(parts.size()));
+	return add(CALL_PARTS, address_of(parts.data()), parts.size_bytes(), static_cast<uint32_t>(parts.size()));
 }
 
 export_call &export_call::driver(bool present)
 {
-	return add(FLASH_CALL_DRIVER, present, 0);
+	return add(CALL_DRIVER, present, 0);
 }
 
 export_call &export_call::fail(uint32_t nth)

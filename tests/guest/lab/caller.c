@@ -3,16 +3,12 @@
  * Calls of flash_mng's functions by name, exported or not, and a look at its globals. The module stays unloadable in between: it is
  * referenced for the time of one command only.
  */
-#include <linux/mm.h>
 #include <linux/module.h>
 #include <linux/slab.h>
 #include <linux/uaccess.h>
-#include <linux/vmalloc.h>
 
-#include "flash_mng.h"
+#include "argument.h"
 #include "lab.h"
-
-#define MOST_MEMORY (64u << 20)
 
 typedef u64 (*function_type)(u64, u64, u64, u64, u64, u64, u64, u64);
 
@@ -27,88 +23,12 @@ static unsigned long address_of(const struct module *module, char *name)
 	return address;
 }
 
-/* Heap memory where it can be had, so that an access beyond the exact size is seen by KASAN. */
-static void *exact_memory(size_t size)
+static int prepare(const struct call_argument *argument, u64 *value)
 {
-	return size <= KMALLOC_MAX_SIZE ? kmalloc(size, GFP_KERNEL) : vmalloc(size);
-}
-
-static int copy_in(const struct lab_argument *argument, void **memory)
-{
-	if (argument->size > MOST_MEMORY)
-		return -EINVAL;
-	*memory = exact_memory(argument->size);
-	if (!*memory)
-		return -ENOMEM;
-	return copy_from_user(*memory, u64_to_user_ptr(argument->value), argument->size) ? -EFAULT : 0;
-}
-
-static int prepare_parts(const struct lab_argument *argument, u64 *value)
-{
-	struct flash_parts_info *info = kzalloc(sizeof(*info), GFP_KERNEL);
-	void *parts = NULL;
-	int error = 0;
-
-	if (!info)
-		return -ENOMEM;
-	if (argument->value)
-		error = copy_in(argument, &parts);
-	info->part_num = argument->number;
-	info->parts = parts;
-	*value = (u64)info;
-	return error;
-}
-
-static int prepare(const struct lab_argument *argument, u64 *value)
-{
-	void *memory = NULL;
-	int error;
-
-	*value = 0;
-	switch (argument->kind) {
-	case LAB_VALUE:
-		*value = argument->value;
-		return 0;
-	case LAB_DRIVER:
-		*value = (u64)lab_driver_table(argument->value);
-		return *value ? 0 : -EINVAL;
-	case LAB_PARTS:
-		return prepare_parts(argument, value);
-	case LAB_MEMORY:
-	case LAB_MEMORY_IN:
-		error = copy_in(argument, &memory);
-		*value = (u64)memory;
-		return error;
-	}
-	return -EINVAL;
-}
-
-static int finish_memory(const struct lab_argument *argument, void *memory, bool called)
-{
-	int error = 0;
-
-	if (called && argument->kind == LAB_MEMORY && copy_to_user(u64_to_user_ptr(argument->value), memory, argument->size))
-		error = -EFAULT;
-	kvfree(memory);
-	return error;
-}
-
-static int finish(const struct lab_argument *argument, u64 value, bool called)
-{
-	struct flash_parts_info *info = (void *)value;
-
-	if (!value)
-		return 0;
-	switch (argument->kind) {
-	case LAB_PARTS:
-		kvfree(info->parts);
-		kfree(info);
-		break;
-	case LAB_MEMORY:
-	case LAB_MEMORY_IN:
-		return finish_memory(argument, (void *)value, called);
-	}
-	return 0;
+	if (argument->kind != CALL_DRIVER)
+		return prepare_argument(argument, value);
+	*value = (u64)lab_driver_table(argument->value);
+	return *value ? 0 : -EINVAL;
 }
 
 static int call_function(struct lab_call *call, function_type function)
@@ -122,7 +42,7 @@ static int call_function(struct lab_call *call, function_type function)
 	if (!error)
 		call->result = function(value[0], value[1], value[2], value[3], value[4], value[5], value[6], value[7]);
 	for (i = 0; i < prepared; i++)
-		error = finish(&call->arguments[i], value[i], !error) ?: error;
+		error = finish_argument(&call->arguments[i], value[i], !error) ?: error;
 	return error;
 }
 

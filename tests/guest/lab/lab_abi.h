@@ -10,6 +10,8 @@
 #include <linux/ioctl.h>
 #include <linux/types.h>
 
+#include "argument_abi.h"
+
 #define LAB_NAME_SIZE 64
 #define LAB_ARGUMENTS 8
 #define LAB_TEXT_SIZE 256
@@ -50,27 +52,11 @@ struct lab_mtd_state {
 /* What its function for sizes stores, as 64 bits. */
 #define LAB_DRIVER_SIZE 0x123456789aull
 
-/* One argument of a call: a number, or kernel memory of exactly size bytes that starts as a copy of the caller's. */
-enum lab_argument_kind {
-	LAB_VALUE = 0,
-	LAB_MEMORY = 1,	     /* copied in and back out */
-	LAB_MEMORY_IN = 2,   /* copied in only */
-	LAB_PARTS = 3,	     /* a struct flash_parts_info; value and size are its parts, 0 for no address, number its part_num */
-	LAB_DRIVER = 4,	     /* the lab's struct flash_driver_ops with the functions of value */
-};
-
-struct lab_argument {
-	__u32 kind;
-	__u32 number;
-	__u64 value; /* the number, or the address of the caller's bytes */
-	__u64 size;
-};
-
 struct lab_call {
 	char function[LAB_NAME_SIZE];
 	__u32 count;
 	__u32 reserved;
-	struct lab_argument arguments[LAB_ARGUMENTS];
+	struct call_argument arguments[LAB_ARGUMENTS]; /* a driver: that of the lab with the functions of value */
 	__u64 result; /* out: the whole result register */
 };
 

@@ -8,18 +8,14 @@
 
 #include <linux/fs.h>
 #include <linux/miscdevice.h>
-#include <linux/mm.h>
 #include <linux/module.h>
 #include <linux/sched.h>
-#include <linux/slab.h>
 #include <linux/uaccess.h>
-#include <linux/vmalloc.h>
 
+#include "argument.h"
 #include "flash_calls_abi.h"
-#include "flash_mng.h"
 #include "platform/instance.h"
 
-#define MOST_MEMORY (16u << 20)
 #define OWN_SIZE 0x400000ull
 
 typedef u64 (*function_type)(u64, u64, u64, u64, u64);
@@ -46,83 +42,12 @@ static u32 own_destroy(u32 cfg_inst_id, u32 sfc_chip_id, u32 sfc_ctrl, u32 sfc_c
 
 static const struct flash_driver_ops g_driver = { .get_size = own_get_size, .create = own_create, .destroy = own_destroy };
 
-/* Heap memory where it can be had, so that an access beyond the exact size is seen by KASAN. */
-static void *exact_memory(size_t size)
+static int prepare(const struct call_argument *argument, u64 *value)
 {
-	return size <= KMALLOC_MAX_SIZE ? kmalloc(size, GFP_KERNEL) : vmalloc(size);
-}
-
-static int copy_in(const struct flash_call_argument *argument, void **memory)
-{
-	if (argument->size > MOST_MEMORY)
-		return -EINVAL;
-	*memory = exact_memory(argument->size);
-	if (!*memory)
-		return -ENOMEM;
-	return copy_from_user(*memory, u64_to_user_ptr(argument->value), argument->size) ? -EFAULT : 0;
-}
-
-static int prepare_parts(const struct flash_call_argument *argument, u64 *value)
-{
-	struct flash_parts_info *info = kzalloc(sizeof(*info), GFP_KERNEL);
-	void *parts = NULL;
-	int error = 0;
-
-	if (!info)
-		return -ENOMEM;
-	if (argument->value)
-		error = copy_in(argument, &parts);
-	info->part_num = argument->number;
-	info->parts = parts;
-	*value = (u64)info;
-	return error;
-}
-
-static int prepare(const struct flash_call_argument *argument, u64 *value)
-{
-	void *memory = NULL;
-	int error;
-
-	*value = 0;
-	switch (argument->kind) {
-	case FLASH_CALL_VALUE:
-		*value = argument->value;
-		return 0;
-	case FLASH_CALL_DRIVER:
-		*value = argument->value ? (u64)&g_driver : 0;
-		return 0;
-	case FLASH_CALL_PARTS:
-		return prepare_parts(argument, value);
-	case FLASH_CALL_MEMORY:
-	case FLASH_CALL_MEMORY_IN:
-		error = copy_in(argument, &memory);
-		*value = (u64)memory;
-		return error;
-	}
-	return -EINVAL;
-}
-
-static int finish(const struct flash_call_argument *argument, u64 value, bool called)
-{
-	struct flash_parts_info *info = (void *)value;
-	int error = 0;
-
-	switch (argument->kind) {
-	case FLASH_CALL_PARTS:
-		if (info)
-			kvfree(info->parts);
-		kfree(info);
-		break;
-	case FLASH_CALL_MEMORY:
-		if (called && copy_to_user(u64_to_user_ptr(argument->value), (void *)value, argument->size))
-			error = -EFAULT;
-		kvfree((void *)value);
-		break;
-	case FLASH_CALL_MEMORY_IN:
-		kvfree((void *)value);
-		break;
-	}
-	return error;
+	if (argument->kind != CALL_DRIVER)
+		return prepare_argument(argument, value);
+	*value = argument->value ? (u64)&g_driver : 0;
+	return 0;
 }
 
 static void set_fail_nth(u32 nth)
@@ -165,7 +90,7 @@ static int make_call(struct flash_call *call)
 	if (!error)
 		call_now(call, value);
 	for (i = 0; i < prepared; i++)
-		error = finish(&call->arguments[i], value[i], !error) ?: error;
+		error = finish_argument(&call->arguments[i], value[i], !error) ?: error;
 	return error;
 }
 

@@ -9,6 +9,8 @@
 #include <linux/ioctl.h>
 #include <linux/types.h>
 
+#include "argument_abi.h"
+
 #define FLASH_CALL_ARGUMENTS 5
 
 /* FLASH_EXPORT(function, count of its arguments) */
@@ -39,26 +41,10 @@ enum flash_call_function {
 };
 #undef FLASH_EXPORT
 
-/* One argument: a number, or kernel memory of exactly size bytes that starts as a copy of the caller's. */
-enum flash_call_argument_kind {
-	FLASH_CALL_VALUE = 0,
-	FLASH_CALL_MEMORY = 1,	  /* copied in, and back out */
-	FLASH_CALL_MEMORY_IN = 2, /* copied in only */
-	FLASH_CALL_PARTS = 3,	  /* a struct flash_parts_info: value and size are its parts, 0 for none, number its part_num */
-	FLASH_CALL_DRIVER = 4,	  /* the flash driver of flash_calls, whose functions succeed; NULL when value is 0 */
-};
-
-struct flash_call_argument {
-	__u32 kind;
-	__u32 number;
-	__u64 value; /* the number, or the address of the caller's bytes */
-	__u64 size;  /* at most 16 MiB */
-};
-
 struct flash_call {
 	__u32 function;
 	__u32 fail_nth; /* the n-th fault point that the call reaches fails, as /proc/<pid>/fail-nth does it; 0: none */
-	struct flash_call_argument arguments[FLASH_CALL_ARGUMENTS];
+	struct call_argument arguments[FLASH_CALL_ARGUMENTS]; /* driver: that of flash_calls, whose functions succeed; NULL for value 0 */
 	__u64 result;	 /* out: the whole result register */
 	__u32 fail_left; /* out: 0 when that fault happened, otherwise what was left to count */
 	__u32 reserved;
