@@ -240,6 +240,7 @@ made_call caller::spi_flash(input &from)
 {
 	made_call made = {.what = kind::spi_flash};
 	const uint32_t inst_id = from.one_in(16) ? from.number() : from.of(instances);
+	made.inst_id = inst_id;
 	bytes size(sizeof(uint64_t));
 	const uint32_t choice = from.byte();
 	switch (choice % 6) {
@@ -256,13 +257,16 @@ made_call caller::spi_flash(input &from)
 		for (uint32_t count = from.byte() % 4; count; --count)
 			spec.parts.push_back({std::string(name_of(from)), from.size(), from.size()});
 		spec.null_parts = from.one_in(16);
+		made.flash = flash_call::create;
 		made.code = board::call("drv_flash_create", {inst_id, from.one_in(16) ? board::argument(nullptr) : board::argument(&spec)});
 		break;
 	}
 	case 4:
+		made.flash = flash_call::destroy;
 		made.code = board::call("drv_flash_destroy", {inst_id});
 		break;
 	default:
+		made.flash = flash_call::size;
 		made.code = board::call("drv_flash_get_size", {inst_id, from.number(), answer(from, size)});
 	}
 	return made;

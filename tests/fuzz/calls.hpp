@@ -7,6 +7,7 @@
 #include <optional>
 #include <string_view>
 
+#include "flash_account.hpp"
 #include "program.hpp"
 
 namespace fuzz {
@@ -40,6 +41,9 @@ struct made_call {
 	std::optional<range> touched = std::nullopt;
 	bytes data = {};
 	bool by_section = false;
+	// Of a call for an SPI flash.
+	flash_call flash = flash_call::none;
+	uint32_t inst_id = 0;
 };
 
 // Draws and makes calls; a reload is left to who asked.

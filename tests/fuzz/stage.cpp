@@ -96,6 +96,7 @@ void stage::unload()
 {
 	if (board::loaded())
 		board::unload();
+	flashes_.forget();
 	const long left = board::held().heap - unloaded_heap_;
 	if (left < 0 || left > kept_)
 		wrong(std::to_string(left) + " heap allocations stay after the unload");
@@ -107,6 +108,8 @@ void stage::judge_held(const board::holdings &before, const made_call &call)
 	const board::holdings now = board::held();
 	if (now.virtual_memory || now.mtd_references || now.open_files || now.locks)
 		wrong("virtual memory, a device, a file or a lock is still held");
+	if (!flashes_.enter(call.flash, call.inst_id, call.code, now.heap - before.heap))
+		wrong("the destroy of an SPI flash changed the heap by " + std::to_string(now.heap - before.heap) + " allocations");
 	if (call.what == kind::spi_flash)
 		unloaded_heap_ += now.heap - before.heap;
 	else if (call.what != kind::reload && now.heap != before.heap)

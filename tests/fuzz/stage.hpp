@@ -39,8 +39,9 @@ private:
 
 	caller caller_;
 	std::vector<bytes> contents_; // of the devices
-	long unloaded_heap_ = 0;      // allocations that stay without the module: of flashes that were not destroyed
-	long kept_ = 0;		      // by the latest load, at most
+	flash_account flashes_;
+	long unloaded_heap_ = 0; // allocations that stay without the module: of flashes that were not destroyed
+	long kept_ = 0;		 // by the latest load, at most
 	long next_kept_ = 0;
 	bool sections_known_ = true;
 };
