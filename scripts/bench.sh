@@ -81,9 +81,8 @@ build_bench() {
 	use_busybox
 	fetch_package "$(machine_codename)" arm64 mtd-utils
 	mtd_utils=$package_files
-	initramfs=$build_dir/board/board-bench.cpio.gz
-	initramfs_root=$build_dir/board/board-bench
-	mkdir -p "$build_dir/board" "$build_dir/bench"
+	name_initramfs board bench
+	mkdir -p "$build_dir/bench"
 	run_step "build the initramfs (bench)" initramfs_bench make_bench_initramfs
 }
 

@@ -58,6 +58,21 @@ pack_initramfs() {
 	(cd "$initramfs_root" && find . | LC_ALL=C sort | cpio -o -H newc -R 0:0 --quiet) | gzip -1 >"$initramfs"
 }
 
+# name_initramfs FLAVOUR SET: sets initramfs and initramfs_root, what run_board takes for that set and the folder with its files.
+name_initramfs() {
+	initramfs=$build_dir/board/$1-$2.cpio.gz
+	initramfs_root=$build_dir/board/$1-$2
+	mkdir -p "$build_dir/board"
+}
+
+# exchange_flash_mng FLAVOUR SET: makes the named initramfs from that of the set, with the flash_mng.ko of the stage.
+exchange_flash_mng() {
+	rm -rf "$initramfs_root"
+	cp -a "$build_dir/board/$1-$2" "$initramfs_root"
+	cp "$stage_dir/flash_mng_kernel/flash_mng.ko" "$initramfs_root/lib/modules/"
+	pack_initramfs
+}
+
 # make_initramfs demo|full: full has the tests and their lab too.
 make_initramfs() {
 	begin_initramfs
@@ -80,9 +95,7 @@ build_initramfs() {
 	use_kernel "$1"
 	use_stage "$1"
 	use_busybox
-	initramfs=$build_dir/board/$1-$2.cpio.gz
-	initramfs_root=$build_dir/board/$1-$2
-	mkdir -p "$build_dir/board"
+	name_initramfs "$1" "$2"
 	run_step "build the initramfs ($1, $2)" "initramfs_$1_$2" make_initramfs "$2"
 }
 

@@ -70,7 +70,7 @@ unpack_kernel_source_locked() {
 kernel_fragments() {
 	case $1 in
 	board) fragments="board aarch64" ;;
-	debug) fragments="board aarch64 debug" ;;
+	debug) fragments="board aarch64 debug kcov" ;;
 	twin) fragments="board x86_64 debug twin" ;;
 	twin-kcsan) fragments="board x86_64 twin-kcsan" ;;
 	esac

@@ -21,9 +21,7 @@ build_powercut_board() {
 	build_modules board
 	run_step "build the module that writes" powercut_client make_powercut_client
 	use_busybox
-	initramfs=$build_dir/board/powercut.cpio.gz
-	initramfs_root=$build_dir/board/powercut
-	mkdir -p "$build_dir/board"
+	name_initramfs board powercut
 	run_step "build the initramfs (powercut)" initramfs_powercut make_powercut_initramfs
 }
 

@@ -7,6 +7,7 @@ line_coverage=100
 branch_coverage=100
 suite_time_limit=900
 short_time_limit=600
+short_fuzz_seconds=20
 
 asan_options=detect_leaks=1:allocator_may_return_null=1
 
@@ -81,10 +82,11 @@ console_is_clean() {
 	nothing_in awk -f "$root/scripts/console_reports.awk" "$1"
 }
 
-# run_task RUN FLAVOUR TASK LIMIT [KERNEL PARAMETERS]: the task's status goes to build/board/RUN.status, its output to build/board/RUN-run.
+# run_task RUN FLAVOUR SET TASK LIMIT [KERNEL PARAMETERS]: the task's status goes to build/board/RUN.status, its output to
+# build/board/RUN-run.
 run_task() {
 	task_result=0
-	run_board "$2" full "$3" --output "$build_dir/board/$1-run" --time-limit "$4" --append "${5-}" || task_result=$?
+	run_board "$2" "$3" "$4" --output "$build_dir/board/$1-run" --time-limit "$5" --append "${6-}" || task_result=$?
 	echo "$task_result" >"$build_dir/board/$1.status"
 }
 
@@ -92,19 +94,20 @@ run_task() {
 # with several callers run once more with two. The debug kernel is slower: two boards share its cases. Parameters that Linux does not know
 # are the first program's environment, which GoogleTest reads.
 run_lane_1() {
-	run_task debug-suite-1 debug suite "$suite_time_limit" "GTEST_TOTAL_SHARDS=2 GTEST_SHARD_INDEX=0 maxcpus=1"
-	run_task debug-cycles debug cycles "$short_time_limit"
+	run_task debug-suite-1 debug full suite "$suite_time_limit" "GTEST_TOTAL_SHARDS=2 GTEST_SHARD_INDEX=0 maxcpus=1"
+	run_task debug-cycles debug full cycles "$short_time_limit"
 }
 
 run_lane_2() {
-	run_task debug-suite-2 debug suite "$suite_time_limit" "GTEST_TOTAL_SHARDS=2 GTEST_SHARD_INDEX=1 maxcpus=1"
-	run_task board-cycles board cycles "$short_time_limit"
+	run_task debug-suite-2 debug full suite "$suite_time_limit" "GTEST_TOTAL_SHARDS=2 GTEST_SHARD_INDEX=1 maxcpus=1"
+	run_task board-cycles board full cycles "$short_time_limit"
+	run_task debug-fuzz debug fuzz fuzz "$short_time_limit" "$(fuzz_parameters "$short_fuzz_seconds" 1)"
 }
 
 run_lane_3() {
-	run_task board-suite board suite "$suite_time_limit" maxcpus=1
-	run_task debug-concurrency debug concurrency "$short_time_limit"
-	run_task debug-leftovers debug leftovers "$short_time_limit"
+	run_task board-suite board full suite "$suite_time_limit" maxcpus=1
+	run_task debug-concurrency debug full concurrency "$short_time_limit"
+	run_task debug-leftovers debug full leftovers "$short_time_limit"
 }
 
 # The boards, and beside them the checks, which fill the cores while boards wait.
@@ -162,12 +165,13 @@ test_board() {
 		build_lab "$flavour"
 		build_initramfs "$flavour" full
 	done
+	build_fuzz_board
 	rm -rf "$build_dir"/board/*-run "$build_dir/results/checks"
-	try_step "suite, load cycles, leftovers and several callers on both kernels; checks" boards run_boards
+	try_step "suite, load cycles, leftovers, several callers and fuzzed calls; checks" boards run_boards
 	for run in board-suite debug-suite-1 debug-suite-2; do
 		count_report "conformance on the board, $run" "$build_dir/board/$run-run/results/conformance.xml"
 	done
-	for run in board-suite debug-suite-1 debug-suite-2 board-cycles debug-cycles debug-leftovers debug-concurrency; do
+	for run in board-suite debug-suite-1 debug-suite-2 board-cycles debug-cycles debug-leftovers debug-concurrency debug-fuzz; do
 		count_task "$run"
 	done
 	count_step "the module's C in the board's kernel" shims_ran "$build_dir/board/board-suite-run/results/shims"

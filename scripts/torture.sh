@@ -29,17 +29,16 @@ build_torture_board() {
 	build_lab "$1"
 	run_step "build the module of calls for the $1 kernel" "flash_calls_$1" make_flash_calls
 	use_busybox
-	initramfs=$build_dir/board/$1-torture.cpio.gz
-	initramfs_root=$build_dir/board/$1-torture
-	mkdir -p "$build_dir/board"
+	name_initramfs "$1" torture
 	run_step "build the initramfs ($1, torture)" "initramfs_$1_torture" make_torture_initramfs
 }
 
-# run_torture_task FLAVOUR TASK LIMIT KERNEL PARAMETERS: shows what the task printed; fails with it, and when the kernel reported something.
+# run_torture_task SET TASK LIMIT KERNEL PARAMETERS: on the debug kernel. Shows what the task printed; fails with it, and when the kernel
+# reported something.
 run_torture_task() {
-	torture_run=$build_dir/board/$1-$2-run
+	torture_run=$build_dir/board/debug-$2-run
 	torture_status=0
-	run_board "$1" torture "$2" --output "$torture_run" --time-limit "$3" --append "$4" || torture_status=$?
+	run_board debug "$1" "$2" --output "$torture_run" --time-limit "$3" --append "$4" || torture_status=$?
 	if [ "$torture_status" -ge 100 ]; then
 		tail -n 30 "$torture_run/console.log"
 	fi
@@ -71,7 +70,7 @@ torture_command() {
 	need_packages "$build_packages"
 	build_torture_board debug
 	say "torture for $torture_minutes minutes, then $torture_cycles load cycles"
-	run_torture_task debug torture $((torture_minutes * 60 + torture_cycles + 300)) \
+	run_torture_task torture torture $((torture_minutes * 60 + torture_cycles + 300)) \
 		"torture.seconds=$((torture_minutes * 60)) torture.seed=$torture_seed torture.cycles=$torture_cycles"
 }
 
@@ -80,5 +79,5 @@ faults_command() {
 	need_packages "$build_packages"
 	build_torture_board debug
 	say "faults of the kernel and of the platform"
-	run_torture_task debug faults 3600 "kmemleak=off faults.only=${1-}"
+	run_torture_task torture faults 3600 "kmemleak=off faults.only=${1-}"
 }

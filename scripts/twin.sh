@@ -21,18 +21,14 @@ make_mistaken() {
 	sed -i "$3" "$stage_dir/flash_mng_kernel/$2"
 	! cmp "$root/flash_mng_kernel/$2" "$stage_dir/flash_mng_kernel/$2" || return 1
 	make_modules flash_mng_kernel "$build_dir/kernel/$1/reference_platform/Module.symvers" || return 1
-	rm -rf "$initramfs_root"
-	cp -a "$build_dir/board/$1-full" "$initramfs_root"
-	cp "$stage_dir/flash_mng_kernel/flash_mng.ko" "$initramfs_root/lib/modules/"
-	pack_initramfs
+	exchange_flash_mng "$1" full
 }
 
 # shows_mistake FLAVOUR FILE MISTAKE CASE REPORT: the kernel's report of a mistaken module in that case, which may fail or not.
 shows_mistake() {
 	use_kernel "$1"
 	use_stage "$1-mistaken"
-	initramfs=$build_dir/board/$1-mistaken.cpio.gz
-	initramfs_root=$build_dir/board/$1-mistaken
+	name_initramfs "$1" mistaken
 	make_mistaken "$1" "$2" "$3" >"$log_dir/$1-mistaken.log" 2>&1 || {
 		tail -n 20 "$log_dir/$1-mistaken.log"
 		return 1
@@ -55,26 +51,18 @@ show_race() {
 }
 
 run_twin_suites() {
-	run_task twin-suite-1 twin suite "$twin_suite_limit" "GTEST_TOTAL_SHARDS=2 GTEST_SHARD_INDEX=0 maxcpus=1" &
+	run_task twin-suite-1 twin full suite "$twin_suite_limit" "GTEST_TOTAL_SHARDS=2 GTEST_SHARD_INDEX=0 maxcpus=1" &
 	first_suite=$!
-	run_task twin-suite-2 twin suite "$twin_suite_limit" "GTEST_TOTAL_SHARDS=2 GTEST_SHARD_INDEX=1"
+	run_task twin-suite-2 twin full suite "$twin_suite_limit" "GTEST_TOTAL_SHARDS=2 GTEST_SHARD_INDEX=1"
 	wait "$first_suite"
-}
-
-# run_twin_torture SECONDS LIMIT
-run_twin_torture() {
-	torture_result=0
-	run_board twin torture torture --output "$build_dir/board/twin-torture-run" --time-limit "$2" \
-		--append "torture.seconds=$1 torture.seed=1 torture.cycles=50" || torture_result=$?
-	echo "$torture_result" >"$build_dir/board/twin-torture.status"
 }
 
 # run_twin_callers MINUTES
 run_twin_callers() {
 	callers_limit=$(($1 * 60 + twin_short_limit))
-	run_twin_torture $(($1 * 60)) "$callers_limit" &
+	run_task twin-torture twin torture torture "$callers_limit" "torture.seconds=$(($1 * 60)) torture.seed=1 torture.cycles=50" &
 	torture_pid=$!
-	run_task twin-threads twin-kcsan concurrency "$callers_limit" "FLASH_MNG_MINUTES=$1"
+	run_task twin-threads twin-kcsan full concurrency "$callers_limit" "FLASH_MNG_MINUTES=$1"
 	wait "$torture_pid"
 }
 

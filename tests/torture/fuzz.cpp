@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // fuzz: calls that nobody would make, on the control device and the exports, from a seed; two processes, each led by the answers that it
-// gets. Every answer is compared with a model.
+// gets and by the code of flash_mng that its calls reach. Every answer is compared with a model.
 //
-// Parameters of the kernel command line: fuzz.seconds (20), fuzz.seed (1). /torture/corpus.txt, when it is there, is run first; inputs
-// that get new answers go to /results/corpus-<process>.txt. With arguments: the inputs of these files, once.
+// Parameters of the kernel command line: fuzz.seconds (20), fuzz.seed (1), fuzz.points: how many points the module's code has.
+// /torture/corpus.txt, when it is there, is run first; inputs that reach new code go to /results/corpus-<process>.txt. With arguments: the
+// inputs of these files, once.
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -12,10 +13,12 @@
 #include <fstream>
 #include <stdexcept>
 #include <thread>
+#include <unordered_set>
 
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "coverage.hpp"
 #include "kernel_state.hpp"
 #include "lab_device.hpp"
 #include "model.hpp"
@@ -98,13 +101,16 @@ public:
 			std::printf("  %u: %-36s %10llu\n", number, name.c_str(), static_cast<unsigned long long>(count));
 			calls += count;
 		}
-		std::printf("  %u: %llu calls in %llu inputs, %zu answers, %zu inputs kept, %u findings\n", number,
+		std::printf("  %u: %llu calls in %llu inputs, %zu answers, %zu points, %zu inputs kept, %u findings\n", number,
 			    static_cast<unsigned long long>(calls), static_cast<unsigned long long>(inputs_), model_.seen().count(),
-			    corpus_.size(), findings_);
+			    coverage_.points().size(), corpus_.size(), findings_);
 		std::ofstream kept("/results/corpus-" + std::to_string(number) + ".txt");
-		for (const input &one : corpus_)
+		for (const input &one : reaching_)
 			kept << text_of(one) << "\n";
-		std::ofstream("/tmp/fuzz-" + std::to_string(number)) << calls << "\n";
+		std::ofstream told("/tmp/fuzz-" + std::to_string(number));
+		told << calls << "\n";
+		for (const uint64_t point : coverage_.points())
+			told << point << "\n";
 	}
 
 	bool found_something() const { return findings_; }
@@ -120,10 +126,14 @@ private:
 	void run(const input &one)
 	{
 		model_.seen().restart();
+		coverage_.restart();
 		for (const gene &each : one)
 			if (const std::string wrong = model_.run(each); !wrong.empty())
 				finding(wrong, one);
-		if (model_.seen().found_new())
+		const bool reached_new = coverage_.found_new();
+		if (reached_new)
+			reaching_.push_back(one);
+		if (reached_new || model_.seen().found_new())
 			corpus_.push_back(one);
 		if (++inputs_ % taint_interval == 0 && taint() != taint_) {
 			taint_ = taint();
@@ -143,7 +153,9 @@ private:
 	model model_;
 	choices choice_;
 	mover mover_;
-	std::vector<input> corpus_;
+	coverage coverage_;
+	std::vector<input> corpus_;   // that reached new code or got new answers; others are made of them
+	std::vector<input> reaching_; // that reached new code
 	uint64_t inputs_ = 0;
 	uint64_t taint_ = taint();
 	unsigned findings_ = 0;
@@ -190,12 +202,21 @@ bool run_processes(uint64_t seed, unsigned length, const std::vector<input> &fir
 	return clean;
 }
 
-uint64_t calls_of(unsigned number)
-{
+// What the processes have told.
+struct total {
 	uint64_t calls = 0;
-	std::ifstream("/tmp/fuzz-" + std::to_string(number)) >> calls;
-	return calls;
-}
+	std::unordered_set<uint64_t> points;
+
+	void add(unsigned number)
+	{
+		std::ifstream told("/tmp/fuzz-" + std::to_string(number));
+		uint64_t calls_of_one = 0;
+		told >> calls_of_one;
+		calls += calls_of_one;
+		for (uint64_t point; told >> point;)
+			points.insert(point);
+	}
+};
 
 int fuzz(uint64_t seed, unsigned length, const std::vector<input> &first)
 {
@@ -209,11 +230,12 @@ int fuzz(uint64_t seed, unsigned length, const std::vector<input> &first)
 		std::printf("fuzz: something is still held\n");
 		clean = false;
 	}
-	uint64_t calls = 0;
+	total all;
 	for (unsigned number = 0; number < processes; ++number)
-		calls += calls_of(number);
-	std::printf("fuzz: %llu calls, seed %llu, %s\n", static_cast<unsigned long long>(calls), static_cast<unsigned long long>(seed),
-		    clean ? "clean" : "with findings");
+		all.add(number);
+	std::printf("fuzz: %llu calls, seed %llu, %zu of %llu points of flash_mng reached, %s\n",
+		    static_cast<unsigned long long>(all.calls), static_cast<unsigned long long>(seed), all.points.size(),
+		    static_cast<unsigned long long>(parameter("fuzz.points", 0)), clean ? "clean" : "with findings");
 	return clean ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
