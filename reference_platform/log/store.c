@@ -2,12 +2,12 @@
 #include "store.h"
 
 #include <linux/kernel.h>
+#include <linux/ktime.h>
 #include <linux/mutex.h>
 #include <linux/spinlock.h>
 #include <linux/string.h>
 #include <linux/vmalloc.h>
 
-#include "platform/log.h"
 #include "platform_status.h"
 
 struct log_ring {
@@ -112,7 +112,7 @@ static struct log_record *take_slot(struct log_ring *ring)
 
 void log_store_add(u32 module_id, u32 level, u32 flag, const char *fmt, va_list values)
 {
-	u64 time_ms = log_get_timestamp_ms();
+	u64 time_ms = ktime_to_ms(ktime_get());
 	struct log_record *slot;
 	struct log_ring *ring;
 	unsigned long irq_state;
