@@ -37,13 +37,12 @@ bench_board() {
 
 # compile_bench_boards: the sizes that board/initramfs/tasks/bench loads.
 compile_bench_boards() {
-	compiler=$(preset_dir debug)/tools/flash-board/flash-board
 	mkdir -p "$initramfs_root/lib/firmware/board/bench"
 	for sizes in "8 4 1000" "256 64 0" "4096 1024 0" "10 0 0" "1000 0 0" "10 100 0" "10 1000 0"; do
 		# shellcheck disable=SC2086 # three numbers
 		set -- $sizes
 		bench_board "$1" "$2" "$3" >"$build_dir/bench/$1_$2.xml"
-		"$compiler" compile "$build_dir/bench/$1_$2.xml" -o "$initramfs_root/lib/firmware/board/bench/$1_$2.fbd" || return 1
+		compile_board "$build_dir/bench/$1_$2.xml" "$initramfs_root/lib/firmware/board/bench/$1_$2.fbd" || return 1
 	done
 }
 

@@ -12,20 +12,20 @@ use_busybox() {
 
 # compile_board_files demo|SETS: the boards of a person; for the suite those of its cases too, in a folder of their own.
 compile_board_files() {
-	compiler=$(find "$(preset_dir debug)" -type f -name flash-board -perm -u+x | head -n 1)
-	[ -n "$compiler" ] || {
-		echo "flash-board is not built"
-		return 1
-	}
 	compile_boards_of board/xml board || return 1
 	[ "$1" = demo ] || compile_boards_of tests/conformance/boards board/conformance
+}
+
+# compile_board XML FILE
+compile_board() {
+	"$(preset_dir debug)/tools/flash-board/flash-board" compile "$1" -o "$2"
 }
 
 # compile_boards_of FOLDER FIRMWARE: the XML files of a folder of the clone.
 compile_boards_of() {
 	mkdir -p "$initramfs_root/lib/firmware/$2"
 	for xml in "$root/$1"/*.xml; do
-		"$compiler" compile "$xml" -o "$initramfs_root/lib/firmware/$2/$(basename "$xml" .xml).fbd" || return 1
+		compile_board "$xml" "$initramfs_root/lib/firmware/$2/$(basename "$xml" .xml).fbd" || return 1
 	done
 }
 

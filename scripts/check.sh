@@ -33,8 +33,8 @@ nothing_in() {
 # our_files PATTERN...: tracked or new files of the clone that match one of the name patterns.
 our_files() {
 	for pattern in "$@"; do
-		git -C "$root" ls-files --cached --others --exclude-standard "$pattern" | while IFS= read -r file; do
-			[ ! -f "$root/$file" ] || echo "$file"
+		git -C "$root" ls-files --cached --others --exclude-standard "$pattern" | while IFS= read -r our_file; do
+			[ ! -f "$root/$our_file" ] || echo "$our_file"
 		done
 	done
 }
@@ -279,9 +279,26 @@ format_findings() {
 # shell_findings SCRIPT...: scripts with what they source.
 shell_findings() {
 	(cd "$root" && shellcheck -x -a -f gcc "$@" 2>&1)
-	for script in "$@" $(our_files 'scripts/*.sh' 'tests/gate/*.sh' 'tests/packages/*.sh'); do
+	for script in "$@" $(our_files '*.sh'); do
 		(cd "$root" && dash -n "$script" 2>&1)
 	done
+}
+
+# Names that several functions set: what is counted, what a step and its end share, what the test of the gates points at planted things.
+shared_names="root build_dir stage_dir flash_object kernel_source kernel_source_id progress_pid
+	checks_passed checks_failed total_passed total_failed total_skipped"
+
+# twice_named_findings SHARED: names that scripts would take from each other, as they are one program for the shell.
+twice_named_findings() {
+	(cd "$root" && our_files dev 'scripts/*.sh' 'tests/*.sh' | xargs awk -v shared="$(echo "$1" | xargs)" -f scripts/shared_names.awk)
+}
+
+# shell_programs: what the shell is started with, and scripts that are found by name only.
+shell_programs() {
+	our_files '*' | (cd "$root" && xargs -d '\n' awk '
+		FNR == 1 && /^#!.*sh$/ || FNR < 4 && /^# shellcheck shell=(da)?sh$/ && FILENAME !~ /\.sh$/ {
+			print FILENAME
+		}') | sort -u
 }
 
 # bash_findings SCRIPT...: completions, which their shells source.
@@ -290,8 +307,8 @@ bash_findings() {
 }
 
 zsh_findings() {
-	for script in "$@"; do
-		(cd "$root" && zsh -n "$script" 2>&1)
+	for completion in "$@"; do
+		(cd "$root" && zsh -n "$completion" 2>&1)
 	done
 }
 
@@ -307,17 +324,17 @@ manual_findings() {
 
 files_without_licence() {
 	our_files '*.c' '*.h' '*.cpp' '*.hpp' '*.sh' '*.cmake' '*CMakeLists.txt' '*Kbuild' '*.py' '*.awk' '*.def' dev board/run |
-		while IFS= read -r file; do
-			head -n 3 "$file" | grep -q 'SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only' || echo "$file"
+		while IFS= read -r unlicensed; do
+			head -n 3 "$unlicensed" | grep -q 'SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only' || echo "$unlicensed"
 		done
 }
 
 # Tabs count 8 columns; a message text stays whole, however long its line.
 long_lines() {
-	our_files '*.c' '*.h' '*.cpp' '*.hpp' '*.sh' '*.cmake' '*CMakeLists.txt' '*.py' '*.awk' dev board/run | while IFS= read -r file; do
-		expand "$file" | awk -v name="$file" -v limit="$line_limit" '
+	our_files '*.c' '*.h' '*.cpp' '*.hpp' '*.sh' '*.cmake' '*CMakeLists.txt' '*.py' '*.awk' dev board/run | while IFS= read -r wide; do
+		expand "$wide" | awk -v name="$wide" -v limit="$line_limit" '
 			length($0) > limit && !/"[^"]{60,}"/ { print name ":" NR ": " length($0) " columns" }'
-		grep -nE '[[:space:]]+$' "$file" | sed "s,^\([0-9]*\):.*,$file:\1: white space at the end,"
+		grep -nE '[[:space:]]+$' "$wide" | sed "s,^\([0-9]*\):.*,$wide:\1: white space at the end,"
 	done
 }
 
@@ -331,7 +348,7 @@ run_checks() {
 	use_kernel board
 	use_stage board
 	say "checks"
-	check "the checks find what they look for" gate_test
+	check "the checks find what they look for" "$root/tests/gate/gate_test.sh"
 	check_object
 	check "C for the kernel: W=1 and sparse" nothing_in strict_findings
 	check "C for the kernel: style" nothing_in kernel_style_findings
@@ -339,7 +356,9 @@ run_checks() {
 	check "C++: cppcheck" nothing_in cppcheck_findings flash_mng_kernel/frame flash_mng_kernel/config flash_mng_kernel/datapath \
 		flash_mng_kernel/ioctl flash_mng_kernel/spi tools
 	check "C++: clang-format" nothing_in format_findings
-	check "shell: shellcheck and dash" nothing_in shell_findings dev board/run .ci/run board/initramfs/init
+	# shellcheck disable=SC2046 # names without blanks
+	check "shell: shellcheck and dash" nothing_in shell_findings $(shell_programs)
+	check "shell: no name is taken twice by accident" nothing_in twice_named_findings "$shared_names"
 	check "shell: completions for bash and zsh" nothing_in completion_findings
 	# shellcheck disable=SC2046 # names without blanks
 	check "manual pages: mandoc, $(our_files 'docs/man/*' | wc -l) pages" nothing_in manual_findings $(our_files 'docs/man/*')

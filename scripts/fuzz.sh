@@ -67,8 +67,8 @@ fuzz_command() {
 	whole_numbers fuzz "$fuzz_minutes" "$fuzz_seed"
 	[ "$fuzz_minutes" -gt 0 ] || usage_error "fuzz: 0 minutes; libFuzzer would never end"
 	need_packages "$build_packages" "$clang_packages"
-	for fuzz_target in $fuzz_targets; do
-		build_program_target fuzz "fuzz_$fuzz_target"
+	for built_target in $fuzz_targets; do
+		build_program_target fuzz "fuzz_$built_target"
 	done
 	build_fuzz_board
 

@@ -10,9 +10,10 @@ package_version() {
 	cat "$root/VERSION"
 }
 
-# stage_package: sets package_source, a copy of the clone's files with Debian's folder at the top.
+package_source=$package_dir/flash-mng-$(package_version)
+
+# stage_package: makes package_source, a copy of the clone's files with Debian's folder at the top.
 stage_package() {
-	package_source=$package_dir/flash-mng-$(package_version)
 	rm -rf "$package_dir"
 	mkdir -p "$package_source"
 	our_files '*' | rsync -a --files-from=- "$root" "$package_source" || return 1
@@ -50,7 +51,7 @@ package_command() {
 test_built_packages() {
 	build_kernel board
 	build_modules board
-	test_packages
-	test_debian_packages
+	count_program packages_test "$root/tests/packages/packages_test.sh"
+	count_program debian_test "$root/tests/packages/debian_test.sh"
 	show_total || exit 1
 }

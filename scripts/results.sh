@@ -44,6 +44,33 @@ count_step() {
 	fi
 }
 
+# A test program of its own process ends with end_program NAME, which leaves what it counted in build/results/NAME.
+end_program() {
+	mkdir -p "$build_dir/results"
+	echo "$total_passed $total_failed $total_skipped" >"$build_dir/results/$1"
+	[ "$total_failed" -eq 0 ] && [ "$total_passed" -gt 0 ]
+}
+
+# add_counts NAME: adds what a process left in build/results/NAME; one that left nothing did not come to its end, which is a failure.
+add_counts() {
+	[ -s "$build_dir/results/$1" ] || {
+		say "  FAIL  $1 did not come to its end"
+		echo "0 1 0" >"$build_dir/results/$1"
+	}
+	read -r counted_passed counted_failed counted_skipped <"$build_dir/results/$1"
+	add_results "$counted_passed" "$counted_failed" "$counted_skipped"
+}
+
+# count_program NAME COMMAND...: runs a test program, which shows its own lines, and adds what it counted.
+count_program() {
+	program_name=$1
+	shift
+	mkdir -p "$build_dir/results"
+	rm -f "$build_dir/results/$program_name"
+	"$@" || true
+	add_counts "$program_name"
+}
+
 # Last line of ./dev test; returns whether all is well.
 show_total() {
 	say ""

@@ -28,8 +28,8 @@ test_host_sanitized() {
 	count_report "a case for every message and every code" "$(preset_dir asan)/results/completeness_host.xml"
 	count_report "power cuts of simulated flash, sanitizers" "$(preset_dir asan)/results/powercut_host.xml"
 	count_report "checker of power cuts, sanitizers" "$(preset_dir asan)/results/powercut_tests.xml"
-	for fuzz_target in $fuzz_targets; do
-		count_report "inputs of the fuzzer, $fuzz_target, sanitizers" "$(preset_dir asan)/results/fuzz_$fuzz_target.xml"
+	for tested_target in $fuzz_targets; do
+		count_report "inputs of the fuzzer, $tested_target, sanitizers" "$(preset_dir asan)/results/fuzz_$tested_target.xml"
 	done
 	count_report "flash-board, sanitizers" "$(preset_dir asan)/results/flash_board_tests.xml"
 	count_report "flashctl and the client header, sanitizers" "$(preset_dir asan)/results/flashctl_tests.xml"
@@ -123,9 +123,9 @@ run_boards() {
 }
 
 task_succeeded() {
-	read -r task_result <"$build_dir/board/$1.status"
-	[ "$task_result" -eq 0 ] || {
-		echo "status $task_result; the last of the board's terminal and console:"
+	read -r task_status <"$build_dir/board/$1.status"
+	[ "$task_status" -eq 0 ] || {
+		echo "status $task_status; the last of the board's terminal and console:"
 		tail -n 20 "$build_dir/board/$1-run/terminal.log"
 		tail -n 20 "$build_dir/board/$1-run/console.log"
 		return 1
@@ -159,20 +159,20 @@ shims_ran() {
 test_board() {
 	build_program_target debug flash-board
 	build_program_preset guest
-	for flavour in board debug; do
-		build_kernel "$flavour"
-		build_modules "$flavour"
-		build_lab "$flavour"
-		build_initramfs "$flavour" full
+	for test_flavour in board debug; do
+		build_kernel "$test_flavour"
+		build_modules "$test_flavour"
+		build_lab "$test_flavour"
+		build_initramfs "$test_flavour" full
 	done
 	build_fuzz_board
 	rm -rf "$build_dir"/board/*-run "$build_dir/results/checks"
 	try_step "suite, load cycles, leftovers, several callers and fuzzed calls; checks" boards run_boards
-	for run in board-suite debug-suite-1 debug-suite-2; do
-		count_report "conformance on the board, $run" "$build_dir/board/$run-run/results/conformance.xml"
+	for test_run in board-suite debug-suite-1 debug-suite-2; do
+		count_report "conformance on the board, $test_run" "$build_dir/board/$test_run-run/results/conformance.xml"
 	done
-	for run in board-suite debug-suite-1 debug-suite-2 board-cycles debug-cycles debug-leftovers debug-concurrency debug-fuzz; do
-		count_task "$run"
+	for test_run in board-suite debug-suite-1 debug-suite-2 board-cycles debug-cycles debug-leftovers debug-concurrency debug-fuzz; do
+		count_task "$test_run"
 	done
 	count_step "the module's C in the board's kernel" shims_ran "$build_dir/board/board-suite-run/results/shims"
 	count_step "the module's C in the debug kernel" shims_ran "$build_dir"/board/debug-suite-*-run/results/shims
@@ -181,9 +181,7 @@ test_board() {
 # add_checks: shows and adds up what run_checks found beside the boards.
 add_checks() {
 	cat "$log_dir/checks.log"
-	[ -s "$build_dir/results/checks" ] || echo "0 1 0" >"$build_dir/results/checks"
-	read -r passed_checks failed_checks skipped_checks <"$build_dir/results/checks"
-	add_results "$passed_checks" "$failed_checks" "$skipped_checks"
+	add_counts checks
 }
 
 run_tests() {
@@ -193,7 +191,7 @@ run_tests() {
 	test_coverage
 	say "on the board"
 	test_board
-	test_packages
+	count_program packages_test "$root/tests/packages/packages_test.sh"
 	test_bench
 	add_checks
 	show_total

@@ -11,7 +11,6 @@ make_flash_calls() {
 
 make_torture_initramfs() {
 	begin_initramfs
-	compiler=$(preset_dir debug)/tools/flash-board/flash-board
 	compile_boards_of tests/torture/boards board || return 1
 	copy_modules reference_platform flash_mng_kernel tests/guest/lab tests/torture/calls || return 1
 	copy_programs torture || return 1

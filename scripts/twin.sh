@@ -77,9 +77,9 @@ run_twin() {
 	count_step "the twin sees an access beyond memory of vmalloc" show_overrun
 	count_step "the twin sees a data race" show_race
 	try_step "suite on the twin" twin_suite run_twin_suites
-	for run in twin-suite-1 twin-suite-2; do
-		count_report "conformance on the twin, $run" "$build_dir/board/$run-run/results/conformance.xml"
-		count_task "$run"
+	for twin_run in twin-suite-1 twin-suite-2; do
+		count_report "conformance on the twin, $twin_run" "$build_dir/board/$twin_run-run/results/conformance.xml"
+		count_task "$twin_run"
 	done
 	count_step "the module's C in the twin's kernel" shims_ran "$build_dir"/board/twin-suite-*-run/results/shims
 	try_step "several callers on the twins for $1 minutes" twin_callers run_twin_callers "$1"

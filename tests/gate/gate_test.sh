@@ -1,42 +1,69 @@
+#!/bin/sh
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
-# shellcheck shell=sh
 #
-# Tests of the gates themselves: each inspection is shown an object or a text with the fault that it exists for, and must find it; and
-# one without, and must be silent. Sourced by ./dev, which has the inspections.
+# Tests of the gates themselves, a program of its own: each inspection is shown an object or a text with the fault that it exists for, and
+# must find it; and one without, and must be silent. It needs the board's kernel and a configured preset debug.
 
-gate_failures=0
+set -u
+root=$(CDPATH='' cd -- "$(dirname -- "$0")/../.." && pwd)
+clone=$root
+# shellcheck source=scripts/common.sh
+. "$root/scripts/common.sh"
+# shellcheck source=scripts/packages.sh
+. "$root/scripts/packages.sh"
+# shellcheck source=scripts/debian.sh
+. "$root/scripts/debian.sh"
+# shellcheck source=scripts/kernel.sh
+. "$root/scripts/kernel.sh"
+# shellcheck source=scripts/modules.sh
+. "$root/scripts/modules.sh"
+# shellcheck source=scripts/programs.sh
+. "$root/scripts/programs.sh"
+# shellcheck source=scripts/board.sh
+. "$root/scripts/board.sh"
+# shellcheck source=scripts/check.sh
+. "$root/scripts/check.sh"
+# shellcheck source=scripts/results.sh
+. "$root/scripts/results.sh"
+# shellcheck source=scripts/fuzz.sh
+. "$root/scripts/fuzz.sh"
+# shellcheck source=scripts/test.sh
+. "$root/scripts/test.sh"
 
-wrong() {
-	echo "$*"
-	gate_failures=$((gate_failures + 1))
+gate_dir=$build_dir/gate
+complaints=$gate_dir/complaints
+
+# complain TEXT: in a file, so that a subshell's complaint counts too.
+complain() {
+	echo "$*" | tee -a "$complaints"
 }
 
 # finds TEXT COMMAND...: the inspection must report something that contains TEXT.
 finds() {
-	wanted=$1
+	wanted_text=$1
 	shift
 	case $("$@") in
-	*"$wanted"*) ;;
-	*) wrong "$1 does not find '$wanted'" ;;
+	*"$wanted_text"*) ;;
+	*) complain "$1 does not find '$wanted_text'" ;;
 	esac
 }
 
 # silent COMMAND...: the inspection must report nothing.
 silent() {
-	said=$("$@")
-	[ -z "$said" ] || wrong "$1 reports without reason: $said"
+	unwanted_text=$("$@")
+	[ -z "$unwanted_text" ] || complain "$1 reports without reason: $unwanted_text"
 }
 
 # fails COMMAND...: the check must not pass.
 fails() {
-	! "$@" >/dev/null || wrong "$1 passes"
+	! "$@" >/dev/null || complain "$1 passes"
 }
 
 # compile NAME FLAG... <SOURCE
 compile() {
-	name=$1
+	object_name=$1
 	shift
-	aarch64-linux-gnu-g++ -std=c++20 -O1 -fstack-usage "$@" -x c++ -c - -o "$gate_dir/$name.o"
+	aarch64-linux-gnu-g++ -std=c++20 -O1 -fstack-usage "$@" -x c++ -c - -o "$gate_dir/$object_name.o"
 }
 
 test_object_gates() {
@@ -119,12 +146,12 @@ struct in_kernel {
 	with_hole *other;
 };
 SOURCE
-	for line in 'with_hole 16 16' 'with_hole.inside 1 1' 'with_hole.last 8 8' 'with_address 16 8' 'with_address.last 8 4' \
+	for layout_line in 'with_hole 16 16' 'with_hole.inside 1 1' 'with_hole.last 8 8' 'with_address 16 8' 'with_address.last 8 4' \
 		'in_kernel.other 0 -'; do
-		finds "$line" records
+		finds "$layout_line" records
 	done
 	finds 'FLASH_MNG_OTHER_FORM 0x10u' numbers
-	[ "$(records | wc -l) $(numbers | wc -l)" = '9 1' ] || wrong "records or numbers find too much"
+	[ "$(records | wc -l) $(numbers | wc -l)" = '9 1' ] || complain "records or numbers find too much"
 }
 
 test_size_list() {
@@ -138,8 +165,8 @@ test_size_list() {
 	sed -i 's/probe 400/probe 440/' "$gate_dir/sizes"
 	finds ', bss ' sizes_on "$gate_dir/sizes"
 	sed -i 's/probe 440/probe 300\ngone 16/' "$gate_dir/sizes"
-	for line in '< probe 300' '> probe 400' '< gone 16' 'cp '; do
-		finds "$line" sizes_on "$gate_dir/sizes"
+	for size_line in '< probe 300' '> probe 400' '< gone 16' 'cp '; do
+		finds "$size_line" sizes_on "$gate_dir/sizes"
 	done
 	fails sizes_on "$gate_dir/sizes"
 }
@@ -192,18 +219,21 @@ test_report_sums() {
   </testsuite>
 </testsuites>
 REPORT
-	for line in '2 1 1' 'frame 2' 'config 1' '! frame_load.fails'; do
-		finds "$line" awk -f "$root/scripts/results.awk" "$gate_dir/report.xml"
+	for sum_line in '2 1 1' 'frame 2' 'config 1' '! frame_load.fails'; do
+		finds "$sum_line" awk -f "$root/scripts/results.awk" "$gate_dir/report.xml"
 	done
 }
 
-# The style checks ask our_files for their files; here that is one planted file.
-test_style_gates() {
-	our_files() {
-		echo "$planted"
-	}
-	planted=$gate_dir/planted.cpp
-	cat >"$planted" <<'SOURCE'
+# plant FILE <TEXT: in the planted clone, whose files the style checks look at.
+plant() {
+	mkdir -p "$(dirname "$root/$1")"
+	cat >"$root/$1"
+}
+
+test_cpp_style() {
+	cp "$clone/.clang-format" "$clone/.clang-tidy" "$root"
+	{
+		cat <<'SOURCE'
 int  badly_formatted( int*p ){return p==0?*p:1;}
 int leaves_the_array()
 {
@@ -211,39 +241,100 @@ int leaves_the_array()
 	return room[2];
 }
 SOURCE
-	printf '// %0150d \n' 0 >>"$planted"
+		printf '// %0150d \n' 0
+	} | plant flash_mng_kernel/planted.cpp
 	finds planted.cpp tidy_findings
 	finds planted.cpp format_findings
 	finds planted.cpp files_without_licence
 	finds columns long_lines
 	finds 'white space at the end' long_lines
-	finds room cppcheck_findings "$planted"
-	planted=$gate_dir/planted.c
-	printf 'int wrong_style(int a) {\n    return a;\n}\n' >"$planted"
-	finds ERROR kernel_style_findings
-	planted=$gate_dir/planted.sh
-	# shellcheck disable=SC2016 # the text of a script
-	printf '#!/bin/sh\nrm $1/*\n' >"$planted"
-	finds SC2086 shell_findings "$planted"
-	finds SC2086 bash_findings "$planted"
-	# shellcheck disable=SC2016 # the text of a script
-	printf '_planted() {\n\tcase $1 in\n}\n' >"$planted"
-	finds 'parse error' zsh_findings "$planted"
-	planted=$gate_dir/planted.1
-	printf '.Dd November 21, 2026\n.Dt PLANTED 1\n.Os\n.Sh NAME\n.Nm planted\n.Nd fault\n.Bl -tag\n.It one\n' >"$planted"
-	finds WARNING manual_findings "$planted"
+	finds room cppcheck_findings flash_mng_kernel
 }
 
-gate_test() (
-	gate_dir=$build_dir/gate
-	rm -rf "$gate_dir"
-	mkdir -p "$gate_dir"
-	test_object_gates
-	clone=$root
-	(test_list_gates && exit "$gate_failures") || gate_failures=$((gate_failures + 1))
-	test_console_gate
-	test_shim_gate
-	test_report_sums
-	test_style_gates
-	[ "$gate_failures" -eq 0 ]
+test_c_style() {
+	printf 'int wrong_style(int a) {\n    return a;\n}\n' | plant flash_mng_kernel/kernel/planted.c
+	finds ERROR kernel_style_findings
+}
+
+# shellcheck disable=SC2016 # texts of scripts
+test_shell_style() {
+	printf '#!/bin/sh\nrm $1/*\n' | plant planted
+	finds SC2086 shell_findings planted
+	finds SC2086 bash_findings planted
+	printf 'if\n' | plant scripts/planted.sh
+	finds 'Syntax error' shell_findings
+	printf '_planted() {\n\tcase $1 in\n}\n' | plant _planted
+	finds 'parse error' zsh_findings _planted
+}
+
+test_shared_names() {
+	plant dev <<'SCRIPT'
+once=1
+counted=0
+first() {
+	count=1 other="count=1" command
+	echo "own=1" counted=1 # own=1
+	own=1
+	for looped in 1 2; do
+		counted=2
+	done
+}
+apart() (
+	own=1
+	looped=1
 )
+SCRIPT
+	silent twice_named_findings counted
+	finds 'counted is set by: dev; dev, first()' twice_named_findings ''
+	finds 'absent is on the list' twice_named_findings 'counted absent'
+	plant scripts/planted.sh <<'SCRIPT'
+first() {
+	while IFS= read -r own; do
+		! true || looped=$(echo "$own")
+	done
+	cat <<TEXT
+	quoted=1
+TEXT
+}
+second() {
+	cat <<TEXT
+	quoted=1
+TEXT
+}
+SCRIPT
+	finds 'first() is defined twice: dev scripts/planted.sh' twice_named_findings counted
+	finds 'own is set by: dev, first(); scripts/planted.sh, first()' twice_named_findings counted
+	finds 'looped is set by: dev, first(); scripts/planted.sh, first()' twice_named_findings counted
+	twice_named_findings counted | grep -qE '^(once|count|other|quoted)' && complain "twice_named_findings counts too much"
+	printf 'text="\n' | plant scripts/planted.sh
+	finds 'not understood' twice_named_findings counted
+}
+
+test_manual_style() {
+	printf '.Dd November 21, 2026\n.Dt PLANTED 1\n.Os\n.Sh NAME\n.Nm planted\n.Nd fault\n.Bl -tag\n.It one\n' | plant planted.1
+	finds WARNING manual_findings planted.1
+}
+
+# in_planted_clone COMMAND: with the files of a clone of its own.
+in_planted_clone() (
+	root=$gate_dir/style
+	rm -rf "$root"
+	mkdir -p "$root/scripts"
+	git -C "$root" init -q
+	cp "$clone"/scripts/*.awk "$root/scripts"
+	cd "$root" || exit
+	"$@"
+)
+
+rm -rf "$gate_dir"
+mkdir -p "$gate_dir"
+use_kernel board
+test_object_gates
+(test_list_gates)
+test_console_gate
+test_shim_gate
+test_report_sums
+for style_test in test_cpp_style test_c_style test_shell_style test_shared_names test_manual_style; do
+	in_planted_clone "$style_test"
+done
+[ ! -e "$complaints" ]

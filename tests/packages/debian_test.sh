@@ -1,8 +1,13 @@
+#!/bin/sh
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
-# shellcheck shell=sh
 #
-# Tests of the built Debian packages, sourced by ./dev: they are installed below a folder of their own, used there, and removed. The machine
-# itself stays as it is.
+# Tests of the built Debian packages, a program of its own; it needs the packages and the board's kernel and modules. They are installed
+# below a folder of their own, used there, and removed. The machine itself stays as it is.
+
+set -eu
+root=$(CDPATH='' cd -- "$(dirname -- "$0")/../.." && pwd)
+# shellcheck source=tests/packages/built_module.sh
+. "$root/tests/packages/built_module.sh"
 
 scratch=$build_dir/packages_test/debian
 
@@ -85,17 +90,16 @@ dkms_there() {
 
 dkms_builds() {
 	use_kernel board
-	release=$(cat "$kernel_dir/include/config/kernel.release")
 	mkdir -p "$scratch/var/lib/dkms"
 	dkms_there add || return 1
-	dkms_there build -k "$release" -a aarch64 --kernelsourcedir "$kernel_dir" -j "$jobs" ||
+	dkms_there build -k "$(kernel_release)" -a aarch64 --kernelsourcedir "$kernel_dir" -j "$jobs" ||
 		wrong "$(tail -n 20 "$scratch/var/lib/dkms/flash_mng/$(package_version)/build/make.log")" || return 1
-	built=$scratch/var/lib/dkms/flash_mng/$(package_version)/$release/aarch64
+	dkms_built=$scratch/var/lib/dkms/flash_mng/$(package_version)/$(kernel_release)/aarch64
 	mkdir -p "$scratch/built/flash_mng_kernel"
-	cp "$built/module/flash_mng.ko" "$built/log/Module.symvers" "$scratch/built/flash_mng_kernel" || return 1
+	cp "$dkms_built/module/flash_mng.ko" "$dkms_built/log/Module.symvers" "$scratch/built/flash_mng_kernel" || return 1
 	module_is_whole "$scratch/built/flash_mng_kernel" || return 1
 	excluded=0
-	dkms_there build -k "$release" -a x86_64 --kernelsourcedir "$kernel_dir" >/dev/null 2>&1 || excluded=$?
+	dkms_there build -k "$(kernel_release)" -a x86_64 --kernelsourcedir "$kernel_dir" >/dev/null 2>&1 || excluded=$?
 	[ "$excluded" -eq 77 ] || wrong "a build for another machine ends with $excluded, not with 77 (excluded)"
 }
 
@@ -147,15 +151,13 @@ removal_is_whole() {
 	nothing_in files_there
 }
 
-# test_debian_packages: after make_packages, and with the board's kernel and modules.
-test_debian_packages() {
-	count_step "Debian packages: their dependencies exist; packages to install" dependencies_exist
-	count_step "Debian packages: install" install_packages_there
-	count_step "flash-mng-tools: used" tools_are_used
-	count_step "libflash-mng-dev: examples through pkg-config" headers_are_used
-	count_step "libflash-mng-dev: through CMake" cmake_finds_the_headers
-	count_step "flash-mng-dkms: built by DKMS for the board" dkms_builds
-	count_step "libflash-mng-dev: a kernel module that calls flash_mng" module_links_to_it
-	count_step "docs/your-board.md: its commands" page_commands_run
-	count_step "Debian packages: removal leaves nothing" removal_is_whole
-}
+count_step "Debian packages: their dependencies exist; packages to install" dependencies_exist
+count_step "Debian packages: install" install_packages_there
+count_step "flash-mng-tools: used" tools_are_used
+count_step "libflash-mng-dev: examples through pkg-config" headers_are_used
+count_step "libflash-mng-dev: through CMake" cmake_finds_the_headers
+count_step "flash-mng-dkms: built by DKMS for the board" dkms_builds
+count_step "libflash-mng-dev: a kernel module that calls flash_mng" module_links_to_it
+count_step "docs/your-board.md: its commands" page_commands_run
+count_step "Debian packages: removal leaves nothing" removal_is_whole
+end_program debian_test

@@ -1,10 +1,14 @@
+#!/bin/sh
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
-# shellcheck shell=sh
 #
-# Tests of packages/, sourced by ./dev. What Yocto and Buildroot are given is read as they read it, and the module is built by the calls
-# that their classes for kernel modules make.
+# Tests of packages/, a program of its own; it needs the board's kernel and modules. What Yocto and Buildroot are given is read as they
+# read it, and the module is built by the calls that their classes for kernel modules make.
 
-platform_symbols=$build_dir/kernel/board/reference_platform/Module.symvers
+set -eu
+root=$(CDPATH='' cd -- "$(dirname -- "$0")/../.." && pwd)
+# shellcheck source=tests/packages/built_module.sh
+. "$root/tests/packages/built_module.sh"
+
 yocto_layer=$root/packages/yocto
 yocto_recipe=$yocto_layer/recipes-kernel/kernel-module-flash-mng/kernel-module-flash-mng.bb
 yocto_work=$build_dir/packages_test/yocto
@@ -15,18 +19,12 @@ recipe_value() {
 		sed -n "s/^$2[[:space:]]*\(=\|+=\|?=\|\.=\|=+\)[[:space:]]*\"\(.*\)\"\$/\2/p"
 }
 
-# wrong TEXT: says what is wrong, and fails.
-wrong() {
-	echo "$1"
-	return 1
-}
-
 # has_values FILE NAME...
 has_values() {
 	values_of=$1
 	shift
-	for name in "$@"; do
-		[ -n "$(recipe_value "$values_of" "$name")" ] || wrong "$values_of: no $name" || return 1
+	for value in "$@"; do
+		[ -n "$(recipe_value "$values_of" "$value")" ] || wrong "$values_of: no $value" || return 1
 	done
 }
 
@@ -57,8 +55,6 @@ device_and_group() {
 
 # ---- the page for those who port
 
-port_page=$root/docs/your-board.md
-
 # page_texts: what the page's tables say of texts in logs.
 # shellcheck disable=SC2016 # no commands
 page_texts() {
@@ -87,8 +83,8 @@ yocto_layer_parses() {
 	has_values "$yocto_layer/conf/layer.conf" BBPATH BBFILES BBFILE_COLLECTIONS BBFILE_PATTERN_flash-mng BBFILE_PRIORITY_flash-mng \
 		LAYERDEPENDS_flash-mng LAYERSERIES_COMPAT_flash-mng || return 1
 	found=
-	for file in $(recipe_path "$(recipe_value "$yocto_layer/conf/layer.conf" BBFILES)"); do
-		[ "$file" != "$yocto_recipe" ] || found=yes
+	for recipe in $(recipe_path "$(recipe_value "$yocto_layer/conf/layer.conf" BBFILES)"); do
+		[ "$recipe" != "$yocto_recipe" ] || found=yes
 	done
 	[ -n "$found" ] || wrong "BBFILES does not find $yocto_recipe"
 }
@@ -96,18 +92,18 @@ yocto_layer_parses() {
 # yocto_fetch: do_fetch and do_unpack of the recipe.
 yocto_fetch() {
 	rm -rf "$yocto_work"
-	for item in $(recipe_value "$yocto_recipe" SRC_URI); do
-		item=${item#file://}
-		mkdir -p "$yocto_work/$(dirname "$item")"
-		cp -R "$root/$item" "$yocto_work/$item" || return 1
+	for fetched in $(recipe_value "$yocto_recipe" SRC_URI); do
+		fetched=${fetched#file://}
+		mkdir -p "$yocto_work/$(dirname "$fetched")"
+		cp -R "$root/$fetched" "$yocto_work/$fetched" || return 1
 	done
 	yocto_source=$(recipe_path "$(recipe_value "$yocto_recipe" S)")
 	[ -d "$yocto_source" ] || wrong "S is $yocto_source"
 }
 
 yocto_licences() {
-	for item in $(recipe_value "$yocto_recipe" LIC_FILES_CHKSUM); do
-		licence=${item#file://}
+	for licence in $(recipe_value "$yocto_recipe" LIC_FILES_CHKSUM); do
+		licence=${licence#file://}
 		sum=${licence#*;md5=}
 		echo "$sum  $yocto_source/${licence%%;*}"
 	done | md5sum --check --strict --quiet
@@ -117,16 +113,9 @@ yocto_recipe_parses() {
 	yocto_layer_parses || return 1
 	has_values "$yocto_recipe" SUMMARY SECTION LICENSE LIC_FILES_CHKSUM FLASH_MNG_PLATFORM DEPENDS PV SRC_URI S EXTRA_OEMAKE || return 1
 	grep -q '^inherit module ' "$yocto_recipe" || wrong "the recipe does not inherit module" || return 1
-	clone=$(recipe_value "$yocto_recipe" FLASH_MNG_CLONE | sed "s,\${THISDIR},$(dirname "$yocto_recipe"),")
-	[ "$(readlink -f "$clone")" = "$(readlink -f "$root")" ] || wrong "FLASH_MNG_CLONE is $clone" || return 1
+	recipe_clone=$(recipe_value "$yocto_recipe" FLASH_MNG_CLONE | sed "s,\${THISDIR},$(dirname "$yocto_recipe"),")
+	[ "$(readlink -f "$recipe_clone")" = "$(readlink -f "$root")" ] || wrong "FLASH_MNG_CLONE is $recipe_clone" || return 1
 	yocto_fetch && yocto_licences
-}
-
-# module_is_whole FOLDER: a module was built there, with the exports and checksums of the list.
-module_is_whole() {
-	[ -s "$1/flash_mng.ko" ] || wrong "no flash_mng.ko" || return 1
-	as_listed "$root/flash_mng_kernel/exports.txt" exports "$1/Module.symvers" || return 1
-	echo "$(grep -vc '^#' "$root/flash_mng_kernel/exports.txt") exports with the checksums of the list"
 }
 
 # yocto_make ARGUMENT...: with what the recipe, module.bbclass and module-base.bbclass give to make each time.
@@ -141,10 +130,9 @@ yocto_make() {
 
 yocto_builds() {
 	use_kernel board
-	release=$(cat "$kernel_dir/include/config/kernel.release")
 	yocto_fetch || return 1
-	yocto_make KERNEL_PATH="$kernel_source" KERNEL_VERSION="$release" KBUILD_EXTRA_SYMBOLS="$platform_symbols" || return 1
-	yocto_make DEPMOD=echo MODLIB="$yocto_work/image/lib/modules/$release" INSTALL_FW_PATH="$yocto_work/image/lib/firmware" \
+	yocto_make KERNEL_PATH="$kernel_source" KERNEL_VERSION="$(kernel_release)" KBUILD_EXTRA_SYMBOLS="$platform_symbols" || return 1
+	yocto_make DEPMOD=echo MODLIB="$yocto_work/image/lib/modules/$(kernel_release)" INSTALL_FW_PATH="$yocto_work/image/lib/firmware" \
 		modules_install || return 1
 	find "$yocto_work/image" -name flash_mng.ko | grep -q . || wrong "modules_install installs nothing" || return 1
 	module_is_whole "$yocto_source"
@@ -203,14 +191,13 @@ buildroot_builds() {
 loading_order() {
 	use_kernel board
 	use_stage board
-	release=$(cat "$kernel_dir/include/config/kernel.release")
 	modules_root=$build_dir/packages_test/modules
 	rm -rf "$modules_root"
-	mkdir -p "$modules_root/lib/modules/$release"
+	mkdir -p "$modules_root/lib/modules/$(kernel_release)"
 	find "$stage_dir/flash_mng_kernel" "$stage_dir/reference_platform" "$kernel_dir/drivers/mtd/nand/raw" -name '*.ko' \
-		-exec cp {} "$modules_root/lib/modules/$release" \;
-	/sbin/depmod -b "$modules_root" "$release" || return 1
-	/sbin/modprobe -d "$modules_root" -S "$release" -C "$root/packages/system/modprobe.d" --show-depends flash_mng |
+		-exec cp {} "$modules_root/lib/modules/$(kernel_release)" \;
+	/sbin/depmod -b "$modules_root" "$(kernel_release)" || return 1
+	/sbin/modprobe -d "$modules_root" -S "$(kernel_release)" -C "$root/packages/system/modprobe.d" --show-depends flash_mng |
 		sed -n 's,.*/\(.*\)\.ko.*,\1,p' | awk '!seen[$0]++' >"$modules_root/order"
 	for earlier in log xml_parser drv_basic board_capability_mng plat_extern_api nandsim; do
 		sed -n "/^$earlier\$/,/^flash_mng\$/p" "$modules_root/order" | grep -qx flash_mng ||
@@ -220,15 +207,13 @@ loading_order() {
 	paste -s -d ' ' "$modules_root/order"
 }
 
-# test_packages: needs the board's kernel and modules.
-test_packages() {
-	mkdir -p "$build_dir/packages_test"
-	count_step "packages: one version" one_version
-	count_step "packages: device and group" device_and_group
-	count_step "docs/your-board.md: texts of the logs" page_texts_exist
-	count_step "packages: loading order of the samples" loading_order
-	count_step "packages: the Yocto layer" yocto_recipe_parses
-	count_step "packages: the Buildroot tree" buildroot_parses
-	count_step "packages: the module built as Buildroot does" buildroot_builds
-	count_step "packages: the module built as Yocto does" yocto_builds
-}
+mkdir -p "$build_dir/packages_test"
+count_step "packages: one version" one_version
+count_step "packages: device and group" device_and_group
+count_step "docs/your-board.md: texts of the logs" page_texts_exist
+count_step "packages: loading order of the samples" loading_order
+count_step "packages: the Yocto layer" yocto_recipe_parses
+count_step "packages: the Buildroot tree" buildroot_parses
+count_step "packages: the module built as Buildroot does" buildroot_builds
+count_step "packages: the module built as Yocto does" yocto_builds
+end_program packages_test

@@ -1,0 +1,45 @@
+# SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+# shellcheck shell=sh
+#
+# What the test programs of this folder share: the scripts that they inspect with, and how a module built elsewhere is looked at.
+
+# shellcheck source=scripts/common.sh
+. "$root/scripts/common.sh"
+# shellcheck source=scripts/packages.sh
+. "$root/scripts/packages.sh"
+# shellcheck source=scripts/debian.sh
+. "$root/scripts/debian.sh"
+# shellcheck source=scripts/kernel.sh
+. "$root/scripts/kernel.sh"
+# shellcheck source=scripts/modules.sh
+. "$root/scripts/modules.sh"
+# shellcheck source=scripts/programs.sh
+. "$root/scripts/programs.sh"
+# shellcheck source=scripts/board.sh
+. "$root/scripts/board.sh"
+# shellcheck source=scripts/check.sh
+. "$root/scripts/check.sh"
+# shellcheck source=scripts/package.sh
+. "$root/scripts/package.sh"
+# shellcheck source=scripts/results.sh
+. "$root/scripts/results.sh"
+
+platform_symbols=$build_dir/kernel/board/reference_platform/Module.symvers
+port_page=$root/docs/your-board.md
+
+# wrong TEXT: says what is wrong, and fails.
+wrong() {
+	echo "$1"
+	return 1
+}
+
+kernel_release() {
+	cat "$kernel_dir/include/config/kernel.release"
+}
+
+# module_is_whole FOLDER: a module was built there, with the exports and checksums of the list.
+module_is_whole() {
+	[ -s "$1/flash_mng.ko" ] || wrong "no flash_mng.ko" || return 1
+	as_listed "$root/flash_mng_kernel/exports.txt" exports "$1/Module.symvers" || return 1
+	echo "$(grep -vc '^#' "$root/flash_mng_kernel/exports.txt") exports with the checksums of the list"
+}
