@@ -137,24 +137,53 @@ exports() {
 	awk -F '\t' '$4 == "EXPORT_SYMBOL" { print $2, $1 }' "${1-$stage_dir/flash_mng_kernel/Module.symvers}" | LC_ALL=C sort
 }
 
-# record_layout READELF COMPILER ARGUMENT... HEADER: the records of the public headers as the header has them for that compiler.
-record_layout() {
-	layout_readelf=$1
-	shift
-	"$@" -g -fno-eliminate-unused-debug-types -c -o "$build_dir/results/records.o" || return 1
-	"$layout_readelf" --debug-dump=info "$build_dir/results/records.o" | awk -v wanted="$record_names" -f "$root/scripts/records.awk" |
-		LC_ALL=C sort
+# imports: what flash_mng takes from the platform, with the checksums that the reference platform exports.
+imports() {
+	undefined_symbols >"$build_dir/results/undefined"
+	exports "$stage_dir/reference_platform/Module.symvers" | LC_ALL=C join - "$build_dir/results/undefined"
 }
 
-# Size and offsets of each record, in 64-bit code and in 32-bit programs.
-records() {
-	public=$root/flash_mng_kernel/include
-	record_names=$(sed -n 's/^struct \([a-z_]*\) {.*/\1/p' "$public/flash_mng.h" "$public/uapi/flash_mng.h" | paste -s -d ' ' -)
-	record_layout aarch64-linux-gnu-readelf aarch64-linux-gnu-g++ -I "$public" -x c++ "$public/flash_mng.h" \
-		>"$build_dir/results/records.64" || return 1
-	record_layout arm-linux-gnueabihf-readelf arm-linux-gnueabihf-gcc -x c "$public/uapi/flash_mng.h" \
-		>"$build_dir/results/records.32" || return 1
-	LC_ALL=C join -a 1 -a 2 -e - -o 0,1.2,2.2 "$build_dir/results/records.64" "$build_dir/results/records.32"
+# declared_names: the records, members and functions of the public headers and of the platform's.
+declared_names() {
+	cat "$root"/flash_mng_kernel/include/*.h "$root"/flash_mng_kernel/include/uapi/*.h "$root"/flash_mng_kernel/platform/*.h | awk '
+		/^struct [a-z_]+ \{/ {
+			print record = $2
+			next
+		}
+		/^}/ { record = "" }
+		record != "" && /^\t[a-z]/ {
+			sub(/;.*/, "")
+			sub(/\[.*/, "")
+			if (match($0, /\(\*[a-z0-9_]+\)/))
+				print record "." substr($0, RSTART + 2, RLENGTH - 3)
+			else
+				print record "." substr($0, match($0, /[a-z0-9_]+$/))
+		}
+		record == "" && /^[a-z].*\(/ && !/^static / {
+			sub(/\(.*/, "")
+			print substr($0, match($0, /[a-z0-9_]+$/))
+		}' | LC_ALL=C sort -u
+}
+
+agreed_names() {
+	sed -nE 's/^AGREED_(RECORD|FUNCTION)\(([a-z0-9_]+), .*/\2/p; s/^AGREED_MEMBER\(([a-z0-9_]+), ([a-z0-9_]+), .*/\1.\2/p' \
+		"$root/flash_mng_kernel/interface.h" | LC_ALL=C sort -u
+}
+
+# interface_findings: where the headers differ from interface.h, for C++ and C of 64 bits and for C of 32, and what it does not have.
+interface_findings() {
+	set -- -Wall -Wextra -fsyntax-only -I "$root/flash_mng_kernel" -I "$root/flash_mng_kernel/include" \
+		"$root/flash_mng_kernel/interface.h"
+	aarch64-linux-gnu-g++ -std=c++20 -x c++ "$@" 2>&1
+	aarch64-linux-gnu-gcc -x c "$@" 2>&1
+	arm-linux-gnueabihf-gcc -x c "$@" 2>&1
+	agreed_names >"$build_dir/results/agreed"
+	declared_names | LC_ALL=C comm -23 - "$build_dir/results/agreed" | sed 's/$/ is not in interface.h/'
+}
+
+interface_agreed() {
+	nothing_in interface_findings || return 1
+	echo "$(agreed_names | wc -l) records, members and functions"
 }
 
 # Commands, codes and limits.
@@ -212,7 +241,9 @@ check_object() {
 	check "flash_mng.ko: licence, no parameters, version magic" module_information
 	check "flash_mng.ko: exports and their checksums are those of the list" as_listed "$root/flash_mng_kernel/exports.txt" exports
 	check "flash_mng.ko: sections and largest frames have the sizes of the list" sizes_on "$root/flash_mng_kernel/sizes.txt"
-	check "headers: records have the layout of the list" as_listed "$root/flash_mng_kernel/records.txt" records
+	check "flash_mng.ko: what it takes from the platform has the checksums of the list" \
+		as_listed "$root/flash_mng_kernel/imports.txt" imports
+	check "headers: they say what interface.h says" interface_agreed
 	check "headers: commands, codes and limits are those of the list" as_listed "$root/flash_mng_kernel/numbers.txt" numbers
 }
 

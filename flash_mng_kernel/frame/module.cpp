@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "config/flash_config.hpp"
 #include "config/mtd_info.hpp"
+#include "interface.h"
 #include "kernel/device.h"
 #include "platform/messages.hpp"
 #include "uapi/flash_mng.h"

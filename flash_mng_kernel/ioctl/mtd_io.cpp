@@ -2,11 +2,11 @@
 #include "datapath/mtd_query.hpp"
 #include "datapath/nand_transfer.hpp"
 #include "ioctl/handlers.hpp"
-#include "ioctl/record_layout.hpp"
 #include "kernel/memory.hpp"
 #include "kernel/user_copy.h"
 #include "platform/bounded.h"
 #include "platform/messages.hpp"
+#include "uapi/flash_mng.h"
 
 using namespace flash_mng;
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "flash_mng.h"
 #include "ioctl/handlers.hpp"
-#include "ioctl/record_layout.hpp"
 #include "kernel/memory.hpp"
 #include "kernel/mtd_device.hpp"
 #include "kernel/user_copy.h"

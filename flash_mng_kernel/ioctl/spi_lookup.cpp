@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "ioctl/handlers.hpp"
-#include "ioctl/record_layout.hpp"
 #include "kernel/user_copy.h"
 #include "spi/registry.hpp"
+#include "uapi/flash_mng.h"
 
 using namespace flash_mng;
 

@@ -107,7 +107,9 @@ test_list_gates() {
 	build_dir=$gate_dir
 	mkdir -p "$root/scripts" "$root/flash_mng_kernel/include/uapi" "$stage_dir/flash_mng_kernel" "$gate_dir/results"
 	test_export_list
+	test_import_list
 	test_header_lists
+	test_interface
 	test_size_list
 }
 
@@ -125,33 +127,55 @@ test_export_list() {
 }
 
 test_header_lists() {
-	cp "$clone/scripts/records.awk" "$root/scripts"
 	cat >"$root/flash_mng_kernel/include/uapi/flash_mng.h" <<'SOURCE'
-#include <stdint.h>
 #define FLASH_MNG_OTHER_FORM 0x10u
 #define FLASH_MNG_TEXT "text"
-struct with_hole {
-	uint8_t first;
-	struct { uint8_t a, b; } inside;
-	uint64_t last;
-};
-struct with_address {
-	void *address;
-	uint8_t last;
-};
 SOURCE
-	cat >"$root/flash_mng_kernel/include/flash_mng.h" <<'SOURCE'
-#include "uapi/flash_mng.h"
-struct in_kernel {
-	with_hole *other;
-};
-SOURCE
-	for layout_line in 'with_hole 16 16' 'with_hole.inside 1 1' 'with_hole.last 8 8' 'with_address 16 8' 'with_address.last 8 4' \
-		'in_kernel.other 0 -'; do
-		finds "$layout_line" records
-	done
 	finds 'FLASH_MNG_OTHER_FORM 0x10u' numbers
-	[ "$(records | wc -l) $(numbers | wc -l)" = '9 1' ] || complain "records or numbers find too much"
+	[ "$(numbers | wc -l)" = 1 ] || complain "numbers finds too much"
+}
+
+# with_change FILE EXPRESSION TEXT: interface_findings finds TEXT in a copy of the headers with this change.
+with_change() {
+	rm -rf "$root/flash_mng_kernel"
+	mkdir -p "$root/flash_mng_kernel"
+	cp -r "$clone/flash_mng_kernel/include" "$clone/flash_mng_kernel/platform" "$clone/flash_mng_kernel/interface.h" \
+		"$root/flash_mng_kernel"
+	sed -i "$2" "$root/flash_mng_kernel/$1"
+	! diff -r "$clone/flash_mng_kernel/${1%%/*}" "$root/flash_mng_kernel/${1%%/*}" >/dev/null || complain "$2 changes nothing in $1"
+	finds "$3" interface_findings
+}
+
+test_interface() {
+	with_change platform/instance.h 's/u32 operation;/u32 kept;/; s/u32 lock_val;/u32 operation;/; s/u32 kept;/u32 lock_val;/' \
+		hard_lock_request
+	with_change platform/log.h 's/drv_log_deregister(u32 /drv_log_deregister(u64 /' drv_log_deregister
+	with_change platform/bounded.h 's/, const void \*src/, void *src/' memcpy_s
+	with_change platform/xml.h 's/^bool /u32 /' xml_is_element_exist
+	with_change include/flash_mng.h 's/u8 reserved\[36\]/u8 reserved[35]/' 'flash_parts_info, reserved'
+	with_change include/flash_mng.h 's/u32 sfc_cs, void \*size/u32 sfc_cs, u64 *size/' 'flash_driver_ops, get_size'
+	with_change include/uapi/flash_mng.h 's/uint32_t offset;/int32_t offset;/' 'flash_mtd_io_arg, offset'
+	# Too short in programs of 32 bits only.
+	with_change include/uapi/flash_mng.h 's/uint64_t buffer;/unsigned long buffer;/' 'sizeof(struct flash_mtd_io_arg) == (48)'
+	# shellcheck disable=SC2016 # an expression of sed
+	with_change platform/board_capability.h '$a u32 drv_board_other(u32 inst_id,\n\t\tu32 *value);' 'drv_board_other is not in'
+	with_change platform/xml.h 's/\tstruct xml_entry \*entry;/&\n\tu32 more[2];/' 'xml_entry_node.more is not in'
+	# shellcheck disable=SC2016 # an expression of sed
+	with_change platform/log.h '$a struct log_other {\n\tu32 (*first)(u32 id);\n};' 'log_other.first is not in'
+	fails interface_agreed
+}
+
+# What the module takes and what the platform exports are planted.
+test_import_list() {
+	mkdir -p "$stage_dir/reference_platform"
+	printf '0x%s\t%s\t/path/log\tEXPORT_SYMBOL\t\n' 00000001 unheard_of 00000002 taken_by_nobody \
+		>"$stage_dir/reference_platform/Module.symvers"
+	flash_object=$gate_dir/faulty.o
+	printf '# imports\nunheard_of 0x00000001\n' >"$gate_dir/imports"
+	finds 1 as_listed "$gate_dir/imports" imports
+	printf '# imports\nunheard_of 0x00000003\n' >"$gate_dir/imports"
+	finds '> unheard_of 0x00000001' as_listed "$gate_dir/imports" imports
+	fails as_listed "$gate_dir/imports" imports
 }
 
 test_size_list() {

@@ -17,13 +17,9 @@
 #include <string.h>
 #include <sys/ioctl.h>
 
-#include "uapi/flash_mng.h"
+#include "interface.h"
 
 _Static_assert(sizeof(void *) == 4, "this program is about 32-bit callers");
-_Static_assert(sizeof(struct nand_part_info) == 520, "record layout");
-_Static_assert(sizeof(struct flash_mtd_statistics) == 7172, "record layout");
-_Static_assert(sizeof(struct flash_mtd_io_arg) == 48, "record layout");
-_Static_assert(sizeof(struct flash_find_config_arg) == 56, "record layout");
 
 static uint32_t number(const char *text)
 {
