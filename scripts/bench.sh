@@ -131,6 +131,7 @@ report_bench() {
 }
 
 bench_command() {
+	at_most 0 bench "$@"
 	need_packages "$build_packages"
 	build_bench
 	run_step "count" bench_1 run_bench full bench-1 --icount

@@ -62,10 +62,11 @@ fuzz_parameters() {
 
 # fuzz_command [MINUTES [SEED]]
 fuzz_command() {
-	fuzz_minutes=${1:-5}
-	fuzz_seed=${2:-1}
-	whole_numbers fuzz "$fuzz_minutes" "$fuzz_seed"
-	[ "$fuzz_minutes" -gt 0 ] || usage_error "fuzz: 0 minutes; libFuzzer would never end"
+	at_most 2 fuzz "$@"
+	fuzz_minutes=${1-5}
+	fuzz_seed=${2-1}
+	minutes fuzz "$fuzz_minutes"
+	whole_numbers fuzz "$fuzz_seed"
 	need_packages "$build_packages" "$clang_packages"
 	for built_target in $fuzz_targets; do
 		build_program_target fuzz "fuzz_$built_target"

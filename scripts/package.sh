@@ -35,14 +35,12 @@ package_findings() {
 }
 
 package_command() {
-	case ${1-} in
-	--test | '') ;;
-	*) usage_error "package: unknown option '$1'" ;;
-	esac
+	package_tests=no
+	! has_option --test package "$@" || package_tests=yes
 	need_packages "$build_packages" "$package_packages"
 	run_step "build the Debian packages" packages_build make_packages
 	run_step "inspect them" packages_lintian package_findings
-	[ "${1-}" != --test ] || test_built_packages
+	[ "$package_tests" = no ] || test_built_packages
 	say "the packages are in $package_dir:"
 	(cd "$package_dir" && ls ./*.deb)
 }

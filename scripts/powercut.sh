@@ -35,11 +35,11 @@ run_powercut_board() {
 
 # powercut_command [MINUTES [SEED]]
 powercut_command() {
-	powercut_minutes=${1:-5}
-	powercut_seed=${2:-1}
-	case $powercut_minutes$powercut_seed in
-	*[!0-9]*) usage_error "powercut: minutes and seed are whole numbers" ;;
-	esac
+	at_most 2 powercut "$@"
+	powercut_minutes=${1-5}
+	powercut_seed=${2-1}
+	minutes powercut "$powercut_minutes"
+	whole_numbers powercut "$powercut_seed"
 	need_packages "$build_packages"
 	for target in powercut_host powercut_tests powercut_bench flash-board; do
 		build_program_target debug "$target"

@@ -49,23 +49,14 @@ run_torture_task() {
 	return "$torture_status"
 }
 
-# whole_numbers COMMAND VALUE...
-whole_numbers() {
-	numbers_of=$1
-	shift
-	for number in "$@"; do
-		case $number in
-		'' | *[!0-9]*) usage_error "$numbers_of: '$number' is not a whole number" ;;
-		esac
-	done
-}
-
 # torture_command [MINUTES [SEED [CYCLES]]]
 torture_command() {
-	torture_minutes=${1:-5}
-	torture_seed=${2:-1}
-	torture_cycles=${3:-1000}
-	whole_numbers torture "$torture_minutes" "$torture_seed" "$torture_cycles"
+	at_most 3 torture "$@"
+	torture_minutes=${1-5}
+	torture_seed=${2-1}
+	torture_cycles=${3-1000}
+	minutes torture "$torture_minutes"
+	whole_numbers torture "$torture_seed" "$torture_cycles"
 	need_packages "$build_packages"
 	build_torture_board debug
 	say "torture for $torture_minutes minutes, then $torture_cycles load cycles"
@@ -75,6 +66,10 @@ torture_command() {
 
 # faults_command [WORD]: of the operations only those whose names contain the word.
 faults_command() {
+	at_most 1 faults "$@"
+	case ${1-all} in
+	'' | *[!A-Za-z0-9_]*) usage_error "faults: '$1' is no part of a name" ;;
+	esac
 	need_packages "$build_packages"
 	build_torture_board debug
 	say "faults of the kernel and of the platform"

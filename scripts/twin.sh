@@ -90,10 +90,8 @@ run_twin() {
 
 # twin_command [MINUTES]
 twin_command() {
-	minutes=${1-5}
-	case $minutes in
-	*[!0-9]* | '' | 0*) usage_error "twin: '$minutes' is not a number of minutes" ;;
-	esac
+	at_most 1 twin "$@"
+	minutes twin "${1-5}"
 	need_packages "$build_packages" "$host_packages" "$twin_packages"
-	run_twin "$minutes"
+	run_twin "${1-5}"
 }

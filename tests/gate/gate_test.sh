@@ -9,6 +9,8 @@ root=$(CDPATH='' cd -- "$(dirname -- "$0")/../.." && pwd)
 clone=$root
 # shellcheck source=scripts/common.sh
 . "$root/scripts/common.sh"
+# shellcheck source=scripts/words.sh
+. "$root/scripts/words.sh"
 # shellcheck source=scripts/packages.sh
 . "$root/scripts/packages.sh"
 # shellcheck source=scripts/debian.sh
@@ -339,6 +341,72 @@ test_manual_style() {
 	finds WARNING manual_findings planted.1
 }
 
+# refuses WORD...: ./dev of the planted clone takes the words for a usage error: status 2, nothing on standard output.
+refuses() {
+	usage_status=0
+	usage_output=$(PATH=$gate_dir/few_programs ./dev "$@" 2>usage_complaint) || usage_status=$?
+	{ [ "$usage_status" -eq 2 ] && [ -z "$usage_output" ] && grep -q '^dev: ' usage_complaint; } ||
+		complain "./dev $* ends with $usage_status: $usage_output $(head -n 1 usage_complaint)"
+}
+
+# accepts WORD...: it begins to work; what it needs from the machine is not there.
+accepts() {
+	accepted_output=$(PATH=$gate_dir/few_programs ./dev "$@" 2>&1 >/dev/null)
+	case $accepted_output in
+	*'needs a Debian machine'*) ;;
+	*) complain "./dev $* is not accepted: $accepted_output" ;;
+	esac
+}
+
+# A ./dev that cannot do any work and has nothing to remove but its own folder.
+test_usage() {
+	mkdir -p "$gate_dir/few_programs" cache/flash_mng build
+	cp -R "$clone/dev" "$clone/VERSION" "$clone/scripts" .
+	export XDG_CACHE_HOME="$PWD/cache"
+	for program in cat dirname nproc rm; do
+		ln -sf "$(command -v "$program")" "$gate_dir/few_programs"
+	done
+	for tried in test build check bench coverage help -h --help demo shell package clean; do
+		refuses "$tried" foo
+	done
+	for tried in powercut torture fuzz twin; do
+		for refused in foo '' 0 -1 1x 1.5 010 1000000000000 10081; do
+			refuses "$tried" "$refused"
+		done
+		accepts "$tried"
+		accepts "$tried" 1
+	done
+	refuses foo
+	refuses demo -v foo
+	refuses shell --debug --debug
+	refuses package --test --test
+	refuses clean --cache foo
+	refuses powercut 1 foo
+	refuses powercut 1 2 3
+	refuses fuzz 1 foo
+	refuses fuzz 1 2 3
+	refuses twin 1 2
+	refuses torture 1 foo
+	refuses torture 1 2 foo
+	refuses torture 1 2 3 4
+	refuses faults ''
+	refuses faults 'one two'
+	refuses faults one two
+	{ [ -d build ] && [ -d cache/flash_mng ]; } || complain "a refused ./dev clean removes"
+	accepts demo -v
+	accepts shell --debug
+	accepts package --test
+	accepts powercut 1 2
+	accepts fuzz 1 2
+	accepts torture 1 2 0
+	accepts faults one
+	for tried in test build check bench coverage demo shell package faults; do
+		accepts "$tried"
+	done
+	{ ./dev clean >/dev/null && [ ! -d build ] && [ -d cache/flash_mng ]; } || complain "./dev clean does not remove build/ only"
+	{ ./dev clean --cache >/dev/null && [ ! -d cache/flash_mng ]; } || complain "./dev clean --cache does not remove the cache"
+}
+
 # in_planted_clone COMMAND: with the files of a clone of its own.
 in_planted_clone() (
 	root=$gate_dir/style
@@ -358,7 +426,7 @@ test_object_gates
 test_console_gate
 test_shim_gate
 test_report_sums
-for style_test in test_cpp_style test_c_style test_shell_style test_shared_names test_manual_style; do
+for style_test in test_cpp_style test_c_style test_shell_style test_shared_names test_manual_style test_usage; do
 	in_planted_clone "$style_test"
 done
 [ ! -e "$complaints" ]

@@ -5,6 +5,8 @@
 
 # shellcheck source=scripts/common.sh
 . "$root/scripts/common.sh"
+# shellcheck source=scripts/words.sh
+. "$root/scripts/words.sh"
 # shellcheck source=scripts/packages.sh
 . "$root/scripts/packages.sh"
 # shellcheck source=scripts/debian.sh

@@ -50,11 +50,14 @@ public:
 	// Without access, between load and unload.
 	explicit trials(const flash_mng_access *access) : access_(access) {}
 
-	void run(const std::vector<operation> &list, const std::string &only)
+	// How many operations have the word in their names.
+	unsigned run(const std::vector<operation> &list, const std::string &only)
 	{
+		unsigned chosen = 0;
 		for (const operation &one : list) {
 			if (one.name.find(only) == std::string::npos)
 				continue;
+			++chosen;
 			const uint64_t kernel = kernel_faults(one);
 			const uint64_t platform = platform_faults(one);
 			std::printf("  %-40s %4llu faults of the kernel, %4llu of the platform\n", one.name.c_str(),
@@ -63,6 +66,7 @@ public:
 			kernel_total_ += kernel;
 			platform_total_ += platform;
 		}
+		return chosen;
 	}
 
 	uint64_t kernel_total() const { return kernel_total_; }
@@ -212,17 +216,21 @@ int all_faults(const std::string &only)
 {
 	enable_fault_points();
 	trials alone(nullptr);
-	alone.run(module_operations(), only);
+	unsigned chosen = alone.run(module_operations(), only);
 
 	loaded_modules modules({"flash_mng", "flash_calls"});
 	const flash_mng_access access;
 	trials loaded(&access);
-	loaded.run(operations(access), only);
+	chosen += loaded.run(operations(access), only);
+	if (chosen == 0)
+		throw std::runtime_error("no call has '" + only + "' in its name");
 
 	const unsigned failures = alone.failures() + loaded.failures();
-	std::printf("faults: %llu of the kernel, %llu of the platform, %u failures\n",
-		    static_cast<unsigned long long>(alone.kernel_total() + loaded.kernel_total()),
-		    static_cast<unsigned long long>(alone.platform_total() + loaded.platform_total()), failures);
+	const uint64_t kernel = alone.kernel_total() + loaded.kernel_total(), platform = alone.platform_total() + loaded.platform_total();
+	std::printf("faults: %llu of the kernel, %llu of the platform, %u failures\n", static_cast<unsigned long long>(kernel),
+		    static_cast<unsigned long long>(platform), failures);
+	if (only.empty() && (kernel == 0 || platform == 0))
+		throw std::runtime_error("no fault came: the kernel's fault points or the platform's switches are off");
 	return failures ? EXIT_FAILURE : EXIT_SUCCESS;
 }
 
