@@ -32,6 +32,7 @@ test_host_sanitized() {
 		count_report "inputs of the fuzzer, $tested_target, sanitizers" "$(preset_dir asan)/results/fuzz_$tested_target.xml"
 	done
 	count_report "flash-board, sanitizers" "$(preset_dir asan)/results/flash_board_tests.xml"
+	count_report "what the tools share, sanitizers" "$(preset_dir asan)/results/tools_common_tests.xml"
 	count_report "flashctl and the client header, sanitizers" "$(preset_dir asan)/results/flashctl_tests.xml"
 	count_report "examples and links of the documents, sanitizers" "$(preset_dir asan)/results/docs_tests.xml"
 }

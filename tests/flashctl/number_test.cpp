@@ -16,7 +16,7 @@ class numbers : public testing::TestWithParam<number_case> {};
 
 TEST_P(numbers, are_read_whole_or_refused)
 {
-	EXPECT_EQ(parse_number(GetParam().text, UINT32_MAX), GetParam().number) << GetParam().text;
+	EXPECT_EQ(parse_size(GetParam().text, UINT32_MAX), GetParam().number) << GetParam().text;
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -52,17 +52,5 @@ INSTANTIATE_TEST_SUITE_P(all, code_numbers,
 					 code_case{"-2147483648", 0x80000000}, code_case{"0", 0}, code_case{"-2147483649", std::nullopt},
 					 code_case{"4294967296", std::nullopt}, code_case{"--1", std::nullopt},
 					 code_case{"-", std::nullopt}, code_case{"1KiB", std::nullopt}));
-
-TEST(sizes, are_shown_for_people)
-{
-	EXPECT_EQ(human_size(0), "0 bytes");
-	EXPECT_EQ(human_size(1), "1 byte");
-	EXPECT_EQ(human_size(1023), "1023 bytes");
-	EXPECT_EQ(human_size(1024), "1 KiB");
-	EXPECT_EQ(human_size(1536), "1.5 KiB");
-	EXPECT_EQ(human_size(8 << 20), "8 MiB");
-	EXPECT_EQ(human_size(std::uint64_t{3} << 30), "3 GiB");
-	EXPECT_EQ(human_size(255852544), "244 MiB");
-}
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "board_reader.hpp"
 #include "check.hpp"
 #include "check_structure.hpp"
+#include "common/whole_file.hpp"
 #include "map.hpp"
 #include "report.hpp"
 #include "simulate.hpp"
@@ -18,8 +19,10 @@
 #include <fstream>
 #include <iostream>
 #include <optional>
+#include <span>
 #include <sstream>
 #include <string>
+#include <system_error>
 
 namespace {
 
@@ -54,20 +57,14 @@ std::string read_file(const std::string &path)
 	return text.str();
 }
 
-// Writes beside the target and renames, so that a failure leaves no half-written file.
+// A failure leaves no half-written file.
 void write_file(const std::string &path, std::string_view content)
 {
-	const auto unfinished = path + ".part";
-	std::ofstream file(unfinished, std::ios::binary);
-
-	file.write(content.data(), static_cast<std::streamsize>(content.size()));
-	file.close();
-	if (file && !std::rename(unfinished.c_str(), path.c_str()))
-		return;
-	const int reason = errno;
-	std::remove(unfinished.c_str());
-	errno = reason;
-	throw file_error(path, "cannot be written");
+	try {
+		tools::write_whole_file(path, std::as_bytes(std::span(content)));
+	} catch (const std::system_error &error) {
+		throw file_error(path, "cannot be written: " + error.code().message());
+	}
 }
 
 // What the commands are told on the command line.

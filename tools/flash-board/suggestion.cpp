@@ -1,31 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "suggestion.hpp"
 
+#include "common/edit_distance.hpp"
+
 #include <algorithm>
-#include <numeric>
-#include <vector>
 
 namespace flash_board {
-namespace {
-
-// How many characters have to be changed, added or left out.
-std::size_t distance(std::string_view a, std::string_view b)
-{
-	std::vector<std::size_t> row(b.size() + 1);
-
-	std::iota(row.begin(), row.end(), std::size_t(0));
-	for (std::size_t i = 0; i < a.size(); i++) {
-		auto diagonal = row[0]++;
-		for (std::size_t j = 0; j < b.size(); j++) {
-			const auto changed = diagonal + (a[i] != b[j]);
-			diagonal = row[j + 1];
-			row[j + 1] = std::min({changed, diagonal + 1, row[j] + 1});
-		}
-	}
-	return row.back();
-}
-
-} // namespace
 
 std::string_view nearest(std::string_view word, std::span<const std::string_view> candidates)
 {
@@ -35,7 +15,7 @@ std::string_view nearest(std::string_view word, std::span<const std::string_view
 	if (word.size() > 64)
 		return best;
 	for (const auto candidate : candidates) {
-		const auto away = distance(word, candidate);
+		const auto away = tools::edit_distance(word, candidate);
 		if (away < least) {
 			least = away;
 			best = candidate;

@@ -146,7 +146,7 @@ void parser::add_commands()
 
 std::uint32_t size_of(const std::string &option, const std::string &text)
 {
-	const auto size = parse_number(text, most_bytes);
+	const auto size = parse_size(text, most_bytes);
 	if (!size)
 		throw usage_failure(option + " " + text + " is no size that a partition can have", size_hint);
 	return static_cast<std::uint32_t>(*size);

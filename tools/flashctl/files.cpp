@@ -4,9 +4,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <memory>
+#include <system_error>
 
+#include "common/whole_file.hpp"
 #include "failure.hpp"
 
 namespace flashctl {
@@ -18,23 +19,9 @@ struct closer {
 };
 using file_owner = std::unique_ptr<std::FILE, closer>;
 
-failure file_failure(const std::string &path, const char *what)
+failure file_failure(const std::string &path, const char *what, int error = errno)
 {
-	return {exit_status::file, path + ": " + what + ": " + std::strerror(errno), "", flash_mng::status::from_errno(errno)};
-}
-
-bool is_special(const std::string &path)
-{
-	std::error_code none;
-	const auto kind = std::filesystem::status(path, none).type();
-	return kind != std::filesystem::file_type::regular && kind != std::filesystem::file_type::not_found;
-}
-
-void write_whole(const std::string &path, byte_view data)
-{
-	file_owner file(std::fopen(path.c_str(), "wb"));
-	if (!file || std::fwrite(data.data(), 1, data.size(), file.get()) != data.size() || std::fclose(file.release()) != 0)
-		throw file_failure(path, "cannot be written");
+	return {exit_status::file, path + ": " + what + ": " + std::strerror(error), "", flash_mng::status::from_errno(error)};
 }
 
 } // namespace
@@ -58,16 +45,10 @@ bytes read_file(const std::string &path, std::size_t most)
 
 void write_file(const std::string &path, byte_view data)
 {
-	if (is_special(path))
-		return write_whole(path, data);
-	const std::string unfinished = path + ".part";
 	try {
-		write_whole(unfinished, data);
-		if (std::rename(unfinished.c_str(), path.c_str()) != 0)
-			throw file_failure(path, "cannot be written");
-	} catch (const failure &) {
-		std::remove(unfinished.c_str());
-		throw;
+		tools::write_whole_file(path, data);
+	} catch (const std::system_error &error) {
+		throw file_failure(path, "cannot be written", error.code().value());
 	}
 }
 

@@ -12,7 +12,7 @@ namespace flashctl {
 // The file's content, or one byte more than `most`.
 bytes read_file(const std::string &path, std::size_t most);
 
-// A regular file is written beside its place and renamed, so that a failure leaves the old one; anything else is written to directly.
+// As tools::write_whole_file(): whole or not at all.
 void write_file(const std::string &path, byte_view data);
 
 } // namespace flashctl

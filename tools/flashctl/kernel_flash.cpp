@@ -40,7 +40,7 @@ std::string first_line(const std::string &path)
 
 std::uint64_t number_in(const std::string &path)
 {
-	return parse_number(first_line(path), UINT64_MAX).value_or(0);
+	return parse_size(first_line(path), UINT64_MAX).value_or(0);
 }
 
 result<std::vector<mtd_device>> module_devices(const flash_mng::device &device)

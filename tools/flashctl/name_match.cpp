@@ -3,8 +3,9 @@
 
 #include <algorithm>
 #include <cctype>
-#include <numeric>
 #include <utility>
+
+#include "common/edit_distance.hpp"
 
 namespace flashctl {
 
@@ -16,24 +17,6 @@ std::string lower(std::string text)
 	return text;
 }
 
-// Letters added, left out, replaced, or exchanged with their neighbour.
-std::size_t distance(const std::string &a, const std::string &b)
-{
-	std::vector<std::size_t> before_last, last(b.size() + 1), row(b.size() + 1);
-	std::iota(last.begin(), last.end(), 0u);
-	for (std::size_t i = 1; i <= a.size(); ++i) {
-		row[0] = i;
-		for (std::size_t j = 1; j <= b.size(); ++j) {
-			row[j] = std::min({last[j] + 1, row[j - 1] + 1, last[j - 1] + (a[i - 1] != b[j - 1])});
-			if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
-				row[j] = std::min(row[j], before_last[j - 2] + 1);
-		}
-		before_last = last;
-		std::swap(last, row);
-	}
-	return last[b.size()];
-}
-
 } // namespace
 
 std::vector<std::string> similar_names(const std::string &typed, const std::vector<std::string> &names)
@@ -41,7 +24,7 @@ std::vector<std::string> similar_names(const std::string &typed, const std::vect
 	std::vector<std::pair<std::size_t, std::string>> near;
 	for (const std::string &name : names) {
 		const bool begins = typed.size() >= 2 && lower(name).starts_with(lower(typed));
-		const std::size_t far = begins ? 1 : distance(lower(typed), lower(name));
+		const std::size_t far = begins ? 1 : tools::edit_distance(lower(typed), lower(name));
 		if (far <= std::max<std::size_t>(1, std::min(typed.size(), name.size()) / 3))
 			near.emplace_back(far, name);
 	}
