@@ -57,7 +57,7 @@ extern "C" {
  * Codes
  */
 
-#define FLASH_MNG_OK 0u
+#define FLASH_MNG_OK 0u			      /* success */
 #define FLASH_MNG_FAILED 0xFFFFFFFFu	      /* nothing found, or a transfer came out short; -1 with EPERM in a program */
 #define FLASH_MNG_NULL_POINTER 417u	      /* an address to be written to is NULL */
 #define FLASH_MNG_INVALID 418u		      /* a bad name, a range beyond the partition, or a thing that is not there */
