@@ -23,7 +23,7 @@ module_make = $(MAKE) -j$(JOBS) -C $(LINUX_DIR) $(LINUX_MAKE_FLAGS) $(FLASH_MNG_
 show:
 	@test "$(module_packages) $(packages)" = "flash-mng flash-mng" || { echo "the package is not registered once"; exit 1; }
 	@test "$(FLASH_MNG_SITE_METHOD)" = local
-	@test -n "$(FLASH_MNG_VERSION)" -a -n "$(FLASH_MNG_LICENSE)" -a -n "$(FLASH_MNG_USERS)"
+	@test -n "$(FLASH_MNG_VERSION)" -a -n "$(FLASH_MNG_LICENSE)"
 	@test "$(FLASH_MNG_DEPENDENCIES)" = our-platform
 	@for file in $(FLASH_MNG_LICENSE_FILES) $(addsuffix /Kbuild,$(FLASH_MNG_MODULE_SUBDIRS)); do \
 		test -s $(FLASH_MNG_SITE)/$$file || { echo "no $$file"; exit 1; }; \

@@ -48,7 +48,6 @@ tools_are_used() {
 		man --manpath="$scratch/usr/share/man" --path "${page%/*}" "${page#*/}" || return 1
 	done
 	bash -n "$scratch/usr/share/bash-completion/completions/flashctl" || return 1
-	grep -q '^flash_mng:' "$scratch/etc/group" || wrong "the group was not made" || return 1
 	test -s "$scratch/usr/lib/udev/rules.d/60-flash_mng.rules" || wrong "no udev rule" || return 1
 	"$scratch/usr/bin/flashctl" --version
 }

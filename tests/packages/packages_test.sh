@@ -40,17 +40,16 @@ one_version() {
 	package_version
 }
 
-# The device's name and its group are the same wherever they stand.
-device_and_group() {
+# The rule of the packages is about the module's device, and gives it to nobody.
+device_is_roots() {
 	device=$(sed -n 's,^#define FLASH_MNG_DEVICE "/dev/\(.*\)",\1,p' "$root/flash_mng_kernel/include/uapi/flash_mng.h")
-	group=$(sed -n 's/^g \([a-z_]*\) .*/\1/p' "$root/packages/system/sysusers.d/flash_mng.conf")
-	[ -n "$device" ] && [ -n "$group" ] || wrong "no name of the device or its group" || return 1
-	grep -qx "SUBSYSTEM==\"misc\", KERNEL==\"$device\", GROUP=\"$group\", MODE=\"0660\"" \
-		"$root/packages/system/udev/rules.d/60-flash_mng.rules" || wrong "the udev rule is not about $device and $group" || return 1
-	grep -q "^GROUPADD_PARAM.*[\" ]$group\"" "$yocto_recipe" || wrong "the recipe makes another group than $group" || return 1
-	grep -q "^	- -1 $group -1 " "$root/packages/buildroot/package/flash-mng/flash-mng.mk" ||
-		wrong "Buildroot makes another group than $group" || return 1
-	echo "/dev/$device, group $group"
+	[ -n "$device" ] || wrong "no name of the device" || return 1
+	rules=$(cd "$root" && our_files 'packages/*' | xargs grep -hE '^(SUBSYSTEM|KERNEL|ACTION)==' | sed 's/, TAG+="[a-z]*"$//')
+	[ "$rules" = "SUBSYSTEM==\"misc\", KERNEL==\"$device\", OWNER=\"root\", GROUP=\"root\", MODE=\"0600\"" ] ||
+		wrong "the rules are: $rules" || return 1
+	widened=$(cd "$root" && our_files 'packages/*' | xargs grep -nEi 'groupadd|useradd|_USERS|sysusers') || true
+	[ -z "$widened" ] || wrong "$widened" || return 1
+	echo "/dev/$device is root's"
 }
 
 # ---- the page for those who port
@@ -185,9 +184,62 @@ buildroot_builds() {
 	module_is_whole "$build_dir/packages_test/buildroot/flash_mng_kernel"
 }
 
+# ---- the module's compilers
+
+# cxx_for CC: what flash_mng_kernel/Kbuild takes for C++, or why it takes nothing. Compilers of the names below are found.
+# shellcheck disable=SC2016 # make's variables
+cxx_for() {
+	printf 'src = .\nobj = .\ninclude %s/Kbuild\nshow: ; @echo "$(FLASH_MNG_CXX)"\n' "$root/flash_mng_kernel" |
+		PATH=$compilers:$PATH make -s -f - show CC="$1" CROSS_COMPILE=other- 2>&1
+}
+
+# expect_cxx CC CXX
+expect_cxx() {
+	[ "$(cxx_for "$1")" = "$2" ] || wrong "for CC=$1 C++ is compiled by '$(cxx_for "$1")', not by '$2'"
+}
+
+cxx_follows_cc() {
+	compilers=$build_dir/packages_test/compilers
+	mkdir -p "$compilers"
+	for compiler in g++-98 machine-g++ machine-g++-98 clang++ clang++-98 c++; do
+		ln -sf /bin/true "$compilers/$compiler"
+	done
+	expect_cxx gcc-98 g++-98 || return 1
+	expect_cxx machine-gcc machine-g++ || return 1
+	expect_cxx machine-gcc-98 machine-g++-98 || return 1
+	expect_cxx 'ccache machine-gcc-98 --sysroot=/gcc' 'ccache machine-g++-98 --sysroot=/gcc' || return 1
+	expect_cxx "$compilers/machine-gcc -B /lib/gcc" "$compilers/machine-g++ -B /lib/gcc" || return 1
+	expect_cxx clang clang++ || return 1
+	expect_cxx '/usr/bin/ccache clang-98' '/usr/bin/ccache clang++-98' || return 1
+	expect_cxx cc c++ || return 1
+	expect_cxx tcc other-g++ || return 1
+	case $(cxx_for machine-gcc-97) in
+	*"C is compiled by machine-gcc-97, and its C++ compiler machine-g++-97 is not there"*FLASH_MNG_CXX*) ;;
+	*) wrong "a missing C++ compiler is not named: $(cxx_for machine-gcc-97)" || return 1 ;;
+	esac
+	echo "and one that is missing is named"
+}
+
 # ---- loading order
 
-# modprobe, on the board's modules and the samples of packages/system, names what it would load, in its order.
+# modprobe_order MODULE: what modprobe would load, in its order, by the samples of packages/system.
+modprobe_order() {
+	/sbin/modprobe -d "$modules_root" -S "$(kernel_release)" -C "$root/packages/system/modprobe.d" --show-depends "$1" |
+		sed -n 's,.*/\(.*\)\.ko.*,\1,p' | awk '!seen[$0]++'
+}
+
+# modprobe -r takes out the modules of a softdep first, with all that nobody needs then. One that needs flash_mng would take flash_mng
+# along, which modprobe then does not find.
+needless_modules_of_softdeps() {
+	# shellcheck disable=SC2013 # words
+	for companion in $(sed -n 's/^softdep flash_mng //p' "$root"/packages/system/modprobe.d/*.conf); do
+		case $companion in *:) continue ;; esac
+		! modprobe_order "$companion" | sed '$d' | grep -qx flash_mng ||
+			wrong "a softdep names $companion, which needs flash_mng: modprobe -r flash_mng fails" || return 1
+	done
+}
+
+# modprobe, on the board's modules, loads the platform and the flash before flash_mng.
 loading_order() {
 	use_kernel board
 	use_stage board
@@ -197,20 +249,26 @@ loading_order() {
 	find "$stage_dir/flash_mng_kernel" "$stage_dir/reference_platform" "$kernel_dir/drivers/mtd/nand/raw" -name '*.ko' \
 		-exec cp {} "$modules_root/lib/modules/$(kernel_release)" \;
 	/sbin/depmod -b "$modules_root" "$(kernel_release)" || return 1
-	/sbin/modprobe -d "$modules_root" -S "$(kernel_release)" -C "$root/packages/system/modprobe.d" --show-depends flash_mng |
-		sed -n 's,.*/\(.*\)\.ko.*,\1,p' | awk '!seen[$0]++' >"$modules_root/order"
+	modprobe_order flash_mng >"$modules_root/order"
 	for earlier in log xml_parser drv_basic board_capability_mng plat_extern_api nandsim; do
 		sed -n "/^$earlier\$/,/^flash_mng\$/p" "$modules_root/order" | grep -qx flash_mng ||
 			wrong "$earlier is not loaded before flash_mng: $(paste -s -d ' ' "$modules_root/order")" || return 1
 	done
-	sed '1,/^flash_mng$/d' "$modules_root/order" | grep -qx spi_flash_driver || wrong "spi_flash_driver is not loaded after flash_mng"
+	needless_modules_of_softdeps || return 1
+	modprobe_order spi_flash_driver | sed '1,/^flash_mng$/d' | grep -qx spi_flash_driver ||
+		wrong "flash_mng is not loaded before spi_flash_driver" || return 1
+	# shellcheck disable=SC2013 # words
+	for loaded in $(sed '/^#/d' "$root/packages/system/modules-load.d/flash_mng.conf"); do
+		[ -s "$modules_root/lib/modules/$(kernel_release)/$loaded.ko" ] || wrong "modules-load.d names $loaded" || return 1
+	done
 	paste -s -d ' ' "$modules_root/order"
 }
 
 mkdir -p "$build_dir/packages_test"
 count_step "packages: one version" one_version
-count_step "packages: device and group" device_and_group
+count_step "packages: the device stays root's" device_is_roots
 count_step "docs/your-board.md: texts of the logs" page_texts_exist
+count_step "flash_mng_kernel: the C++ compiler is CC's" cxx_follows_cc
 count_step "packages: loading order of the samples" loading_order
 count_step "packages: the Yocto layer" yocto_recipe_parses
 count_step "packages: the Buildroot tree" buildroot_parses

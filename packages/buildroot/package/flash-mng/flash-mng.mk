@@ -16,11 +16,7 @@ FLASH_MNG_DEPENDENCIES = $(call qstrip,$(BR2_PACKAGE_FLASH_MNG_PLATFORM))
 FLASH_MNG_MODULE_SUBDIRS = flash_mng_kernel
 FLASH_MNG_MODULE_MAKE_OPTS = KBUILD_EXTRA_SYMBOLS="$(call qstrip,$(BR2_PACKAGE_FLASH_MNG_SYMBOLS))"
 
-# The control device belongs to a group, on boards with udev.
-define FLASH_MNG_USERS
-	- -1 flash_mng -1 - - - - Users of flash
-endef
-
+# The control device stays root's, on boards with udev.
 define FLASH_MNG_INSTALL_TARGET_CMDS
 	$(INSTALL) -D -m 0644 $(@D)/packages/system/udev/rules.d/60-flash_mng.rules \
 		$(TARGET_DIR)/lib/udev/rules.d/60-flash_mng.rules

@@ -9,7 +9,7 @@ LICENSE = "BSD-3-Clause | GPL-2.0-only"
 LIC_FILES_CHKSUM = "file://../LICENSES/BSD-3-Clause.txt;md5=8528f27fa2f36a3ceec205bd72fc23ae \
                     file://../LICENSES/GPL-2.0-only.txt;md5=b234ee4d69f5fce4486a80fdaf4a4263"
 
-inherit module useradd
+inherit module
 
 FLASH_MNG_PLATFORM ?= "kernel-module-flash-mng-platform"
 DEPENDS += "${FLASH_MNG_PLATFORM}"
@@ -28,11 +28,9 @@ EXTRA_OEMAKE += "FLASH_MNG_CXX='${HOST_PREFIX}g++ ${TOOLCHAIN_OPTIONS}'"
 
 KERNEL_MODULE_AUTOLOAD += "flash_mng"
 
-# The control device belongs to a group, on boards with udev.
+# The control device stays root's, on boards with udev.
 PACKAGES =+ "${PN}-udev"
 FILES:${PN}-udev = "${nonarch_base_libdir}/udev/rules.d"
-USERADD_PACKAGES = "${PN}-udev"
-GROUPADD_PARAM:${PN}-udev = "--system flash_mng"
 
 do_install:append() {
 	install -d ${D}${nonarch_base_libdir}/udev/rules.d
