@@ -15,7 +15,6 @@ namespace {
 
 constexpr char table_node[] = "attr";
 constexpr char usrdata_name[] = "usrdata";
-constexpr u32 bom_capability = 0x100000;
 constexpr u32 node_name_size = 32;
 
 flash_config_entry *entry_of(list_head *link)
@@ -45,7 +44,7 @@ bool read_list(u32 inst_id, const char *node, u32 *count, xml_entry_node **list)
 u32 read_variant_list(u32 inst_id, u32 *count, xml_entry_node **list)
 {
 	u32 bom_value = 0;
-	if (const u32 status = drv_board_get_bom_value(inst_id, bom_capability, &bom_value)) {
+	if (const u32 status = drv_board_get_bom_value(inst_id, BOARD_CAPABILITY_BOM, &bom_value)) {
 		drv_log_record(common_log, ordinary, 0, "flash mng get bom value error, inst_id:0x%x", inst_id);
 		return status;
 	}

@@ -9,10 +9,12 @@
 
 FLASH_MNG_C_BEGIN
 
+#define BOARD_CAPABILITY_BOM 0x100000 /* the only capability that flash_mng asks for: the board's variant */
+
 /**
  * drv_board_get_bom_value() - which variant of the board this is.
  * @inst_id: instance id
- * @capability: which capability is asked for, a number of the platform's
+ * @capability: which capability is asked for: BOARD_CAPABILITY_BOM, which every platform's service has to answer
  * @bom_value: receives the BOM value; 0 is the board without a variant; written on success only
  *
  * Context: process context, may sleep.

@@ -9,9 +9,11 @@
 
 FLASH_MNG_C_BEGIN
 
+#define HARD_LOCK_OPERATION_FLASH 720 /* the only operation that flash_mng takes the lock for: access to flash */
+
 /** struct hard_lock_request - what a caller hands over to take the hardware lock; 24 bytes. */
 struct hard_lock_request {
-	u32 operation;
+	u32 operation; /* HARD_LOCK_OPERATION_FLASH, which every platform's service has to accept */
 	u32 inst_id;
 	u32 lock_val;
 	u32 reserved0; /* 0 */

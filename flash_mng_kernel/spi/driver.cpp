@@ -18,7 +18,6 @@ constinit const flash_driver_ops *g_flash_funcs = nullptr;
 
 namespace {
 
-constexpr u32 lock_operation = 720;
 constexpr u32 lock_type_none = 1;     // the type of instances that are never locked
 constexpr u32 lock_type_for_size = 0; // the only type under which a size is asked
 constexpr u32 type_is_nand = 0;
@@ -39,7 +38,7 @@ template <typename function> function registered(function flash_driver_ops::*slo
 u32 take_hard_lock(u32 inst_id, u32 lock_type, const spi_controller_config &config)
 {
 	hard_lock_request request = {};
-	request.operation = lock_operation;
+	request.operation = HARD_LOCK_OPERATION_FLASH;
 	request.inst_id = inst_id;
 	request.lock_val = config.hardlock_val;
 	return drv_hard_trylock(inst_id, lock_type, &request);

@@ -13,8 +13,6 @@
 #include "platform/board_capability.h"
 #include "platform_status.h"
 
-#define CAPABILITY_BOM 0x100000
-
 static struct fault_switch g_switch_table[] = {
 	{ .function = "drv_board_get_bom_value" },
 };
@@ -30,7 +28,7 @@ u32 drv_board_get_bom_value(u32 inst_id, u32 capability, u32 *bom_value)
 		return status;
 	if (!bom_value)
 		return CAPABILITY_BAD_ARGUMENT;
-	if (capability != CAPABILITY_BOM)
+	if (capability != BOARD_CAPABILITY_BOM)
 		return CAPABILITY_UNKNOWN;
 	if (board_get_instance_value(inst_id, "bom", &value))
 		board_get_value("bom", &value);

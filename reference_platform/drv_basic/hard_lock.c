@@ -16,8 +16,7 @@
 #include "platform_status.h"
 #include "switches.h"
 
-#define HARD_LOCK_OPERATION	720 /* the operation code of a flash access */
-#define HARD_LOCK_MAX_HELD	32
+#define HARD_LOCK_MAX_HELD 32
 
 struct hard_lock {
 	bool held;
@@ -53,7 +52,7 @@ static u32 check_request(u32 inst_id, u32 lock_type, const struct hard_lock_requ
 {
 	u32 lock_val, unlock_val;
 
-	if (!request || request->operation != HARD_LOCK_OPERATION || request->inst_id != inst_id ||
+	if (!request || request->operation != HARD_LOCK_OPERATION_FLASH || request->inst_id != inst_id ||
 	    request->reserved0 || request->reserved1)
 		return HARD_LOCK_BAD_REQUEST;
 	if (!board_get_hard_lock(inst_id, lock_type, &lock_val, &unlock_val) && request->lock_val != lock_val)
