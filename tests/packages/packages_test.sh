@@ -111,7 +111,7 @@ yocto_licences() {
 yocto_recipe_parses() {
 	yocto_layer_parses || return 1
 	has_values "$yocto_recipe" SUMMARY SECTION LICENSE LIC_FILES_CHKSUM FLASH_MNG_PLATFORM DEPENDS PV SRC_URI S EXTRA_OEMAKE || return 1
-	grep -q '^inherit module ' "$yocto_recipe" || wrong "the recipe does not inherit module" || return 1
+	grep -qx 'inherit module' "$yocto_recipe" || wrong "the recipe does not inherit module" || return 1
 	recipe_clone=$(recipe_value "$yocto_recipe" FLASH_MNG_CLONE | sed "s,\${THISDIR},$(dirname "$yocto_recipe"),")
 	[ "$(readlink -f "$recipe_clone")" = "$(readlink -f "$root")" ] || wrong "FLASH_MNG_CLONE is $recipe_clone" || return 1
 	yocto_fetch && yocto_licences
