@@ -140,7 +140,7 @@ TEST_F(cli, compile_writes_a_board_or_nothing)
 	EXPECT_TRUE(fixtures::read(path("good.fbd")).starts_with("FLSHBRD"));
 	const auto refused = run("compile bad/duplicate-id.xml -o '" + path("bad.fbd") + "'");
 	EXPECT_EQ(refused.status, 1);
-	EXPECT_EQ(refused.err, "bad/duplicate-id.xml:10:3: a second <instance> of the same name, number or type\n");
+	EXPECT_EQ(refused.err, "bad/duplicate-id.xml:10:12: a second <instance> with id 0x10; the first is in line 9\n");
 	EXPECT_FALSE(std::filesystem::exists(path("bad.fbd")));
 	EXPECT_FALSE(std::filesystem::exists(path("bad.fbd.part")));
 }

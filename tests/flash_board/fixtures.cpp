@@ -64,7 +64,7 @@ flash_board::mtd_layout fixture::layout() const
 {
 	const auto own = xml().replace_extension(".mtd");
 
-	return std::filesystem::exists(own) ? flash_board::read_proc_mtd(read(own)) : common_layout();
+	return std::filesystem::exists(own) ? flash_board::read_layout(read(own)) : common_layout();
 }
 
 flash_board::findings fixture::found() const

@@ -109,9 +109,47 @@ TEST(map, draws_the_variant_that_is_asked_for)
 	EXPECT_TRUE(map_of_text(text, nullptr, 8).groups.empty());
 }
 
-TEST(map, rows_that_cannot_be_read_are_left_out)
+// One row that cannot be read drops the table, as it does in flash_mng.
+TEST(map, says_why_all_sections_are_left_out)
 {
-	EXPECT_TRUE(map_of_text(board_of("<node name='attr'>" + section("boot", "0", "many") + "</node>")).groups.empty());
+	const auto map =
+		map_of_text(board_of("<node name='attr'>" + section("boot", "0", "0x1000") + section("config", "0", "many") + "</node>"));
+
+	EXPECT_TRUE(map.groups.empty());
+	EXPECT_EQ(map.left_out, std::vector<std::string>{"flash_mng drops all of attr, because it cannot read entry \"s\" in line 1"});
+	EXPECT_NE(as_text(map).find("left out: flash_mng drops all of attr"), std::string::npos);
+	EXPECT_NE(as_svg(map).find("left out: flash_mng drops all of attr"), std::string::npos);
+}
+
+TEST(map, says_that_flash_mng_does_not_load)
+{
+	const auto map =
+		map_of_text(board_of("<node name='attr'>" + section("boot", "0", "0x1000") +
+				     "</node><node name='mtd_info'><entry name='p' mtd_name='usrdata' avail_size='many'/></node>"));
+
+	EXPECT_TRUE(map.groups.empty());
+	EXPECT_EQ(map.left_out,
+		  std::vector<std::string>{"flash_mng does not load, because it cannot read entry \"p\" in line 1 of mtd_info"});
+}
+
+TEST(map, leaves_out_rows_with_names_that_are_too_long_to_be_read)
+{
+	EXPECT_TRUE(map_of_text(board_of("<node name='attr'>" + section(std::string(40, 'n'), "0", "1") + "</node>")).groups.empty());
+	EXPECT_FALSE(map_of_text(board_of("<node name='attr'>" + section(std::string(39, 'n'), "0", "1") + "</node>")).groups.empty());
+}
+
+TEST(map, says_which_entries_of_a_partition_map_are_left_out)
+{
+	const auto entry = [](const std::string &name, const std::string &size) {
+		return "<entry name='m'><mtd_name>" + name + "</mtd_name><offset>0</offset>" + size + "</entry>";
+	};
+	const auto map = map_of_text(board_of("<node name='spi_flash_map'>" + entry("good", "<size>1</size>") + entry("half", "") +
+					      entry("odd", "<size>x</size>") + entry(std::string(19, 'n'), "<size>1</size>") + "</node>"));
+
+	ASSERT_EQ(map.left_out.size(), 3u);
+	EXPECT_EQ(map.left_out[0], "instance 0xffffffff: entry \"m\" in line 1 has no range");
+	EXPECT_EQ(map.left_out[1], "instance 0xffffffff: entry \"m\" in line 1 cannot be read");
+	EXPECT_EQ(map.groups.at(0).bars.at(0).spans.size(), 1u);
 }
 
 TEST(map, shows_partitions_of_spi_flashes)

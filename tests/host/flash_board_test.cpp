@@ -315,32 +315,32 @@ TEST(flash_board_refuses, stray_text_and_instructions)
 
 TEST(flash_board_refuses, attributes_that_it_does_not_know)
 {
-	EXPECT_EQ(error_of("<board name='b' colour='red'/>"), "b.xml:1:2: <board> has no attribute \"colour\"");
-	EXPECT_EQ(error_of("<board name='b'><instance id='1' name='i'/></board>"), "b.xml:1:18: <instance> has no attribute \"name\"");
-	EXPECT_EQ(error_of(in_node("<entry name='e'><a type='u32'>1</a></entry>")), "b.xml:1:83: <a> has no attribute \"type\"");
+	EXPECT_EQ(error_of("<board name='b' colour='red'/>"), "b.xml:1:17: <board> has no attribute \"colour\"");
+	EXPECT_EQ(error_of("<board name='b'><instance id='1' name='i'/></board>"), "b.xml:1:34: <instance> has no attribute \"name\"");
+	EXPECT_EQ(error_of(in_node("<entry name='e'><a type='u32'>1</a></entry>")), "b.xml:1:85: <a> has no attribute \"type\"");
 }
 
 TEST(flash_board_refuses, an_attribute_given_twice)
 {
-	EXPECT_EQ(error_of(in_node("<entry name='e' size='1' size='2'/>")), "b.xml:1:67: attribute \"size\" is given twice");
+	EXPECT_EQ(error_of(in_node("<entry name='e' size='1' size='2'/>")), "b.xml:1:91: attribute \"size\" is given twice");
 }
 
 TEST(flash_board_refuses, names_that_a_tree_cannot_hold)
 {
 	const std::string reason = " is no name: a letter or \"_\", then letters, digits, \"_\", \".\" and \"-\", at most 63";
 
-	EXPECT_EQ(error_of(in_node("<entry name='a/b'/>")), "b.xml:1:67: \"a/b\"" + reason);
-	EXPECT_EQ(error_of(in_node("<entry name='a@1'/>")), "b.xml:1:67: \"a@1\"" + reason);
-	EXPECT_EQ(error_of(in_node("<entry name=''/>")), "b.xml:1:67: \"\"" + reason);
-	EXPECT_EQ(error_of(in_node("<entry name='1a'/>")), "b.xml:1:67: \"1a\"" + reason);
+	EXPECT_EQ(error_of(in_node("<entry name='a/b'/>")), "b.xml:1:73: \"a/b\"" + reason);
+	EXPECT_EQ(error_of(in_node("<entry name='a@1'/>")), "b.xml:1:73: \"a@1\"" + reason);
+	EXPECT_EQ(error_of(in_node("<entry name=''/>")), "b.xml:1:73: \"\"" + reason);
+	EXPECT_EQ(error_of(in_node("<entry name='1a'/>")), "b.xml:1:73: \"1a\"" + reason);
 	EXPECT_EQ(error_of(in_node("<entry name='" + std::string(64, 'a') + "'/>")),
-		  "b.xml:1:67: \"" + std::string(64, 'a') + "\"" + reason);
+		  "b.xml:1:73: \"" + std::string(64, 'a') + "\"" + reason);
 	EXPECT_EQ(error_of(in_node("<entry name='" + std::string(63, 'a') + "'/>")), "(accepted)");
 }
 
 TEST(flash_board_refuses, names_that_mean_something_else_in_a_tree)
 {
-	EXPECT_EQ(error_of(in_node("<entry name='e' phandle='1'/>")), "b.xml:1:67: \"phandle\" cannot be an attribute's name");
+	EXPECT_EQ(error_of(in_node("<entry name='e' phandle='1'/>")), "b.xml:1:82: \"phandle\" cannot be an attribute's name");
 	EXPECT_EQ(error_of(in_instance("<module name='hard_lock'/>")), "b.xml:1:35: \"hard_lock\" cannot be a module's name");
 }
 
@@ -359,7 +359,7 @@ TEST(flash_board_refuses, numbers_that_are_none)
 
 	for (const auto *text : {"", "x", "-1", "+1", " 1", "1 ", "0x", "0xg", "4294967296", "0x100000000"})
 		EXPECT_EQ(error_of("<board name='b' bom='" + std::string(text) + "'/>"),
-			  "b.xml:1:2: bom=\"" + std::string(text) + "\"" + reason);
+			  "b.xml:1:17: bom=\"" + std::string(text) + "\"" + reason);
 	for (const auto *text : {"0", "4294967295", "0xFFFFFFFF", "0Xff", "007"})
 		EXPECT_EQ(error_of("<board name='b' bom='" + std::string(text) + "'/>"), "(accepted)") << text;
 }
@@ -374,15 +374,17 @@ TEST(flash_board_refuses, a_parent_without_a_card)
 
 TEST(flash_board_refuses, the_same_thing_twice)
 {
-	const auto second = [](const std::string &what) { return "a second <" + what + "> of the same name, number or type"; };
+	const std::string first = "; the first is in line 1";
 
-	EXPECT_EQ(error_of("<board name='b'><instance id='16'/><instance id='0x10'/></board>"), "b.xml:1:37: " + second("instance"));
-	EXPECT_EQ(error_of(in_instance("<module name='m'/><module name='m'/>")), "b.xml:1:53: " + second("module"));
-	EXPECT_EQ(error_of(in_instance("<module name='m'><node name='n'/><node name='n'/></module>")), "b.xml:1:68: " + second("node"));
-	EXPECT_EQ(error_of(in_node("<entry name='e'><a>1</a><a>2</a></entry>")), "b.xml:1:91: " + second("a"));
+	EXPECT_EQ(error_of("<board name='b'><instance id='16'/><instance id='0x10'/></board>"),
+		  "b.xml:1:46: a second <instance> with id 0x10" + first);
+	EXPECT_EQ(error_of(in_instance("<module name='m'/><module name='m'/>")), "b.xml:1:60: a second <module> with name \"m\"" + first);
+	EXPECT_EQ(error_of(in_instance("<module name='m'><node name='n'/><node name='n'/></module>")),
+		  "b.xml:1:73: a second <node> with name \"n\"" + first);
+	EXPECT_EQ(error_of(in_node("<entry name='e'><a>1</a><a>2</a></entry>")), "b.xml:1:91: a second <a>" + first);
 	EXPECT_EQ(
 		error_of(in_instance("<hard_lock type='0' lock_val='1' unlock_val='2'/><hard_lock type='0' lock_val='3' unlock_val='4'/>")),
-		"b.xml:1:84: " + second("hard_lock"));
+		"b.xml:1:94: a second <hard_lock> with type 0x0" + first);
 }
 
 } // namespace

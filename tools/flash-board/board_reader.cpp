@@ -61,7 +61,7 @@ void refuse_findings(const source &from, const findings &found)
 
 	if (!refusal)
 		return;
-	const auto where = from.at(refusal->element);
+	const auto where = from.at(refusal->offset);
 	throw input_error(from.file_name() + ":" + std::to_string(where.line) + ":" + std::to_string(where.column) + ": " +
 			  refusal->message);
 }

@@ -10,8 +10,8 @@
 
 namespace flash_board {
 
-// What is wrong with an input file; what() is "<file>:<line>:<column>: <message>", lines and columns from 1, columns in bytes. The place is
-// that of the element.
+// What is wrong with an input file; what() is "<file>:<line>:<column>: <message>", lines and columns from 1, columns in bytes: the
+// place that check gives.
 struct input_error : std::runtime_error {
 	using std::runtime_error::runtime_error;
 };

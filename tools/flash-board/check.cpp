@@ -3,6 +3,7 @@
 
 #include "board_file.hpp"
 #include "board_reader.hpp"
+#include "check_instances.hpp"
 #include "check_mtd_info.hpp"
 #include "check_nodes.hpp"
 #include "check_sections.hpp"
@@ -26,6 +27,7 @@ findings check(const source &from, const mtd_layout *layout)
 
 	if (of.is_whole()) {
 		check_structure(of);
+		check_instances(of);
 		check_nodes(of, layout);
 		check_sections(of, layout);
 		check_mtd_info(of, layout);

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "check_sections.hpp"
 
+#include "range_search.hpp"
 #include "tables.hpp"
 
 #include <algorithm>
+#include <map>
 
 namespace flash_board {
 namespace {
@@ -37,45 +39,87 @@ void check_end(document &of, const section_row &row)
 	of.add("section-wraps", row.xml, row.size_text->offset, row.title() + " ends at " + hexadecimal(row.range().end));
 }
 
-// The earlier row of the same id that serves every request, or some requests, to this one.
-void check_earlier_rows(document &of, const section_rows &rows, std::size_t index)
+// Rows that can be used, by what they share, in their order.
+template <typename key, typename sharing> std::map<key, std::vector<std::size_t>> groups_of(const section_rows &rows, sharing key_of)
 {
-	const auto &row = rows[index];
-	const auto end = rows.begin() + static_cast<std::ptrdiff_t>(index);
-	const auto is_rival = [&](const section_row &one) { return one.is_usable() && one.id == row.id; };
+	std::map<key, std::vector<std::size_t>> groups;
 
-	if (!row.is_usable())
-		return;
-	const auto cover =
-		std::find_if(rows.begin(), end, [&](const auto &one) { return is_rival(one) && one.range().contains(row.range()); });
-	if (cover != end) {
-		of.add("section-shadowed", row.xml,
-		       row.title() + " lies within " + cover->range().text() + " of entry " + quoted(cover->xml.attribute("name").value()) +
-			       ", which comes first");
-		return;
-	}
-	const auto rival =
-		std::find_if(rows.begin(), end, [&](const auto &one) { return is_rival(one) && one.range().overlaps(row.range()); });
-	if (rival != end)
-		of.add("section-overlap", row.xml,
-		       row.title() + " overlaps " + rival->range().text() + " of entry " + quoted(rival->xml.attribute("name").value()) +
-			       ", which comes first");
+	for (std::size_t i = 0; i < rows.size(); i++)
+		if (rows[i].is_usable())
+			groups[key_of(rows[i])].push_back(i);
+	return groups;
 }
 
-void check_same_bytes(document &of, const section_rows &rows, std::size_t index)
+std::vector<byte_range> ranges_of(const section_rows &rows, const std::vector<std::size_t> &group)
 {
-	const auto &row = rows[index];
-	const auto end = rows.begin() + static_cast<std::ptrdiff_t>(index);
-	const auto shares = [&](const section_row &one) {
-		const bool by_address = one.id == row.id && one.range().overlaps(row.range()); // another rule's
-		return one.is_usable() && one.name->text == row.name->text && !by_address;
-	};
+	std::vector<byte_range> ranges;
 
-	if (!row.is_usable() || row.name->text.empty())
-		return;
-	if (const auto other = std::find_if(rows.begin(), end, shares); other != end)
-		of.add("section-same-bytes", row.xml, row.name->offset,
-		       row.title() + " begins at the first byte of " + quoted(row.name->text) + ", as does " + other->title());
+	for (const auto index : group)
+		ranges.push_back(rows[index].range());
+	return ranges;
+}
+
+std::string before_it(const section_row &row)
+{
+	return row.range().text() + " of entry " + quoted(row.xml.attribute("name").value()) + ", which comes first";
+}
+
+// The earlier rows of the same id that serve every request, or some requests, to a later one.
+void check_earlier_rows(document &of, const section_rows &rows)
+{
+	for (const auto &[id, group] : groups_of<std::uint32_t>(rows, [](const section_row &row) { return *row.id; })) {
+		const auto ranges = ranges_of(rows, group);
+		const auto covers = first_containing(ranges), rivals = first_overlapping(ranges);
+		for (std::size_t i = 0; i < group.size(); i++) {
+			const auto &row = rows[group[i]];
+			if (covers[i] != none_before)
+				of.add("section-shadowed", row.xml, row.title() + " lies within " + before_it(rows[group[covers[i]]]));
+			else if (rivals[i] != none_before)
+				of.add("section-overlap", row.xml, row.title() + " overlaps " + before_it(rows[group[rivals[i]]]));
+		}
+	}
+}
+
+// For each row of a group the first earlier one of another id; sections of one id that overlap are another rule's.
+class first_of_another_id {
+public:
+	std::size_t before(const section_rows &rows, std::size_t index)
+	{
+		const auto differs = [&](std::size_t other) { return other != none_before && rows[other].id != rows[index].id; };
+		const auto found = differs(m_first) ? m_first : differs(m_second) ? m_second : none_before;
+
+		if (m_first == none_before)
+			m_first = index;
+		else if (m_second == none_before && rows[m_first].id != rows[index].id)
+			m_second = index;
+		return found;
+	}
+
+private:
+	std::size_t m_first = none_before, m_second = none_before; // of two ids
+};
+
+void check_same_bytes(document &of, const section_rows &rows)
+{
+	using name_and_id = std::pair<std::string, std::uint32_t>;
+	std::map<std::string, first_of_another_id> others;
+	std::vector<std::size_t> first(rows.size(), none_before);
+
+	for (const auto &[key, group] :
+	     groups_of<name_and_id>(rows, [](const section_row &row) { return name_and_id(row.name->text, *row.id); })) {
+		const auto apart = first_apart(ranges_of(rows, group));
+		for (std::size_t i = 0; i < group.size(); i++)
+			first[group[i]] = apart[i] == none_before ? none_before : group[apart[i]];
+	}
+	for (std::size_t i = 0; i < rows.size(); i++) {
+		if (!rows[i].is_usable() || rows[i].name->text.empty())
+			continue;
+		const auto other = std::min(first[i], others[rows[i].name->text].before(rows, i));
+		if (other != none_before)
+			of.add("section-same-bytes", rows[i].xml, rows[i].name->offset,
+			       rows[i].title() + " begins at the first byte of " + quoted(rows[i].name->text) + ", as does " +
+				       rows[other].title());
+	}
 }
 
 void check_partition(document &of, const section_row &row, const mtd_layout *layout)
@@ -85,7 +129,7 @@ void check_partition(document &of, const section_row &row, const mtd_layout *lay
 	const auto *found = partition_named(*layout, row.name->text);
 	if (!found)
 		of.add("section-no-partition", row.xml, row.name->offset,
-		       row.title() + ": no partition is called " + quoted(row.name->text));
+		       row.title() + ": no partition is called " + quoted(row.name->text), partition_meant(*layout, row.name->text));
 	else if (row.size && found->size && *row.size > *found->size)
 		of.add("section-beyond-partition", row.xml, row.size_text->offset,
 		       row.title() + " has " + human_size(*row.size) + ", partition " + quoted(found->name) + " has " +
@@ -96,16 +140,16 @@ void check_table(document &of, pugi::xml_node table, const mtd_layout *layout)
 {
 	const auto rows = section_rows_of(of, table);
 
-	for (std::size_t i = 0; i < rows.size(); i++) {
-		check_attributes_given(of, rows[i].xml, {{"section_id", true}, {"mtd_name", false}, {"offset", true}, {"size", true}},
+	for (const auto &row : rows) {
+		check_attributes_given(of, row.xml, {{"section_id", true}, {"mtd_name", false}, {"offset", true}, {"size", true}},
 				       "section-field-missing", "section-number");
-		check_name(of, rows[i]);
-		check_size(of, rows[i]);
-		check_end(of, rows[i]);
-		check_earlier_rows(of, rows, i);
-		check_same_bytes(of, rows, i);
-		check_partition(of, rows[i], layout);
+		check_name(of, row);
+		check_size(of, row);
+		check_end(of, row);
+		check_partition(of, row, layout);
 	}
+	check_earlier_rows(of, rows);
+	check_same_bytes(of, rows);
 }
 
 // ---- variants

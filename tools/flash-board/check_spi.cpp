@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "check_spi.hpp"
 
+#include "range_search.hpp"
 #include "tables.hpp"
 
-#include <algorithm>
-#include <array>
+#include <compare>
 #include <map>
 #include <set>
+#include <unordered_map>
 
 namespace flash_board {
 namespace {
@@ -27,10 +28,13 @@ std::optional<std::uint32_t> element_number(const document &of, pugi::xml_node e
 void check_numbering(document &of, pugi::xml_node node)
 {
 	const auto entries = entries_of(node);
+	std::set<std::string> names;
 
+	for (const auto entry : entries)
+		names.insert(entry.attribute("name").value());
 	for (std::size_t i = 0; i < entries.size(); i++) {
 		const auto wanted = "entry" + std::to_string(i);
-		if (node.find_child_by_attribute("entry", "name", wanted.c_str()))
+		if (names.contains(wanted))
 			continue;
 		of.add("spi-entry-gap", node, "of " + std::to_string(entries.size()) + " entries none is called " + quoted(wanted));
 		return;
@@ -56,7 +60,48 @@ void check_flash_id(document &of, pugi::xml_node entry, std::set<std::uint32_t> 
 		       "an earlier entry has flash_id " + hexadecimal(*id));
 }
 
-void check_info(document &of, pugi::xml_node node)
+void check_lock_without_type(document &of, pugi::xml_node entry)
+{
+	for (const auto *name : {"hardlock_val", "hardunlock_val"}) {
+		const auto value = of.element(entry, name);
+		if (!value || of.element(entry, "hardlock_type"))
+			continue;
+		of.add("spi-lock-without-type", entry, value->offset, std::string(name) + " is given, but no hardlock_type");
+		return;
+	}
+}
+
+// Entries that were looked at, by the flash that they describe.
+struct described_flash {
+	std::uint32_t chip, controller, select;
+	auto operator<=>(const described_flash &) const = default;
+};
+using described_flashes = std::map<described_flash, pugi::xml_node>;
+
+std::string named_with_line(const document &of, pugi::xml_node entry)
+{
+	return "entry " + quoted(entry.attribute("name").value()) + " in line " + std::to_string(of.from().at(of.offset_of(entry)).line);
+}
+
+void check_address(document &of, pugi::xml_node entry, described_flashes &seen)
+{
+	const auto chip = element_number(of, entry, "sfc_chip_id"), controller = element_number(of, entry, "sfc_ctrl"),
+		   select = element_number(of, entry, "sfc_cs");
+
+	if (!chip || !controller || !select)
+		return;
+	const auto [found, is_first] = seen.try_emplace({*chip, *controller, *select}, entry);
+	const auto other = found->second;
+	if (is_first ||
+	    (other.parent() == entry.parent() && element_number(of, other, "flash_id") == element_number(of, entry, "flash_id")))
+		return; // of the same card: another rule's
+	of.add(other.parent() == entry.parent() ? "spi-flash-twice" : "spi-flash-elsewhere", entry,
+	       of.element(entry, "sfc_chip_id")->offset,
+	       named_with_line(of, other) + " describes chip " + std::to_string(*chip) + ", controller " + std::to_string(*controller) +
+		       ", select " + std::to_string(*select) + " too");
+}
+
+void check_info(document &of, pugi::xml_node node, described_flashes &flashes)
 {
 	std::set<std::uint32_t> seen;
 
@@ -65,18 +110,26 @@ void check_info(document &of, pugi::xml_node node)
 		check_elements_given(of, entry, {{"flash_id", true}, {"sfc_chip_id", true}, {"sfc_ctrl", true}, {"sfc_cs", true}},
 				     "spi-field-missing", "spi-number");
 		check_lock_numbers(of, entry);
+		check_lock_without_type(of, entry);
 		check_flash_id(of, entry, seen);
+		check_address(of, entry, flashes);
 	}
 }
 
 // ---- instances and their settings
 
-pugi::xml_node entry_of_card(const document &of, pugi::xml_node node, std::uint32_t card)
+void check_lock_value(document &of, pugi::xml_node instance, pugi::xml_node entry, pugi::xml_node lock, const char *setting,
+		      const char *stated)
 {
-	for (const auto entry : entries_of(node))
-		if (element_number(of, entry, "flash_id") == card)
-			return entry;
-	return {};
+	const auto wanted = number_in(lock.attribute(stated).value());
+	const auto text = of.element(entry, setting);
+	const auto given = element_number(of, entry, setting).value_or(0xFFFFFFFF);
+
+	if (wanted && *wanted != given)
+		of.add("spi-lock-mismatch", entry, text ? text->offset : of.offset_of(entry),
+		       std::string(setting) + " is " + (text ? hexadecimal(given) : "left out, which is 0xffffffff") + "; " + stated +
+			       " of the lock of instance " + instance.attribute("id").value() + " in line " +
+			       std::to_string(of.from().at(of.offset_of(lock)).line) + " is " + hexadecimal(*wanted));
 }
 
 void check_lock(document &of, pugi::xml_node instance, pugi::xml_node entry)
@@ -85,32 +138,70 @@ void check_lock(document &of, pugi::xml_node instance, pugi::xml_node entry)
 	const auto lock = instance.find_child([&](pugi::xml_node child) {
 		return std::string_view(child.name()) == "hard_lock" && number_in(child.attribute("type").value()) == type;
 	});
-	const auto differs = [&](const char *setting, const char *stated) {
-		const auto value = number_in(lock.attribute(stated).value());
-		return value && *value != element_number(of, entry, setting).value_or(0xFFFFFFFF);
-	};
 
-	if (type != never_locked && lock && (differs("hardlock_val", "lock_val") || differs("hardunlock_val", "unlock_val")))
-		of.add("spi-lock-mismatch", lock,
-		       "entry " + quoted(entry.attribute("name").value()) + " has other values for the lock of type " +
-			       std::to_string(type));
+	if (type == never_locked)
+		return;
+	if (!lock) {
+		of.add("spi-lock-not-described", entry, of.element(entry, "hardlock_type")->offset,
+		       "instance " + std::string(instance.attribute("id").value()) + " has no <hard_lock> of type " + std::to_string(type));
+		return;
+	}
+	check_lock_value(of, instance, entry, lock, "hardlock_val", "lock_val");
+	check_lock_value(of, instance, entry, lock, "hardunlock_val", "unlock_val");
 }
 
-void check_own_settings(document &of, pugi::xml_node instance, pugi::xml_node info, bool is_wanted)
+// The instances, and the entries of their settings, by number.
+class settings_index {
+public:
+	explicit settings_index(const document &of) : m_document(of)
+	{
+		for (const auto instance : instances_of(of))
+			if (const auto id = id_of(instance))
+				m_instances.try_emplace(*id, instance);
+	}
+
+	pugi::xml_node info_of(std::uint32_t instance) const
+	{
+		const auto found = m_instances.find(instance);
+
+		return found == m_instances.end() ? pugi::xml_node() : node_of(found->second, "spi_flash_info");
+	}
+
+	pugi::xml_node entry_of_card(pugi::xml_node info, std::uint32_t card)
+	{
+		const auto [table, is_new] = m_entries.try_emplace(info.internal_object());
+
+		if (is_new)
+			for (const auto entry : entries_of(info))
+				if (const auto id = element_number(m_document, entry, "flash_id"))
+					table->second.try_emplace(*id, entry);
+		const auto found = table->second.find(card);
+		return found == table->second.end() ? pugi::xml_node() : found->second;
+	}
+
+private:
+	using entries_by_card = std::unordered_map<std::uint32_t, pugi::xml_node>;
+
+	const document &m_document;
+	std::unordered_map<std::uint32_t, pugi::xml_node> m_instances;
+	std::unordered_map<pugi::xml_node_struct *, entries_by_card> m_entries;
+};
+
+void check_own_settings(document &of, settings_index &all, pugi::xml_node instance, pugi::xml_node info, bool is_wanted)
 {
-	if (const auto entry = entry_of_card(of, info, own_card))
+	if (const auto entry = all.entry_of_card(info, own_card))
 		check_lock(of, instance, entry);
 	else if (is_wanted)
 		of.add("spi-own-entry-missing", info, "no entry has flash_id 0xffffffff");
 }
 
-void check_parents_settings(document &of, pugi::xml_node instance, pugi::xml_node info)
+void check_parents_settings(document &of, settings_index &all, pugi::xml_node instance, pugi::xml_node info)
 {
 	const auto card = number_in(instance.attribute("card").value());
 
 	if (!card)
 		return;
-	if (const auto entry = entry_of_card(of, info, *card))
+	if (const auto entry = all.entry_of_card(info, *card))
 		check_lock(of, instance, entry);
 	else
 		of.add("spi-card-without-entry", instance, of.offset_of(instance, "card"),
@@ -118,30 +209,25 @@ void check_parents_settings(document &of, pugi::xml_node instance, pugi::xml_nod
 			       std::to_string(*card));
 }
 
-void check_settings(document &of, pugi::xml_node instance, const std::set<std::uint32_t> &carriers)
+void check_settings(document &of, settings_index &all, pugi::xml_node instance, const std::set<std::uint32_t> &carriers)
 {
 	const auto id = id_of(instance);
 	const auto parent = number_in(instance.attribute("parent").value());
 	const bool has_map = node_of(instance, "spi_flash_map");
 	const bool is_card = parent && !(id && carriers.contains(*id));
 	const auto own = node_of(instance, "spi_flash_info");
-	const auto of_parent = parent && id != default_instance_id ? node_of(instance_of(of, *parent), "spi_flash_info") : pugi::xml_node();
+	const auto of_parent = parent && id != default_instance_id ? all.info_of(*parent) : pugi::xml_node();
 
 	if (own)
-		check_own_settings(of, instance, own, has_map || is_card);
+		check_own_settings(of, all, instance, own, has_map || is_card);
 	else if (of_parent)
-		check_parents_settings(of, instance, of_parent);
+		check_parents_settings(of, all, instance, of_parent);
 	else if (has_map)
 		of.add("spi-no-settings", node_of(instance, "spi_flash_map"),
 		       "neither this instance nor its parent has a node \"spi_flash_info\"");
 }
 
 // ---- spi_flash_map
-
-struct map_row {
-	pugi::xml_node xml;
-	byte_range range;
-};
 
 void check_map_name(document &of, pugi::xml_node entry, std::set<std::string> &seen)
 {
@@ -161,7 +247,7 @@ void check_map_name(document &of, pugi::xml_node entry, std::set<std::string> &s
 }
 
 // The range of an entry that has a sound one.
-std::optional<map_row> checked_range(document &of, pugi::xml_node entry)
+std::optional<byte_range> checked_range(document &of, pugi::xml_node entry)
 {
 	const auto offset = of.element(entry, "offset"), size = of.element(entry, "size");
 
@@ -181,27 +267,28 @@ std::optional<map_row> checked_range(document &of, pugi::xml_node entry)
 		of.add("spi-map-empty", entry, size->offset, "the partition has no bytes");
 	if (range.end > 0x100000000)
 		of.add("spi-map-wraps", entry, size->offset, "the partition ends at " + hexadecimal(range.end));
-	return map_row{entry, range};
+	return range;
 }
 
 void check_map(document &of, pugi::xml_node node)
 {
 	std::set<std::string> seen;
-	std::vector<map_row> rows;
+	std::vector<pugi::xml_node> entries;
+	std::vector<byte_range> ranges;
 
 	for (const auto entry : entries_of(node)) {
 		check_map_name(of, entry, seen);
-		const auto row = checked_range(of, entry);
-		if (!row)
-			continue;
-		const auto other =
-			std::find_if(rows.begin(), rows.end(), [&](const map_row &one) { return one.range.overlaps(row->range); });
-		if (other != rows.end())
-			of.add("spi-map-overlap", entry,
-			       "the partition overlaps " + other->range.text() + " of entry " +
-				       quoted(other->xml.attribute("name").value()));
-		rows.push_back(*row);
+		if (const auto range = checked_range(of, entry)) {
+			entries.push_back(entry);
+			ranges.push_back(*range);
+		}
 	}
+	const auto others = first_overlapping(ranges);
+	for (std::size_t i = 0; i < ranges.size(); i++)
+		if (others[i] != none_before)
+			of.add("spi-map-overlap", entries[i],
+			       "the partition overlaps " + ranges[others[i]].text() + " of entry " +
+				       quoted(entries[others[i]].attribute("name").value()));
 }
 
 } // namespace
@@ -209,13 +296,15 @@ void check_map(document &of, pugi::xml_node node)
 void check_spi(document &of)
 {
 	std::set<std::uint32_t> carriers;
+	described_flashes flashes;
+	settings_index all(of);
 
 	for (const auto instance : instances_of(of))
 		if (const auto parent = number_in(instance.attribute("parent").value()))
 			carriers.insert(*parent);
 	for (const auto instance : instances_of(of)) {
-		check_info(of, node_of(instance, "spi_flash_info"));
-		check_settings(of, instance, carriers);
+		check_info(of, node_of(instance, "spi_flash_info"), flashes);
+		check_settings(of, all, instance, carriers);
 		check_map(of, node_of(instance, "spi_flash_map"));
 	}
 }

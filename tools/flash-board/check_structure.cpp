@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <set>
 
 namespace flash_board {
@@ -58,20 +59,30 @@ std::string tag(pugi::xml_node element)
 	return "<" + std::string(element.name()) + ">";
 }
 
-// What makes an element the same as another beside it; empty when it may be there any number of times.
-std::string identity_of(pugi::xml_node element)
+// What makes an element the same as another beside it; without a key it may be there any number of times.
+struct identity {
+	const char *attribute = "";
+	std::string key = {}; // as a message says it
+	bool is_number = false;
+};
+
+identity number_identity(pugi::xml_node element, const char *attribute)
+{
+	const auto value = number_in(element.attribute(attribute).value());
+
+	return value ? identity{attribute, std::string(attribute) + " " + hexadecimal(*value), true} : identity{};
+}
+
+identity identity_of(pugi::xml_node element)
 {
 	const std::string_view name = element.name();
-	const auto number = [&](const char *attribute) {
-		const auto value = number_in(element.attribute(attribute).value());
-		return value ? "#" + std::to_string(*value) : "";
-	};
+	const std::string_view given = element.attribute("name").value();
 
 	if (name == "instance")
-		return number("id");
+		return number_identity(element, "id");
 	if (name == "hard_lock")
-		return number("type");
-	return name == "module" || name == "node" ? element.attribute("name").value() : "";
+		return number_identity(element, "type");
+	return (name == "module" || name == "node") && !given.empty() ? identity{"name", "name " + quoted(given)} : identity{};
 }
 
 class structure_check {
@@ -116,7 +127,7 @@ private:
 
 	void check_children(pugi::xml_node at, const element_rule &about)
 	{
-		std::set<std::string> seen;
+		std::map<std::string, pugi::xml_node> seen;
 
 		for (const auto child : at.children()) {
 			if (!is_element(child))
@@ -131,16 +142,32 @@ private:
 			}
 			check(child, *std::find_if(g_elements.begin(), g_elements.end(),
 						   [&](const auto &one) { return one.name == child.name(); }));
-			const auto identity = identity_of(child);
-			if (!identity.empty() && !seen.insert(child.name() + identity).second)
-				m_document.add(identity.front() == '#' ? "duplicate-id" : "duplicate-name", child,
-					       "a second " + tag(child) + " of the same name, number or type");
+			check_identity(child, seen);
 		}
+	}
+
+	void check_identity(pugi::xml_node child, std::map<std::string, pugi::xml_node> &seen)
+	{
+		const auto identity = identity_of(child);
+
+		if (identity.key.empty())
+			return;
+		const auto [first, is_new] = seen.try_emplace(child.name() + identity.key, child);
+		if (!is_new)
+			m_document.add(identity.is_number ? "duplicate-id" : "duplicate-name", child,
+				       m_document.offset_of(child, identity.attribute),
+				       "a second " + tag(child) + " with " + identity.key + "; the first is in line " +
+					       line_of(first->second));
+	}
+
+	std::string line_of(pugi::xml_node element) const
+	{
+		return std::to_string(m_document.from().at(m_document.offset_of(element)).line);
 	}
 
 	void check_entry(pugi::xml_node at)
 	{
-		std::set<std::string_view> seen;
+		std::map<std::string_view, pugi::xml_node> seen;
 
 		check_attribute_names(at);
 		check_attribute(at, {"name"});
@@ -148,8 +175,10 @@ private:
 			if (!is_element(child))
 				continue;
 			check_value(child);
-			if (!seen.insert(child.name()).second)
-				m_document.add("duplicate-name", child, "a second " + tag(child) + " of the same name, number or type");
+			const auto [first, is_new] = seen.try_emplace(child.name(), child);
+			if (!is_new)
+				m_document.add("duplicate-name", child,
+					       "a second " + tag(child) + "; the first is in line " + line_of(first->second));
 		}
 	}
 

@@ -4,12 +4,14 @@
 #include "text_scan.hpp"
 
 #include <algorithm>
+#include <array>
 #include <stdexcept>
 
 namespace flash_board {
 namespace {
 
-constexpr std::size_t max_xml_size = 0x100000; // 1 MiB
+constexpr std::size_t max_xml_size = 0x100000;	    // 1 MiB
+constexpr std::size_t max_checked_size = 0x4000000; // 64 MiB: what is larger is no board description
 
 // How many bytes the UTF-8 character at the start of a text has; 0 when there is none.
 std::size_t character_length(std::string_view text)
@@ -31,6 +33,26 @@ std::size_t character_length(std::string_view text)
 	return 0;
 }
 
+// With the mark of its byte order in front, or by its first character, which is "<" in any board description.
+bool is_utf_16(std::string_view text)
+{
+	using namespace std::string_view_literals;
+	constexpr std::array starts = {"\xFF\xFE"sv, "\xFE\xFF"sv, "<\0"sv, "\0<"sv};
+
+	return std::any_of(starts.begin(), starts.end(), [&](std::string_view start) { return text.starts_with(start); });
+}
+
+bool is_control(char c)
+{
+	return static_cast<unsigned char>(c) < 0x20 && white_space.find(c) == white_space.npos;
+}
+
+// What a message adds about those behind the first.
+std::string more_of(std::size_t count)
+{
+	return count == 1 ? "" : "; " + std::to_string(count - 1) + (count == 2 ? " more follows" : " more follow");
+}
+
 std::string path_to(pugi::xml_node element)
 {
 	if (element.type() != pugi::node_element)
@@ -47,7 +69,7 @@ std::string path_to(pugi::xml_node element)
 document::document(const source &from) : m_from(from)
 {
 	check_bytes();
-	if (!m_found.empty())
+	if (!m_readable)
 		return;
 	check_declaration();
 	if (scan_text(*this))
@@ -61,14 +83,15 @@ std::size_t document::offset_of(pugi::xml_node node) const
 
 std::size_t document::offset_of(pugi::xml_node element, std::string_view attribute) const
 {
-	const auto places = m_attributes.find(offset_of(element));
+	const auto wanted = std::pair(offset_of(element), attribute);
+	const auto behind =
+		std::upper_bound(m_attributes.begin(), m_attributes.end(), wanted,
+				 [](const auto &key, const attribute_place &one) { return key < std::pair(one.element, one.name); });
 
-	if (places == m_attributes.end())
-		return offset_of(element);
 	// The last one: of a name given twice the second is the one too many.
-	const auto found =
-		std::find_if(places->second.rbegin(), places->second.rend(), [&](const auto &one) { return one.name == attribute; });
-	return found == places->second.rend() ? offset_of(element) : found->offset;
+	if (behind == m_attributes.begin() || std::pair(behind[-1].element, behind[-1].name) != wanted)
+		return wanted.first;
+	return behind[-1].offset;
 }
 
 std::optional<located_text> document::attribute(pugi::xml_node entry, const char *name) const
@@ -103,19 +126,32 @@ void document::add(std::string_view rule_id, pugi::xml_node element, std::string
 void document::check_bytes()
 {
 	const auto text = m_from.text();
+	std::size_t first_foreign = text.size(), foreign = 0, first_control = text.size(), controls = 0;
 
-	if (text.size() > max_xml_size) {
+	if (text.size() > max_xml_size)
 		add("file-too-long", {}, 0, "the file is longer than 1 MiB");
+	if (text.size() > max_checked_size) {
+		m_readable = false;
+		return;
+	}
+	if (is_utf_16(text)) {
+		m_readable = false;
+		add("encoding", {}, 0, "the text is UTF-16");
 		return;
 	}
 	for (std::size_t at = 0; at < text.size();) {
 		const auto length = character_length(text.substr(at));
-		if (length == 0)
-			add("encoding", {}, at, "this is not UTF-8");
-		else if (static_cast<unsigned char>(text[at]) < 0x20 && white_space.find(text[at]) == white_space.npos)
-			add("control-character", {}, at, "a control character is no part of XML");
+		if (length == 0 && !foreign++)
+			first_foreign = at;
+		else if (is_control(text[at]) && !controls++)
+			first_control = at;
 		at += std::max<std::size_t>(length, 1);
 	}
+	if (foreign)
+		add("encoding", {}, first_foreign, "this is not UTF-8" + more_of(foreign));
+	if (controls)
+		add("control-character", {}, first_control, "a control character is no part of XML" + more_of(controls));
+	m_readable = !foreign && !controls;
 }
 
 void document::check_declaration()

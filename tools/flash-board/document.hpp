@@ -7,7 +7,6 @@
 
 #include <pugixml.hpp>
 
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -48,6 +47,7 @@ private:
 	friend class text_scan;
 
 	struct attribute_place {
+		std::size_t element; // the place of its name
 		std::string_view name;
 		std::size_t offset;
 	};
@@ -58,8 +58,9 @@ private:
 
 	const source &m_from;
 	pugi::xml_document m_tree;
+	bool m_readable = true;
 	bool m_whole = false;
-	std::map<std::size_t, std::vector<attribute_place>> m_attributes; // by the place of the element's name
+	std::vector<attribute_place> m_attributes; // by element, then name, then place
 	findings m_found;
 };
 

@@ -82,7 +82,7 @@ struct settings {
 	{
 		try {
 			if (!mtd_file.empty())
-				return flash_board::read_proc_mtd(read_file(mtd_file));
+				return flash_board::read_layout(read_file(mtd_file));
 			if (!mtdparts.empty())
 				return flash_board::read_mtdparts(mtdparts);
 		} catch (const flash_board::layout_error &error) {

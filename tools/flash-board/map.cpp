@@ -1,33 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "map.hpp"
 
+#include "range_search.hpp"
+
 #include <algorithm>
+#include <unordered_map>
 
 namespace flash_board {
 namespace {
-
-// The ranges of [0, end) that at least @least of the given ranges cover.
-std::vector<byte_range> covered(const std::vector<byte_range> &ranges, std::uint64_t end, std::ptrdiff_t least)
-{
-	std::vector<std::uint64_t> borders = {0, end};
-	std::vector<byte_range> found;
-
-	for (const auto &one : ranges)
-		for (const auto border : {one.begin, one.end})
-			borders.push_back(std::min(border, end));
-	std::sort(borders.begin(), borders.end());
-	for (std::size_t i = 1; i < borders.size(); i++) {
-		const byte_range part = {borders[i - 1], borders[i]};
-		const auto count = std::count_if(ranges.begin(), ranges.end(), [&](const byte_range &one) { return one.contains(part); });
-		if (part.begin == part.end || count < least)
-			continue;
-		if (!found.empty() && found.back().end == part.begin)
-			found.back().end = part.end;
-		else
-			found.push_back(part);
-	}
-	return found;
-}
 
 std::vector<byte_range> ranges_of(const map_bar &bar, bool with_usable)
 {
@@ -61,16 +41,17 @@ public:
 	board_map make()
 	{
 		const auto tables = section_tables_of(m_default);
-		const auto table = chosen_table_name(tables.size(), m_bom);
+		const auto name = chosen_table_name(tables.size(), m_bom);
+		const auto table = node_of(m_default, name.c_str()), mtd_info = node_of(m_default, "mtd_info");
 
 		m_map.title = "Flash of board " + std::string(m_document.tree().child("board").attribute("name").value());
-		m_map.subtitle = "variant " + std::to_string(m_bom) + ", " +
-				 (node_of(m_default, table.c_str()) ? "sections of node " + quoted(table) : "no sections");
+		m_map.subtitle = "variant " + std::to_string(m_bom) + ", " + (table ? "sections of node " + quoted(name) : "no sections");
 		add_partitions();
-		for (const auto &row : section_rows_of(m_document, node_of(m_default, table.c_str())))
-			add_section(row);
-		for (const auto entry : entries_of(node_of(m_default, "mtd_info")))
-			add_usable(entry);
+		if (loads(mtd_info)) {
+			add_sections(section_rows_of(m_document, table), name);
+			for (const auto entry : entries_of(mtd_info))
+				add_usable(entry);
+		}
 		if (!m_unknown.bars.empty())
 			m_map.groups.push_back(m_unknown);
 		for (const auto instance : instances_of(m_document))
@@ -90,51 +71,89 @@ private:
 		}
 	}
 
+	// Bars are found by the first partition of a name, as Linux finds them.
 	map_bar &bar_of(const std::string &name)
 	{
-		const auto is_wanted = [&](const map_bar &one) { return one.title == name; };
-
-		for (auto &group : m_map.groups)
-			if (const auto found = std::find_if(group.bars.begin(), group.bars.end(), is_wanted); found != group.bars.end())
-				return *found;
-		if (const auto found = std::find_if(m_unknown.bars.begin(), m_unknown.bars.end(), is_wanted); found != m_unknown.bars.end())
-			return *found;
-		m_unknown.bars.push_back({name, "", std::nullopt, m_layout != nullptr});
-		return m_unknown.bars.back();
+		if (m_places.empty())
+			for (std::size_t group = 0; group < m_map.groups.size(); group++)
+				for (std::size_t bar = 0; bar < m_map.groups[group].bars.size(); bar++)
+					m_places.try_emplace(m_map.groups[group].bars[bar].title, group, bar);
+		if (const auto known = m_places.find(name); known != m_places.end())
+			return m_map.groups[known->second.first].bars[known->second.second];
+		const auto [place, is_new] = m_unknown_places.try_emplace(name, m_unknown.bars.size());
+		if (is_new)
+			m_unknown.bars.push_back({name, "", std::nullopt, m_layout != nullptr});
+		return m_unknown.bars[place->second];
 	}
 
-	void add_section(const section_row &row)
+	std::string named_with_line(pugi::xml_node entry) const
 	{
-		if (row.is_complete())
+		return "entry " + quoted(entry.attribute("name").value()) + " in line " +
+		       std::to_string(m_document.from().at(m_document.offset_of(entry)).line);
+	}
+
+	// A row of mtd_info that cannot be read ends the load.
+	bool loads(pugi::xml_node mtd_info)
+	{
+		for (const auto entry : entries_of(mtd_info)) {
+			const auto name = m_document.attribute(entry, "mtd_name");
+			if (name && name->text.size() <= longest_read_name && number_in(entry.attribute("avail_size").value()))
+				continue;
+			m_map.left_out.push_back("flash_mng does not load, because it cannot read " + named_with_line(entry) +
+						 " of mtd_info");
+			return false;
+		}
+		return true;
+	}
+
+	// One row that cannot be read drops the table.
+	void add_sections(const std::vector<section_row> &rows, const std::string &table)
+	{
+		for (const auto &row : rows)
+			if (!row.is_complete() || row.name->text.size() > longest_read_name) {
+				m_map.left_out.push_back("flash_mng drops all of " + table + ", because it cannot read " +
+							 named_with_line(row.xml));
+				return;
+			}
+		for (const auto &row : rows)
 			bar_of(row.name->text)
-				.spans.push_back(
-					{span_kind::section, "section " + std::to_string(*row.id), {0, *row.size}, row.range().text()});
+				.add({span_kind::section, "section " + std::to_string(*row.id), {0, *row.size}, row.range().text()});
 	}
 
 	void add_usable(pugi::xml_node entry)
 	{
-		const auto name = m_document.attribute(entry, "mtd_name");
-		const auto size = number_in(entry.attribute("avail_size").value());
+		const auto size = *number_in(entry.attribute("avail_size").value());
 
-		if (name && size)
-			bar_of(name->text)
-				.spans.push_back({span_kind::usable, "usable " + human_size(*size), {0, *size}, hexadecimal(*size)});
+		bar_of(m_document.attribute(entry, "mtd_name")->text)
+			.add({span_kind::usable, "usable " + human_size(size), {0, size}, hexadecimal(size)});
+	}
+
+	static map_span spi_span(const std::string &name, const byte_range &range)
+	{
+		return {span_kind::spi_partition, name, range, range.text()};
+	}
+
+	void add_spi_partition(map_bar &bar, pugi::xml_node entry)
+	{
+		const auto name = m_document.element(entry, "mtd_name"), offset = m_document.element(entry, "offset"),
+			   size = m_document.element(entry, "size");
+		const auto from = offset ? number_in(offset->text) : std::nullopt, length = size ? number_in(size->text) : std::nullopt;
+		const auto whose = bar.title + ": " + named_with_line(entry);
+
+		if (!name || name->text.size() > longest_map_name || (offset && size && (!from || !length)))
+			m_map.left_out.push_back(whose + " cannot be read");
+		else if (!offset || !size)
+			m_map.left_out.push_back(whose + " has no range");
+		else
+			bar.add(spi_span(name->text, {*from, std::uint64_t(*from) + *length}));
 	}
 
 	void add_spi_flash(pugi::xml_node instance)
 	{
 		map_bar bar = {"instance " + std::string(instance.attribute("id").value()), "", std::nullopt};
 
-		for (const auto entry : entries_of(node_of(instance, "spi_flash_map"))) {
-			const auto name = m_document.element(entry, "mtd_name"), offset = m_document.element(entry, "offset"),
-				   size = m_document.element(entry, "size");
-			const auto from = offset ? number_in(offset->text) : std::nullopt,
-				   length = size ? number_in(size->text) : std::nullopt;
-			if (!name || !from || !length)
-				continue;
-			const byte_range range = {*from, std::uint64_t(*from) + *length};
-			bar.spans.push_back({span_kind::spi_partition, name->text, range, range.text()});
-		}
+		for (const auto entry : entries_of(node_of(instance, "spi_flash_map")))
+			add_spi_partition(bar, entry);
 		if (bar.spans.empty())
 			return;
 		if (m_map.groups.empty() || m_map.groups.back().title != spi_title)
@@ -145,6 +164,7 @@ private:
 	}
 
 	static constexpr const char *spi_title = "SPI flashes";
+	static constexpr std::size_t longest_read_name = 39, longest_map_name = 18;
 
 	const document &m_document;
 	const mtd_layout *m_layout;
@@ -152,17 +172,21 @@ private:
 	std::uint32_t m_bom;
 	board_map m_map;
 	map_group m_unknown;
+	std::unordered_map<std::string, std::pair<std::size_t, std::size_t>> m_places; // group and bar of a partition
+	std::unordered_map<std::string, std::size_t> m_unknown_places;
 };
 
 } // namespace
 
+void map_bar::add(map_span span)
+{
+	spans_end = std::max(spans_end, span.range.end);
+	spans.push_back(std::move(span));
+}
+
 std::uint64_t map_bar::known_end() const
 {
-	std::uint64_t end = 0;
-
-	for (const auto &one : spans)
-		end = std::max(end, one.range.end);
-	return size.value_or(end);
+	return size.value_or(spans_end);
 }
 
 std::uint64_t map_bar::extent() const

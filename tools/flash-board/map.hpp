@@ -30,7 +30,9 @@ struct map_bar {
 	std::optional<std::uint64_t> size; // not known without a layout
 	bool is_missing = false;	   // the layout has no such partition
 	std::vector<map_span> spans = {};
+	std::uint64_t spans_end = 0; // the largest end of them
 
+	void add(map_span span);
 	// The end of what is known: the size, or the largest end of a span.
 	std::uint64_t known_end() const;
 	// The end of what is drawn; beyond the known end where the size is not known.
@@ -49,10 +51,11 @@ struct map_group {
 struct board_map {
 	std::string title;
 	std::string subtitle;
+	std::vector<std::string> left_out; // what flash_mng drops, and why; a sentence each, without a full stop
 	std::vector<map_group> groups;
 };
 
-// The map of a board without structural findings; rows that cannot be read are left out. @bom: another variant than the board's own.
+// The map of a board without structural findings; what flash_mng drops is left out. @bom: another variant than the board's own.
 board_map map_of(const document &of, const mtd_layout *layout, std::optional<std::uint32_t> bom);
 
 std::string as_text(const board_map &map);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <queue>
 #include <set>
 
 namespace flash_board {
@@ -78,6 +79,10 @@ public:
 		text(margin, 54, "pale", map.subtitle + "; each bar has its own scale, the numbers below it count from its begin");
 		legend(72);
 		m_y = 112;
+		for (const auto &one : map.left_out) {
+			text(margin, m_y, "label alarm", "left out: " + one);
+			m_y += 16;
+		}
 		for (const auto &group : map.groups)
 			draw(group);
 	}
@@ -139,21 +144,31 @@ private:
 							       bar_width));
 	}
 
-	// What lies side by side shares a lane.
-	static std::vector<std::vector<const map_span *>> lanes_of(const map_bar &bar)
-	{
-		std::vector<std::vector<const map_span *>> lanes;
+	using lane = std::vector<const map_span *>;
 
-		for (const auto &span : bar.spans) {
-			const auto fits = [&](const auto &lane) {
-				return std::none_of(lane.begin(), lane.end(),
-						    [&](const map_span *one) { return one->range.overlaps(span.range); });
-			};
-			const auto lane = std::find_if(lanes.begin(), lanes.end(), fits);
-			if (lane == lanes.end())
-				lanes.push_back({&span});
-			else
-				lane->push_back(&span);
+	// What lies side by side shares a lane: from left to right, each in the first lane that is free.
+	static std::vector<lane> lanes_of(const map_bar &bar)
+	{
+		using busy_lane = std::pair<std::uint64_t, std::size_t>; // until where, and which
+		std::priority_queue<busy_lane, std::vector<busy_lane>, std::greater<>> busy;
+		std::set<std::size_t> free;
+		std::vector<lane> lanes;
+		lane spans;
+
+		for (const auto &span : bar.spans)
+			spans.push_back(&span);
+		std::stable_sort(spans.begin(), spans.end(),
+				 [](const map_span *a, const map_span *b) { return a->range.begin < b->range.begin; });
+		for (const auto *span : spans) {
+			for (; !busy.empty() && busy.top().first <= span->range.begin; busy.pop())
+				free.insert(busy.top().second);
+			if (free.empty()) {
+				free.insert(lanes.size());
+				lanes.emplace_back();
+			}
+			const auto chosen = free.extract(free.begin()).value();
+			lanes[chosen].push_back(span);
+			busy.emplace(span->range.end, chosen);
 		}
 		return lanes;
 	}
@@ -161,6 +176,7 @@ private:
 	void draw(const map_bar &bar)
 	{
 		const auto lanes = lanes_of(bar);
+		const auto shared = bar.shared_ranges();
 		const auto count = std::max<int>(1, static_cast<int>(lanes.size()));
 		const auto height = count * (lane_height + lane_gap) + lane_gap;
 
@@ -168,9 +184,9 @@ private:
 		text(margin, m_y + 31, bar.is_missing ? "label alarm" : "label pale", bar.is_missing ? "no such partition" : bar.place);
 		rectangle(bar_left, m_y, bar_width, height, "free");
 		for (std::size_t lane = 0; lane < lanes.size(); lane++)
-			for (const auto *span : lanes[lane])
-				draw(bar, *span, m_y + lane_gap + static_cast<int>(lane) * (lane_height + lane_gap),
-				     room_behind(bar, *span, lanes[lane]));
+			for (std::size_t i = 0; i < lanes[lane].size(); i++)
+				draw(bar, *lanes[lane][i], shared, m_y + lane_gap + static_cast<int>(lane) * (lane_height + lane_gap),
+				     room_behind(bar, lanes[lane], i));
 		for (const auto &free : bar.free_ranges())
 			label(free, bar, m_y + (height + 8) / 2, "label pale", {"free " + human_size(free.end - free.begin), "free"});
 		if (!bar.size)
@@ -181,17 +197,14 @@ private:
 	}
 
 	// Where the next span of the lane begins, or the bar ends.
-	static int room_behind(const map_bar &bar, const map_span &span, const std::vector<const map_span *> &lane)
+	static int room_behind(const map_bar &bar, const lane &spans, std::size_t index)
 	{
-		auto end = bar.known_end();
+		const auto end = bar.known_end();
 
-		for (const auto *other : lane)
-			if (other->range.begin >= span.range.end)
-				end = std::min(end, other->range.begin);
-		return scaled(end, bar.extent());
+		return scaled(index + 1 < spans.size() ? std::min(end, spans[index + 1]->range.begin) : end, bar.extent());
 	}
 
-	void draw(const map_bar &bar, const map_span &span, int y, int room_end)
+	void draw(const map_bar &bar, const map_span &span, const std::vector<byte_range> &all_shared, int y, int room_end)
 	{
 		const auto left = scaled(span.range.begin, bar.extent());
 		const auto wide = std::max(scaled(span.range.end, bar.extent()) - left, 3);
@@ -202,16 +215,25 @@ private:
 					       : span.title + ": " + span.addresses;
 
 		rectangle(left, y, wide, lane_height, class_of(span.kind));
-		for (const auto &shared : bar.shared_ranges())
-			if (!is_usable && shared.overlaps(span.range))
-				rectangle(scaled(shared.begin, bar.extent()), y + lane_height - 6,
-					  scaled(shared.end, bar.extent()) - scaled(shared.begin, bar.extent()), 6, "shared");
+		if (!is_usable)
+			draw_shared(bar, span, all_shared, y + lane_height - 6);
 		rectangle(left, y, wide, lane_height, "edge");
 		if (is_beyond)
 			rectangle(bar_left + bar_width - 6, y, 10, lane_height, "over");
 		if (!label(span.range, bar, y + 15, is_beyond ? "label name on" : "label on", {whole, is_usable ? "usable" : span.title}) &&
 		    width_of(whole) < room_end - left - wide)
 			text(left + wide + 5, y + 15, "label ink", whole);
+	}
+
+	// Of the shared ranges, which are in their order, those in a span.
+	void draw_shared(const map_bar &bar, const map_span &span, const std::vector<byte_range> &all_shared, int y)
+	{
+		auto shared = std::upper_bound(all_shared.begin(), all_shared.end(), span.range.begin,
+					       [](std::uint64_t begin, const byte_range &one) { return begin < one.end; });
+
+		for (; shared != all_shared.end() && shared->overlaps(span.range); ++shared)
+			rectangle(scaled(shared->begin, bar.extent()), y,
+				  scaled(shared->end, bar.extent()) - scaled(shared->begin, bar.extent()), 6, "shared");
 	}
 
 	static int width_of(std::string_view words) { return static_cast<int>(words.size()) * letter_width; }

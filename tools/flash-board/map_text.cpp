@@ -32,26 +32,37 @@ char mark_of(span_kind kind)
 	return kind == span_kind::usable ? '=' : '#';
 }
 
-std::string span_line(const map_bar &bar, const map_span &span)
+std::string span_line(const map_bar &bar, const map_span &span, const std::string &shared)
 {
 	auto line = drawn(span.range, bar.extent(), mark_of(span.kind));
 	std::string words = span.kind == span_kind::usable ? span.title : span.title + ", " + span.addresses;
 
-	for (const auto &shared : bar.shared_ranges())
-		for (std::size_t i = scaled(shared.begin, bar.extent()); i < scaled(shared.end, bar.extent()); i++)
-			if (span.kind != span_kind::usable && line[i] != ' ')
-				line[i] = 'X';
+	for (std::size_t i = 0; i < line.size(); i++)
+		if (span.kind != span_kind::usable && line[i] != ' ' && shared[i] == 'X')
+			line[i] = 'X';
 	if (span.range.end > bar.extent())
 		words += ", " + human_size(span.range.end - bar.extent()) + " BEYOND THE END";
 	return "  |" + line + "| " + words + "\n";
 }
 
+// Where more than one lies.
+std::string shared_marks(const map_bar &bar)
+{
+	std::string marks(bar_width, ' ');
+
+	for (const auto &shared : bar.shared_ranges())
+		for (std::size_t i = scaled(shared.begin, bar.extent()); i < scaled(shared.end, bar.extent()); i++)
+			marks[i] = 'X';
+	return marks;
+}
+
 std::string bar_lines(const map_bar &bar)
 {
 	auto text = bar.title + (bar.is_missing ? " (no such partition)" : "") + (bar.place.empty() ? "" : ": " + bar.place) + "\n";
+	const auto shared = shared_marks(bar);
 
 	for (const auto &span : bar.spans)
-		text += span_line(bar, span);
+		text += span_line(bar, span, shared);
 	for (const auto &free : bar.free_ranges())
 		text += "  |" + drawn(free, bar.extent(), '.') + "| free " + human_size(free.end - free.begin) + "\n";
 	if (!bar.size && !bar.is_missing)
@@ -65,6 +76,8 @@ std::string as_text(const board_map &map)
 {
 	auto text = map.title + ", " + map.subtitle + "\n";
 
+	for (const auto &one : map.left_out)
+		text += "left out: " + one + "\n";
 	for (const auto &group : map.groups) {
 		text += "\n" + group.title + "\n" + std::string(group.title.size(), '-') + "\n";
 		for (const auto &bar : group.bars)

@@ -2,6 +2,9 @@
 #include "mtd_layout.hpp"
 
 #include "source.hpp"
+#include "suggestion.hpp"
+
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <charconv>
@@ -174,6 +177,31 @@ mtd_layout read_proc_mtd(std::string_view text)
 	return layout;
 }
 
+mtd_layout read_flashctl_list(std::string_view text)
+{
+	mtd_layout layout;
+
+	try {
+		const auto printed = nlohmann::json::parse(text);
+		for (const auto &device : printed.at("result").at("devices")) {
+			const auto erase_size = device.at("erase_size").get<std::uint32_t>();
+			layout.push_back({device.at("name"), device.at("size").get<std::uint64_t>(),
+					  erase_size ? std::optional<std::uint64_t>(erase_size) : std::nullopt, "", std::nullopt,
+					  device.at("type_number").get<std::uint32_t>()});
+		}
+	} catch (const nlohmann::json::exception &) {
+		throw layout_error("this is not what flashctl --json list prints");
+	}
+	if (layout.empty())
+		throw layout_error("flashctl lists no MTD device");
+	return layout;
+}
+
+mtd_layout read_layout(std::string_view text)
+{
+	return trimmed(text).starts_with('{') ? read_flashctl_list(text) : read_proc_mtd(text);
+}
+
 mtd_layout read_mtdparts(std::string_view text)
 {
 	if (text.starts_with("mtdparts="))
@@ -188,6 +216,15 @@ const partition *partition_named(const mtd_layout &layout, std::string_view name
 	const auto found = std::find_if(layout.begin(), layout.end(), [&](const partition &one) { return one.name == name; });
 
 	return found == layout.end() ? nullptr : &*found;
+}
+
+std::string partition_meant(const mtd_layout &layout, std::string_view name)
+{
+	std::vector<std::string_view> names;
+
+	for (const auto &one : layout)
+		names.push_back(one.name);
+	return did_you_mean(name, names);
 }
 
 } // namespace flash_board

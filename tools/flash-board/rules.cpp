@@ -22,6 +22,7 @@ struct group {
 constexpr std::array g_groups = {
 	group{"file-too-long", "The text"},
 	group{"root-element", "Elements and attributes"},
+	group{"parent-itself", "Instances"},
 	group{"no-default-instance", "What flash_mng reads"},
 	group{"section-field-missing", "Sections"},
 	group{"variant-missing", "Variants of the section table"},
@@ -105,6 +106,21 @@ constexpr std::array g_rules = {
 	rule{"value-element", error, refused, by_schema, "An element inside a value",
 		"The elements of an entry hold text only.",
 		"put the inner element beside the outer one"},
+
+	rule{"parent-itself", error, other, not_by_schema, "An instance that is its own parent",
+		"parent names the instance above this one. No card carries itself, and settings that are looked for there are its own.",
+		"name the carrier, or leave out parent and card"},
+	rule{"parent-circular", error, other, not_by_schema, "Parents in a circle",
+		"parent names the instance above. Going up from here one comes back, so one of these parents is another one.",
+		"correct the parent that is wrong"},
+	rule{"parent-not-described", warning, other, not_by_schema, "A parent that is not described",
+		"The parent may be left out where it has nothing to say, but a number that is not described is often a misspelling, and "
+		"settings of SPI flashes that should be found there are not.",
+		"correct parent, or describe the instance, if only by <instance id=\"...\"/>"},
+	rule{"card-twice", error, other, not_by_schema, "Two instances on one place of their carrier",
+		"A carrier tells its cards apart by the number of their place. Two of one number get the same settings, that is the same "
+		"flash, and the second one's partitions cannot be created.",
+		"correct card, or leave out one of the instances"},
 
 	rule{"no-default-instance", warning, other, not_by_schema, "No instance 0xffffffff",
 		"Sections and partitions are read from the default instance 0xffffffff. Without it flash_mng loads with empty tables.",
@@ -223,6 +239,16 @@ constexpr std::array g_rules = {
 	rule{"mtd-info-no-partition", error, other, not_by_schema, "The board has no partition of a listed name",
 		"Every request that names it fails.",
 		"correct the name, or add the partition"},
+	rule{"mtd-info-section", error, other, not_by_schema, "A listed partition that is a section too",
+		"Sections and listed partitions are written under locks that know nothing of each other. A write of the listed partition "
+		"reads it all, patches it and writes it back: a section write in between is answered with success and then overwritten. "
+		"On NAND the two also count differently behind a bad block.",
+		"take the partition out of mtd_info, or give the section a partition of its own"},
+	rule{"mtd-info-not-nand", error, other, not_by_schema, "A listed partition that is not NAND",
+		"Commands of programs move a listed partition through the platform's flash service, whatever its type; functions called "
+		"by other modules move one that is not NAND through its block device. Neither waits for the other, and a write that goes "
+		"one way can be lost by a write that goes the other. Types are known when --mtd names what flashctl --json list printed.",
+		"take the partition out of mtd_info"},
 	rule{"mtd-info-beyond-partition", error, other, not_by_schema, "The usable size is larger than the partition",
 		"A write reads and rewrites as many bytes as the usable size says, from the partition's begin. Where the partition ends "
 		"before, every write fails.",
@@ -249,6 +275,14 @@ constexpr std::array g_rules = {
 	rule{"spi-flash-id-twice", warning, other, not_by_schema, "Two entries for the same card",
 		"The first entry with a card's flash_id is taken; the second is never used.",
 		"correct flash_id, or keep one of the entries"},
+	rule{"spi-flash-twice", error, other, not_by_schema, "Two entries of one carrier describe the same flash",
+		"Chip, controller and chip select are the flash's address. The flash is created once; creating it for the second card is "
+		"refused, by the reference platform with 0x7006000b.",
+		"correct sfc_chip_id, sfc_ctrl or sfc_cs of one of them"},
+	rule{"spi-flash-elsewhere", warning, other, not_by_schema, "Another instance describes the same flash",
+		"A flash driver may count chips for the whole board, as that of the reference platform does. Then both are one flash, and "
+		"the second create is refused. A driver is also told whose settings these are and may count them apart.",
+		"correct the address, unless the flash driver counts per instance"},
 	rule{"spi-card-without-entry", error, search_fails, not_by_schema, "A card that its carrier does not describe",
 		"An instance without settings of its own is looked for in its parent's spi_flash_info, by the number of its card. No "
 		"entry there has that flash_id.",
@@ -265,6 +299,13 @@ constexpr std::array g_rules = {
 		"The lock settings may be left out, so one that cannot be read counts as left out, without a message: type 1, which "
 		"never locks, and the value 0xffffffff.",
 		"write a number such as 0 or 0x5a"},
+	rule{"spi-lock-without-type", error, other, by_schema, "Lock values without a lock type",
+		"Without hardlock_type the type is 1, which never locks, and the values are not used, without a message.",
+		"add hardlock_type, or remove the values"},
+	rule{"spi-lock-not-described", note, other, not_by_schema, "A lock that the instance does not describe",
+		"hardlock_type names a lock of the instance, and no <hard_lock> of the instance has this type. Such a lock takes any "
+		"values, so nothing shows when they are wrong.",
+		"describe <hard_lock type=\"...\" lock_val=\"...\" unlock_val=\"...\"/> in the instance"},
 	rule{"spi-lock-mismatch", warning, other, not_by_schema, "Lock values that are not those of the instance's lock",
 		"The hardware lock of the instance is taken and released with the values of its <hard_lock>. With others it is refused, "
 		"and with it whatever needs the lock.",

@@ -5,14 +5,42 @@
 
 namespace flash_board {
 
+namespace {
+
+constexpr std::size_t block_size = 256;
+
+std::size_t characters_in(std::string_view text)
+{
+	const auto begins = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; };
+
+	return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), begins));
+}
+
+} // namespace
+
+source::source(std::string_view text, std::string_view file_name) : m_text(text), m_file_name(file_name), m_lines{0}, m_characters{0}
+{
+	for (std::size_t at = 0; at < text.size(); at++)
+		if (text[at] == '\n')
+			m_lines.push_back(at + 1);
+	for (std::size_t at = 0; at < text.size(); at += block_size)
+		m_characters.push_back(m_characters.back() + characters_in(text.substr(at, block_size)));
+}
+
+std::size_t source::characters_before(std::size_t offset) const
+{
+	const auto block = offset / block_size;
+
+	return m_characters[block] + characters_in(m_text.substr(block * block_size, offset % block_size));
+}
+
 place source::at(std::size_t offset) const
 {
-	const auto before = m_text.substr(0, std::min(offset, m_text.size()));
-	const auto line = before.substr(before.rfind('\n') + 1);
-	const auto continues = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; };
+	const auto end = std::min(offset, m_text.size());
+	const auto line = std::upper_bound(m_lines.begin(), m_lines.end(), end) - m_lines.begin();
+	const auto begin = m_lines[static_cast<std::size_t>(line) - 1];
 
-	return {1 + static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n')), line.size() + 1,
-		line.size() - static_cast<std::size_t>(std::count_if(line.begin(), line.end(), continues)) + 1};
+	return {static_cast<std::size_t>(line), end - begin + 1, characters_before(end) - characters_before(begin) + 1};
 }
 
 std::string quoted(std::string_view text)

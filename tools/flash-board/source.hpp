@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace flash_board {
 
@@ -20,7 +21,7 @@ struct place {
 class source {
 public:
 	// The text has to live as long as the source.
-	source(std::string_view text, std::string_view file_name) : m_text(text), m_file_name(file_name) {}
+	source(std::string_view text, std::string_view file_name);
 
 	std::string_view text() const { return m_text; }
 	const std::string &file_name() const { return m_file_name; }
@@ -29,8 +30,13 @@ public:
 	place at(std::size_t offset) const;
 
 private:
+	// Characters before an offset.
+	std::size_t characters_before(std::size_t offset) const;
+
 	std::string_view m_text;
 	std::string m_file_name;
+	std::vector<std::size_t> m_lines;      // where each begins
+	std::vector<std::size_t> m_characters; // before each block of the text
 };
 
 // A text in quotation marks, for messages.

@@ -15,6 +15,8 @@ std::string_view nearest(std::string_view word, std::span<const std::string_view
 	if (word.size() > 64)
 		return best;
 	for (const auto candidate : candidates) {
+		if (std::max(word.size(), candidate.size()) - std::min(word.size(), candidate.size()) >= least)
+			continue;
 		const auto away = tools::edit_distance(word, candidate);
 		if (away < least) {
 			least = away;

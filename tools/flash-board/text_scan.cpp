@@ -6,9 +6,12 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <tuple>
 
 namespace flash_board {
 namespace {
+
+constexpr std::size_t longest_reference = 64; // of its name, with room for many zeros in front of a number
 
 bool is_character_number(std::string_view digits)
 {
@@ -41,6 +44,9 @@ public:
 	{
 		while (m_at < m_text.size() && !m_lost)
 			step();
+		std::sort(m_document.m_attributes.begin(), m_document.m_attributes.end(), [](const auto &a, const auto &b) {
+			return std::tie(a.element, a.name, a.offset) < std::tie(b.element, b.name, b.offset);
+		});
 		return m_sound;
 	}
 
@@ -91,8 +97,9 @@ private:
 	void text()
 	{
 		const auto end = std::min(m_text.find('<', m_at), m_text.size());
+		const auto inside = m_text.substr(0, end);
 
-		for (auto at = m_text.find("]]>", m_at); at < end; at = m_text.find("]]>", at + 1))
+		for (auto at = inside.find("]]>", m_at); at != inside.npos; at = inside.find("]]>", at + 1))
 			malformed(at, "\"]]>\" in text", "write ]]&gt;");
 		references(m_at, end);
 		m_at = end;
@@ -100,9 +107,12 @@ private:
 
 	void references(std::size_t at, std::size_t end)
 	{
-		for (at = m_text.find('&', at); at < end; at = m_text.find('&', at + 1)) {
-			const auto semicolon = m_text.find(';', at);
-			if (semicolon == m_text.npos || !is_known_reference(m_text.substr(at + 1, semicolon - at - 1)))
+		const auto inside = m_text.substr(0, end);
+
+		for (at = inside.find('&', at); at != inside.npos; at = inside.find('&', at + 1)) {
+			const auto name = inside.substr(at + 1, longest_reference);
+			const auto semicolon = name.find(';');
+			if (semicolon == name.npos || !is_known_reference(name.substr(0, semicolon)))
 				m_document.add("unknown-reference", {}, at,
 					       "\"&\" may only begin &amp; &lt; &gt; &quot; &apos; "
 					       "or the number of a printable character, as in &#65;");
@@ -116,9 +126,8 @@ private:
 		const auto element = ++m_at;
 
 		m_at = std::min(m_text.find_first_of(" \t\r\n/>", m_at), m_text.size());
-		auto &places = m_document.m_attributes[element];
 		while (!m_lost && tag_goes_on())
-			attribute(places);
+			attribute(element);
 	}
 
 	// Moves to the next attribute; false behind the end of the tag.
@@ -139,12 +148,12 @@ private:
 		return !m_lost;
 	}
 
-	void attribute(std::vector<document::attribute_place> &places)
+	void attribute(std::size_t element)
 	{
 		const auto start = m_at;
 
 		m_at = std::min(m_text.find_first_of(" \t\r\n=/><\"'", m_at), m_text.size());
-		places.push_back({m_text.substr(start, m_at - start), start});
+		m_document.m_attributes.push_back({element, m_text.substr(start, m_at - start), start});
 		blanks();
 		m_lost = !rest().starts_with("=");
 		if (m_lost)
@@ -163,7 +172,7 @@ private:
 		m_lost = closing == m_text.npos;
 		if (m_lost)
 			return;
-		if (const auto less = m_text.find('<', opening); less < closing)
+		if (const auto less = m_text.substr(0, closing).find('<', opening); less != m_text.npos)
 			malformed(less, "\"<\" in an attribute", "write &lt;, or look for a quotation mark that is missing");
 		references(opening + 1, closing);
 		m_at = closing + 1;

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+//
+// What takes how long on large boards: four times the rows may take little more than four times the processor's time.
+#include <gtest/gtest.h>
+
+#include <ctime>
+#include <functional>
+
+#include "check.hpp"
+#include "large_boards.hpp"
+#include "map.hpp"
+#include "report.hpp"
+
+namespace {
+
+using namespace flash_board;
+
+double processor_seconds()
+{
+	timespec now = {};
+
+	clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+	return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+double seconds_of(const std::function<void()> &work)
+{
+	const auto start = processor_seconds();
+
+	work();
+	return processor_seconds() - start;
+}
+
+// Whether four times the rows take less than nine times the time: linear is 4, n log n a little more, quadratic 16. What else the machine
+// does is felt by caches; a second and a third try are for that.
+bool is_nearly_linear(const std::function<void(const std::string &)> &work, const std::string &small, const std::string &large)
+{
+	for (int i = 0; i < 3; i++)
+		if (seconds_of([&] { work(large); }) < 9 * seconds_of([&] { work(small); }) + 0.02)
+			return true;
+	return false;
+}
+
+void check_all(const std::string &text)
+{
+	const auto layout = read_mtdparts("flash:1M(boot),4M(config),8M(usrdata),-(rootfs)");
+	const source from(text, "b.xml");
+	const auto found = check(from, &layout);
+
+	as_text(from, found);
+}
+
+void draw_all(const std::string &text)
+{
+	const auto layout = read_mtdparts("flash:1M(boot),4M(config),8M(usrdata),-(rootfs)");
+	const source from(text, "b.xml");
+	const document of(from);
+
+	as_text(map_of(of, &layout, std::nullopt));
+	as_svg(map_of(of, &layout, std::nullopt));
+}
+
+class growth : public testing::TestWithParam<large_boards::kind> {};
+
+TEST_P(growth, is_nearly_linear)
+{
+	constexpr std::size_t rows = 2000;
+	const auto small = GetParam().make(rows), large = GetParam().make(4 * rows);
+
+	EXPECT_TRUE(is_nearly_linear(check_all, small, large)) << "check";
+	EXPECT_TRUE(is_nearly_linear(draw_all, small, large)) << "map";
+}
+
+INSTANTIATE_TEST_SUITE_P(boards, growth, testing::ValuesIn(large_boards::all()), [](const auto &info) { return info.param.name; });
+
+} // namespace
