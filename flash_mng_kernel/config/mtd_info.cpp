@@ -28,10 +28,16 @@ u32 published_count()
 	return __atomic_load_n(&g_flash_mtd_info_list_num, __ATOMIC_ACQUIRE);
 }
 
+// Lookups that come while the module is loading read the pointer at any time.
+void store_list(mtd_info_entry *list)
+{
+	__atomic_store_n(&g_flash_mtd_info_list, list, __ATOMIC_RELAXED);
+}
+
 void discard_list()
 {
 	mtd_info_entry *const list = g_flash_mtd_info_list;
-	__atomic_store_n(&g_flash_mtd_info_list, nullptr, __ATOMIC_RELAXED);
+	store_list(nullptr);
 	kfree(list);
 }
 
@@ -96,7 +102,7 @@ u32 drv_flash_mtd_info_init(u32 inst_id)
 		return FLASH_MNG_OK;
 	}
 
-	g_flash_mtd_info_list = static_cast<mtd_info_entry *>(linux_kcalloc(xml.count, sizeof(mtd_info_entry)));
+	store_list(static_cast<mtd_info_entry *>(linux_kcalloc(xml.count, sizeof(mtd_info_entry))));
 	if (!g_flash_mtd_info_list) {
 		drv_log_record(common_log, serious, 0, "flash mtd info malloc fail");
 		return FLASH_MNG_NO_BUFFER;
