@@ -393,6 +393,7 @@ run_checks() {
 	check "shell: completions for bash and zsh" nothing_in completion_findings
 	# shellcheck disable=SC2046 # names without blanks
 	check "manual pages: mandoc, $(our_files 'docs/man/*' | wc -l) pages" nothing_in manual_findings $(our_files 'docs/man/*')
+	check "litmus tests and the module name the same lines" nothing_in litmus_differences
 	check "licence line on top of every source" nothing_in files_without_licence
 	check "lines of at most $line_limit columns, no white space at the end" nothing_in long_lines
 	echo "$checks_passed $checks_failed 0" >"$build_dir/results/checks"

@@ -16,10 +16,11 @@ machine_codename() {
 	sed -n 's/^VERSION_CODENAME=//p' /etc/os-release
 }
 
-# write_sources FILE CODENAME: one-line sources of that release, its security updates included.
+# write_sources FILE CODENAME: one-line sources of that release, its security updates included; sid has none of its own.
 write_sources() {
 	main_archive=$(machine_archive "$(machine_codename)")
 	security_archive=$(machine_archive "$(machine_codename)-security")
+	[ "$2" != sid ] || security_archive=
 	[ -n "$main_archive" ] || die "no Debian archive among this machine's package sources (apt-get indextargets)"
 	{
 		echo "deb [signed-by=$apt_keyring] $main_archive $2 main"

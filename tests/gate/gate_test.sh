@@ -23,6 +23,8 @@ clone=$root
 . "$root/scripts/programs.sh"
 # shellcheck source=scripts/board.sh
 . "$root/scripts/board.sh"
+# shellcheck source=scripts/prove.sh
+. "$root/scripts/prove.sh"
 # shellcheck source=scripts/check.sh
 . "$root/scripts/check.sh"
 # shellcheck source=scripts/results.sh
@@ -195,6 +197,25 @@ test_size_list() {
 		finds "$size_line" sizes_on "$gate_dir/sizes"
 	done
 	fails sizes_on "$gate_dir/sizes"
+}
+
+# litmus_clone: a module of one atomic line and a litmus test that stands for it.
+litmus_clone() {
+	root=$gate_dir/litmus
+	build_dir=$gate_dir
+	rm -rf "$root"
+	mkdir -p "$root/flash_mng_kernel/spi" "$root/tests/memory_model"
+	printf '\t__atomic_store_n(&known, 1, __ATOMIC_RELEASE);\n' >"$root/flash_mng_kernel/spi/probe.cpp"
+	printf ' *   spi/probe.cpp: __atomic_store_n(&known, 1, __ATOMIC_RELEASE);\n' >"$root/tests/memory_model/probe.litmus"
+}
+
+test_litmus_gate() {
+	litmus_clone
+	mkdir -p "$gate_dir/results"
+	silent litmus_differences
+	sed -i 's/RELEASE/RELAXED/' "$root/flash_mng_kernel/spi/probe.cpp"
+	finds 'no longer in the module: spi/probe.cpp: __atomic_store_n(&known, 1, __ATOMIC_RELEASE);' litmus_differences
+	finds 'named by no litmus test: spi/probe.cpp: __atomic_store_n(&known, 1, __ATOMIC_RELAXED);' litmus_differences
 }
 
 test_console_gate() {
@@ -423,6 +444,7 @@ mkdir -p "$gate_dir"
 use_kernel board
 test_object_gates
 (test_list_gates)
+(test_litmus_gate)
 test_console_gate
 test_shim_gate
 test_report_sums
