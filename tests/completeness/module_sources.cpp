@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "module_sources.hpp"
 
+#include "answers.hpp"
+
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <regex>
@@ -10,11 +13,6 @@
 namespace completeness {
 
 namespace {
-
-struct function {
-	std::string name;
-	std::string body;
-};
 
 std::string content_of(const std::filesystem::path &path)
 {
@@ -36,6 +34,22 @@ std::string joined_literals(const std::string &literals)
 	for (const std::smatch &match : matches(literals, one))
 		text += match[1];
 	return text;
+}
+
+// Functions stand at the left margin, their braces alone on a line.
+std::vector<function> functions_of(const std::string &text)
+{
+	static const std::regex definition("\n(\\S[^\n;]*(?:\n[ \t]+[^\n;]+)?)\n\\{\n((?:[^}\n][^\n]*\n|\n)*)\\}");
+	static const std::regex typed_name("^(?:constexpr |inline |static |const )*([\\w:<>]+(?: ?[*&]+)?(?: const)?)\\s*\\b(\\w+)\\(");
+	std::vector<function> functions;
+
+	for (const std::smatch &match : matches(text, definition)) {
+		const std::string head = match[1];
+		std::smatch found;
+		if (std::regex_search(head, found, typed_name))
+			functions.push_back({found[1], found[2], match[2]});
+	}
+	return functions;
 }
 
 const std::map<std::string, std::string> g_message_words = {
@@ -61,45 +75,30 @@ void read_messages(module_sources &sources, const std::string &file, const std::
 		sources.messages.insert("end " + match[1].str());
 }
 
-// Functions stand at the left margin, their braces alone on a line.
-std::vector<function> functions_of(const std::string &text)
+// Texts that the end of a load shows are returned as they stand.
+void look_for_other_ends(module_sources &sources, const std::string &file, const std::vector<function> &functions)
 {
-	static const std::regex definition("\n(\\S[^\n;]*(?:\n\\s+[^\n;]+)?)\n\\{\n((?:[^}\n][^\n]*\n|\n)*)\\}");
-	static const std::regex name("(\\w+)\\(");
-	std::vector<function> functions;
-
-	for (const std::smatch &match : matches(text, definition)) {
-		const std::string head = match[1];
-		std::smatch found;
-		if (std::regex_search(head, found, name))
-			functions.push_back({found[1], match[2]});
-	}
-	return functions;
+	static const std::regex literal("\"(?:[^\"\\\\]|\\\\.)*\""), end("return \\{[^\"{}]*, \"([^\"]*)\"\\}");
+	for (const function &one : functions)
+		if (one.type == "load_result" && matches(one.body, literal).size() != matches(one.body, end).size())
+			sources.puzzles.insert(file + ": " + one.name + " has a text that it does not return");
 }
 
-std::set<std::string> returned_codes(const module_sources &sources, const std::string &body)
+// A code outside of the functions that were found, in a constant or in a function of another form.
+void look_outside(module_sources &sources, const known_names &known, const std::string &file, const std::string &text,
+		  const std::vector<function> &functions)
 {
-	static const std::regex statement("\\breturn\\b[^;]*;"), word("FLASH_MNG_\\w+");
-	std::set<std::string> codes;
-
-	for (const std::smatch &match : matches(body, statement)) {
-		const std::string text = match.str();
-		for (const std::smatch &code : matches(text, word))
-			if (sources.codes.contains(code.str()))
-				codes.insert(code.str());
-	}
-	return codes;
-}
-
-// The functions whose answer is returned, or kept as a code to be returned.
-std::set<std::string> answering_functions(const std::string &body)
-{
-	static const std::regex call("(?:\\breturn|[?:]|\\b(?:code|status|result) =)\\s*(\\w+)\\(");
-	std::set<std::string> names;
-
-	for (const std::smatch &match : matches(body, call))
-		names.insert(match[1]);
-	return names;
+	static const std::regex word("\\bFLASH_MNG_\\w+");
+	const auto count = [&](const std::string &part) {
+		const std::string code = without_texts(part);
+		const auto words = matches(code, word);
+		return std::ranges::count_if(words, [&](const std::smatch &match) { return known.codes.contains(match.str()); });
+	};
+	auto outside = count(text);
+	for (const function &one : functions)
+		outside -= count(one.body);
+	if (outside != 0)
+		sources.puzzles.insert(file + ": a code outside of the functions");
 }
 
 void hand_on(std::map<std::string, std::set<std::string>> &codes, const std::map<std::string, std::set<std::string>> &answering)
@@ -128,26 +127,95 @@ void read_codes(module_sources &sources, const std::string &header, const std::s
 	}
 }
 
+// Functions of Linux and of the platform, declared in C headers, and those of the compiler; what a header of C++ makes of them.
+std::set<std::string> imports_of(const std::filesystem::path &module)
+{
+	static const std::regex declared("\\b(\\w+)\\(");
+	std::set<std::string> names = {"__builtin_strlen"};
+	for (const char *folder : {"kernel", "platform"})
+		for (const auto &entry : std::filesystem::directory_iterator(module / folder))
+			if (entry.path().extension() == ".h") {
+				const std::string text = content_of(entry.path());
+				for (const std::smatch &match : matches(text, declared))
+					names.insert(match[1]);
+			}
+	return names;
+}
+
+bool is_source(const std::filesystem::path &path)
+{
+	const std::string extension = path.extension();
+	return extension == ".cpp" || extension == ".hpp" || extension == ".c";
+}
+
+// The functions whose answers reach a caller of the module.
+std::set<std::string> reached(const std::map<std::string, answers> &all, const std::set<std::string> &callable)
+{
+	std::set<std::string> found;
+	std::vector<std::string> open(callable.begin(), callable.end());
+	while (!open.empty()) {
+		const std::string name = open.back();
+		open.pop_back();
+		if (const auto one = all.find(name); one != all.end() && found.insert(name).second)
+			open.insert(open.end(), one->second.callees.begin(), one->second.callees.end());
+	}
+	return found;
+}
+
+void read_answers(module_sources &sources, const std::vector<function> &functions, const known_names &known,
+		  const std::set<std::string> &callable)
+{
+	std::map<std::string, answers> all;
+	for (const function &one : functions) {
+		answers found = answers_of(one, known), &merged = all[one.name];
+		merged.codes.merge(found.codes);
+		merged.callees.merge(found.callees);
+		merged.puzzles.merge(found.puzzles);
+		sources.puzzles.merge(found.strays);
+	}
+	for (const std::string &name : reached(all, callable))
+		sources.puzzles.insert(all[name].puzzles.begin(), all[name].puzzles.end());
+
+	std::map<std::string, std::set<std::string>> answering;
+	for (const auto &[name, one] : all) {
+		sources.codes_of_functions[name] = one.codes;
+		answering[name] = one.callees;
+	}
+	hand_on(sources.codes_of_functions, answering);
+}
+
 } // namespace
 
 module_sources read_module_sources(const std::string &project_dir)
 {
 	const std::filesystem::path module = std::filesystem::path(project_dir) / "flash_mng_kernel";
-	std::map<std::string, std::set<std::string>> answering;
+	const std::set<std::string> callable = callable_functions(project_dir);
+	std::vector<function> functions;
 	module_sources sources;
 
 	read_codes(sources, content_of(module / "include/uapi/flash_mng.h"), content_of(module / "frame/control_device.cpp"));
+	known_names known = {{}, {}, imports_of(module)};
+	for (const auto &[code, number] : sources.codes)
+		known.codes.insert(code);
 	for (const auto &entry : std::filesystem::recursive_directory_iterator(module)) {
-		if (entry.path().extension() != ".cpp")
+		if (!is_source(entry.path()))
 			continue;
-		const std::string text = content_of(entry.path());
-		read_messages(sources, entry.path().filename().string(), text);
-		for (const function &function : functions_of(text)) {
-			sources.codes_of_functions[function.name].merge(returned_codes(sources, function.body));
-			answering[function.name].merge(answering_functions(function.body));
+		const std::string file = entry.path().filename(), text = content_of(entry.path());
+		std::vector<function> found;
+		if (entry.path().extension() == ".cpp") {
+			read_messages(sources, file, text);
+			found = functions_of(text);
+			look_for_other_ends(sources, file, found);
 		}
+		look_outside(sources, known, file, text, found);
+		functions.insert(functions.end(), found.begin(), found.end());
 	}
-	hand_on(sources.codes_of_functions, answering);
+	for (const function &one : functions)
+		known.functions.insert(one.name);
+	for (const std::string &name : callable)
+		if (!known.functions.contains(name))
+			sources.puzzles.insert(name + ": not found");
+	read_answers(sources, functions, known, callable);
 	return sources;
 }
 

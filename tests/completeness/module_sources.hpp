@@ -20,8 +20,8 @@ struct module_sources {
 	std::map<std::string, std::set<std::string>> codes_of_functions; // names of the codes that a function may answer with
 };
 
-// Reads flash_mng_kernel of a source tree. A function answers with the codes in its own return statements and with those of the functions
-// whose answers it hands on.
+// Reads flash_mng_kernel of a source tree. A function answers with the codes that its return statements lead to, through its own variables
+// and the functions whose answers it hands on; where they lead to something else, that is a puzzle.
 module_sources read_module_sources(const std::string &project_dir);
 
 // The functions that the suite can call by name.
