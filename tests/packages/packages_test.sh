@@ -11,6 +11,7 @@ root=$(CDPATH='' cd -- "$(dirname -- "$0")/../.." && pwd)
 
 yocto_layer=$root/packages/yocto
 yocto_recipe=$yocto_layer/recipes-kernel/kernel-module-flash-mng/kernel-module-flash-mng.bb
+yocto_tools_recipe=$yocto_layer/recipes-support/flash-mng-tools/flash-mng-tools.bb
 yocto_work=$build_dir/packages_test/yocto
 
 # recipe_value FILE NAME: the value that a recipe or a layer's configuration gives a variable, its lines joined.
@@ -81,40 +82,87 @@ recipe_path() {
 yocto_layer_parses() {
 	has_values "$yocto_layer/conf/layer.conf" BBPATH BBFILES BBFILE_COLLECTIONS BBFILE_PATTERN_flash-mng BBFILE_PRIORITY_flash-mng \
 		LAYERDEPENDS_flash-mng LAYERSERIES_COMPAT_flash-mng || return 1
-	found=
 	for recipe in $(recipe_path "$(recipe_value "$yocto_layer/conf/layer.conf" BBFILES)"); do
-		[ "$recipe" != "$yocto_recipe" ] || found=yes
-	done
-	[ -n "$found" ] || wrong "BBFILES does not find $yocto_recipe"
+		echo "$recipe"
+	done | LC_ALL=C sort >"$build_dir/packages_test/recipes"
+	find "$yocto_layer" -name '*.bb' | LC_ALL=C sort | diff "$build_dir/packages_test/recipes" - ||
+		wrong "BBFILES does not find every recipe"
 }
 
-# yocto_fetch: do_fetch and do_unpack of the recipe.
+# yocto_fetch RECIPE: its do_fetch and do_unpack.
 yocto_fetch() {
 	rm -rf "$yocto_work"
-	for fetched in $(recipe_value "$yocto_recipe" SRC_URI); do
+	for fetched in $(recipe_value "$1" SRC_URI); do
+		unpack_dir=$yocto_work
+		case $fetched in *';subdir='*) unpack_dir=$yocto_work/${fetched##*=} ;; esac
 		fetched=${fetched#file://}
-		mkdir -p "$yocto_work/$(dirname "$fetched")"
-		cp -R "$root/$fetched" "$yocto_work/$fetched" || return 1
+		fetched=${fetched%%;*}
+		mkdir -p "$unpack_dir/$(dirname "$fetched")"
+		cp -R "$root/$fetched" "$unpack_dir/$fetched" || return 1
 	done
-	yocto_source=$(recipe_path "$(recipe_value "$yocto_recipe" S)")
+	yocto_source=$(recipe_path "$(recipe_value "$1" S)")
 	[ -d "$yocto_source" ] || wrong "S is $yocto_source"
 }
 
+# yocto_licences RECIPE
 yocto_licences() {
-	for licence in $(recipe_value "$yocto_recipe" LIC_FILES_CHKSUM); do
+	for licence in $(recipe_value "$1" LIC_FILES_CHKSUM); do
 		licence=${licence#file://}
 		sum=${licence#*;md5=}
 		echo "$sum  $yocto_source/${licence%%;*}"
 	done | md5sum --check --strict --quiet
 }
 
+# yocto_recipe_parses RECIPE CLASS NAME...: it inherits the class and has values of these names and of those that each recipe has.
 yocto_recipe_parses() {
-	yocto_layer_parses || return 1
-	has_values "$yocto_recipe" SUMMARY SECTION LICENSE LIC_FILES_CHKSUM FLASH_MNG_PLATFORM DEPENDS PV SRC_URI S EXTRA_OEMAKE || return 1
-	grep -qx 'inherit module' "$yocto_recipe" || wrong "the recipe does not inherit module" || return 1
-	recipe_clone=$(recipe_value "$yocto_recipe" FLASH_MNG_CLONE | sed "s,\${THISDIR},$(dirname "$yocto_recipe"),")
+	parsed=$1
+	inherited=$2
+	shift 2
+	has_values "$parsed" SUMMARY SECTION LICENSE LIC_FILES_CHKSUM DEPENDS PV SRC_URI S "$@" || return 1
+	grep -qx "inherit $inherited" "$parsed" || wrong "$parsed does not inherit $inherited" || return 1
+	recipe_clone=$(recipe_value "$parsed" FLASH_MNG_CLONE | sed "s,\${THISDIR},$(dirname "$parsed"),")
 	[ "$(readlink -f "$recipe_clone")" = "$(readlink -f "$root")" ] || wrong "FLASH_MNG_CLONE is $recipe_clone" || return 1
-	yocto_fetch && yocto_licences
+	yocto_fetch "$parsed" && yocto_licences "$parsed"
+}
+
+yocto_parses() {
+	yocto_layer_parses || return 1
+	yocto_recipe_parses "$yocto_recipe" module FLASH_MNG_PLATFORM EXTRA_OEMAKE || return 1
+	yocto_recipe_parses "$yocto_tools_recipe" cmake EXTRA_OECMAKE || return 1
+	echo "$(wc -l <"$build_dir/packages_test/recipes") recipes"
+}
+
+# yocto_cmake: do_configure of the recipe for the tools, from what it fetches alone. Of the other architecture's library there is only
+# the archive.
+# shellcheck disable=SC2016,SC2120 # bitbake's variables; the arguments are its own
+yocto_cmake() {
+	fetch_package "$(machine_codename)" arm64 nettle-dev
+	yocto_fetch "$yocto_tools_recipe" || return 1
+	library_dir=$package_files/files/usr/lib/aarch64-linux-gnu
+	# shellcheck disable=SC2046 # a list of options
+	set -- $(recipe_value "$yocto_tools_recipe" EXTRA_OECMAKE |
+		sed -e 's,${STAGING_LIBDIR},'"$library_dir," -e 's,libnettle\.so,libnettle.a,')
+	cmake -G Ninja -S "$yocto_source" -B "$yocto_work/build" -DCMAKE_TOOLCHAIN_FILE="$root/cmake/aarch64.cmake" \
+		-DCMAKE_INSTALL_PREFIX=/usr "$@" -Wno-dev
+}
+
+yocto_tools_configure() {
+	# shellcheck disable=SC2119
+	yocto_cmake || return 1
+	echo "$(ninja -C "$yocto_work/build" -t commands all | wc -l) steps to build them"
+}
+
+# What is installed is in a package: in those that bitbake and cmake.bbclass fill by themselves, or by the recipe's own list.
+yocto_tools_build() {
+	cmake --build "$yocto_work/build" || return 1
+	DESTDIR=$yocto_work/image cmake --build "$yocto_work/build" --target install || return 1
+	packaged='bin share/man include share/pkgconfig share/cmake'
+	# shellcheck disable=SC2016 # bitbake's variable
+	packaged="$packaged $(sed -n 's/^FILES:${PN} += "\(.*\)"$/\1/p' "$yocto_tools_recipe" | sed 's,${datadir},share,g')"
+	left_over=$(cd "$yocto_work/image/usr" && find . -type f | sed 's,^\./,,' | grep -vE "^($(echo "$packaged" | tr ' ' '|'))/") || true
+	[ -z "$left_over" ] || wrong "in no package: $left_over" || return 1
+	[ -s "$yocto_work/image/usr/include/flash_mng/client.hpp" ] || wrong "no header" || return 1
+	qemu-aarch64 "$yocto_work/image/usr/bin/flashctl" --version
 }
 
 # yocto_make ARGUMENT...: with what the recipe, module.bbclass and module-base.bbclass give to make each time.
@@ -129,7 +177,7 @@ yocto_make() {
 
 yocto_builds() {
 	use_kernel board
-	yocto_fetch || return 1
+	yocto_fetch "$yocto_recipe" || return 1
 	yocto_make KERNEL_PATH="$kernel_source" KERNEL_VERSION="$(kernel_release)" KBUILD_EXTRA_SYMBOLS="$platform_symbols" || return 1
 	yocto_make DEPMOD=echo MODLIB="$yocto_work/image/lib/modules/$(kernel_release)" INSTALL_FW_PATH="$yocto_work/image/lib/firmware" \
 		modules_install || return 1
@@ -153,8 +201,11 @@ buildroot_options() {
 	# shellcheck disable=SC2016 # Kconfig's variable
 	find "$options_dir/external" -name Config.in -exec sed -i 's/\$BR2_EXTERNAL_FLASH_MNG_PATH/$(BR2_EXTERNAL_FLASH_MNG_PATH)/' {} +
 	{
-		for option in BR2_aarch64 BR2_LINUX_KERNEL BR2_INSTALL_LIBSTDCPP BR2_TOOLCHAIN_GCC_AT_LEAST_10; do
+		for option in BR2_aarch64 BR2_LINUX_KERNEL BR2_INSTALL_LIBSTDCPP BR2_TOOLCHAIN_HAS_THREADS BR2_TOOLCHAIN_GCC_AT_LEAST_10; do
 			printf 'config %s\n\tdef_bool %s\n' "$option" "$1"
+		done
+		for option in CLI11 FMT JSON_FOR_MODERN_CPP NETTLE; do
+			printf 'config BR2_PACKAGE_%s\n\tbool\n' "$option"
 		done
 		# shellcheck disable=SC2016
 		echo 'source "$(BR2_EXTERNAL_FLASH_MNG_PATH)/Config.in"'
@@ -165,15 +216,26 @@ buildroot_options() {
 	! grep -i warning "$options_dir/log"
 }
 
+# The tools are configured as Yocto's are.
+# shellcheck disable=SC2016 # bitbake's variable
+buildroot_tools_options() {
+	given=$(buildroot_make tools STAGING_DIR=/staging | sed 's,=/staging/usr/lib/,=${STAGING_LIBDIR}/,')
+	[ "$given" = "$(recipe_value "$yocto_tools_recipe" EXTRA_OECMAKE)" ] || wrong "the tools are configured by: $given"
+}
+
 buildroot_parses() {
 	use_kernel board
 	grep -qx 'name: FLASH_MNG' "$root/packages/buildroot/external.desc" || wrong "external.desc has no name" || return 1
-	buildroot_options y && grep -qx 'BR2_PACKAGE_FLASH_MNG=y' "$options_dir/config" ||
-		wrong "the package cannot be chosen" || return 1
+	buildroot_options y || return 1
+	for chosen in FLASH_MNG FLASH_MNG_TOOLS NETTLE; do
+		grep -qx "BR2_PACKAGE_$chosen=y" "$options_dir/config" || wrong "$chosen cannot be chosen" || return 1
+	done
 	buildroot_options n || return 1
-	! grep -q BR2_PACKAGE_FLASH_MNG= "$options_dir/config" || wrong "the package does not say what it needs" || return 1
-	(cd "$root" && grep -v '^#' packages/buildroot/package/flash-mng/flash-mng.hash | cut -d ' ' -f 3- |
-		sha256sum --check --strict --quiet) || return 1
+	! grep -q 'BR2_PACKAGE_FLASH_MNG.*=y' "$options_dir/config" || wrong "a package does not say what it needs" || return 1
+	for hash_list in "$root"/packages/buildroot/package/*/*.hash; do
+		(cd "$root" && grep -v '^#' "$hash_list" | cut -d ' ' -f 3- | sha256sum --check --strict --quiet) || return 1
+	done
+	buildroot_tools_options || return 1
 	buildroot_make show
 }
 
@@ -270,7 +332,9 @@ count_step "packages: the device stays root's" device_is_roots
 count_step "docs/your-board.md: texts of the logs" page_texts_exist
 count_step "flash_mng_kernel: the C++ compiler is CC's" cxx_follows_cc
 count_step "packages: loading order of the samples" loading_order
-count_step "packages: the Yocto layer" yocto_recipe_parses
+count_step "packages: the Yocto layer" yocto_parses
+count_step "packages: the tools configured as Yocto does" yocto_tools_configure
+[ "${1-}" != all ] || count_step "packages: the tools built as Yocto does" yocto_tools_build
 count_step "packages: the Buildroot tree" buildroot_parses
 count_step "packages: the module built as Buildroot does" buildroot_builds
 count_step "packages: the module built as Yocto does" yocto_builds
