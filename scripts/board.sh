@@ -80,7 +80,7 @@ make_initramfs() {
 	mkdir -p "$initramfs_root/demo"
 	cp "$root/board/demo/letter.txt" "$initramfs_root/demo/letter.txt"
 	if [ "$1" = full ]; then
-		copy_modules reference_platform flash_mng_kernel board/demo/client tests/guest/lab || return 1
+		copy_modules reference_platform examples/foreign_platform flash_mng_kernel board/demo/client tests/guest/lab || return 1
 		copy_programs bin demo tests || return 1
 		shim_functions >"$initramfs_root/tests/shims"
 	else

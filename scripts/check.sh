@@ -264,7 +264,7 @@ strict_findings() {
 
 kernel_style_findings() {
 	our_files 'flash_mng_kernel/*.c' 'flash_mng_kernel/*.h' 'reference_platform/*.c' 'reference_platform/*.h' 'board/demo/*.c' \
-		'tests/guest/lab/*.[ch]' 'tests/powercut/client/*.[ch]' 'tests/torture/calls/*.[ch]' 'bench/kernel/*.[ch]' | (cd "$root" &&
+		'examples/*.[ch]' 'tests/guest/lab/*.[ch]' 'tests/powercut/client/*.[ch]' 'tests/torture/calls/*.[ch]' 'bench/kernel/*.[ch]' | (cd "$root" &&
 		xargs perl "$kernel_source/scripts/checkpatch.pl" --no-tree --terse --quiet --max-line-length="$line_limit" \
 			--show-types --ignore "$kernel_style_exceptions" -f) | grep -vE '^total:'
 }

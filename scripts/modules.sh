@@ -4,7 +4,7 @@
 # The kernel modules: reference platform, flash_mng, what links against it, and the lab of the guest tests. Kbuild writes beside the
 # sources, so these are copied to build/kernel/<flavour> first; only what changed is copied, and only that is built again.
 
-module_sources="flash_mng_kernel reference_platform board/demo/client tests/powercut/client bench/kernel
+module_sources="flash_mng_kernel reference_platform examples/foreign_platform board/demo/client tests/powercut/client bench/kernel
 	tests/torture/calls tests/guest/lab tests/conformance/calls.def"
 
 # use_stage FLAVOUR: sets stage_dir.
@@ -60,6 +60,8 @@ make_lab() {
 make_board_modules() {
 	make_platform_and_flash "$@" || return 1
 	make_client reference_platform/spi_flash_driver "$@" || return 1
+	make_modules examples/foreign_platform '' "$@" || return 1
+	make_modules examples/foreign_platform/flash_driver "$stage_dir/flash_mng_kernel/Module.symvers" "$@" || return 1
 	make_client board/demo/client "$@"
 }
 

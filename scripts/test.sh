@@ -102,6 +102,7 @@ run_lane_1() {
 run_lane_2() {
 	run_task debug-suite-2 debug full suite "$suite_time_limit" "GTEST_TOTAL_SHARDS=2 GTEST_SHARD_INDEX=1 maxcpus=1"
 	run_task board-cycles board full cycles "$short_time_limit"
+	run_task board-foreign board full foreign "$short_time_limit"
 	run_task debug-fuzz debug fuzz fuzz "$short_time_limit" "$(fuzz_parameters "$short_fuzz_seconds" 1)"
 }
 
@@ -172,7 +173,8 @@ test_board() {
 	for test_run in board-suite debug-suite-1 debug-suite-2; do
 		count_report "conformance on the board, $test_run" "$build_dir/board/$test_run-run/results/conformance.xml"
 	done
-	for test_run in board-suite debug-suite-1 debug-suite-2 board-cycles debug-cycles debug-leftovers debug-concurrency debug-fuzz; do
+	for test_run in board-suite debug-suite-1 debug-suite-2 board-cycles board-foreign debug-cycles debug-leftovers \
+		debug-concurrency debug-fuzz; do
 		count_task "$test_run"
 	done
 	count_step "the module's C in the board's kernel" shims_ran "$build_dir/board/board-suite-run/results/shims"
