@@ -10,22 +10,24 @@ use_busybox() {
 	[ -x "$busybox" ] || busybox=$package_files/files/usr/bin/busybox
 }
 
-# compile_board_files demo|SETS: the boards of a person; for the suite those of its cases too, in a folder of their own.
+# compile_board_files demo|SETS: the boards of a person, and the one on which the platform checks itself; for the suite those of its cases
+# too, in a folder of their own. The latter are wrong on purpose.
 compile_board_files() {
 	compile_boards_of board/xml board || return 1
-	[ "$1" = demo ] || compile_boards_of tests/conformance/boards board/conformance
+	compile_boards_of reference_platform/boards board --force || return 1
+	[ "$1" = demo ] || compile_boards_of tests/conformance/boards board/conformance --force
 }
 
-# compile_board XML FILE
+# compile_board XML FILE [OPTION]
 compile_board() {
-	"$(preset_dir debug)/tools/flash-board/flash-board" compile "$1" -o "$2"
+	"$(preset_dir debug)/tools/flash-board/flash-board" compile ${3:+"$3"} "$1" -o "$2"
 }
 
-# compile_boards_of FOLDER FIRMWARE: the XML files of a folder of the clone.
+# compile_boards_of FOLDER FIRMWARE [OPTION]: the XML files of a folder of the clone.
 compile_boards_of() {
 	mkdir -p "$initramfs_root/lib/firmware/$2"
 	for xml in "$root/$1"/*.xml; do
-		compile_board "$xml" "$initramfs_root/lib/firmware/$2/$(basename "$xml" .xml).fbd" || return 1
+		compile_board "$xml" "$initramfs_root/lib/firmware/$2/$(basename "$xml" .xml).fbd" "${3:-}" || return 1
 	done
 }
 

@@ -346,6 +346,8 @@ zsh_findings() {
 completion_findings() {
 	bash_findings tools/flashctl/completion/flashctl.bash
 	zsh_findings tools/flashctl/completion/_flashctl
+	bash_findings tools/flash-board/completion/flash-board.bash
+	zsh_findings tools/flash-board/completion/_flash-board
 }
 
 # manual_findings PAGE...: what breaks the rules of their language or would be shown in another way than it was meant.

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <regex>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
@@ -100,11 +101,11 @@ TEST_F(cli, check_prints_json_and_sarif)
 
 TEST_F(cli, wrong_usage_gives_2)
 {
-	for (const auto *arguments :
-	     {"", "unknown", "check", "check a.xml b.xml", "check good/section-wraps.xml --format xml",
-	      "check good/section-wraps.xml --mtd", "check good/section-wraps.xml --mtd partitions.mtd --mtdparts 'f:1M'",
-	      "check good/section-wraps.xml --mtdparts nonsense", "compile good/section-wraps.xml", "map good/section-wraps.xml --bom many",
-	      "explain no-such-rule", "simulate --frmat json x"}) {
+	for (const auto *arguments : {"", "unknown", "check", "compile a.xml b.xml -o c", "simulate a.xml b.xml", "check --strict",
+				      "check good/section-wraps.xml --format xml", "check good/section-wraps.xml --mtd",
+				      "check good/section-wraps.xml --mtd partitions.mtd --mtdparts 'f:1M'",
+				      "check good/section-wraps.xml --mtdparts nonsense", "compile good/section-wraps.xml",
+				      "map good/section-wraps.xml --bom many", "explain no-such-rule", "simulate --frmat json x"}) {
 		const auto result = run(arguments);
 		EXPECT_EQ(result.status, 2) << arguments;
 		EXPECT_EQ(result.out, "") << arguments;
@@ -134,15 +135,118 @@ TEST_F(cli, output_that_cannot_be_written_gives_3)
 	EXPECT_EQ(WEXITSTATUS(status), 3);
 }
 
+TEST_F(cli, a_file_that_cannot_be_read_is_named_with_the_reason)
+{
+	EXPECT_EQ(run("check /nonexistent.xml").err, "flash-board: /nonexistent.xml: cannot be read: No such file or directory\n");
+	EXPECT_EQ(run("check .").err, "flash-board: .: cannot be read: Is a directory\n");
+}
+
 TEST_F(cli, compile_writes_a_board_or_nothing)
 {
 	EXPECT_EQ(run("compile good/malformed.xml -o '" + path("good.fbd") + "'").status, 0);
 	EXPECT_TRUE(fixtures::read(path("good.fbd")).starts_with("FLSHBRD"));
 	const auto refused = run("compile bad/duplicate-id.xml -o '" + path("bad.fbd") + "'");
 	EXPECT_EQ(refused.status, 1);
-	EXPECT_EQ(refused.err, "bad/duplicate-id.xml:10:12: a second <instance> with id 0x10; the first is in line 9\n");
+	EXPECT_EQ(refused.err,
+		  fixtures::read(FIXTURES_DIR "/bad/duplicate-id.txt") + "flash-board: bad/duplicate-id.xml is not compiled\n");
 	EXPECT_FALSE(std::filesystem::exists(path("bad.fbd")));
-	EXPECT_FALSE(std::filesystem::exists(path("bad.fbd.part")));
+}
+
+TEST_F(cli, compile_refuses_what_check_calls_an_error_unless_it_is_forced)
+{
+	const auto output = " -o '" + path("board.fbd") + "'";
+	const auto refused = run("compile bad/section-wraps.xml" + output);
+
+	EXPECT_EQ(refused.status, 1);
+	EXPECT_EQ(refused.out, "");
+	EXPECT_EQ(refused.err, fixtures::read(FIXTURES_DIR "/bad/section-wraps.txt") +
+				       "flash-board: bad/section-wraps.xml is not compiled; --force compiles it all the same\n");
+	EXPECT_FALSE(std::filesystem::exists(path("board.fbd")));
+	const auto forced = run("compile --force bad/section-wraps.xml" + output);
+	EXPECT_EQ(forced.status, 0);
+	EXPECT_EQ(forced.err, fixtures::read(FIXTURES_DIR "/bad/section-wraps.txt"));
+	EXPECT_TRUE(fixtures::read(path("board.fbd")).starts_with("FLSHBRD"));
+}
+
+TEST_F(cli, compile_cannot_be_forced_to_take_another_form)
+{
+	EXPECT_EQ(run("compile --force bad/duplicate-id.xml -o '" + path("board.fbd") + "'").status, 1);
+	EXPECT_FALSE(std::filesystem::exists(path("board.fbd")));
+}
+
+TEST_F(cli, compile_looks_at_partitions_where_they_are_known)
+{
+	EXPECT_EQ(run("compile bad/section-no-partition.xml -o '" + path("board.fbd") + "'").status, 0);
+	EXPECT_EQ(run("compile bad/section-no-partition.xml --mtd partitions.mtd -o '" + path("board.fbd") + "'").status, 1);
+}
+
+TEST_F(cli, strict_takes_warnings_for_errors_but_not_notes)
+{
+	EXPECT_EQ(run("check --strict bad/section-overlap.xml").status, 1);
+	EXPECT_EQ(run("compile --strict bad/section-overlap.xml -o '" + path("board.fbd") + "'").status, 1);
+	EXPECT_FALSE(std::filesystem::exists(path("board.fbd")));
+	EXPECT_EQ(run("compile bad/section-overlap.xml -o '" + path("board.fbd") + "'").status, 0);
+	EXPECT_EQ(run("check --strict bad/empty-table.xml").status, 0);
+}
+
+TEST_F(cli, check_takes_several_files)
+{
+	const auto result = run("check bad/section-wraps.xml good/section-wraps.xml bad/section-overlap.xml");
+
+	EXPECT_EQ(result.status, 1);
+	EXPECT_EQ(result.out, fixtures::read(FIXTURES_DIR "/bad/section-wraps.txt") + "good/section-wraps.xml: nothing found\n" +
+				      fixtures::read(FIXTURES_DIR "/bad/section-overlap.txt"));
+	EXPECT_EQ(run("check good/section-wraps.xml good/malformed.xml").status, 0);
+}
+
+TEST_F(cli, check_of_several_files_prints_one_json_array_and_one_sarif_run)
+{
+	const auto all = nlohmann::json::parse(run("check --json bad/section-wraps.xml good/malformed.xml").out);
+	const auto sarif = nlohmann::json::parse(run("check --format sarif bad/section-wraps.xml bad/section-overlap.xml").out);
+
+	ASSERT_EQ(all.size(), 2u);
+	EXPECT_EQ(all[0]["file"], "bad/section-wraps.xml");
+	EXPECT_EQ(all[1]["findings"].size(), 0u);
+	ASSERT_EQ(sarif["runs"].size(), 1u);
+	EXPECT_EQ(sarif["runs"][0]["results"].size(), 2u);
+}
+
+TEST_F(cli, json_is_another_word_for_format_json)
+{
+	for (const auto *command : {"check bad/section-wraps.xml", "simulate good/section-wraps.xml", "simulate bad/duplicate-id.xml"})
+		EXPECT_EQ(run(command + std::string(" --json")).out, run(command + std::string(" --format json")).out) << command;
+}
+
+TEST_F(cli, a_dash_is_standard_input_and_standard_output)
+{
+	EXPECT_EQ(run("check - < bad/section-overlap.xml").out.substr(0, 4), "-:6:");
+	EXPECT_EQ(run("check good/malformed.xml --mtd - < partitions.mtd").status, 0);
+	EXPECT_TRUE(run("compile - -o - < good/malformed.xml").out.starts_with("FLSHBRD"));
+	EXPECT_TRUE(run("map - -o - < good/malformed.xml").out.starts_with("<svg "));
+	EXPECT_EQ(run("check - - < good/malformed.xml").status, 2);
+	EXPECT_EQ(run("check - --mtd - < good/malformed.xml").status, 2);
+}
+
+TEST_F(cli, devices_and_fifos_are_written_to_and_stay)
+{
+	ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
+	EXPECT_TRUE(run("compile good/malformed.xml -o /dev/stdout").out.starts_with("FLSHBRD"));
+	EXPECT_EQ(run("compile good/malformed.xml -o /dev/null").status, 0);
+	EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+	EXPECT_EQ(std::system(("cat '" + path("fifo") + "' >'" + path("read") + "' &").c_str()), 0);
+	EXPECT_EQ(run("map good/malformed.xml -o '" + path("fifo") + "'").status, 0);
+	EXPECT_TRUE(std::filesystem::is_fifo(path("fifo")));
+}
+
+TEST_F(cli, simulate_prints_the_findings_as_json_where_the_board_does_not_compile)
+{
+	const auto result = run("simulate --format json bad/duplicate-id.xml");
+	const auto all = nlohmann::json::parse(result.out);
+
+	EXPECT_EQ(result.status, 1);
+	EXPECT_EQ(result.err, "");
+	EXPECT_EQ(all["errors"], 1);
+	EXPECT_EQ(all["findings"][0]["rule"], "duplicate-id");
 }
 
 TEST_F(cli, simulate_gives_1_where_the_module_does_not_load_or_the_board_is_refused)

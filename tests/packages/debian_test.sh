@@ -48,6 +48,7 @@ tools_are_used() {
 		man --manpath="$scratch/usr/share/man" --path "${page%/*}" "${page#*/}" || return 1
 	done
 	bash -n "$scratch/usr/share/bash-completion/completions/flashctl" || return 1
+	bash -n "$scratch/usr/share/bash-completion/completions/flash-board" || return 1
 	test -s "$scratch/usr/lib/udev/rules.d/60-flash_mng.rules" || wrong "no udev rule" || return 1
 	"$scratch/usr/bin/flashctl" --version
 }

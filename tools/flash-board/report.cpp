@@ -59,6 +59,44 @@ json sarif_result(const source &from, const finding &one)
 		{"locations", json::array({sarif_location(from, one)})}};
 }
 
+json described(const source &from, const findings &all)
+{
+	json list = json::array();
+
+	for (const auto &one : all) {
+		const auto place = from.at(one.offset);
+		list.push_back({{"rule", one.broken->id},
+				{"severity", name_of(one.broken->level)},
+				{"line", place.line},
+				{"column", place.column},
+				{"element", one.where},
+				{"message", one.message},
+				{"hint", one.hint}});
+	}
+	return {{"file", from.file_name()},
+		{"errors", count_of(all, severity::error)},
+		{"warnings", count_of(all, severity::warning)},
+		{"notes", count_of(all, severity::note)},
+		{"findings", list}};
+}
+
+std::string sarif_with(const json &results, std::string_view version)
+{
+	json rules = json::array();
+
+	for (const auto &one : all_rules())
+		rules.push_back(sarif_rule(one));
+	const json driver = {{"name", "flash-board"}, {"version", version}, {"rules", rules}};
+	const json run = {{"tool", {{"driver", driver}}}, {"columnKind", "unicodeCodePoints"}, {"results", results}};
+	return written({{"$schema", "https://json.schemastore.org/sarif-2.1.0.json"}, {"version", "2.1.0"}, {"runs", json::array({run})}});
+}
+
+void add_sarif_results(json &results, const source &from, const findings &all)
+{
+	for (const auto &one : all)
+		results.push_back(sarif_result(from, one));
+}
+
 } // namespace
 
 std::string as_text(const source &from, const findings &all)
@@ -76,36 +114,42 @@ std::string as_text(const source &from, const findings &all)
 
 std::string as_json(const source &from, const findings &all)
 {
-	json list = json::array();
-
-	for (const auto &one : all) {
-		const auto place = from.at(one.offset);
-		list.push_back({{"rule", one.broken->id},
-				{"severity", name_of(one.broken->level)},
-				{"line", place.line},
-				{"column", place.column},
-				{"element", one.where},
-				{"message", one.message},
-				{"hint", one.hint}});
-	}
-	return written({{"file", from.file_name()},
-			{"errors", count_of(all, severity::error)},
-			{"warnings", count_of(all, severity::warning)},
-			{"notes", count_of(all, severity::note)},
-			{"findings", list}});
+	return written(described(from, all));
 }
 
 std::string as_sarif(const source &from, const findings &all, std::string_view version)
 {
-	json rules = json::array(), results = json::array();
+	json results = json::array();
 
-	for (const auto &one : all_rules())
-		rules.push_back(sarif_rule(one));
-	for (const auto &one : all)
-		results.push_back(sarif_result(from, one));
-	const json driver = {{"name", "flash-board"}, {"version", version}, {"rules", rules}};
-	const json run = {{"tool", {{"driver", driver}}}, {"columnKind", "unicodeCodePoints"}, {"results", results}};
-	return written({{"$schema", "https://json.schemastore.org/sarif-2.1.0.json"}, {"version", "2.1.0"}, {"runs", json::array({run})}});
+	add_sarif_results(results, from, all);
+	return sarif_with(results, version);
+}
+
+std::string as_text(const std::vector<checked_file> &files)
+{
+	std::string text;
+
+	for (const auto &one : files)
+		text += as_text(one.from(), one.found());
+	return text;
+}
+
+std::string as_json(const std::vector<checked_file> &files)
+{
+	json all = json::array();
+
+	for (const auto &one : files)
+		all.push_back(described(one.from(), one.found()));
+	return written(all.size() == 1 ? all.front() : all);
+}
+
+std::string as_sarif(const std::vector<checked_file> &files, std::string_view version)
+{
+	json results = json::array();
+
+	for (const auto &one : files)
+		add_sarif_results(results, one.from(), one.found());
+	return sarif_with(results, version);
 }
 
 } // namespace flash_board

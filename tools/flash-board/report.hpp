@@ -2,13 +2,33 @@
 // Findings as people and programs read them.
 #pragma once
 
+#include "check.hpp"
 #include "findings.hpp"
 #include "source.hpp"
 
+#include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace flash_board {
+
+// A board description that was checked, with its text.
+class checked_file {
+public:
+	checked_file(const std::string &path, std::string text, const mtd_layout *layout)
+		: m_text(std::make_unique<std::string>(std::move(text))), m_from(*m_text, path), m_found(check(m_from, layout))
+	{
+	}
+
+	const source &from() const { return m_from; }
+	const findings &found() const { return m_found; }
+
+private:
+	std::unique_ptr<std::string> m_text; // stays where it is when this is moved
+	source m_from;
+	findings m_found;
+};
 
 // "<file>:<line>:<column>: <severity>: <message> [<rule>]" and the hint, for each; a line that counts them at the end.
 std::string as_text(const source &from, const findings &all);
@@ -18,5 +38,10 @@ std::string as_json(const source &from, const findings &all);
 
 // SARIF 2.1.0, for code review tools.
 std::string as_sarif(const source &from, const findings &all, std::string_view version);
+
+// The same of several files: one text behind the other, an array of objects where there are more than one, one run of SARIF.
+std::string as_text(const std::vector<checked_file> &files);
+std::string as_json(const std::vector<checked_file> &files);
+std::string as_sarif(const std::vector<checked_file> &files, std::string_view version);
 
 } // namespace flash_board

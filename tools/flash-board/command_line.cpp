@@ -1,0 +1,326 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#include "command_line.hpp"
+
+#include "board_file.hpp"
+#include "board_reader.hpp"
+#include "check.hpp"
+#include "check_structure.hpp"
+#include "files.hpp"
+#include "map.hpp"
+#include "report.hpp"
+#include "simulate.hpp"
+#include "suggestion.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <optional>
+#include <ostream>
+#include <stdexcept>
+
+namespace flash_board {
+namespace {
+
+constexpr int exit_success = 0;
+constexpr int exit_bad_input = 1;
+constexpr int exit_usage = 2;
+constexpr int exit_file = 3;
+
+constexpr const char *description = "Board descriptions on the desk: compile, check, simulate, map, explain.";
+constexpr const char *exit_statuses =
+	"Exit status: 0 success, 1 the board description is wrong, 2 wrong usage, 3 a file cannot be read or written.";
+
+struct usage_error : std::runtime_error {
+	using std::runtime_error::runtime_error;
+};
+
+// What the commands are told on the command line.
+struct settings {
+	std::vector<std::string> boards;
+	std::string output;
+	std::string mtd_file;
+	std::string mtdparts;
+	std::string format = "text";
+	std::optional<std::uint32_t> bom;
+	std::string rule;
+	bool json = false;
+	bool strict = false;
+	bool force = false;
+	bool markdown = false;
+
+	const std::string &board() const { return boards.front(); }
+	bool wants_json() const { return json || format == "json"; }
+};
+
+// The commands, once the command line is understood.
+class program {
+public:
+	program(const settings &given, const streams &to) : m_given(given), m_to(to) {}
+
+	// Refuses what check would call an error, unless it is told to compile all the same; what keeps the form from being compiled always.
+	int compile() const
+	{
+		const auto text = read(m_given.board());
+		const source from(text, m_given.board());
+		const auto layout = read_partitions();
+		const auto found = flash_board::check(from, layout ? &*layout : nullptr);
+		const bool is_refused = first_refusal(found) || (is_wrong(found) && !m_given.force);
+
+		if (is_wrong(found))
+			m_to.err << as_text(from, found);
+		if (is_refused) {
+			m_to.err << "flash-board: " << m_given.board() << " is not compiled"
+				 << (first_refusal(found) ? "" : "; --force compiles it all the same") << "\n";
+			return exit_bad_input;
+		}
+		const auto file = flash_board::compile(text, m_given.board());
+		write_file(m_given.output, {reinterpret_cast<const char *>(file.data()), file.size()}, m_to.out);
+		return exit_success;
+	}
+
+	int check() const
+	{
+		const auto layout = read_partitions();
+		std::vector<checked_file> files;
+
+		for (const auto &board : m_given.boards)
+			files.emplace_back(board, read(board), layout ? &*layout : nullptr);
+		m_to.out << reported(files);
+		return std::any_of(files.begin(), files.end(), [&](const auto &file) { return is_wrong(file.found()); }) ? exit_bad_input
+															 : exit_success;
+	}
+
+	int simulate() const
+	{
+		const auto text = read(m_given.board());
+		const source from(text, m_given.board());
+		const auto layout = read_partitions();
+
+		if (const auto found = structural_findings(from); first_refusal(found)) {
+			(m_given.wants_json() ? m_to.out : m_to.err)
+				<< (m_given.wants_json() ? as_json(from, found) : as_text(from, found));
+			return exit_bad_input;
+		}
+		const auto result = flash_board::simulate(read_board(text, m_given.board()), layout.value_or(mtd_layout()));
+		m_to.out << (m_given.wants_json() ? as_json(result) : as_text(result));
+		return result.load_code ? exit_bad_input : exit_success;
+	}
+
+	int map() const
+	{
+		const auto text = read(m_given.board());
+		const source from(text, m_given.board());
+		document of(from);
+		const auto layout = read_partitions();
+
+		if (of.is_whole())
+			check_structure(of);
+		refuse_findings(from, of.found());
+		const auto drawn = map_of(of, layout ? &*layout : nullptr, m_given.bom);
+		if (m_given.output.empty())
+			m_to.out << as_text(drawn);
+		else
+			write_file(m_given.output, as_svg(drawn), m_to.out);
+		return exit_success;
+	}
+
+	int explain() const
+	{
+		const auto *about = find_rule(m_given.rule);
+
+		if (!about && !m_given.rule.empty())
+			unknown_rule();
+		if (m_given.markdown)
+			m_to.out << rules_as_markdown();
+		else
+			m_to.out << (about ? explained(*about) : rule_list());
+		return exit_success;
+	}
+
+private:
+	std::string read(const std::string &path) const { return read_file(path, m_to.in); }
+
+	std::optional<mtd_layout> read_partitions() const
+	{
+		try {
+			if (!m_given.mtd_file.empty())
+				return read_layout(read(m_given.mtd_file));
+			if (!m_given.mtdparts.empty())
+				return read_mtdparts(m_given.mtdparts);
+		} catch (const layout_error &error) {
+			if (m_given.mtd_file.empty())
+				throw usage_error(error.what());
+			throw file_error(m_given.mtd_file, error.what());
+		}
+		return std::nullopt;
+	}
+
+	bool is_wrong(const findings &found) const
+	{
+		return count_of(found, severity::error) || (m_given.strict && count_of(found, severity::warning));
+	}
+
+	static findings structural_findings(const source &from)
+	{
+		document of(from);
+
+		if (of.is_whole())
+			check_structure(of);
+		auto found = of.found();
+		sort_by_place(found);
+		return found;
+	}
+
+	std::string reported(const std::vector<checked_file> &files) const
+	{
+		if (m_given.format == "sarif")
+			return as_sarif(files, FLASH_BOARD_VERSION);
+		if (m_given.wants_json())
+			return as_json(files);
+		return as_text(files);
+	}
+
+	[[noreturn]] void unknown_rule() const
+	{
+		std::vector<std::string_view> ids;
+
+		for (const auto &one : all_rules())
+			ids.push_back(one.id);
+		const auto meant = did_you_mean(m_given.rule, ids);
+		throw usage_error("there is no rule " + m_given.rule + (meant.empty() ? "; flash-board explain lists them" : "; " + meant));
+	}
+
+	const settings &m_given;
+	const streams &m_to;
+};
+
+void add_board(CLI::App &command, settings &given)
+{
+	command.add_option("board", given.boards, "the board description, XML; - is standard input")
+		->required()
+		->expected(1)
+		->type_name("BOARD.xml");
+}
+
+void add_layout(CLI::App &command, settings &given)
+{
+	auto *file = command.add_option("--mtd", given.mtd_file,
+					"the board's partitions: a copy of its /proc/mtd, or flashctl's list of devices as JSON")
+			     ->type_name("FILE");
+
+	command.add_option("--mtdparts", given.mtdparts, "the board's partitions: mtdparts of its kernel command line")
+		->type_name("STRING")
+		->excludes(file);
+}
+
+void add_format(CLI::App &command, settings &given, const std::vector<std::string> &formats, const std::string &list)
+{
+	auto *format =
+		command.add_option("--format", given.format, "how to print: " + list)->check(CLI::IsMember(formats))->type_name("FORMAT");
+
+	command.add_flag("--json", given.json, "the same as --format json")->excludes(format);
+}
+
+void add_strict(CLI::App &command, settings &given)
+{
+	command.add_flag("--strict", given.strict, "take warnings for errors");
+}
+
+struct commands {
+	explicit commands(settings &given)
+	{
+		app.require_subcommand(1);
+		app.set_version_flag("--version", "flash-board " FLASH_BOARD_VERSION);
+		app.footer(exit_statuses);
+		add_board(*compile, given);
+		compile->add_option("-o,--output", given.output, "where to write the compiled board description; - is standard output")
+			->required()
+			->type_name("FILE");
+		add_layout(*compile, given);
+		add_strict(*compile, given);
+		compile->add_flag("--force", given.force, "compile in spite of errors that check finds, if the form is right");
+		check->add_option("board", given.boards, "the board descriptions, XML; - is standard input")
+			->required()
+			->type_name("BOARD.xml");
+		add_layout(*check, given);
+		add_format(*check, given, {"text", "json", "sarif"}, "text (the default), json or sarif");
+		add_strict(*check, given);
+		add_board(*simulate, given);
+		add_layout(*simulate, given);
+		add_format(*simulate, given, {"text", "json"}, "text (the default) or json");
+		add_board(*map, given);
+		add_layout(*map, given);
+		map->add_option("--bom", given.bom, "draw this variant instead of the board's own")->type_name("NUMBER");
+		map->add_option("-o,--output", given.output, "write an SVG picture there instead of drawing on the terminal")
+			->type_name("FILE");
+		explain->add_option("rule", given.rule, "the rule; without it all are listed")->type_name("RULE");
+		explain->add_flag("--markdown", given.markdown, "all rules as the page docs/board-rules.md");
+	}
+
+	CLI::App app{description, "flash-board"};
+	CLI::App *compile = app.add_subcommand("compile", "Compile a board description to the file that the board's parser module loads");
+	CLI::App *check = app.add_subcommand("check", "Find everything that is wrong with board descriptions");
+	CLI::App *simulate = app.add_subcommand("simulate", "Show what flash_mng makes of a board: its tables and its messages");
+	CLI::App *map = app.add_subcommand("map", "Draw the flash of a board");
+	CLI::App *explain = app.add_subcommand("explain", "Explain a rule of check");
+};
+
+int run(const commands &all, const program &of)
+{
+	if (all.compile->parsed())
+		return of.compile();
+	if (all.check->parsed())
+		return of.check();
+	if (all.simulate->parsed())
+		return of.simulate();
+	if (all.map->parsed())
+		return of.map();
+	return of.explain();
+}
+
+// Standard input can be read once.
+void refuse_second_use_of_the_input(const settings &given)
+{
+	if (std::count(given.boards.begin(), given.boards.end(), "-") + (given.mtd_file == "-") > 1)
+		throw usage_error("- is given twice, and there is one standard input");
+}
+
+int parse_and_run(const std::vector<std::string> &arguments, const streams &to)
+{
+	settings given;
+	commands all(given);
+
+	try {
+		all.app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+	} catch (const CLI::ParseError &error) {
+		return all.app.exit(error, to.out, to.err) ? exit_usage : exit_success;
+	}
+	refuse_second_use_of_the_input(given);
+	const int status = run(all, program(given, to));
+	if (!to.out.flush())
+		throw file_error("standard output", "cannot be written");
+	return status;
+}
+
+int fail(int status, const streams &to, const char *message)
+{
+	to.err << (status == exit_bad_input ? "" : "flash-board: ") << message << "\n";
+	return status;
+}
+
+} // namespace
+
+int run(const std::vector<std::string> &arguments, const streams &to)
+{
+	try {
+		return parse_and_run(arguments, to);
+	} catch (const input_error &error) {
+		return fail(exit_bad_input, to, error.what());
+	} catch (const usage_error &error) {
+		return fail(exit_usage, to, error.what());
+	} catch (const std::exception &error) {
+		return fail(exit_file, to, error.what());
+	}
+}
+
+} // namespace flash_board

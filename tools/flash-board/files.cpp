@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#include "files.hpp"
+
+#include "common/whole_file.hpp"
+
+#include <cerrno>
+#include <cstdio>
+#include <istream>
+#include <iterator>
+#include <memory>
+#include <ostream>
+#include <span>
+#include <system_error>
+
+namespace flash_board {
+namespace {
+
+struct closer {
+	void operator()(std::FILE *file) const { std::fclose(file); }
+};
+
+[[noreturn]] void fail_reading(const std::string &path)
+{
+	throw file_error(path, "cannot be read: " + std::generic_category().message(errno));
+}
+
+} // namespace
+
+std::string read_file(const std::string &path, std::istream &standard)
+{
+	if (path == "-")
+		return {std::istreambuf_iterator<char>(standard), {}};
+	const std::unique_ptr<std::FILE, closer> file(std::fopen(path.c_str(), "rb"));
+	std::string text;
+	char part[65536];
+
+	if (!file)
+		fail_reading(path);
+	while (const auto size = std::fread(part, 1, sizeof(part), file.get()))
+		text.append(part, size);
+	if (std::ferror(file.get()))
+		fail_reading(path);
+	return text;
+}
+
+void write_file(const std::string &path, std::string_view content, std::ostream &standard)
+{
+	if (path == "-") {
+		standard << content;
+		return;
+	}
+	try {
+		tools::write_whole_file(path, std::as_bytes(std::span(content)));
+	} catch (const std::system_error &error) {
+		throw file_error(path, "cannot be written: " + error.code().message());
+	}
+}
+
+} // namespace flash_board
