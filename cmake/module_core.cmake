@@ -12,6 +12,10 @@ function(add_module_core core)
 	target_include_directories(${core} PUBLIC ${module_dir} ${module_dir}/include ${PROJECT_SOURCE_DIR}/tests/host)
 	target_compile_options(${core} PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics -Wno-unused-parameter
 		-Wno-missing-field-initializers)
+	# What no call stores is not what an earlier call left there.
+	target_compile_options(${core} PRIVATE -ftrivial-auto-var-init=pattern)
+	# The simulation stands between a command and the function of the module that it asks, so that this function can be made to fail.
+	target_link_options(${core} PUBLIC LINKER:--wrap=drv_flash_get_nand_is_exist)
 	with_warnings(${core})
 endfunction()
 

@@ -72,8 +72,8 @@ extern "C" {
 
 u32 drv_flash_mtd_read(const char *mtd_name, u32 offset, void *buf, u32 len)
 {
-	mtd_device_info info;
-	char path[device_path_size];
+	mtd_device_info info = {};
+	char path[device_path_size] = {};
 	u32 unclear = static_cast<u32>(memset_s(&info, sizeof(info), 0, sizeof(info)));
 	unclear |= static_cast<u32>(memset_s(path, sizeof(path), 0, sizeof(path)));
 	if (unclear) {

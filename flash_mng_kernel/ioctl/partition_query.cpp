@@ -60,7 +60,8 @@ u32 flash_get_part_num(unsigned long argument)
 u32 flash_get_nand_is_exist(unsigned long argument)
 {
 	u32 exist = 0;
-	drv_flash_get_nand_is_exist(&exist);
+	if (const u32 code = drv_flash_get_nand_is_exist(&exist))
+		return code;
 	if (linux_copy_to_user(argument, &exist, sizeof(exist))) {
 		drv_log_record(module_log, ordinary, 0, "Flash get nand is exist fail, copy to user fail");
 		return FLASH_MNG_COPY_FAILED;

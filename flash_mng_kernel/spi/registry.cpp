@@ -105,7 +105,7 @@ bool has_name(const spi_flash_info &info, const char *mtd_name)
 	if (!info.mtd_names)
 		return false;
 	for (u32 i = 0; i < info.mtd_name_num; ++i)
-		if (__builtin_strcmp(info.mtd_names[i], mtd_name) == 0)
+		if (info.mtd_names[i] && __builtin_strcmp(info.mtd_names[i], mtd_name) == 0)
 			return true;
 	return false;
 }

@@ -472,6 +472,46 @@ TEST_F(config_partitions, can_be_built_again_after_their_release)
 	EXPECT_TRUE(finds("part2"));
 }
 
+// ------------------------------------------------------------------------------------ what a lookup meets meanwhile
+
+class config_partitions_in_the_making : public config_partitions, public testing::WithParamInterface<unsigned> {};
+
+TEST_P(config_partitions_in_the_making, are_not_found_before_the_last_is_ready)
+{
+	board::forget();
+	board::stop_at("linux_mutex_init", GetParam());
+	call_beside building([] { return build(three); });
+	ASSERT_TRUE(comes_to_call("linux_mutex_init", GetParam()));
+	EXPECT_EQ(count(), 0u);
+	EXPECT_FALSE(finds("part0"));
+	board::go_on();
+	EXPECT_EQ(building.code(), 0u);
+	EXPECT_EQ(count(), 3u);
+	EXPECT_TRUE(finds("part0"));
+}
+
+INSTANTIATE_TEST_SUITE_P(at, config_partitions_in_the_making, testing::Values(1u, 2u, 3u));
+
+TEST_F(config_partitions, are_not_found_once_their_memory_goes)
+{
+	build_well(two);
+	stopped_call releasing("kfree", [] {
+		release();
+		return 0u;
+	});
+	expect_absent();
+	releasing.let_go();
+}
+
+TEST_F(config_partitions, of_a_table_that_cannot_be_read_are_never_found)
+{
+	board::fail("xml_get_attr_string", 1, 3);
+	stopped_call building("kfree", [] { return build(three); });
+	expect_absent();
+	EXPECT_NE(building.let_go(), 0u);
+	expect_absent();
+}
+
 // ------------------------------------------------------------------------------------ lists that lie
 
 class config_partitions_lie : public config_partitions, public testing::WithParamInterface<uint32_t> {

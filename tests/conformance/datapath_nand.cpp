@@ -604,14 +604,21 @@ INSTANTIATE_TEST_SUITE_P(of, datapath_total_write_status, g_statuses, name_of_st
 // there.
 class datapath_usable_size : public on_listed {
 protected:
-	void set_usable_size(uint32_t size)
+	static uint64_t entry() { return u64_at(board::global("g_flash_mtd_info_list", 8), 0); }
+	static uint64_t size_in_entry() { return entry() + 32; }
+
+	static bytes in_memory(uint32_t size)
 	{
-		const uint64_t entry = u64_at(board::global("g_flash_mtd_info_list", 8), 0);
 		bytes raw(4);
 		for (std::size_t i = 0; i < raw.size(); ++i)
 			raw[i] = static_cast<uint8_t>(size >> (8 * i));
-		board::set_mtd_content(listed, 0, raw);
-		ASSERT_EQ(board::call("drv_nand_flash_mtd_total_read", {entry, "/dev/mtd2", 0, entry + 32, 4}), 0u);
+		return raw;
+	}
+
+	void set_usable_size(uint32_t size)
+	{
+		board::set_mtd_content(listed, 0, in_memory(size));
+		ASSERT_EQ(board::call("drv_nand_flash_mtd_total_read", {entry(), "/dev/mtd2", 0, size_in_entry(), 4}), 0u);
 		board::set_mtd_content(listed, 0, original(listed, 0, 4));
 		board::forget();
 	}
@@ -652,6 +659,53 @@ TEST_F(datapath_usable_size, that_grew_lets_a_write_reach_further)
 	set_usable_size(nand_size);
 	EXPECT_EQ(mtd_write("listed", nand_size - 16, pattern(16), 16), 0u);
 	expect_changed(listed, nand_size - 16, pattern(16));
+}
+
+TEST_F(datapath_usable_size, that_shrinks_before_the_read_bounds_it)
+{
+	const bytes data = pattern(16);
+	stopped_call write("linux_mutex_lock", [&] { return mtd_write("listed", 0, data, 16); });
+	set_usable_size(0x1000);
+	EXPECT_EQ(write.let_go(), 0u);
+	EXPECT_EQ(calls_of("plat_mtd_read_buf"), call_list{"plat_mtd_read_buf(\"/dev/mtd2\", 0, -, 4096)"});
+	EXPECT_EQ(calls_of("plat_mtd_update_buf"), call_list{"plat_mtd_update_buf(\"/dev/mtd2\", 0, -, 4096)"});
+	expect_changed(listed, 0, data);
+}
+
+// In these the read, or the copy, does nothing but store a new usable size: where its path, or its data, is said to be.
+TEST_F(datapath_usable_size, that_shrinks_during_the_read_bounds_the_copy)
+{
+	board::forge("plat_mtd_read_buf", 0, 0, in_memory(0x1000));
+	board::fail("plat_mtd_update_buf", 0);
+	bytes data = pattern(16);
+	EXPECT_EQ(board::call("drv_nand_flash_mtd_total_write", {entry(), size_in_entry(), 0x800, &data, 16}), 0u);
+	EXPECT_EQ(calls_of("memcpy_s"), call_list{"memcpy_s(-, 2048, -, 16)"});
+	EXPECT_EQ(calls_of("plat_mtd_update_buf"), call_list{"plat_mtd_update_buf(\"\", 0, -, 4096)"});
+}
+
+TEST_F(datapath_usable_size, that_shrinks_during_the_copy_bounds_what_is_written_back)
+{
+	board::forge("memcpy_s", 0, 2, in_memory(0x1000));
+	EXPECT_EQ(board::call("drv_nand_flash_mtd_total_write", {entry(), "/dev/mtd2", 0, size_in_entry(), 4}), 0u);
+	EXPECT_EQ(calls_of("plat_mtd_read_buf"), call_list{"plat_mtd_read_buf(\"/dev/mtd2\", 0, -, 131072)"});
+	EXPECT_EQ(calls_of("plat_mtd_update_buf"), call_list{"plat_mtd_update_buf(\"/dev/mtd2\", 0, -, 4096)"});
+	expect_unchanged(listed);
+}
+
+TEST_F(datapath_usable_size, that_grows_during_the_copy_writes_no_more_than_was_read)
+{
+	board::forge("memcpy_s", 0, 2, in_memory(nand_size));
+	EXPECT_EQ(board::call("drv_nand_flash_mtd_total_write", {entry(), "/dev/mtd2", 0, size_in_entry(), 4}), 0u);
+	EXPECT_EQ(calls_of("plat_mtd_update_buf"), call_list{"plat_mtd_update_buf(\"/dev/mtd2\", 0, -, 131072)"});
+	expect_unchanged(listed);
+}
+
+TEST_F(datapath_usable_size, that_shrinks_during_the_copy_is_what_a_failed_write_back_says)
+{
+	board::forge("memcpy_s", 0, 2, in_memory(0x1000));
+	board::fail("plat_mtd_update_buf", 5);
+	EXPECT_EQ(board::call("drv_nand_flash_mtd_total_write", {entry(), "/dev/mtd2", 0, size_in_entry(), 4}), 5u);
+	EXPECT_EQ(board::log(), (log_lines{total_write_note("/dev/mtd2", 0, 4, g_avail), write_back_failure(0x1000, 5)}));
 }
 
 // ---------------------------------------------------------------------------------------------------------------- other tables

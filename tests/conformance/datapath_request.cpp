@@ -407,5 +407,56 @@ INSTANTIATE_TEST_SUITE_P(of, datapath_path,
 					 path_case{direction::write, "nand", "/dev/mtd%d", "Flash mng mtd_devname:/dev/mtd"}),
 			 [](const auto &row) { return as_case_name(row.param.way) + "_" + row.param.name; });
 
+// ---------------------------------------------------------------------------------------------------------------- idle routines
+
+constexpr uint32_t g_not_opened = 2983, g_bad_path = 0x70050002;
+
+// Routines that leave their buffer as it is and say that all is well: the device is then the one of no name.
+class datapath_request_without_routines : public datapath_request {
+protected:
+	void SetUp() override
+	{
+		datapath_request::SetUp();
+		board::fail_always("memset_s", 0);
+		board::fail_always("snprintf_s", 0);
+	}
+
+	uint32_t transfer_16_bytes(const char *name)
+	{
+		bytes buf(16, 0xEE);
+		const uint32_t code = transfer(way(), name, 0x100, &buf, 16);
+		EXPECT_EQ(buf, bytes(16, 0xEE));
+		expect_unchanged(nor);
+		expect_unchanged(nand);
+		expect_unchanged(listed);
+		return code;
+	}
+};
+
+TEST_P(datapath_request_without_routines, of_nand_reaches_no_device)
+{
+	EXPECT_EQ(transfer_16_bytes("nand"), g_bad_path);
+	const std::string service = way() == direction::read ? "plat_mtd_read_buf" : "plat_mtd_update_buf";
+	EXPECT_EQ(calls_of(service), call_list{service + "(\"\", 256, -, 16)"});
+}
+
+TEST_P(datapath_request_without_routines, of_listed_nand_reaches_no_device)
+{
+	EXPECT_EQ(transfer_16_bytes("listed"), g_bad_path);
+}
+
+// Linux takes no path for the working directory, which can be opened for reading, but not be read.
+TEST_P(datapath_request_without_routines, of_anything_else_reaches_no_device)
+{
+	const uint32_t code = transfer_16_bytes("nor");
+	EXPECT_TRUE(code == g_not_opened || code == failed) << code;
+	const call_list opened = calls_of("filp_open");
+	ASSERT_EQ(opened.size(), 1u);
+	EXPECT_TRUE(opened[0].starts_with("filp_open(\"\", ")) << opened[0];
+}
+
+INSTANTIATE_TEST_SUITE_P(to, datapath_request_without_routines, testing::Values(direction::read, direction::write),
+			 [](const auto &row) { return as_case_name(row.param); });
+
 } // namespace
 } // namespace conformance

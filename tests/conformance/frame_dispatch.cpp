@@ -86,7 +86,10 @@ INSTANTIATE_TEST_SUITE_P(
 	of, frame_handler,
 	testing::Values(first_deed{"part_info", get_nand_part_info, {"linux_kzalloc(-)", usrdata_asked, "kfree(-)"}, failed},
 			first_deed{"part_num", get_part_num, {usrdata_asked}, failed},
-			first_deed{"is_exist", get_nand_is_exist, {usrdata_asked, "linux_copy_to_user(-, -, 4)"}, copy_failed},
+			first_deed{"is_exist",
+				   get_nand_is_exist,
+				   {"drv_flash_get_nand_is_exist(-)", usrdata_asked, "linux_copy_to_user(-, -, 4)"},
+				   copy_failed},
 			first_deed{"find_config", find_config, {"linux_copy_from_user(-, -, 56)"}, request_unreadable},
 			first_deed{"find_config_by_inst", find_config_by_inst, {"linux_copy_from_user(-, -, 56)"}, request_unreadable},
 			first_deed{"read", mtd_read, {"linux_copy_from_user(-, -, 48)"}, user_unreadable},
@@ -187,6 +190,19 @@ TEST_F(frame_device, answers_an_unknown_command_with_420_and_without_errno)
 	const board::ioctl_result result = board::ioctl(0x80045405, 0);
 	EXPECT_EQ(result.value, 420);
 	EXPECT_EQ(result.errno_value, 0);
+}
+
+// A program sees the low 32 bits only; who calls the file operation itself sees them all.
+TEST_F(frame_device, hands_a_code_on_without_a_sign)
+{
+	const auto answer = [](uint32_t command) {
+		return board::call_address("flash_ioctl", {nullptr, command, board::unmapped_address()});
+	};
+	EXPECT_EQ(answer(mtd_read), 0x811B04B7u);
+	EXPECT_EQ(answer(mtd_write), 0x811B04B7u);
+	EXPECT_EQ(answer(get_part_num), 0xFFFFFFFFu);
+	EXPECT_EQ(answer(get_nand_is_exist), 1186u);
+	EXPECT_EQ(answer(0x80045405), 420u);
 }
 
 // ------------------------------------------------------------------------------------ commands that nobody serves

@@ -239,6 +239,26 @@ TEST_F(ioctl_lookup, by_a_name_with_one_byte_left_uncopied_fails)
 	asked.expect_untouched();
 }
 
+// Stores 0 in the 8 bytes at an address of the kernel: two answers on a board without user data.
+void store_null(uint64_t address)
+{
+	for (const uint64_t half : {address, address + 4})
+		ASSERT_EQ(board::call("drv_flash_get_nand_is_exist", {half}), 0u);
+}
+
+TEST_F(ioctl_lookup, by_name_passes_over_a_name_that_is_missing)
+{
+	ASSERT_EQ(create(0x23, {"first", "second", "third"}), 0u);
+	store_null(names_of(find(0x23)) + 8);
+	expect_not_found(question("second"), g_by_name);
+	for (const char *name : {"first", "third"}) {
+		const question asked(name);
+		EXPECT_EQ(asked.code(g_by_name), 0u) << name;
+		asked.expect_answer(never_locked_flash);
+	}
+	expect_leak({.heap = 1}); // the name that is in no record any more
+}
+
 TEST_F(ioctl_lookup, by_name_finds_the_older_of_two_flashes)
 {
 	ASSERT_EQ(destroy(0x20), 0u);

@@ -23,7 +23,7 @@ const query g_is_exist = {"is_exist",
 			  get_nand_is_exist,
 			  4,
 			  "Flash get nand is exist fail, copy to user fail",
-			  {"get_mtd_device_nm(\"usrdata\")", "put_mtd_device(-)"},
+			  {"drv_flash_get_nand_is_exist(-)", "get_mtd_device_nm(\"usrdata\")", "put_mtd_device(-)"},
 			  {}};
 const query g_part_info = {"part_info",
 			   get_nand_part_info,
@@ -217,13 +217,25 @@ TEST_F(ioctl_is_exist_without_usrdata, answers_0)
 	expect_seen_as(board::ioctl(get_nand_is_exist, reply.address()), 0, 0);
 	EXPECT_EQ(reply.content(), bytes(4, 0));
 	EXPECT_EQ(board::log(), log_lines());
-	EXPECT_EQ(board::calls(), (call_list{"get_mtd_device_nm(\"\")", "linux_copy_to_user(-, -, 4)"}));
+	EXPECT_EQ(board::calls(), (call_list{"drv_flash_get_nand_is_exist(-)", "get_mtd_device_nm(\"\")", "linux_copy_to_user(-, -, 4)"}));
 }
 
 TEST_F(ioctl_is_exist_without_usrdata, fails_at_a_null_address)
 {
 	EXPECT_EQ(board::ioctl(get_nand_is_exist, 0).code(), copy_failed);
 	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "Flash get nand is exist fail, copy to user fail")});
+}
+
+class ioctl_is_exist : public on_board_with_usrdata {};
+
+TEST_F(ioctl_is_exist, passes_on_that_the_query_failed_and_copies_nothing)
+{
+	board::fail("drv_flash_get_nand_is_exist", null_pointer);
+	user_bytes reply(4);
+	EXPECT_EQ(board::ioctl(get_nand_is_exist, reply.address()).code(), null_pointer);
+	EXPECT_EQ(reply.content(), bytes(4, 0xEE));
+	EXPECT_EQ(board::calls(), call_list{"drv_flash_get_nand_is_exist(-)"});
+	EXPECT_EQ(board::log(), log_lines());
 }
 
 class ioctl_part_info_without_usrdata : public on_board_without_usrdata {};

@@ -158,6 +158,7 @@ const row g_failing[] = {
 	{"drv_common_parse_parent_id_card_id", statuses<INSTANCE_NO_PARENT>},
 	{"drv_hard_trylock", statuses<HARD_LOCK_BUSY>},
 	{"drv_hard_unlock", statuses<HARD_LOCK_BAD_OWNER>},
+	{"drv_flash_get_nand_is_exist", statuses<417>},
 	{"suite_driver_get_size", statuses<SPI_FLASH_UNKNOWN>},
 	{"suite_driver_create", statuses<SPI_FLASH_MTD_FAILED>},
 	{"suite_driver_destroy", statuses<SPI_FLASH_IN_USE>},

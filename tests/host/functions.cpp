@@ -13,7 +13,9 @@
 #include "datapath/nand_transfer.hpp"
 #include "datapath/section_transfer.hpp"
 #include "flash_mng.h"
+#include "inner_calls.hpp"
 #include "ioctl/handlers.hpp"
+#include "kernel/device.h"
 #include "simulation.hpp"
 #include "spi/driver.hpp"
 #include "spi/registry.hpp"
@@ -69,6 +71,13 @@ struct named_function {
 	std::uint64_t (*call)(arguments);
 };
 
+// A call by a case is no call by the module.
+#define FUNCTION_ITSELF(name)                                                                                                              \
+	named_function                                                                                                                     \
+	{                                                                                                                                  \
+#name, caller < __real_##name> ::count, caller < __real_##name> ::call                                                     \
+	}
+
 #define FUNCTION(name)                                                                                                                     \
 	named_function                                                                                                                     \
 	{                                                                                                                                  \
@@ -82,7 +91,7 @@ constexpr std::array g_functions = {
 	FUNCTION(drv_flash_get_mtd_size),
 	FUNCTION(drv_flash_get_nand_part_num),
 	FUNCTION(drv_flash_get_nand_part_size_info),
-	FUNCTION(drv_flash_get_nand_is_exist),
+	FUNCTION_ITSELF(drv_flash_get_nand_is_exist),
 	FUNCTION(drv_flash_read),
 	FUNCTION(drv_flash_write),
 	FUNCTION(drv_flash_driver_register),
@@ -133,9 +142,12 @@ constexpr std::array g_functions = {
 	FUNCTION(drv_flash_find_config_by_inst),
 	FUNCTION(drv_nand_flash_mtd_read_ioctl),
 	FUNCTION(drv_nand_flash_mtd_write_ioctl),
+	// the control device
+	FUNCTION(flash_ioctl),
 };
 
 #undef FUNCTION
+#undef FUNCTION_ITSELF
 
 struct named_global {
 	std::string_view name;
