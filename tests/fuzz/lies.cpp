@@ -29,6 +29,13 @@ constexpr answering answering_functions[] = {
 	{"suite_driver_get_size", 4, 8},      {"drv_common_parse_parent_id_card_id", 1, 4},
 };
 
+// Routines that fill a buffer, and what they give when they have; one that does nothing gives that too.
+struct filling {
+	std::string_view function;
+	long long success;
+};
+constexpr filling filling_functions[] = {{"memset_s", 0}, {"strcpy_s", 0}, {"sprintf_s", 6}, {"snprintf_s", 9}};
+
 uint32_t last_argument(const std::string &call)
 {
 	return static_cast<uint32_t>(std::stoul(call.substr(call.rfind(' ') + 1)));
@@ -79,6 +86,12 @@ private:
 		if (answer != std::end(answering_functions) && from.one_in(2)) {
 			const bytes content = any_answer(from, answer->size ? answer->size : last_argument(call));
 			simulation::forge(function, 0, answer->argument, content, nth);
+			return;
+		}
+		const auto *filler = std::find_if(std::begin(filling_functions), std::end(filling_functions),
+						  [&](const filling &one) { return one.function == function; });
+		if (filler != std::end(filling_functions) && from.one_in(2)) {
+			simulation::arm(function, filler->success, nth, from.one_in(2));
 			return;
 		}
 		const auto results = faults::wrong_results(call);
