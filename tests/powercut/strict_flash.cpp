@@ -214,26 +214,33 @@ void put_mtd_device(mtd_info *mtd)
 
 int mtd_block_isbad(mtd_info *, long long address)
 {
-	return flash().block_is_bad(static_cast<std::uint64_t>(address));
+	const int error = flash().told().bad_block_check;
+	return error ? error : flash().block_is_bad(static_cast<std::uint64_t>(address));
 }
 
 int mtd_erase(mtd_info *, erase_info *erase)
 {
-	flash().erase(erase->addr, erase->len);
-	return 0;
+	const int error = flash().told().erase;
+	if (!error)
+		flash().erase(erase->addr, erase->len);
+	return error;
 }
 
 int mtd_read(mtd_info *, long long from, unsigned long length, unsigned long *done, unsigned char *to)
 {
-	*done = length;
-	return flash().read(static_cast<std::uint64_t>(from), {to, length});
+	const auto &told = flash().told();
+	const int result = flash().read(static_cast<std::uint64_t>(from), {to, length});
+	*done = length - told.not_read;
+	return told.read ? told.read : result;
 }
 
 int mtd_write(mtd_info *, long long to, unsigned long length, unsigned long *done, const unsigned char *from)
 {
-	flash().program(static_cast<std::uint64_t>(to), {from, length});
-	*done = length;
-	return 0;
+	const auto &told = flash().told();
+	if (!told.write)
+		flash().program(static_cast<std::uint64_t>(to), {from, length});
+	*done = told.write ? 0 : length - told.not_written;
+	return told.write;
 }
 
 void down_read(rw_semaphore *semaphore)
@@ -258,7 +265,7 @@ void up_write(rw_semaphore *semaphore)
 
 void *vmalloc(unsigned long size)
 {
-	return flash().allocate(size);
+	return flash().told().no_memory ? nullptr : flash().allocate(size);
 }
 
 void vfree(const void *memory)

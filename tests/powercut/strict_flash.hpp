@@ -90,12 +90,26 @@ public:
 	// Nothing allocated, locked or referenced any more.
 	bool at_rest() const;
 
+	// What the functions of desk_linux.h say. An error of a read comes with the content; one of an erase or a write, and that memory is
+	// short, with nothing done.
+	struct answers {
+		int read = 0;
+		unsigned long not_read = 0; // bytes
+		int erase = 0;
+		int write = 0;
+		unsigned long not_written = 0;
+		int bad_block_check = 0;
+		bool no_memory = false;
+	};
+	void answer_with(const answers &wanted) { answers_ = wanted; }
+
 	// The functions of desk_linux.h.
 	mtd_info *device(int index);
 	void release(const mtd_info *mtd);
 	bool block_is_bad(std::uint64_t address) const;
 	void erase(std::uint64_t address, std::uint64_t length);
 	int read(std::uint64_t from, std::span<std::uint8_t> to);
+	const answers &told() const { return answers_; }
 	void program(std::uint64_t to, std::span<const std::uint8_t> content);
 	void lock(rw_semaphore &semaphore, bool alone);
 	void unlock(rw_semaphore &semaphore, bool alone);
@@ -113,6 +127,7 @@ private:
 	geometry shape_;
 	mtd_info mtd_;
 	state state_;
+	answers answers_;
 	std::set<unsigned int> bad_;
 	std::optional<cut_point> cut_;
 	std::vector<operation> operations_;
