@@ -186,6 +186,25 @@ interface_agreed() {
 	echo "$(agreed_names | wc -l) records, members and functions"
 }
 
+# platform_statuses: the statuses of the reference platform's services.
+platform_statuses() {
+	sed -n 's/^#define \([A-Z_]*\)[[:space:]]*[(0-9].*/\1/p' "$root/reference_platform/include/platform_status.h"
+}
+
+# unexpected_statuses: those that no check of the platform's own, on the board, expects.
+unexpected_statuses() {
+	cat "$root"/reference_platform/platform_check/*.c "$root"/reference_platform/spi_flash_driver/check*.c \
+		>"$build_dir/results/platform_checks"
+	platform_statuses | while IFS= read -r given_status; do
+		grep -qw "$given_status" "$build_dir/results/platform_checks" || echo "$given_status is expected by no check"
+	done
+}
+
+statuses_expected() {
+	nothing_in unexpected_statuses || return 1
+	platform_statuses | wc -l
+}
+
 # Commands, codes and limits.
 numbers() {
 	aarch64-linux-gnu-gcc -dM -E -x c "$root/flash_mng_kernel/include/uapi/flash_mng.h" |
@@ -244,6 +263,7 @@ check_object() {
 	check "flash_mng.ko: what it takes from the platform has the checksums of the list" \
 		as_listed "$root/flash_mng_kernel/imports.txt" imports
 	check "headers: they say what interface.h says" interface_agreed
+	check "reference platform: each status is expected by one of its checks" statuses_expected
 	check "headers: commands, codes and limits are those of the list" as_listed "$root/flash_mng_kernel/numbers.txt" numbers
 }
 

@@ -5,6 +5,7 @@
 
 static char g_text[8];
 static const size_t g_size = sizeof(g_text);
+static const char *volatile g_no_format; /* the compiler would refuse a NULL that it sees */
 
 static void check_strcpy(void)
 {
@@ -28,6 +29,7 @@ static void check_memory(void)
 	CHECK_EQ(memcpy_s(g_text, 4, "A", ~0UL), BOUNDED_NO_ROOM);
 	CHECK_EQ(memcpy_s(g_text, 0, "A", 1), BOUNDED_BAD_ARGUMENT);
 	CHECK_EQ(memcpy_s(g_text, 4, NULL, 1), BOUNDED_BAD_ARGUMENT);
+	CHECK_EQ(memcpy_s(NULL, 4, "A", 1), BOUNDED_BAD_ARGUMENT);
 	CHECK(!memcmp(g_text, "abcdzzzz", 8));
 }
 
@@ -44,6 +46,10 @@ static void check_formatting(void)
 	CHECK_EQ(snprintf_s(g_text, 4, 7, "%u", 123), 3);
 	CHECK_EQ(snprintf_s(g_text, 4, 7, "%u", 1234), BOUNDED_FORMAT_FAILED);
 	CHECK_EQ(snprintf_s(NULL, 4, 3, "%u", 1), BOUNDED_FORMAT_FAILED);
+	CHECK_EQ(snprintf_s(g_text, 0, 3, "%u", 1), BOUNDED_FORMAT_FAILED);
+	CHECK_EQ(snprintf_s(g_text, 4, 3, g_no_format), BOUNDED_FORMAT_FAILED);
+	CHECK_EQ(sprintf_s(NULL, 4, "%u", 1), BOUNDED_FORMAT_FAILED);
+	CHECK_EQ(sprintf_s(g_text, 4, g_no_format), BOUNDED_FORMAT_FAILED);
 }
 
 void check_bounded(void)

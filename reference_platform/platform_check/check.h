@@ -28,5 +28,7 @@ void check_switched(void);
 void check_good_flash(void);
 void check_worn_flash(void);
 void check_flipping_flash(void);
+void check_flash_answers(void);
+void check_many_logs(void);
 
 #endif

@@ -70,6 +70,8 @@ static void check_one_number(struct xml_entry *entry, const char *attribute, u32
 
 static void check_attribute_numbers(struct xml_entry *entry)
 {
+	u32 value = 77;
+
 	check_one_number(entry, "decimal", 0, 4294967295U);
 	check_one_number(entry, "hexadecimal", 0, 0xfeedU);
 	check_one_number(entry, "zeros", 0, 10);
@@ -81,13 +83,19 @@ static void check_attribute_numbers(struct xml_entry *entry)
 	check_one_number(entry, "bare_0x", XML_BAD_NUMBER, 0);
 	check_one_number(entry, "letters", XML_BAD_NUMBER, 0);
 	check_one_number(entry, "absent", XML_NO_ATTRIBUTE, 0);
-	CHECK_EQ(xml_get_attr_value_u32(NULL, "decimal", NULL), XML_BAD_ARGUMENT);
+	CHECK_EQ(xml_get_attr_value_u32(NULL, "decimal", &value), XML_BAD_ARGUMENT);
+	CHECK_EQ(xml_get_attr_value_u32(entry, NULL, &value), XML_BAD_ARGUMENT);
+	CHECK_EQ(xml_get_attr_value_u32(entry, "decimal", NULL), XML_BAD_ARGUMENT);
+	CHECK_EQ(value, 77);
 }
 
 static void check_attribute_texts(struct xml_entry *entry)
 {
 	char text[8] = "old";
 
+	CHECK_EQ(xml_get_attr_string(NULL, "letters", text, sizeof(text)), XML_BAD_ARGUMENT);
+	CHECK_EQ(xml_get_attr_string(entry, NULL, text, sizeof(text)), XML_BAD_ARGUMENT);
+	CHECK_EQ(xml_get_attr_string(entry, "letters", NULL, sizeof(text)), XML_BAD_ARGUMENT);
 	CHECK_EQ(xml_get_attr_string(entry, "absent", text, sizeof(text)), XML_NO_ATTRIBUTE);
 	CHECK_EQ(xml_get_attr_string(entry, "letters", text, 6), XML_TEXT_TOO_LONG);
 	CHECK_EQ(xml_get_attr_string(entry, "letters", text, 0), XML_TEXT_TOO_LONG);
@@ -134,6 +142,54 @@ static void check_elements(void)
 	CHECK(!xml_is_element_exist(UNKNOWN_ID, SECTION, "elements", "entry0", "text"));
 }
 
+/* Every argument that may be NULL where it must not, one at a time. */
+static void check_missing_questions(void)
+{
+	struct xml_entry_node *list = NULL;
+	u32 number = 77;
+
+	CHECK_EQ(xml_get_specified_node_num(CHECK_BOARD_ID, NULL, "attr", &number), XML_BAD_ARGUMENT);
+	CHECK_EQ(xml_get_specified_node_num(CHECK_BOARD_ID, SECTION, NULL, &number), XML_BAD_ARGUMENT);
+	CHECK_EQ(xml_is_node_exist(CHECK_BOARD_ID, NULL, "attr", &number), XML_BAD_ARGUMENT);
+	CHECK_EQ(xml_is_node_exist(CHECK_BOARD_ID, SECTION, NULL, &number), XML_BAD_ARGUMENT);
+	CHECK_EQ(xml_get_entry_list(CHECK_BOARD_ID, NULL, "attr", &list, &number), XML_BAD_ARGUMENT);
+	CHECK_EQ(xml_get_entry_list(CHECK_BOARD_ID, SECTION, NULL, &list, &number), XML_BAD_ARGUMENT);
+	CHECK_EQ(xml_get_entry_list(CHECK_BOARD_ID, SECTION, "attr", NULL, &number), XML_BAD_ARGUMENT);
+	CHECK_EQ(xml_get_entry_list(CHECK_BOARD_ID, SECTION, "attr", &list, NULL), XML_BAD_ARGUMENT);
+	CHECK_EQ(xml_get_entry_num(CHECK_BOARD_ID, NULL, "attr", &number), XML_BAD_ARGUMENT);
+	CHECK_EQ(xml_get_entry_num(CHECK_BOARD_ID, SECTION, NULL, &number), XML_BAD_ARGUMENT);
+	CHECK_EQ(xml_get_entry_num(CHECK_BOARD_ID, SECTION, "attr", NULL), XML_BAD_ARGUMENT);
+	CHECK_EQ(number, 77);
+	CHECK(!list);
+}
+
+/* All that asks for an element. */
+static void check_element_question(const char *module, const char *node, const char *entry, const char *element, u32 status)
+{
+	char text[8] = "old";
+	u32 value = 77;
+
+	CHECK_EQ(xml_get_element_value_u32(CHECK_BOARD_ID, module, node, entry, element, &value), status);
+	CHECK_EQ(xml_get_element_string(CHECK_BOARD_ID, module, node, entry, element, text, sizeof(text)), status);
+	CHECK(!xml_is_element_exist(CHECK_BOARD_ID, module, node, entry, element));
+	CHECK_EQ(value, 77);
+	CHECK(!strcmp(text, "old"));
+}
+
+static void check_element_questions(void)
+{
+	check_element_question(NULL, "elements", "entry0", "number", XML_BAD_ARGUMENT);
+	check_element_question(SECTION, NULL, "entry0", "number", XML_BAD_ARGUMENT);
+	check_element_question(SECTION, "elements", NULL, "number", XML_BAD_ARGUMENT);
+	check_element_question(SECTION, "elements", "entry0", NULL, XML_BAD_ARGUMENT);
+	check_element_question("absent", "elements", "entry0", "number", XML_NO_NODE);
+	check_element_question(SECTION, "absent", "entry0", "number", XML_NO_NODE);
+	check_element_question(SECTION, "elements", "entry1", "number", XML_NO_ENTRY);
+	check_element_question(SECTION, "elements", "entry0", "absent", XML_NO_ELEMENT);
+	CHECK_EQ(xml_get_element_value_u32(CHECK_BOARD_ID, SECTION, "elements", "entry0", "number", NULL), XML_BAD_ARGUMENT);
+	CHECK_EQ(xml_get_element_string(CHECK_BOARD_ID, SECTION, "elements", "entry0", "text", NULL, 8), XML_BAD_ARGUMENT);
+}
+
 static void check_bom(void)
 {
 	u32 value = 77;
@@ -156,5 +212,7 @@ void check_configuration(void)
 	check_lists();
 	check_attributes();
 	check_elements();
+	check_missing_questions();
+	check_element_questions();
 	check_bom();
 }

@@ -63,23 +63,31 @@ static bool is_blank(u64 offset, u32 length)
 	return !memchr_inv(g_seen, 0xff, length);
 }
 
-static u32 read_path(const char *path)
+/* What both functions say to a path. */
+static u32 use_path(const char *path)
 {
-	return plat_mtd_read_buf(path, 0, g_seen, 1);
+	u32 status = plat_mtd_read_buf(path, 0, g_seen, 1);
+
+	CHECK_EQ(plat_mtd_update_buf(path, 0, g_data, 1), status);
+	return status;
 }
 
 static void check_paths(void)
 {
-	CHECK_EQ(read_path(NULL), FLASH_BUFFER_BAD_ARGUMENT);
+	CHECK_EQ(use_path(NULL), FLASH_BUFFER_BAD_ARGUMENT);
 	CHECK_EQ(plat_mtd_read_buf(g_path, 0, NULL, 1), FLASH_BUFFER_BAD_ARGUMENT);
-	CHECK_EQ(read_path("/dev/mtd"), FLASH_BUFFER_BAD_PATH);
-	CHECK_EQ(read_path("/dev/mtd01"), FLASH_BUFFER_BAD_PATH);
-	CHECK_EQ(read_path("/dev/mtd1 "), FLASH_BUFFER_BAD_PATH);
-	CHECK_EQ(read_path("/dev/mtd-1"), FLASH_BUFFER_BAD_PATH);
-	CHECK_EQ(read_path("/dev/mtdblock1"), FLASH_BUFFER_BAD_PATH);
-	CHECK_EQ(read_path("/dev/mtd4294967296"), FLASH_BUFFER_BAD_PATH);
-	CHECK_EQ(read_path("dev/mtd1"), FLASH_BUFFER_BAD_PATH);
-	CHECK_EQ(read_path("/dev/mtd4000"), FLASH_BUFFER_NO_DEVICE);
+	CHECK_EQ(plat_mtd_update_buf(g_path, 0, NULL, 1), FLASH_BUFFER_BAD_ARGUMENT);
+	CHECK_EQ(use_path("/dev/mtd"), FLASH_BUFFER_BAD_PATH);
+	CHECK_EQ(use_path("/dev/mtd01"), FLASH_BUFFER_BAD_PATH);
+	CHECK_EQ(use_path("/dev/mtd1 "), FLASH_BUFFER_BAD_PATH);
+	CHECK_EQ(use_path("/dev/mtd-1"), FLASH_BUFFER_BAD_PATH);
+	CHECK_EQ(use_path("/dev/mtdblock1"), FLASH_BUFFER_BAD_PATH);
+	CHECK_EQ(use_path("/dev/mtd4294967296"), FLASH_BUFFER_BAD_PATH);
+	CHECK_EQ(use_path("/dev/mtd2147483648"), FLASH_BUFFER_BAD_PATH);
+	CHECK_EQ(use_path("/dev/mtd2147483647"), FLASH_BUFFER_NO_DEVICE);
+	CHECK_EQ(use_path(""), FLASH_BUFFER_BAD_PATH);
+	CHECK_EQ(use_path("dev/mtd1"), FLASH_BUFFER_BAD_PATH);
+	CHECK_EQ(use_path("/dev/mtd4000"), FLASH_BUFFER_NO_DEVICE);
 }
 
 static void check_round_trip(void)

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#include "board_values.h"
 #include "check.h"
 #include "platform/instance.h"
 #include "platform_status.h"
@@ -21,11 +22,31 @@ static void check_parents(void)
 	CHECK_EQ(drv_common_parse_parent_id_card_id(CHECK_BOARD_ID, &parent, &card), INSTANCE_NO_PARENT);
 	CHECK_EQ(drv_common_parse_parent_id_card_id(UNKNOWN_ID, &parent, &card), INSTANCE_UNKNOWN);
 	CHECK_EQ(drv_common_parse_parent_id_card_id(CARD_ID, NULL, &card), INSTANCE_BAD_ARGUMENT);
+	CHECK_EQ(drv_common_parse_parent_id_card_id(CARD_ID, &parent, NULL), INSTANCE_BAD_ARGUMENT);
 	CHECK_EQ(parent, 77);
 	CHECK_EQ(card, 77);
 	CHECK_EQ(drv_common_parse_parent_id_card_id(CARD_ID, &parent, &card), 0);
 	CHECK_EQ(parent, CHECK_BOARD_ID);
 	CHECK_EQ(card, 5);
+}
+
+static void check_values(void)
+{
+	u32 value = 77, unlock = 78;
+
+	CHECK_EQ(board_get_value("absent", &value), XML_NO_VALUE);
+	CHECK_EQ(board_get_instance_value(UNKNOWN_ID, "bom", &value), XML_NO_INSTANCE);
+	CHECK_EQ(board_get_instance_value(CARD_ID, "bom", &value), XML_NO_VALUE);
+	CHECK_EQ(board_get_hard_lock(UNKNOWN_ID, 0, &value, &unlock), XML_NO_INSTANCE);
+	CHECK_EQ(board_get_hard_lock(OTHER_ID, 0, &value, &unlock), XML_NO_VALUE);
+	CHECK_EQ(board_get_hard_lock(CARD_ID, 1, &value, &unlock), XML_NO_VALUE);
+	CHECK_EQ(value, 77);
+	CHECK_EQ(unlock, 78);
+	CHECK_EQ(board_get_value("bom", &value), 0);
+	CHECK_EQ(value, 27);
+	CHECK_EQ(board_get_hard_lock(CARD_ID, 0, &value, &unlock), 0);
+	CHECK_EQ(value, STATED_LOCK);
+	CHECK_EQ(unlock, STATED_UNLOCK);
 }
 
 static void check_bad_requests(void)
@@ -35,6 +56,9 @@ static void check_bad_requests(void)
 	CHECK_EQ(drv_hard_trylock(CARD_ID, 0, NULL), HARD_LOCK_BAD_REQUEST);
 	CHECK_EQ(drv_hard_trylock(OTHER_ID, 0, &bad), HARD_LOCK_BAD_REQUEST);
 	bad.operation = 721;
+	CHECK_EQ(drv_hard_trylock(CARD_ID, 0, &bad), HARD_LOCK_BAD_REQUEST);
+	bad = request(CARD_ID, STATED_LOCK);
+	bad.reserved0 = 1;
 	CHECK_EQ(drv_hard_trylock(CARD_ID, 0, &bad), HARD_LOCK_BAD_REQUEST);
 	bad = request(CARD_ID, STATED_LOCK);
 	bad.reserved1 = 1;
@@ -85,6 +109,7 @@ static void check_most_locks(void)
 void check_instances(void)
 {
 	check_parents();
+	check_values();
 	check_bad_requests();
 	check_taking_and_releasing();
 	check_most_locks();

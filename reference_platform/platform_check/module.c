@@ -18,10 +18,12 @@ static const struct {
 	{ "configuration", check_configuration },
 	{ "instances", check_instances },
 	{ "logs", check_logs },
+	{ "many_logs", check_many_logs },
 	{ "switched", check_switched },
 	{ "good_flash", check_good_flash },
 	{ "worn_flash", check_worn_flash },
 	{ "flipping_flash", check_flipping_flash },
+	{ "flash_answers", check_flash_answers },
 };
 
 static u32 g_checks;

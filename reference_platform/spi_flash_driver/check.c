@@ -17,6 +17,8 @@ static const struct {
 	{ "board_parts", check_board_parts },
 	{ "sizes", check_sizes },
 	{ "refusals", check_refusals },
+	{ "driver_itself", check_driver_itself },
+	{ "failing_kernel", check_failing_kernel },
 	{ "locks", check_locks },
 	{ "open_partitions", check_open_partitions },
 	{ "content", check_content },

@@ -42,6 +42,8 @@ u32 create_from_board(u32 inst_id);
 void check_board_parts(void);
 void check_sizes(void);
 void check_refusals(void);
+void check_driver_itself(void);
+void check_failing_kernel(void);
 void check_locks(void);
 void check_open_partitions(void);
 void check_content(void);

@@ -4,6 +4,7 @@
 #include <linux/slab.h>
 
 #include "check.h"
+#include "failing_call.h"
 #include "platform_status.h"
 
 #define CARD_BLOCKS 64 /* erase blocks of UNLOCKED_CARD */
@@ -144,4 +145,67 @@ void check_switched(void)
 	CHECK_EQ(drv_flash_destroy(UNLOCKED_CARD), 0x73);
 	CHECK_EQ(drv_flash_destroy(UNLOCKED_CARD), 0x73);
 	CHECK(mtd_exists("mtd_00000011_firmware"));
+}
+
+/* flash_mng asks the driver for nothing of the kind; a probe knows where the driver's functions are. */
+static void *function_named(const char *name)
+{
+	struct kprobe probe = { .symbol_name = name };
+	void *address = NULL;
+
+	if (!register_kprobe(&probe)) {
+		address = probe.addr;
+		unregister_kprobe(&probe);
+	}
+	CHECK(address);
+	return address;
+}
+
+void check_driver_itself(void)
+{
+	u32 (*get_size)(u32 cfg_inst_id, u32 chip_id, u32 ctrl, u32 cs, void *size) = function_named("spi_flash_get_size");
+	u32 (*create)(u32 cfg_inst_id, u32 chip_id, u32 ctrl, u32 cs, struct flash_parts_info *info) = function_named("spi_flash_create");
+	struct flash_part part = { .size = ERASE_SIZE, .mtd_name = "nowhere" };
+	struct flash_parts_info none = { .parts = &part }, nowhere = { .part_num = 1 };
+
+	if (!get_size || !create)
+		return;
+	CHECK_EQ(get_size(UNLOCKED_CARD, 0, 0, 0, NULL), SPI_FLASH_BAD_ARGUMENT);
+	CHECK_EQ(create(UNLOCKED_CARD, 0, 0, 0, NULL), SPI_FLASH_NO_PARTS);
+	CHECK_EQ(create(UNLOCKED_CARD, 0, 0, 0, &none), SPI_FLASH_NO_PARTS);
+	CHECK_EQ(create(UNLOCKED_CARD, 0, 0, 0, &nowhere), SPI_FLASH_NO_PARTS);
+	CHECK(!mtd_exists("nowhere"));
+}
+
+/* Creates one part while a call to @function gives @result; the flash must then be as it was. */
+static u32 create_despite(const char *function, unsigned long result)
+{
+	u32 (*create)(u32 cfg_inst_id, u32 chip_id, u32 ctrl, u32 cs, struct flash_parts_info *info) = function_named("spi_flash_create");
+	struct flash_part part = { .size = ERASE_SIZE, .mtd_name = "scarce" };
+	struct flash_parts_info info = { .part_num = 1, .parts = &part };
+	struct failing_call call;
+	u32 status = 0;
+
+	CHECK(failing_call_begin(&call, function, result));
+	if (create)
+		status = create(UNLOCKED_CARD, 0, 0, 0, &info);
+	CHECK(failing_call_end(&call));
+	CHECK(!mtd_exists("scarce"));
+	return status;
+}
+
+void check_failing_kernel(void)
+{
+	struct failing_call call;
+
+	CHECK_EQ(create_despite("__kmalloc", 0), SPI_FLASH_NO_MEMORY);
+	CHECK_EQ(create_despite("vmalloc", 0), SPI_FLASH_NO_MEMORY);
+	CHECK_EQ(create_despite("mtd_device_parse_register", -ENOSPC), SPI_FLASH_MTD_FAILED);
+	CHECK_EQ(create_from_board(UNLOCKED_CARD), 0);
+	CHECK(failing_call_begin(&call, "mtd_device_unregister", -EBUSY));
+	CHECK_EQ(drv_flash_destroy(UNLOCKED_CARD), SPI_FLASH_MTD_FAILED);
+	CHECK(failing_call_end(&call));
+	CHECK(mtd_exists("mtd_00000011_settings"));
+	CHECK_EQ(drv_flash_destroy(UNLOCKED_CARD), 0);
+	CHECK(!mtd_exists("mtd_00000011_settings"));
 }

@@ -14,8 +14,6 @@
 
 #include "../include/board_file.h"
 
-#define BOARD_NAME_MAX 63
-
 static bool is_board_name(const char *name)
 {
 	size_t i;
@@ -67,16 +65,21 @@ static int copy_tree(const struct firmware *file, const char *path, void **tree,
 	return 0;
 }
 
+int board_name_check(const char *name)
+{
+	if (is_board_name(name))
+		return 0;
+	pr_err("\"%s\" is no board name: up to %d letters, digits, \"_\", \"-\" and \"/\" of a subdirectory make one\n", name,
+	       BOARD_NAME_MAX);
+	return -EINVAL;
+}
+
 int board_file_read(const char *name, void **tree, size_t *size)
 {
 	const struct firmware *file;
 	char path[sizeof("board/.fbd") + BOARD_NAME_MAX];
 	int result;
 
-	if (!is_board_name(name)) {
-		pr_err("\"%s\" is no board name: letters, digits, \"_\", \"-\" and \"/\" of a subdirectory make one\n", name);
-		return -EINVAL;
-	}
 	scnprintf(path, sizeof(path), "board/%s.fbd", name);
 	result = request_firmware_direct(&file, path, NULL);
 	if (result) {

@@ -12,11 +12,9 @@
 
 #include "board_file.h"
 
-#define BOARD_NAME_SIZE 64
-
 struct board_tree {
 	struct list_head all;
-	char name[BOARD_NAME_SIZE];
+	char name[BOARD_NAME_MAX + 1];
 	void *flat; /* the device nodes point into it */
 	size_t size;
 	void *memory; /* of all device nodes */
@@ -127,9 +125,12 @@ static int load_locked(struct board_tree *tree)
 
 int board_tree_load(const char *name)
 {
-	struct board_tree *tree = kzalloc(sizeof(*tree), GFP_KERNEL);
-	int result;
+	struct board_tree *tree;
+	int result = board_name_check(name);
 
+	if (result)
+		return result;
+	tree = kzalloc(sizeof(*tree), GFP_KERNEL);
 	if (!tree)
 		return -ENOMEM;
 	INIT_LIST_HEAD(&tree->nodes);

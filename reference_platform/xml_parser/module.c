@@ -13,11 +13,10 @@
 #include <linux/slab.h>
 #include <linux/uaccess.h>
 
+#include "board_file.h"
 #include "board_tree.h"
 #include "fault_switches.h"
 #include "services.h"
-
-#define BOARD_NAME_SIZE 64
 
 static char *board = "plain";
 module_param(board, charp, 0444);
@@ -27,11 +26,13 @@ static struct dentry *g_directory;
 
 static ssize_t reload_write(struct file *file, const char __user *from, size_t size, loff_t *position)
 {
-	char name[BOARD_NAME_SIZE + 1] = "";
+	char name[BOARD_NAME_MAX + 3] = ""; /* one that is too long by one, and a line feed */
 	int result;
 
-	if (size >= sizeof(name))
+	if (size >= sizeof(name)) {
+		pr_err("reload: a board name has at most %d characters\n", BOARD_NAME_MAX);
 		return -EINVAL;
+	}
 	if (copy_from_user(name, from, size))
 		return -EFAULT;
 	result = board_tree_load(strim(name));
@@ -40,9 +41,9 @@ static ssize_t reload_write(struct file *file, const char __user *from, size_t s
 
 static ssize_t reload_read(struct file *file, char __user *to, size_t size, loff_t *position)
 {
-	char name[BOARD_NAME_SIZE + 1];
+	char name[BOARD_NAME_MAX + 2];
 
-	board_tree_name(name, BOARD_NAME_SIZE);
+	board_tree_name(name, BOARD_NAME_MAX + 1);
 	strcat(name, "\n");
 	return simple_read_from_buffer(to, size, position, name, strlen(name));
 }

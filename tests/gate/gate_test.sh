@@ -112,6 +112,7 @@ test_list_gates() {
 	mkdir -p "$root/scripts" "$root/flash_mng_kernel/include/uapi" "$stage_dir/flash_mng_kernel" "$gate_dir/results"
 	test_export_list
 	test_import_list
+	test_status_list
 	test_header_lists
 	test_interface
 	test_size_list
@@ -167,6 +168,19 @@ test_interface() {
 	# shellcheck disable=SC2016 # an expression of sed
 	with_change platform/log.h '$a struct log_other {\n\tu32 (*first)(u32 id);\n};' 'log_other.first is not in'
 	fails interface_agreed
+}
+
+test_status_list() {
+	mkdir -p "$root/reference_platform/include" "$root/reference_platform/platform_check" "$root/reference_platform/spi_flash_driver"
+	printf '#define STATUS_H\n#define FIRST_BAD\t0x70010001U /* x */\n#define FIRST 22\n#define LAST\t(-1)\n' \
+		>"$root/reference_platform/include/platform_status.h"
+	echo 'CHECK_EQ(first(), FIRST_BAD);' >"$root/reference_platform/platform_check/first.c"
+	echo 'CHECK_EQ(last(), LAST);' >"$root/reference_platform/spi_flash_driver/check_last.c"
+	finds 'FIRST is expected by no check' unexpected_statuses
+	[ "$(unexpected_statuses | wc -l)" = 1 ] || complain "unexpected_statuses finds too much"
+	fails statuses_expected
+	echo 'CHECK_EQ(first(), FIRST);' >>"$root/reference_platform/platform_check/first.c"
+	finds 3 statuses_expected
 }
 
 # What the module takes and what the platform exports are planted.

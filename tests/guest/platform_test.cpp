@@ -5,6 +5,8 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -82,6 +84,11 @@ TEST_F(platform, flash_buffer_reports_worn_flash)
 	run_group("worn_flash");
 }
 
+TEST_F(platform, flash_buffer_judges_each_answer_of_mtd)
+{
+	run_group("flash_answers");
+}
+
 TEST_F(platform, flash_buffer_accepts_corrected_bits)
 {
 	simulated_nand nand("bitflips=1");
@@ -129,6 +136,11 @@ TEST_F(platform, log_forgets_records_and_takes_no_other_word)
 	EXPECT_TRUE(records().empty());
 }
 
+TEST_F(platform, log_has_room_for_so_many)
+{
+	run_group("many_logs");
+}
+
 TEST_F(platform, switches_make_services_fail)
 {
 	guest::write_file(debugfs + "drv_basic/switches", "memcpy_s 2 0x55");
@@ -166,6 +178,50 @@ TEST_F(platform, another_board_is_loaded_by_name)
 		EXPECT_ANY_THROW(guest::write_file(board_selector, name)) << name;
 		EXPECT_EQ(guest::read_file(board_selector), "check\n");
 	}
+}
+
+TEST_F(platform, a_board_name_has_up_to_63_characters)
+{
+	const std::string boards = "/lib/firmware/board/", longest(63, 'n');
+	std::filesystem::copy_file(boards + "plain.fbd", boards + longest + ".fbd");
+	for (const char *end : {"n", "n\n", "nn", "nn\n", "nnnn"}) {
+		EXPECT_ANY_THROW(guest::write_file(board_selector, longest + end)) << end;
+		EXPECT_EQ(guest::read_file(board_selector), "check\n") << end;
+	}
+	EXPECT_NE(guest::kernel_messages("xml_parser: \"" + longest + "n\" is no board name"), "");
+	guest::write_file(board_selector, longest + "\n");
+	EXPECT_EQ(guest::read_file(board_selector), longest + "\n");
+	std::filesystem::remove(boards + longest + ".fbd");
+}
+
+// What a file says that is no board, or is a damaged one: which byte of a good one is changed, and what the kernel log then says.
+struct damage {
+	std::size_t position;
+	const char *words;
+};
+
+TEST_F(platform, a_damaged_board_file_is_refused_with_its_reason)
+{
+	const std::string boards = "/lib/firmware/board/", file = boards + "damaged.fbd";
+	const std::string good = guest::read_file(boards + "plain.fbd");
+	const damage damages[] = {{0, "it is not a compiled board description"},
+				  {8, "it is of another version"},
+				  {12, "its length is not the one it states"},
+				  {16, "its checksum is wrong"},
+				  {24 + 40, "its checksum is wrong"},
+				  {good.size() - 1, "its checksum is wrong"}};
+	for (const damage &one : damages) {
+		std::string damaged = good;
+		damaged[one.position] ^= 1;
+		std::ofstream(file, std::ios::binary) << damaged;
+		EXPECT_ANY_THROW(guest::write_file(board_selector, "damaged")) << one.position;
+		EXPECT_NE(guest::kernel_messages("board/damaged.fbd is refused: " + std::string(one.words)), "") << one.words;
+		EXPECT_EQ(guest::read_file(board_selector), "check\n");
+	}
+	std::ofstream(file, std::ios::binary) << good.substr(0, 24);
+	EXPECT_ANY_THROW(guest::write_file(board_selector, "damaged"));
+	EXPECT_NE(guest::kernel_messages("board/damaged.fbd is refused: it is too short"), "");
+	std::filesystem::remove(file);
 }
 
 } // namespace

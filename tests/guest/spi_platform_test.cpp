@@ -89,6 +89,16 @@ TEST_F(spi_platform, refuses_what_it_must)
 	run_group("refusals");
 }
 
+TEST_F(spi_platform, refuses_what_only_another_caller_would_ask)
+{
+	run_group("driver_itself");
+}
+
+TEST_F(spi_platform, passes_failures_of_the_kernel_on)
+{
+	run_group("failing_kernel");
+}
+
 TEST_F(spi_platform, works_under_the_hardware_locks)
 {
 	run_group("locks");
