@@ -21,9 +21,9 @@ check() {
 	fi
 }
 
-# nothing_in COMMAND...: succeeds when the command prints nothing.
+# nothing_in COMMAND...: succeeds when the command prints nothing, no complaint of a program that could not do its work either.
 nothing_in() {
-	findings=$("$@")
+	findings=$("$@" 2>&1)
 	[ -z "$findings" ] || {
 		printf '%s\n' "$findings"
 		return 1
@@ -47,6 +47,11 @@ constructors() {
 
 runtime_symbols() {
 	aarch64-linux-gnu-nm "$flash_object" | grep -E '__cxa_|__gxx_personality|_Unwind_|__dso_handle| _ZT[ISV]| _Zn[wa]| _Zd[la]'
+}
+
+# Tables that only unwinding reads.
+unwind_tables() {
+	aarch64-linux-gnu-readelf -SW "$flash_object" | grep -oE '\.(eh_frame|gcc_except_table|ARM\.ex)[^ ]*'
 }
 
 undefined_symbols() {
@@ -255,6 +260,7 @@ check_object() {
 	flash_object=$stage_dir/flash_mng_kernel/flash_mng.ko
 	check "flash_mng.ko: no constructors" nothing_in constructors
 	check "flash_mng.ko: no C++ runtime symbols" nothing_in runtime_symbols
+	check "flash_mng.ko: no unwind tables" nothing_in unwind_tables
 	check "flash_mng.ko: undefined symbols are on the list" symbols_on "$root/flash_mng_kernel/allowed_symbols.txt"
 	check "flash_mng.ko: frames of at most $frame_limit bytes" frames_measured
 	check "flash_mng.ko: licence, no parameters, version magic" module_information
@@ -274,11 +280,21 @@ make_all_modules() {
 	make_board_modules "$@" && make_lab "$@" && make_powercut_client "$@" && make_flash_calls "$@" && make_bench_client "$@"
 }
 
-# Kbuild with all its extra warnings and sparse, in a stage of its own; what concerns our own files.
+# strict_findings COMMAND...: Kbuild, called by the command with all its extra warnings and sparse, in a stage of its own; what concerns our
+# own files. Kbuild builds an object once, however many warnings it has: a stage that is not known to be clean is built anew.
 strict_findings() {
 	use_stage strict
-	make_all_modules W=1 C=2 CHECK=sparse >"$log_dir/strict.log" 2>&1 || tail -n 20 "$log_dir/strict.log"
-	grep -E "^$stage_dir/[^:]*:[0-9:]* (warning|error):" "$log_dir/strict.log" | sort -u
+	[ -e "$stage_dir.clean" ] || rm -rf "$stage_dir"
+	rm -f "$stage_dir.clean"
+	strict_text=$({
+		"$@" W=1 C=2 CHECK=sparse >"$log_dir/strict.log" 2>&1 || tail -n 20 "$log_dir/strict.log"
+		grep -E "^$stage_dir/[^:]*:[0-9:]* (warning|error):" "$log_dir/strict.log" | sort -u
+	})
+	if [ -z "$strict_text" ]; then
+		touch "$stage_dir.clean"
+	else
+		printf '%s\n' "$strict_text"
+	fi
 	use_stage board
 }
 
@@ -296,18 +312,23 @@ kernel_style_exceptions=$kernel_style_exceptions,AVOID_EXTERNS,FILE_PATH_CHANGES
 
 # ---- C++
 
-# All that clang-tidy reads of the clone, as a hash: what it found clean once is clean as long as this stays.
+# All that clang-tidy reads of the clone, and its own version, as a hash: what it found clean once is clean as long as this stays.
 tidy_inputs() {
-	(cd "$root" && our_files 'flash_mng_kernel/*' 'reference_platform/*.h' 'client/*' 'tools/*' 'tests/*.hpp' .clang-tidy \
-		'*CMakeLists.txt' | xargs sha256sum) | hash_of
+	{
+		clang-tidy --version
+		cd "$root" && our_files 'flash_mng_kernel/*' 'reference_platform/*.h' 'client/*' 'tools/*' 'tests/*.hpp' .clang-tidy \
+			'*CMakeLists.txt' | xargs sha256sum
+	} | hash_of
 }
 
 tidy_findings() {
 	tidied=$(tidy_inputs)
 	[ "$(cat "$build_dir/results/tidied" 2>/dev/null)" != "$tidied" ] || return 0
-	tidy_text=$( (cd "$root" && our_files 'flash_mng_kernel/*.cpp' 'tools/*.cpp' |
-		xargs -P "$jobs" -n 1 clang-tidy -p "$(preset_dir debug)" --quiet --extra-arg=-Wno-unknown-warning-option 2>/dev/null) |
-		grep -E '(warning|error):' | sort -u)
+	tidy_status=0
+	(cd "$root" && our_files 'flash_mng_kernel/*.cpp' 'tools/*.cpp' | xargs -P "$jobs" -n 1 clang-tidy -p "$(preset_dir debug)" \
+		--quiet --extra-arg=-Wno-unknown-warning-option) >"$log_dir/tidy.log" 2>&1 || tidy_status=$?
+	tidy_text=$(grep -E '(warning|error):' "$log_dir/tidy.log" | sort -u)
+	[ "$tidy_status" -eq 0 ] || [ -n "$tidy_text" ] || tidy_text="clang-tidy ended with $tidy_status: $(tail -n 3 "$log_dir/tidy.log")"
 	if [ -z "$tidy_text" ]; then
 		echo "$tidied" >"$build_dir/results/tidied"
 	else
@@ -322,7 +343,7 @@ cppcheck_findings() {
 }
 
 format_findings() {
-	our_files '*.cpp' '*.hpp' | (cd "$root" && xargs clang-format --dry-run 2>&1) | grep 'warning:'
+	our_files '*.cpp' '*.hpp' | (cd "$root" && xargs clang-format --dry-run 2>&1)
 }
 
 # ---- shell and text
@@ -336,7 +357,7 @@ shell_findings() {
 }
 
 # Names that several functions set: what is counted, what a step and its end share, what the test of the gates points at planted things.
-shared_names="root build_dir stage_dir flash_object kernel_source kernel_source_id progress_pid
+shared_names="root build_dir log_dir stage_dir flash_object kernel_source kernel_source_id progress_pid
 	checks_passed checks_failed total_passed total_failed total_skipped"
 
 # twice_named_findings SHARED: names that scripts would take from each other, as they are one program for the shell.
@@ -375,8 +396,16 @@ manual_findings() {
 	(cd "$root" && mandoc -T lint -W warning "$@" 2>&1)
 }
 
+source_files() {
+	{
+		our_files '*.c' '*.h' '*.S' '*.cpp' '*.hpp' '*.sh' '*.cmake' '*CMakeLists.txt' '*Kbuild' '*.py' '*.awk' '*.def' '*.mk' \
+			'*.bash'
+		shell_programs
+	} | sort -u
+}
+
 files_without_licence() {
-	our_files '*.c' '*.h' '*.cpp' '*.hpp' '*.sh' '*.cmake' '*CMakeLists.txt' '*Kbuild' '*.py' '*.awk' '*.def' dev board/run |
+	source_files |
 		while IFS= read -r unlicensed; do
 			head -n 3 "$unlicensed" | grep -q 'SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only' || echo "$unlicensed"
 		done
@@ -384,7 +413,7 @@ files_without_licence() {
 
 # Tabs count 8 columns; a message text stays whole, however long its line.
 long_lines() {
-	our_files '*.c' '*.h' '*.cpp' '*.hpp' '*.sh' '*.cmake' '*CMakeLists.txt' '*.py' '*.awk' dev board/run | while IFS= read -r wide; do
+	source_files | while IFS= read -r wide; do
 		expand "$wide" | awk -v name="$wide" -v limit="$line_limit" '
 			length($0) > limit && !/"[^"]{60,}"/ { print name ":" NR ": " length($0) " columns" }'
 		grep -nE '[[:space:]]+$' "$wide" | sed "s,^\([0-9]*\):.*,$wide:\1: white space at the end,"
@@ -403,7 +432,7 @@ run_checks() {
 	say "checks"
 	check "the checks find what they look for" "$root/tests/gate/gate_test.sh"
 	check_object
-	check "C for the kernel: W=1 and sparse" nothing_in strict_findings
+	check "C for the kernel: W=1 and sparse" nothing_in strict_findings make_all_modules
 	check "C for the kernel: style" nothing_in kernel_style_findings
 	check "C++: clang-tidy" nothing_in tidy_findings
 	check "C++: cppcheck" nothing_in cppcheck_findings flash_mng_kernel/frame flash_mng_kernel/config flash_mng_kernel/datapath \

@@ -54,7 +54,7 @@ finds() {
 
 # silent COMMAND...: the inspection must report nothing.
 silent() {
-	unwanted_text=$("$@")
+	unwanted_text=$("$@" 2>&1)
 	[ -z "$unwanted_text" ] || complain "$1 reports without reason: $unwanted_text"
 }
 
@@ -63,15 +63,21 @@ fails() {
 	! "$@" >/dev/null || complain "$1 passes"
 }
 
+# passes COMMAND...
+passes() {
+	"$@" >"$gate_dir/passes" 2>&1 || complain "$1 does not pass: $(tail -n 3 "$gate_dir/passes")"
+}
+
 # compile NAME FLAG... <SOURCE
 compile() {
 	object_name=$1
 	shift
-	aarch64-linux-gnu-g++ -std=c++20 -O1 -fstack-usage "$@" -x c++ -c - -o "$gate_dir/$object_name.o"
+	aarch64-linux-gnu-g++ -std=c++20 -O1 -fstack-usage "$@" -x c++ -c - -o "$gate_dir/$object_name.o" ||
+		complain "$object_name is not compiled"
 }
 
 test_object_gates() {
-	compile clean -fno-exceptions -fno-rtti <<'SOURCE'
+	compile clean -fno-exceptions -fno-rtti -fno-asynchronous-unwind-tables -fno-unwind-tables <<'SOURCE'
 extern "C" int known();
 extern "C" int use() { return known() + 1; }
 SOURCE
@@ -87,21 +93,100 @@ SOURCE
 	flash_object=$gate_dir/clean.o
 	silent constructors
 	silent runtime_symbols
+	silent unwind_tables
 	echo known >"$gate_dir/allowed"
 	silent symbols_outside "$gate_dir/allowed"
+	finds '1 of 1' symbols_on "$gate_dir/allowed"
 
 	flash_object=$gate_dir/faulty.o
 	finds .init_array constructors
 	finds __cxa_guard_acquire runtime_symbols
 	finds _ZTV runtime_symbols
 	finds _Znwm runtime_symbols
+	finds .eh_frame unwind_tables
 	finds unheard_of symbols_outside "$gate_dir/allowed"
+	fails symbols_on "$gate_dir/allowed"
+
+	flash_object=$gate_dir/absent.o
+	for inspection in constructors runtime_symbols unwind_tables undefined_symbols; do
+		fails nothing_in "$inspection"
+	done
+	fails symbols_on "$gate_dir/allowed"
+	fails module_information
 
 	mkdir -p "$gate_dir/frames/large" "$gate_dir/frames/small"
 	mv "$gate_dir/faulty.su" "$gate_dir/frames/large"
 	mv "$gate_dir/clean.su" "$gate_dir/frames/small"
 	finds large large_frames "$gate_dir/frames/large"
 	silent large_frames "$gate_dir/frames/small"
+	printf 'f.cpp:1:1:f\t16\tdynamic\n' >"$gate_dir/frames/small/f.su"
+	finds 'f.cpp:1:1:f: 16 bytes' large_frames "$gate_dir/frames/small"
+}
+
+# Frames are known of all sources, and none is large.
+test_frames_gate() {
+	stage_dir=$gate_dir/frames_stage
+	mkdir -p "$stage_dir/flash_mng_kernel"
+	touch "$stage_dir/flash_mng_kernel/one.cpp"
+	fails frames_measured
+	printf 'one.cpp:1:1:one\t%s\tstatic\n' "$frame_limit" >"$stage_dir/flash_mng_kernel/one.su"
+	finds "the largest has $frame_limit, in one" frames_measured
+	printf 'one.cpp:1:1:one\t%s\tstatic\n' $((frame_limit + 1)) >"$stage_dir/flash_mng_kernel/one.su"
+	fails frames_measured
+}
+
+# with_information LINE...: an object that says this of itself as a module.
+with_information() {
+	for information in "$@"; do
+		printf 'asm(".pushsection .modinfo, \\"a\\"; .asciz \\"%s\\"; .popsection");\n' "$information"
+	done | compile module
+	flash_object=$gate_dir/module.ko
+	mv "$gate_dir/module.o" "$flash_object"
+}
+
+test_information_gate() {
+	dual_licence='license=Dual BSD/GPL'
+	magic='vermagic=5.10.1 SMP preempt mod_unload modversions aarch64'
+	with_information "$dual_licence" name=flash_mng "$magic"
+	passes module_information
+	with_information license=GPL name=flash_mng "$magic"
+	fails module_information
+	with_information "$dual_licence" name=other "$magic"
+	fails module_information
+	with_information "$dual_licence" name=flash_mng "$magic" parm=debug:level
+	fails module_information
+	with_information "$dual_licence" name=flash_mng 'vermagic=5.10.1 mod_unload aarch64'
+	fails module_information
+}
+
+# Kbuild itself, on a module with a prototype missing and a pointer to user memory followed.
+make_planted() {
+	mkdir -p "$stage_dir/planted"
+	cp "$gate_dir/planted.c" "$stage_dir/planted"
+	echo 'obj-m := planted.o' >"$stage_dir/planted/Kbuild"
+	make_modules planted '' "$@"
+}
+
+test_strict_gate() {
+	build_dir=$gate_dir/strict
+	log_dir=$gate_dir/strict
+	mkdir -p "$log_dir"
+	cat >"$gate_dir/planted.c" <<'SOURCE'
+// SPDX-License-Identifier: GPL-2.0
+#include <linux/module.h>
+int planted(int __user *there)
+{
+	return *there;
+}
+MODULE_LICENSE("GPL");
+SOURCE
+	# The first time and again, though nothing is to be built then.
+	finds 'no previous prototype' strict_findings make_planted
+	finds 'dereference of noderef expression' strict_findings make_planted
+	echo 'int planted(' >"$gate_dir/planted.c"
+	finds 'error:' strict_findings make_planted
+	printf '// SPDX-License-Identifier: GPL-2.0\n#include <linux/module.h>\nMODULE_LICENSE("GPL");\n' >"$gate_dir/planted.c"
+	silent strict_findings make_planted
 }
 
 # The lists beside the module; what is built is a planted table of exports, a planted header, planted sizes.
@@ -129,6 +214,11 @@ test_export_list() {
 	finds '> known 0x00000001' as_listed "$gate_dir/exports" exports
 	finds results/exports as_listed "$gate_dir/exports" exports
 	fails as_listed "$gate_dir/exports" exports
+	printf '# exports\nknown 0x00000001\n' >"$gate_dir/exports"
+	fails as_listed "$gate_dir/exports" exports /dev/null
+	fails as_listed "$gate_dir/exports" exports "$gate_dir/absent"
+	printf '# exports\n' >"$gate_dir/exports"
+	fails as_listed "$gate_dir/exports" exports /dev/null
 }
 
 test_header_lists() {
@@ -305,6 +395,14 @@ SOURCE
 		printf '// %0150d \n' 0
 	} | plant flash_mng_kernel/planted.cpp
 	finds planted.cpp tidy_findings
+	finds planted.cpp tidy_findings
+	(
+		mkdir -p "$gate_dir/broken"
+		printf '#!/bin/sh\nexit 3\n' >"$gate_dir/broken/clang-tidy"
+		chmod +x "$gate_dir/broken/clang-tidy"
+		PATH=$gate_dir/broken:$PATH
+		finds 'clang-tidy ended with' tidy_findings
+	)
 	finds planted.cpp format_findings
 	finds planted.cpp files_without_licence
 	finds columns long_lines
@@ -457,6 +555,9 @@ rm -rf "$gate_dir"
 mkdir -p "$gate_dir"
 use_kernel board
 test_object_gates
+(test_frames_gate)
+test_information_gate
+(test_strict_gate)
 (test_list_gates)
 (test_litmus_gate)
 test_console_gate
