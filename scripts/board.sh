@@ -18,6 +18,12 @@ compile_board_files() {
 	[ "$1" = demo ] || compile_boards_of tests/conformance/boards board/conformance --force
 }
 
+# make_agreement_boards: boards made up on the desk, and what flash-board simulate says about each.
+make_agreement_boards() {
+	"$(preset_dir debug)/tests/flash_board/agreement_boards" "$initramfs_root/lib/firmware/board/conformance/agreement" \
+		"$initramfs_root/tests/agreement"
+}
+
 # compile_board XML FILE [OPTION]
 compile_board() {
 	"$(preset_dir debug)/tools/flash-board/flash-board" compile ${3:+"$3"} "$1" -o "$2"
@@ -84,6 +90,7 @@ make_initramfs() {
 	if [ "$1" = full ]; then
 		copy_modules reference_platform examples/foreign_platform flash_mng_kernel board/demo/client tests/guest/lab || return 1
 		copy_programs bin demo tests || return 1
+		make_agreement_boards || return 1
 		shim_functions >"$initramfs_root/tests/shims"
 	else
 		copy_modules reference_platform flash_mng_kernel board/demo/client || return 1
@@ -98,6 +105,7 @@ build_initramfs() {
 	use_stage "$1"
 	use_busybox
 	name_initramfs "$1" "$2"
+	[ "$2" = demo ] || build_program_target debug agreement_boards
 	run_step "build the initramfs ($1, $2)" "initramfs_$1_$2" make_initramfs "$2"
 }
 

@@ -5,9 +5,9 @@
 
 #include <algorithm>
 #include <map>
-#include <random>
 #include <set>
 
+#include "board_maker.hpp"
 #include "board_reader.hpp"
 #include "fixtures.hpp"
 #include "report.hpp"
@@ -17,6 +17,7 @@
 namespace {
 
 using namespace flash_board;
+using made_up::made_up_board;
 
 bool has(const findings &found, effect consequence)
 {
@@ -175,117 +176,13 @@ TEST(agreement, searches_fail_where_the_fixture_of_a_rule_says_so)
 	}
 }
 
-// Boards of a few rows, whose values are mostly sound and sometimes on the edge.
-class board_maker {
-public:
-	explicit board_maker(unsigned seed) : m_random(seed) {}
-
-	std::string make()
-	{
-		std::string nodes;
-
-		for (const auto *name : {"attr", "attr_1", "attr_2", "attr_02"})
-			if (chance(name == std::string("attr") ? 90 : 20))
-				nodes += node(name, 3, [this](int i) { return section(i); });
-		if (chance(60))
-			nodes += node("mtd_info", 3, [this](int i) { return listed(i); });
-		auto text = "<board name='b' bom='" + std::to_string(pick(3)) + "'>" + instance("id='0xffffffff'", nodes);
-		text += instance("id='0x10'", chance(70) ? node("spi_flash_info", 3, [this](int i) { return settings(i); }) : "");
-		for (unsigned card = 1; card <= 2; card++)
-			text += instance("id='" + std::to_string(card) + "' parent='0x10' card='" + std::to_string(card) + "'",
-					 card_nodes());
-		return text + "</board>";
-	}
-
-private:
-	unsigned pick(unsigned below) { return static_cast<unsigned>(m_random() % below); }
-	bool chance(unsigned percent) { return pick(100) < percent; }
-	std::string one_of(const std::vector<std::string> &usual, const std::vector<std::string> &odd)
-	{
-		const auto &from = chance(93) ? usual : odd;
-		return from[pick(static_cast<unsigned>(from.size()))];
-	}
-
-	static std::string instance(const std::string &attributes, const std::string &nodes)
-	{
-		return "<instance " + attributes + "><module name='flash_mng'>" + nodes + "</module></instance>";
-	}
-
-	template <typename maker> std::string node(const std::string &name, unsigned most, maker entry)
-	{
-		auto text = "<node name='" + name + "'>";
-
-		for (unsigned i = 0, count = pick(most + 1); i < count; i++)
-			text += entry(static_cast<int>(i));
-		return text + "</node>";
-	}
-
-	std::string number(const std::vector<std::string> &usual)
-	{
-		return one_of(usual, {"0", "4294967295", "0xfffff000", "4294967296", "-1", "", " 1", "0x", "one", "0X10"});
-	}
-
-	std::string field(const std::string &name, const std::string &value) { return chance(98) ? " " + name + "='" + value + "'" : ""; }
-	std::string value(const std::string &name, const std::string &text)
-	{
-		return chance(98) ? "<" + name + ">" + text + "</" + name + ">" : "";
-	}
-
-	std::string partition_name()
-	{
-		return one_of({"boot", "config", "usrdata", "rootfs"},
-			      {"", "none", "a_name_of_exactly_31_characters", "a_name_of_exactly_31_characters!",
-			       "a_name_of_exactly_39_characters_is_this", "a_name_of_exactly_39_characters_is_this!"});
-	}
-
-	std::string section(int index)
-	{
-		return "<entry name='s" + std::to_string(index) + "'" + field("section_id", number({"1", "2", "0x2"})) +
-		       field("mtd_name", partition_name()) + field("offset", number({"0", "0x800", "0x1000", "0x2000"})) +
-		       field("size", number({"0x800", "0x1000", "0x2000", "0x100000"})) + "/>";
-	}
-
-	std::string listed(int index)
-	{
-		return "<entry name='p" + std::to_string(index) + "'" + field("mtd_name", partition_name()) +
-		       field("avail_size", number({"0x20000", "0x100000"})) + "/>";
-	}
-
-	std::string settings(int index)
-	{
-		return "<entry name='" + one_of({"entry" + std::to_string(index)}, {"entry", "entry9", "entry0"}) + "'>" +
-		       value("flash_id", number({"1", "2", "0xffffffff"})) + value("sfc_chip_id", number({"0"})) +
-		       value("sfc_ctrl", number({"1"})) + value("sfc_cs", number({"2"})) + "</entry>";
-	}
-
-	std::string map_entry(int index)
-	{
-		return "<entry name='" + one_of({"map" + std::to_string(index)}, {"map0"}) + "'>" +
-		       value("mtd_name", one_of({"firmware", "log"}, {"", "eighteen_character", "eighteen_characters"})) +
-		       value("offset", number({"0", "0x10000"})) + value("size", number({"0x10000"})) + "</entry>";
-	}
-
-	std::string card_nodes()
-	{
-		std::string nodes;
-
-		if (chance(20))
-			nodes += node("spi_flash_info", 2, [this](int i) { return settings(i); });
-		if (chance(50))
-			nodes += node("spi_flash_map", 3, [this](int i) { return map_entry(i); });
-		return nodes;
-	}
-
-	std::mt19937 m_random;
-};
-
 TEST(agreement, on_boards_that_are_made_up)
 {
 	const auto layout = fixtures::common_layout();
 	std::size_t loaded = 0, with_sections = 0;
 
 	for (unsigned seed = 0; seed < 2000 && !testing::Test::HasFailure(); seed++) {
-		const trial tried(board_maker(seed).make(), layout);
+		const trial tried(made_up_board(seed), layout);
 		tried.compare();
 		ASSERT_FALSE(tried.is_refused()) << seed;
 		loaded += tried.result().load_code == 0;
@@ -295,6 +192,24 @@ TEST(agreement, on_boards_that_are_made_up)
 	EXPECT_GT(loaded, 1000u);
 	EXPECT_LT(loaded, 1950u);
 	EXPECT_GT(with_sections, 500u);
+}
+
+// What the board compares with the real module is worth it, too.
+TEST(agreement, of_the_boards_for_the_board_some_load_and_some_do_not)
+{
+	std::size_t loaded = 0, with_sections = 0, with_flashes = 0;
+
+	for (unsigned i = 0; i < made_up::boards_for_the_board; i++) {
+		const auto result = simulate(read_board(made_up_board(made_up::first_seed + i), "b.xml"), made_up::layout());
+		loaded += result.load_code == 0;
+		with_sections += !result.sections.empty();
+		with_flashes += !result.spi_flashes.empty();
+	}
+	EXPECT_EQ(made_up::boards_for_the_board, 30u);
+	EXPECT_GT(loaded, 10u);
+	EXPECT_LT(loaded, 30u);
+	EXPECT_GT(with_sections, 5u);
+	EXPECT_GT(with_flashes, 5u);
 }
 
 TEST(agreement, names_are_damaged_where_the_fixture_says_so)
