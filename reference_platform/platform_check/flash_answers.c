@@ -12,7 +12,7 @@
 #include "platform/flash_buffer.h"
 #include "platform_status.h"
 
-#define BLOCK_SIZE	4096U
+#define ERASE_SIZE	4096U
 #define BLOCKS		2
 
 struct answer {
@@ -26,9 +26,9 @@ static struct {
 	u32 erased, written; /* how often */
 } g_told;
 
-static u8 g_content[BLOCKS * BLOCK_SIZE];
-static u8 g_data[BLOCK_SIZE];
-static u8 g_seen[BLOCK_SIZE];
+static u8 g_content[BLOCKS * ERASE_SIZE];
+static u8 g_data[ERASE_SIZE];
+static u8 g_seen[ERASE_SIZE];
 static char g_path[16];
 
 static int give_bytes(struct mtd_info *mtd, loff_t from, size_t length, size_t *done, u8 *to)
@@ -64,7 +64,7 @@ static struct mtd_info g_mtd = {
 	.type = MTD_NORFLASH,
 	.flags = MTD_CAP_NORFLASH,
 	.size = sizeof(g_content),
-	.erasesize = BLOCK_SIZE,
+	.erasesize = ERASE_SIZE,
 	.writesize = 1,
 	.writebufsize = 1,
 	.owner = THIS_MODULE,
@@ -80,7 +80,7 @@ static void begin(void)
 	memset(&g_told, 0, sizeof(g_told));
 	memset(g_content, 0x11, sizeof(g_content));
 	memset(g_data, 0x22, sizeof(g_data));
-	g_mtd.erasesize = BLOCK_SIZE;
+	g_mtd.erasesize = ERASE_SIZE;
 }
 
 static u32 read_after(int result, u32 missing)
@@ -119,13 +119,13 @@ static void check_read_backs(void)
 	CHECK_EQ(g_content[10], 0x22);
 	CHECK_EQ(g_content[11], 0x11);
 	CHECK_EQ(update_after(-EUCLEAN, 1, 1, 10), FLASH_BUFFER_READ_FAILED);
-	CHECK_EQ(update_after(-EIO, 0, 0, BLOCK_SIZE), FLASH_BUFFER_READ_FAILED);
+	CHECK_EQ(update_after(-EIO, 0, 0, ERASE_SIZE), FLASH_BUFFER_READ_FAILED);
 	CHECK_EQ(update_after(0, 1, 1, 10), FLASH_BUFFER_READ_FAILED);
 	CHECK_EQ(update_after(-EBADMSG, 0, 1, 10), FLASH_BUFFER_UNCORRECTABLE);
 	CHECK_EQ(g_told.erased + g_told.written, 0);
-	CHECK_EQ(update_after(-EBADMSG, 0, 0, BLOCK_SIZE), 0); /* nothing of the old content stays */
+	CHECK_EQ(update_after(-EBADMSG, 0, 0, ERASE_SIZE), 0); /* nothing of the old content stays */
 	CHECK_EQ(g_told.erased, 1);
-	CHECK_EQ(g_content[BLOCK_SIZE - 1], 0x22);
+	CHECK_EQ(g_content[ERASE_SIZE - 1], 0x22);
 }
 
 static u32 update_with(int erase, int write, u32 missing)
@@ -147,7 +147,7 @@ static void check_erases_and_writes(void)
 	CHECK_EQ(g_told.erased, 1);
 	CHECK_EQ(update_with(0, 0, 1), FLASH_BUFFER_WRITE_FAILED);
 	CHECK_EQ(g_told.erased, 1);
-	CHECK_EQ(update_with(0, 0, BLOCK_SIZE), FLASH_BUFFER_WRITE_FAILED);
+	CHECK_EQ(update_with(0, 0, ERASE_SIZE), FLASH_BUFFER_WRITE_FAILED);
 }
 
 /* Both functions, of one byte. */
