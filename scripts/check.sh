@@ -300,7 +300,8 @@ strict_findings() {
 
 kernel_style_findings() {
 	our_files 'flash_mng_kernel/*.c' 'flash_mng_kernel/*.h' 'reference_platform/*.c' 'reference_platform/*.h' 'board/demo/*.c' \
-		'examples/*.[ch]' 'tests/guest/lab/*.[ch]' 'tests/powercut/client/*.[ch]' 'tests/torture/calls/*.[ch]' 'bench/kernel/*.[ch]' | (cd "$root" &&
+		'examples/*.[ch]' 'tests/guest/lab/*.[ch]' 'tests/powercut/client/*.[ch]' 'tests/torture/calls/*.[ch]' \
+		'bench/kernel/*.[ch]' | (cd "$root" &&
 		xargs perl "$kernel_source/scripts/checkpatch.pl" --no-tree --terse --quiet --max-line-length="$line_limit" \
 			--show-types --ignore "$kernel_style_exceptions" -f) | grep -vE '^total:'
 }
@@ -357,7 +358,7 @@ shell_findings() {
 }
 
 # Names that several functions set: what is counted, what a step and its end share, what the test of the gates points at planted things.
-shared_names="root build_dir log_dir stage_dir flash_object kernel_source kernel_source_id progress_pid
+shared_names="root build_dir log_dir stage_dir flash_object kernel_source kernel_source_id progress_pid mcdc_dir
 	checks_passed checks_failed total_passed total_failed total_skipped"
 
 # twice_named_findings SHARED: names that scripts would take from each other, as they are one program for the shell.

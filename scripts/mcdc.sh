@@ -32,6 +32,10 @@ run_mcdc() {
 
 # The three last columns of the last line: conditions, those missed, and the part that was shown.
 mcdc_text() {
+	grep -q 'MC/DC Conditions  *Missed Conditions  *Cover$' "$mcdc_dir/report.txt" || {
+		echo "the report has no conditions in its last columns"
+		return 1
+	}
 	awk -v least="$mcdc_least" '
 		$1 == "TOTAL" {
 			printf "%d of %d conditions, %s\n", $(NF - 2) - $(NF - 1), $(NF - 2), $NF

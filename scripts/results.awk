@@ -1,7 +1,8 @@
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #
 # Reads GoogleTest's XML reports (one element per line). Prints a line "PASSED FAILED SKIPPED", then "NAME CASES" per subsystem of the
-# conformance suite, which is the part of a suite's name before the first underscore, then "! SUITE.CASE" per failed case.
+# conformance suite, which is the part of a suite's name before the first underscore, then "! SUITE.CASE" per failed case. A report whose
+# head has other numbers than its cases, and one in which no case passed, is a failure too.
 
 function attribute(name, position, rest) {
 	position = index($0, " " name "=\"")
@@ -25,6 +26,16 @@ function finish_case() {
 	}
 }
 
+function complain(text) {
+	failed++
+	failures[failed] = text
+}
+
+/^<testsuites / {
+	heads++
+	all += attribute("tests")
+	bad_ones += attribute("failures") + attribute("errors")
+}
 /^ *<testcase / {
 	finish_case()
 	open = 1
@@ -42,6 +53,12 @@ function finish_case() {
 /^ *<\/(testcase|testsuite)>/ { finish_case() }
 END {
 	finish_case()
+	if (!heads || all != passed + failed + skipped)
+		complain("the report is of " all + 0 " cases and has " passed + failed + skipped)
+	else if (bad_ones > failed)
+		complain("the report is of " bad_ones " failures and has " failed)
+	if (!passed)
+		complain("no case passed")
 	print passed + 0, failed + 0, skipped + 0
 	count = split("frame config datapath ioctl spi", areas, " ")
 	for (i = 1; i <= count; i++)

@@ -125,8 +125,8 @@ run_boards() {
 }
 
 task_succeeded() {
-	read -r task_status <"$build_dir/board/$1.status"
-	[ "$task_status" -eq 0 ] || {
+	task_status=$(cat "$build_dir/board/$1.status")
+	[ "$task_status" = 0 ] || {
 		echo "status $task_status; the last of the board's terminal and console:"
 		tail -n 20 "$build_dir/board/$1-run/terminal.log"
 		tail -n 20 "$build_dir/board/$1-run/console.log"

@@ -33,6 +33,8 @@ clone=$root
 . "$root/scripts/fuzz.sh"
 # shellcheck source=scripts/test.sh
 . "$root/scripts/test.sh"
+# shellcheck source=scripts/mcdc.sh
+. "$root/scripts/mcdc.sh"
 
 gate_dir=$build_dir/gate
 complaints=$gate_dir/complaints
@@ -375,6 +377,158 @@ REPORT
 	done
 }
 
+# Reports that are not what they seem to be.
+test_report_faults() {
+	sed -i 's/tests="4" f/tests="5" f/' "$gate_dir/report.xml"
+	finds '! the report is of 5 cases and has 4' awk -f "$root/scripts/results.awk" "$gate_dir/report.xml"
+	sed -i 's/tests="5" failures="1"/tests="4" failures="2"/' "$gate_dir/report.xml"
+	finds '! the report is of 2 failures and has 1' awk -f "$root/scripts/results.awk" "$gate_dir/report.xml"
+	echo '<testsuites tests="0" failures="0">' >"$gate_dir/report.xml"
+	finds '! no case passed' awk -f "$root/scripts/results.awk" "$gate_dir/report.xml"
+	echo 'Segmentation fault' >"$gate_dir/report.xml"
+	finds '! the report is of 0 cases' awk -f "$root/scripts/results.awk" "$gate_dir/report.xml"
+}
+
+# adds PASSED FAILED COMMAND...: what the command adds to the total of ./dev test.
+adds() {
+	total_passed=0
+	total_failed=0
+	wanted_total="$1 $2"
+	shift 2
+	"$@" >"$gate_dir/added" 2>&1
+	[ "$total_passed $total_failed" = "$wanted_total" ] || complain "$* adds $total_passed $total_failed, not $wanted_total"
+}
+
+# What a test program leaves that is killed, one that fails and one that passes.
+left_by() {
+	total_passed=$1
+	total_failed=$2
+	end_program planted
+}
+
+test_totals() {
+	build_dir=$gate_dir/totals
+	log_dir=$gate_dir/totals/logs
+	mkdir -p "$build_dir/results" "$log_dir"
+	adds 1 0 count_step "a step" true
+	adds 0 1 count_step "a step" false
+	adds 0 1 count_report "a report" "$gate_dir/absent.xml"
+	adds 0 2 count_report "a report" "$gate_dir/report.xml"
+	adds 0 1 count_program planted true
+	adds 0 1 count_program planted kill_planted
+	adds 3 1 count_program planted fail_planted
+	adds 3 0 count_program planted pass_planted
+	adds 0 1 add_counts nobody
+	total_passed=1 total_failed=1
+	fails show_total
+	total_passed=0 total_failed=0
+	fails show_total
+	total_passed=1
+	finds '1 passed, 0 failed' show_total
+}
+
+kill_planted() {
+	(kill -KILL "$(exec sh -c 'echo $PPID')")
+}
+
+fail_planted() {
+	(left_by 3 1)
+}
+
+pass_planted() {
+	(left_by 3 0)
+}
+
+# run_checks itself: a check that fails, and that of which nothing is left.
+test_checks() {
+	build_dir=$gate_dir/checks
+	log_dir=$gate_dir/checks/logs
+	mkdir -p "$log_dir"
+	checks_passed=0
+	checks_failed=0
+	{
+		check "passes" true
+		check "fails" false
+		check "finds" nothing_in echo found
+		check "misses its program" nothing_in /no/such/program
+	} >"$gate_dir/check_lines"
+	[ "$checks_passed $checks_failed" = '1 3' ] || complain "check counts $checks_passed passed, $checks_failed failed"
+	finds 'FAIL  finds' cat "$gate_dir/check_lines"
+}
+
+# A run of the board that did not come to its end, failed, or left an empty console.
+test_task_gates() {
+	build_dir=$gate_dir/tasks
+	mkdir -p "$build_dir/board/planted-run"
+	fails task_succeeded planted
+	echo 'all is well' >"$build_dir/board/planted-run/terminal.log"
+	echo 0 >"$build_dir/board/planted.status"
+	finds 'all is well' task_succeeded planted
+	for task_end in 1 124 255; do
+		echo "$task_end" >"$build_dir/board/planted.status"
+		fails task_succeeded planted
+	done
+	fails console_is_clean "$gate_dir/absent"
+	fails console_is_clean /dev/null
+	fails console_is_clean "$gate_dir/faulty_console"
+	passes console_is_clean "$gate_dir/clean_console"
+}
+
+test_condition_gate() {
+	mcdc_dir=$gate_dir/mcdc
+	mkdir -p "$mcdc_dir"
+	fails mcdc_text
+	head='Filename Regions Missed Regions Cover Branches Missed Branches Cover MC/DC Conditions Missed Conditions Cover'
+	printf '%s\nTOTAL 9 0 100.00%% 9 0 100.00%% 8 0 100.00%%\n' "$head" >"$mcdc_dir/report.txt"
+	finds '8 of 8 conditions' mcdc_text
+	passes mcdc_text
+	printf '%s\nTOTAL 9 0 100.00%% 9 0 100.00%% 10000 1 99.99%%\n' "$head" >"$mcdc_dir/report.txt"
+	fails mcdc_text
+	printf '%s\nTOTAL 9 0 100.00%% 9 0 100.00%% 0 0 -\n' "$head" >"$mcdc_dir/report.txt"
+	fails mcdc_text
+	printf '%s\n' "$head" >"$mcdc_dir/report.txt"
+	fails mcdc_text
+	printf '%s\nTOTAL 9 0 100.00%% 9 0 100.00%%\n' "${head% MC/DC*}" >"$mcdc_dir/report.txt"
+	fails mcdc_text
+}
+
+# gcovr itself, on a function that runs in part.
+test_coverage_gate() {
+	root=$gate_dir/covered
+	build_dir=$gate_dir/covered/build
+	log_dir=$gate_dir/covered/build/logs
+	covered=$build_dir/host/asan
+	mkdir -p "$root/flash_mng_kernel" "$covered" "$log_dir"
+	cat >"$root/flash_mng_kernel/part.cpp" <<'SOURCE'
+int choose(int value)
+{
+	return value ? 1 : 2;
+}
+int main(int count, char **)
+{
+	return choose(count) + (count > 1 ? choose(0) : 0) > 9;
+}
+SOURCE
+	fails coverage_text
+	(cd "$covered" && g++ -O0 --coverage "$root/flash_mng_kernel/part.cpp" -o part)
+	fails coverage_text
+	"$covered/part"
+	fails coverage_text
+	"$covered/part" more
+	passes coverage_text
+	finds 'lines 100.0%,branches 100.0%' coverage_text
+}
+
+# apart TEST...: in a subshell, so that it may set what it likes; it has to come to its end.
+apart() {
+	rm -f "$gate_dir/ended"
+	(
+		"$@"
+		: >"$gate_dir/ended"
+	)
+	[ -e "$gate_dir/ended" ] || complain "$* did not come to its end"
+}
+
 # plant FILE <TEXT: in the planted clone, whose files the style checks look at.
 plant() {
 	mkdir -p "$(dirname "$root/$1")"
@@ -541,7 +695,7 @@ test_usage() {
 }
 
 # in_planted_clone COMMAND: with the files of a clone of its own.
-in_planted_clone() (
+in_planted_clone() {
 	root=$gate_dir/style
 	rm -rf "$root"
 	mkdir -p "$root/scripts"
@@ -549,21 +703,27 @@ in_planted_clone() (
 	cp "$clone"/scripts/*.awk "$root/scripts"
 	cd "$root" || exit
 	"$@"
-)
+}
 
 rm -rf "$gate_dir"
 mkdir -p "$gate_dir"
 use_kernel board
-test_object_gates
-(test_frames_gate)
-test_information_gate
-(test_strict_gate)
-(test_list_gates)
-(test_litmus_gate)
-test_console_gate
-test_shim_gate
-test_report_sums
+apart test_object_gates
+apart test_frames_gate
+apart test_information_gate
+apart test_strict_gate
+apart test_checks
+apart test_list_gates
+apart test_litmus_gate
+apart test_console_gate
+apart test_shim_gate
+apart test_report_sums
+apart test_report_faults
+apart test_totals
+apart test_task_gates
+apart test_condition_gate
+apart test_coverage_gate
 for style_test in test_cpp_style test_c_style test_shell_style test_shared_names test_manual_style test_usage; do
-	in_planted_clone "$style_test"
+	apart in_planted_clone "$style_test"
 done
 [ ! -e "$complaints" ]
