@@ -36,6 +36,12 @@ struct filling {
 };
 constexpr filling filling_functions[] = {{"memset_s", 0}, {"strcpy_s", 0}, {"sprintf_s", 6}, {"snprintf_s", 9}};
 
+bool is_filling(std::string_view function)
+{
+	return std::any_of(std::begin(filling_functions), std::end(filling_functions),
+			   [&](const filling &one) { return one.function == function; });
+}
+
 uint32_t last_argument(const std::string &call)
 {
 	return static_cast<uint32_t>(std::stoul(call.substr(call.rfind(' ') + 1)));
@@ -88,10 +94,8 @@ private:
 			simulation::forge(function, 0, answer->argument, content, nth);
 			return;
 		}
-		const auto *filler = std::find_if(std::begin(filling_functions), std::end(filling_functions),
-						  [&](const filling &one) { return one.function == function; });
-		if (filler != std::end(filling_functions) && from.one_in(2)) {
-			simulation::arm(function, filler->success, nth, from.one_in(2));
+		if (is_filling(function) && from.one_in(2)) {
+			leave_buffers_alone(from, function, nth);
 			return;
 		}
 		const auto results = faults::wrong_results(call);
@@ -101,6 +105,19 @@ private:
 		failing_allocations_ += function == "linux_kzalloc";
 		unlocks_ |= function == "drv_hard_unlock" || call.find("hardunlock_val") != std::string::npos;
 		deregisters_ |= function == "drv_log_deregister";
+	}
+
+	// One call does nothing, or those of the function from then on, or all calls of all such functions.
+	static void leave_buffers_alone(input &from, std::string_view function, unsigned nth)
+	{
+		const bool all = from.one_in(2);
+		const bool sticky = from.one_in(2);
+		for (const filling &one : filling_functions) {
+			if (all)
+				simulation::arm(one.function, one.success, 1, true);
+			else if (one.function == function)
+				simulation::arm(function, one.success, nth, sticky);
+		}
 	}
 
 	long failing_allocations_ = 0;
