@@ -21,7 +21,7 @@
 /INFO: possible|possible circular|possible recursive|inconsistent lock state|bad unlock balance|held lock freed/ ||
 /suspicious RCU usage|sleeping function|scheduling while atomic|blocked for more than|rcu: INFO|irq .*nobody cared/ ||
 /unreferenced object|new suspected memory leaks|list_(add|del) corruption|refcount_t:|allocation failure|stack-protector/ ||
-/[Uu]sercopy: Kernel memory/ {
+/[Uu]sercopy: Kernel memory|kernel BUG at|general protection fault|invalid opcode|double fault|divide error|LOCKUP/ {
 	# Announcements at start that use the words without reporting anything.
 	if (/KernelAddressSanitizer initialized|kasan: |lockdep: |Memory: /)
 		next

@@ -343,6 +343,49 @@ CONSOLE
 	for report in '2: ' '4: ' '5: ' '6: '; do
 		finds "$report" awk -f "$root/scripts/console_reports.awk" "$gate_dir/faulty_console"
 	done
+	test_console_words
+}
+
+# A line of each kind of report, as kernels write them.
+test_console_words() {
+	while IFS= read -r kernel_line; do
+		printf '[    1.000000] before\r\n[    1.100000] %s\r\n' "$kernel_line" >"$gate_dir/console"
+		finds "2: [    1.100000] $kernel_line" awk -f "$root/scripts/console_reports.awk" "$gate_dir/console"
+	done <<'REPORTS'
+BUG: KASAN: use-after-free in flash_ioctl+0x10/0x20
+BUG: KCSAN: data-race in flash_ioctl / flash_open
+BUG: sleeping function called from invalid context at mm/slab.h:494
+BUG: scheduling while atomic: insmod/91/0x00000002
+BUG: unable to handle page fault for address: ffffc90000a3d388
+BUG: soft lockup - CPU#0 stuck for 22s! [insmod:91]
+BUG kmalloc-128 (Tainted: G           O     ): Redzone overwritten
+WARNING: CPU: 0 PID: 91 at mm/page_alloc.c:4940 __alloc_pages_nodemask+0x24c/0x2c0
+WARNING: possible recursive locking detected
+WARNING: bad unlock balance detected!
+WARNING: inconsistent lock state
+WARNING: suspicious RCU usage
+UBSAN: array-index-out-of-bounds in planted.c:3:12
+ODEBUG: free active (active state 0) object type: work_struct
+Internal error: Oops: 96000004 [#1] PREEMPT SMP
+Kernel panic - not syncing: Attempted to kill init! exitcode=0x0000000b
+Unable to handle kernel NULL pointer dereference at virtual address 0000000000000010
+INFO: task insmod:91 blocked for more than 120 seconds.
+INFO: possible circular locking dependency detected
+rcu: INFO: rcu_preempt detected stalls on CPUs/tasks:
+irq 12: nobody cared (try booting with the "irqpoll" option)
+unreferenced object 0xffff000003a41900 (size 128):
+kmemleak: 3 new suspected memory leaks (see /sys/kernel/debug/kmemleak)
+list_add corruption. next->prev should be prev, but was (null).
+list_del corruption, ffff000003a41900->next is LIST_POISON1
+refcount_t: underflow; use-after-free.
+insmod: page allocation failure: order:10, mode:0xcc0(GFP_KERNEL)
+Kernel stack is corrupted in: planted (stack-protector)
+usercopy: Kernel memory exposure attempt detected from SLUB object
+kernel BUG at mm/slub.c:305!
+general protection fault, probably for non-canonical address 0xdead000000000100
+invalid opcode: 0000 [#1] PREEMPT SMP
+watchdog: Watchdog detected hard LOCKUP on cpu 0
+REPORTS
 }
 
 test_shim_gate() {
@@ -527,6 +570,26 @@ apart() {
 		: >"$gate_dir/ended"
 	)
 	[ -e "$gate_dir/ended" ] || complain "$* did not come to its end"
+}
+
+# bench_report as ./dev test calls it.
+test_figures_gate() {
+	(build_program_target debug bench_report) >"$gate_dir/bench_report.log" 2>&1
+	gate_program=$(preset_dir debug)/bench/bench_report
+	printf '# figures\ncommands\topen\t1\tcommand\t1000\n' >"$gate_dir/committed"
+	for counted in 1020 900 10; do
+		printf 'commands\topen\t1\tcommand\tflash_mng\tinstructions\t%s\n' "$counted" >"$gate_dir/figures.tsv"
+		passes "$gate_program" gate "$gate_dir/figures.tsv" "$gate_dir/committed"
+	done
+	printf 'commands\topen\t1\tcommand\tflash_mng\tinstructions\t1021\n' >"$gate_dir/figures.tsv"
+	finds 'grown from 1000 to 1021' "$gate_program" gate "$gate_dir/figures.tsv" "$gate_dir/committed"
+	fails "$gate_program" gate "$gate_dir/figures.tsv" "$gate_dir/committed"
+	printf 'commands\tother\t1\tcommand\tflash_mng\tinstructions\t10\n' >"$gate_dir/figures.tsv"
+	finds 'not counted: commands' "$gate_program" gate "$gate_dir/figures.tsv" "$gate_dir/committed"
+	fails "$gate_program" gate "$gate_dir/figures.tsv" "$gate_dir/committed"
+	echo '# figures' >"$gate_dir/committed"
+	fails "$gate_program" gate "$gate_dir/figures.tsv" "$gate_dir/committed"
+	fails "$gate_program" gate "$gate_dir/absent" "$gate_dir/committed"
 }
 
 # plant FILE <TEXT: in the planted clone, whose files the style checks look at.
@@ -723,6 +786,7 @@ apart test_totals
 apart test_task_gates
 apart test_condition_gate
 apart test_coverage_gate
+apart test_figures_gate
 for style_test in test_cpp_style test_c_style test_shell_style test_shared_names test_manual_style test_usage; do
 	apart in_planted_clone "$style_test"
 done

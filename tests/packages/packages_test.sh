@@ -68,6 +68,7 @@ page_texts_exist() {
 	page_texts | while IFS= read -r text; do
 		grep -qF -- "$text" "$build_dir/packages_test/texts" || wrong "nobody writes '$text'" || exit 1
 	done || return 1
+	[ -n "$(page_texts)" ] || wrong "no texts in $port_page" || return 1
 	echo "$(page_texts | wc -l) texts"
 }
 

@@ -57,7 +57,7 @@ class program {
 public:
 	program(const settings &given, const streams &to) : m_given(given), m_to(to) {}
 
-	// Refuses what check would call an error, unless it is told to compile all the same; always what keeps the form from being compiled.
+	// Refuses what check would call an error, unless told to compile all the same; always what keeps the form from being compiled.
 	int compile() const
 	{
 		const auto text = read(m_given.board());
