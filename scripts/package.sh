@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 # shellcheck shell=sh
 #
-# ./dev package: Debian packages of the module's source, the tools and the headers, from a copy of the clone. packages/ has what they are
-# made of; tests/packages/ has their tests.
+# ./dev package: Debian packages of the module's source, the tools and the headers, from a copy of the clone; the tools for the board too.
+# packages/ has what they are made of; tests/packages/ has their tests.
 
 package_dir=$build_dir/packages
 
@@ -12,10 +12,16 @@ package_version() {
 
 package_source=$package_dir/flash-mng-$(package_version)
 
-# stage_package: makes package_source, a copy of the clone's files with Debian's folder at the top.
+# stage_package [again]: makes package_source a copy of the clone's files with Debian's folder at the top. What was built there is gone;
+# with "again" all but the objects.
 stage_package() {
+	package_objects=$build_dir/package_objects
+	rm -rf "$package_objects"
+	mkdir -p "$package_objects"
+	[ "${1-}" != again ] || find "$package_source" -maxdepth 1 -name 'obj-*' -exec mv {} "$package_objects" \; 2>/dev/null
 	rm -rf "$package_dir"
 	mkdir -p "$package_source"
+	find "$package_objects" -maxdepth 1 -name 'obj-*' -exec mv {} "$package_source" \;
 	our_files '*' | rsync -a --files-from=- "$root" "$package_source" || return 1
 	mv "$package_source/packages/debian" "$package_source/debian"
 	(cd "$package_source/debian" && sed -e "s/@VERSION@/$(package_version)/" -e "s/@DATE@/$(git -C "$root" log -1 --format=%aD)/" \
@@ -23,9 +29,31 @@ stage_package() {
 		rm changelog.in copyright.in)
 }
 
+# build_staged ARGUMENT...: dpkg-buildpackage on the copy.
+build_staged() {
+	(cd "$package_source" && DEB_BUILD_OPTIONS="parallel=$jobs" dpkg-buildpackage --unsigned-source --unsigned-changes "$@")
+}
+
+# For the board: the packages of programs alone, cross-built. Libraries and headers that this machine has for its own architecture only make
+# dpkg complain; what the programs need is in the cross compiler's folder, but for one library.
+build_board_packages() {
+	use_machine board
+	fetch_package "$(machine_codename)" "$debian_architecture" nettle-dev
+	export FLASHCTL_NETTLE_ROOT="$package_files/files"
+	build_staged --no-check-builddeps --build=any --host-arch "$debian_architecture" --no-pre-clean
+}
+
+# make_packages [again]: "again" compiles only what changed since the last time, and makes no source package.
 make_packages() {
-	stage_package || return 1
-	(cd "$package_source" && DEB_BUILD_OPTIONS="parallel=$jobs" dpkg-buildpackage --unsigned-source --unsigned-changes)
+	stage_package "$@" || return 1
+	if [ "${1-}" = again ]; then
+		build_staged --build=binary --no-pre-clean || return 1
+	else
+		build_staged || return 1
+	fi
+	# debhelper takes what it did for one architecture as done.
+	rm -rf "$package_source/debian/.debhelper" "$package_source/debian/tmp" "$package_source/debian/debhelper-build-stamp"
+	(build_board_packages)
 }
 
 # The maintainers have no mail address: whoever publishes the packages puts one in.
@@ -45,11 +73,18 @@ package_command() {
 	(cd "$package_dir" && ls ./*.deb)
 }
 
+# The packages as ./dev test builds and tests them.
+test_package_build() {
+	count_step "Debian packages: build" make_packages again
+	count_step "Debian packages: lintian" package_findings
+	count_program debian_test "$root/tests/packages/debian_test.sh"
+}
+
 # The tests of what was built, and of the ways to build the module that need the kernel.
 test_built_packages() {
 	build_kernel board
 	build_modules board
-	count_program packages_test "$root/tests/packages/packages_test.sh"
+	count_program packages_test "$root/tests/packages/packages_test.sh" all
 	count_program debian_test "$root/tests/packages/debian_test.sh"
 	show_total || exit 1
 }

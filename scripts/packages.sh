@@ -13,7 +13,7 @@ check_packages="git clang-tidy clang-format cppcheck shellcheck sparse kmod mand
 test_packages="libxml2-utils gcovr"
 clang_packages="clang-19 llvm-19 libclang-rt-19-dev"
 twin_packages="qemu-system-x86 seabios"
-package_packages="git kmod dpkg-dev debhelper dh-dkms dkms fakeroot lintian man-db"
+package_packages="git kmod dpkg-dev debhelper dh-dkms dkms fakeroot lintian man-db qemu-user"
 
 package_installed() {
 	[ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]

@@ -195,6 +195,7 @@ run_tests() {
 	say "on the board"
 	test_board
 	count_program packages_test "$root/tests/packages/packages_test.sh"
+	test_package_build
 	test_bench
 	add_checks
 	show_total

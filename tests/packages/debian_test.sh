@@ -10,6 +10,7 @@ root=$(CDPATH='' cd -- "$(dirname -- "$0")/../.." && pwd)
 . "$root/tests/packages/built_module.sh"
 
 scratch=$build_dir/packages_test/debian
+this_architecture=$(dpkg --print-architecture)
 
 # dpkg_there ARGUMENT...: dpkg on the system below the folder. Scripts of the packages run on the machine's programs, with DPKG_ROOT.
 dpkg_there() {
@@ -21,13 +22,71 @@ install_packages_there() {
 	rm -rf "$scratch"
 	mkdir -p "$scratch/var/lib/dpkg/info" "$scratch/var/lib/dpkg/updates" "$scratch/etc"
 	: >"$scratch/var/lib/dpkg/status"
-	dpkg_there --install "$package_dir"/flash-mng-tools_*.deb "$package_dir"/libflash-mng-dev_*.deb || return 1
+	dpkg_there --install "$package_dir"/flash-mng-tools_*_"$this_architecture".deb "$package_dir"/libflash-mng-dev_*.deb || return 1
 	dpkg_there --unpack "$package_dir"/flash-mng-dkms_*.deb || return 1
 	dpkg-query --admindir="$scratch/var/lib/dpkg" -W -f '${Package} ' 'flash*' 'libflash*'
 }
 
 dependencies_exist() {
-	apt-get install --simulate "$package_dir"/*.deb | grep -c '^Inst '
+	apt-get install --simulate "$package_dir"/*_"$this_architecture".deb "$package_dir"/*_all.deb | grep -c '^Inst '
+}
+
+# The same by apt, on a system below the folder that has what this machine has: as "apt install ./flash-mng-tools...deb", and purged.
+apt_installs() {
+	system=$build_dir/packages_test/apt
+	rm -rf "$system"
+	mkdir -p "$system/lists/partial" "$system/cache/archives/partial" "$system/root/var/lib/dpkg/info" \
+		"$system/root/var/lib/dpkg/updates" "$system/root/etc"
+	cp /var/lib/dpkg/status "$system/root/var/lib/dpkg/status"
+	apt_there install "$package_dir"/flash-mng-tools_*_"$this_architecture".deb || return 1
+	"$system/root/usr/bin/flashctl" --version >/dev/null || return 1
+	apt_there purge flash-mng-tools || return 1
+	nothing_in find "$system/root" -type f -not -path "$system/root/var/lib/dpkg/*"
+}
+
+# apt_there ARGUMENT...: apt-get on that system. It leaves to dpkg of there alone what it decided.
+apt_there() {
+	fakeroot apt-get -y --no-install-recommends -o Dir::State::status="$system/root/var/lib/dpkg/status" \
+		-o Dir::State::extended_states="$system/extended_states" -o Dir::Cache="$system/cache" -o Debug::NoLocking=true \
+		-o APT::Sandbox::User=root -o DPkg::Options::=--root="$system/root" -o DPkg::Options::=--force-not-root \
+		-o DPkg::Options::=--force-script-chrootless -o DPkg::Options::=--force-bad-path -o DPkg::Post-Invoke::= \
+		-o DPkg::Pre-Install-Pkgs::= -o DPkg::Pre-Invoke::= "$@"
+}
+
+# packaged NAME...: a file of that name, or compressed, is in one of the packages.
+packaged() {
+	for wanted_file in "$@"; do
+		find "$scratch/usr" -name "$wanted_file" -o -name "$wanted_file.gz" | grep -q . ||
+			wrong "no package has $wanted_file" || return 1
+	done
+}
+
+# What CMake installs and no package takes ends the build of the packages; this is what CMake may have forgotten.
+nothing_is_forgotten() {
+	for kept_file in $(cd "$root" && our_files 'docs/man/*' 'client/examples/*' 'client/include/*' 'flash_mng_kernel/include/*' \
+		'*.schema.json' 'board/schema/*'); do
+		packaged "$(basename "$kept_file")" || return 1
+	done
+	for kept_file in $(cd "$root" && our_files 'tools/*/completion/*'); do
+		find "$scratch/usr/share/bash-completion" "$scratch/usr/share/zsh" -type f -exec cmp -s "$root/$kept_file" {} \; -print |
+			grep -q . || wrong "no package has $kept_file" || return 1
+	done
+	find "$scratch/usr" -type f | grep -c .
+}
+
+# The package for the board, used by the emulator of its machine with the cross compiler's libraries.
+board_package_is_used() {
+	board_root=$scratch/board
+	mkdir -p "$board_root"
+	dpkg-deb -x "$package_dir"/flash-mng-tools_*_arm64.deb "$board_root" || return 1
+	says "flashctl $(package_version)" qemu-aarch64 -L /usr/aarch64-linux-gnu "$board_root/usr/bin/flashctl" --version || return 1
+	qemu-aarch64 -L /usr/aarch64-linux-gnu "$board_root/usr/bin/flashctl" explain 0x811B04AA | grep -q FLASH_MNG_NO_BUFFER || return 1
+	[ ! -e "$board_root/usr/bin/flash-board" ] || wrong "flash-board is for the desk" || return 1
+	aarch64-linux-gnu-g++ -std=c++20 -Wall -Wextra -Werror -I"$scratch/usr/include" \
+		"$scratch/usr/share/doc/libflash-mng-dev/examples/list_partitions.cpp" -o "$scratch/board_example" || return 1
+	qemu-aarch64 -L /usr/aarch64-linux-gnu "$scratch/board_example" 2>&1 | grep -q '^/dev/flash_mng: ' ||
+		wrong "the example does not look for the device" || return 1
+	dpkg-deb -f "$package_dir"/flash-mng-tools_*_arm64.deb Package Architecture Depends | paste -s -d ' ' -
 }
 
 # says TEXT COMMAND...
@@ -153,7 +212,10 @@ removal_is_whole() {
 
 count_step "Debian packages: their dependencies exist; packages to install" dependencies_exist
 count_step "Debian packages: install" install_packages_there
+count_step "Debian packages: nothing is forgotten; files" nothing_is_forgotten
 count_step "flash-mng-tools: used" tools_are_used
+count_step "flash-mng-tools: for the board" board_package_is_used
+count_step "flash-mng-tools: installed and purged by apt" apt_installs
 count_step "libflash-mng-dev: examples through pkg-config" headers_are_used
 count_step "libflash-mng-dev: through CMake" cmake_finds_the_headers
 count_step "flash-mng-dkms: built by DKMS for the board" dkms_builds
