@@ -14,6 +14,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <variant>
 #include <vector>
 
 namespace board {
@@ -62,6 +63,9 @@ struct mtd_activity {
 	uint64_t writes;
 };
 mtd_activity mtd_count(int index);
+// The n-th erase or write of a device from now on (from 1) fails: the flash reports an error and keeps what it held. 0 disarms.
+enum class flash_operation { erase, write };
+void fail_flash(int index, flash_operation operation, uint64_t nth = 1);
 
 // ---------------------------------------------------------------------------------------------------------------- faults
 
@@ -179,6 +183,20 @@ uint32_t call(std::string_view function, std::initializer_list<argument> argumen
 bool call_finds(std::string_view function, std::initializer_list<argument> arguments);
 // The same, all 64 bits of the result: an address to be handed to another function.
 uint64_t call_address(std::string_view function, std::initializer_list<argument> arguments);
+
+// Several steps of one system call, so that the task does not return to user space between them. Calls of functions, and MTD devices that
+// go and come.
+struct kernel_call {
+	std::string function;
+	std::vector<argument> arguments;
+};
+struct mtd_removal {
+	int index;
+};
+using step = std::variant<kernel_call, mtd_removal, mtd_spec>;
+// The 32-bit results of the calls, in order.
+std::vector<uint32_t> one_system_call(const std::vector<step> &steps);
+
 // Content of a global of the module.
 bytes global(std::string_view name, std::size_t size);
 // Content of kernel memory at an address that the module gave out.

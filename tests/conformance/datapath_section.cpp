@@ -74,6 +74,18 @@ TEST_P(datapath_section_transfer, of_a_listed_partition_takes_neither_its_lock_n
 	expect_served_from("listed", listed, 0x3F000, 0x1000);
 }
 
+// The semaphore of the sections and the lock of the partition are two.
+TEST_F(datapath_section, write_under_a_write_by_name_is_answered_0_and_lost)
+{
+	add_listed();
+	const bytes by_name = pattern(16, 40), by_section = pattern(16, 50);
+	stopped_call with_its_image("plat_mtd_update_buf", [&] { return mtd_write("listed", 0x8000, by_name, 16); });
+	EXPECT_EQ(section_write(default_instance, on_listed, 0x100, by_section, 16), 0u);
+	expect_changed(listed, 0x100, by_section);
+	EXPECT_EQ(with_its_image.let_go(), 0u);
+	expect_changed(listed, 0x8000, by_name);
+}
+
 // ---------------------------------------------------------------------------------------------------------------- rows and instances
 
 TEST_P(datapath_section_transfer, takes_the_first_of_two_rows_when_it_contains_the_range)

@@ -831,6 +831,7 @@ INSTANTIATE_TEST_SUITE_P(of, ioctl_result_of_service,
 					 seen_result{"prefixed", 0x811B0001, -2128936959L, 0},
 					 seen_result{"right_below_errors", 0xFFFFF000, -4096, 0},
 					 seen_result{"last_error", 0xFFFFF001, -1, 4095}, seen_result{"error", 0xFFFFFFF2, -1, 14},
+					 seen_result{"one_that_linux_keeps_for_itself", 0xFFFFFDFD, -1, 25},
 					 seen_result{"all_ones", 0xFFFFFFFF, -1, 1}),
 			 [](const auto &row) { return row.param.label; });
 

@@ -13,7 +13,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "../conformance/board.hpp"
+#include "board_mtd.hpp"
 #include "flash_mng.h"
 #include "lab_device.hpp"
 #include "parts.hpp"
@@ -27,6 +27,11 @@ uint64_t address_or_stub(const void *memory, std::size_t size)
 {
 	static char stub;
 	return reinterpret_cast<uint64_t>(size ? memory : &stub);
+}
+
+template <typename record_type> uint64_t address_of(const record_type &record)
+{
+	return reinterpret_cast<uint64_t>(&record);
 }
 
 // The parts that arguments are made of stay until the call is made.
@@ -73,15 +78,21 @@ call_argument prepared(const argument &given, part_lists &lists)
 	return argument;
 }
 
-uint64_t call_register(std::string_view function, std::initializer_list<argument> arguments)
+lab_call prepared(std::string_view function, std::span<const argument> arguments, part_lists &lists)
 {
 	if (arguments.size() > LAB_ARGUMENTS)
 		throw std::runtime_error("too many arguments for " + std::string(function));
 	lab_call call = {};
-	part_lists lists;
 	guest::set_name(call.function, function);
 	for (const argument &given : arguments)
 		call.arguments[call.count++] = prepared(given, lists);
+	return call;
+}
+
+uint64_t call_register(std::string_view function, std::initializer_list<argument> arguments)
+{
+	part_lists lists;
+	lab_call call = prepared(function, arguments, lists);
 	guest::lab(LAB_CALL, &call, "call of " + std::string(function));
 	return call.result;
 }
@@ -101,6 +112,32 @@ bool call_finds(std::string_view function, std::initializer_list<argument> argum
 uint64_t call_address(std::string_view function, std::initializer_list<argument> arguments)
 {
 	return call_register(function, arguments);
+}
+
+std::vector<uint32_t> one_system_call(const std::vector<step> &steps)
+{
+	std::vector<lab_step> all;
+	std::deque<lab_call> calls;
+	std::deque<lab_mtd_add> devices;
+	std::deque<__s32> removed;
+	part_lists lists;
+	std::vector<uint32_t> results;
+
+	for (const step &each : steps) {
+		if (const auto *call = std::get_if<kernel_call>(&each))
+			all.push_back({LAB_CALL, address_of(calls.emplace_back(prepared(call->function, call->arguments, lists)))});
+		else if (const auto *removal = std::get_if<mtd_removal>(&each))
+			all.push_back({LAB_MTD_REMOVE, address_of(removed.emplace_back(removal->index))});
+		else
+			all.push_back({LAB_MTD_ADD, address_of(devices.emplace_back(guest::asking_for(std::get<mtd_spec>(each))))});
+	}
+	lab_steps record = {};
+	record.steps = reinterpret_cast<uint64_t>(all.data());
+	record.count = static_cast<uint32_t>(all.size());
+	guest::lab(LAB_STEPS, &record, "steps of one system call");
+	for (const lab_call &call : calls)
+		results.push_back(static_cast<uint32_t>(call.result));
+	return results;
 }
 
 bytes global(std::string_view name, std::size_t size)

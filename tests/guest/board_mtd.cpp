@@ -3,8 +3,25 @@
 // MTD devices of the board, made by flash_lab.
 #include <algorithm>
 
-#include "../conformance/board.hpp"
+#include "board_mtd.hpp"
 #include "lab_device.hpp"
+
+namespace guest {
+
+lab_mtd_add asking_for(const board::mtd_spec &wanted)
+{
+	lab_mtd_add record = {};
+	record.name = wanted.nameless ? 0 : reinterpret_cast<uint64_t>(wanted.name.c_str());
+	record.size = wanted.size;
+	record.type = wanted.type;
+	record.erase_size = wanted.erase_size;
+	record.is_partition = wanted.partition_flags.has_value();
+	record.partition_flags = wanted.partition_flags.value_or(0);
+	record.index = wanted.index.value_or(-1);
+	return record;
+}
+
+} // namespace guest
 
 namespace board {
 
@@ -40,14 +57,7 @@ constexpr std::size_t longest_part = 16u << 20;
 
 int add_mtd(const mtd_spec &spec)
 {
-	lab_mtd_add wanted = {};
-	wanted.name = spec.nameless ? 0 : address_of(spec.name.c_str());
-	wanted.size = spec.size;
-	wanted.type = spec.type;
-	wanted.erase_size = spec.erase_size;
-	wanted.is_partition = spec.partition_flags.has_value();
-	wanted.partition_flags = spec.partition_flags.value_or(0);
-	wanted.index = spec.index.value_or(-1);
+	lab_mtd_add wanted = guest::asking_for(spec);
 	guest::lab(LAB_MTD_ADD, &wanted, "add MTD device \"" + spec.name + "\"");
 	return wanted.index;
 }
@@ -81,6 +91,15 @@ mtd_activity mtd_count(int index)
 {
 	const lab_mtd_state state = state_of(index);
 	return {state.erases, state.writes};
+}
+
+void fail_flash(int index, flash_operation operation, uint64_t nth)
+{
+	lab_mtd_failure failure = {};
+	failure.index = index;
+	failure.is_write = operation == flash_operation::write;
+	failure.nth = nth;
+	guest::lab(LAB_MTD_FAIL, &failure, "failure of mtd" + std::to_string(index));
 }
 
 } // namespace board

@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <thread>
 
+#include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "lab_device.hpp"
@@ -117,6 +119,63 @@ TEST_F(lab_mtd, erases_and_writes_are_counted)
 	EXPECT_EQ(program(index, 0, pattern(4096)), EIO);
 	EXPECT_EQ(board::mtd_count(index).erases, 2u);
 	EXPECT_EQ(board::mtd_count(index).writes, 1u);
+}
+
+TEST_F(lab_mtd, the_nth_erase_and_the_nth_write_fail_when_wanted)
+{
+	const int index = board::add_mtd(nor());
+	board::fail_flash(index, board::flash_operation::write, 2);
+	EXPECT_EQ(program(index, 0, {0xF0}), 0);
+	EXPECT_EQ(program(index, 1, {0xF0}), EIO);
+	EXPECT_EQ(program(index, 1, {0xF1}), 0);
+	board::fail_flash(index, board::flash_operation::erase);
+	EXPECT_EQ(erase(index, 0, 0x10000), EIO);
+	EXPECT_EQ(board::mtd_content(index, 0, 3), (bytes{0xF0, 0xF1, 0xFF}));
+	EXPECT_EQ(erase(index, 0, 0x10000), 0);
+	EXPECT_EQ(board::mtd_content(index, 0, 3), bytes(3, 0xFF));
+	board::fail_flash(index, board::flash_operation::erase);
+	board::fail_flash(index, board::flash_operation::erase, 0);
+	EXPECT_EQ(erase(index, 0, 0x10000), 0);
+}
+
+TEST_F(lab_mtd, steps_of_one_system_call_end_with_the_first_that_fails)
+{
+	const int index = board::add_mtd(nor());
+	__s32 there = index, not_there = index + 1;
+	lab_mtd_failure failure = {.index = index, .is_write = 1, .nth = 1};
+	const auto address = [](auto &record) { return reinterpret_cast<uint64_t>(&record); };
+	lab_step steps[] = {{LAB_MTD_FAIL, address(failure)}, {LAB_MTD_REMOVE, address(not_there)}, {LAB_MTD_REMOVE, address(there)}};
+	lab_steps all = {.steps = address(steps), .count = 3, .reserved = 0};
+	EXPECT_EQ(guest::try_lab(LAB_STEPS, &all), ENODEV);
+	EXPECT_EQ(program(index, 0, {0}), EIO) << "the first step";
+	EXPECT_EQ(board::mtd_use_count(index), 0) << "the device is there";
+	all.count = LAB_MOST_STEPS + 1;
+	EXPECT_EQ(guest::try_lab(LAB_STEPS, &all), EINVAL);
+	steps[0] = {LAB_STEPS, address(all)};
+	all.count = 1;
+	EXPECT_EQ(guest::try_lab(LAB_STEPS, &all), EINVAL);
+}
+
+// Why files must not be opened by path from there: Linux walks a path from current->fs.
+TEST_F(lab_mtd, an_exiting_task_releases_its_files_without_current_fs)
+{
+	const auto releaser_had_fs = [](bool closes) {
+		const pid_t child = fork();
+		if (child == 0) {
+			const int file = open("/dev/flash_lab", O_RDWR | O_CLOEXEC);
+			if (closes)
+				close(file);
+			_exit(file < 0);
+		}
+		int status = -1;
+		EXPECT_EQ(waitpid(child, &status, 0), child);
+		EXPECT_EQ(status, 0);
+		uint32_t had = 2;
+		guest::lab(LAB_RELEASER_HAD_FS, &had, "releaser");
+		return had;
+	};
+	EXPECT_EQ(releaser_had_fs(true), 1u);
+	EXPECT_EQ(releaser_had_fs(false), 0u);
 }
 
 TEST_F(lab_mtd, five_gigabytes_are_backed_sparsely)

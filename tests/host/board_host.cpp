@@ -20,6 +20,7 @@ namespace {
 bool g_loaded;
 
 constexpr int g_highest_errno = 4095;
+constexpr int g_no_such_command = 515; // Linux's ENOIOCTLCMD, which programs see as ENOTTY
 
 // One argument in kernel memory of exactly its size, so that a sanitizer sees every byte beyond it.
 class kernel_argument {
@@ -87,13 +88,14 @@ uint64_t witnessed(std::string_view function, uint64_t answer)
 	return answer;
 }
 
-uint64_t call_in_kernel(std::string_view function, std::initializer_list<argument> arguments)
+uint64_t call_in_kernel(std::string_view function, std::span<const argument> arguments)
 {
 	std::vector<std::unique_ptr<kernel_argument>> placed;
 	std::vector<uint64_t> values;
 
 	if (!g_loaded)
 		simulation::misuse("%.*s is called while the module is not loaded", static_cast<int>(function.size()), function.data());
+	const simulation::system_call around;
 	for (const auto &argument : arguments)
 		values.push_back(placed.emplace_back(std::make_unique<kernel_argument>(argument))->value());
 	return witnessed(function, simulation::call_function(function, values));
@@ -137,6 +139,27 @@ bytes mtd_content(int index, uint64_t offset, std::size_t length)
 void set_mtd_content(int index, uint64_t offset, std::span<const std::uint8_t> content)
 {
 	simulation::set_mtd_content(index, offset, content.data(), content.size());
+}
+
+void fail_flash(int index, flash_operation operation, uint64_t nth)
+{
+	simulation::fail_flash(index, operation, nth);
+}
+
+std::vector<uint32_t> one_system_call(const std::vector<step> &steps)
+{
+	const simulation::system_call around;
+	std::vector<uint32_t> results;
+
+	for (const step &each : steps) {
+		if (const auto *call = std::get_if<kernel_call>(&each))
+			results.push_back(static_cast<uint32_t>(call_in_kernel(call->function, call->arguments)));
+		else if (const auto *removal = std::get_if<mtd_removal>(&each))
+			remove_mtd(removal->index);
+		else
+			add_mtd(std::get<mtd_spec>(each));
+	}
+	return results;
 }
 
 int mtd_use_count(int index)
@@ -309,8 +332,11 @@ ioctl_result ioctl(uint32_t command, uint64_t address)
 		return {-1, ENOENT};
 	if (const int error = flash_open(nullptr, nullptr))
 		return {-1, -error};
+	const simulation::system_call around;
 	const auto answer = static_cast<uint64_t>(flash_ioctl(nullptr, command, address));
 	const int result = static_cast<int>(witnessed("command " + std::to_string(command), answer)); // Linux 5.10 keeps it in an int
+	if (result == -g_no_such_command)
+		return {-1, ENOTTY};
 	if (result < 0 && result >= -g_highest_errno)
 		return {-1, -result};
 	return {result, 0};

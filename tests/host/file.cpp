@@ -2,26 +2,30 @@
 //
 // Files opened from inside the kernel: the block devices /dev/mtdblock<N>. Sizes, ends and errors are those of Linux's block device
 // files: a read stops at the end, a write that starts there finds no space, a seek past it is refused.
+//
+// filp_close() closes a file for its user at once. The block device is released when the task returns to user space: only then is the
+// last close made, and until then the device keeps its number, whatever becomes of the MTD device.
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <fcntl.h>
+#include <map>
 #include <memory>
 #include <vector>
 
+#include "block_device.hpp"
 #include "kernel/file.h"
 #include "mtd.hpp"
 #include "simulation.hpp"
 
 struct file {
-	mtd_info *device;
+	std::shared_ptr<block_device> device;
 	int flags;
 	long long position;
 
 	bool readable() const { return (flags & O_ACCMODE) != O_WRONLY; }
 	bool writable() const { return (flags & O_ACCMODE) != O_RDONLY; }
-	// A block device holds whole sectors.
-	std::uint64_t size() const { return device->size() / 512 * 512; }
+	bool synchronous() const { return flags & O_DSYNC; }
 };
 
 namespace simulation {
@@ -31,6 +35,37 @@ namespace {
 constexpr std::size_t g_most_bytes_at_once = 0x7ffff000;
 
 std::vector<std::unique_ptr<file>> g_open;
+std::map<int, std::shared_ptr<block_device>> g_block_devices; // by their number; those with files only
+
+void release_locked(const std::shared_ptr<block_device> &device)
+{
+	if (--device->openers > 0)
+		return;
+	if (device->mtd())
+		device->drop();
+	std::erase_if(g_block_devices, [&](const auto &entry) { return entry.second == device; });
+}
+
+// What a thread is, as a task of the kernel.
+class task {
+public:
+	~task() { return_to_user_space(); }
+
+	void return_to_user_space()
+	{
+		state_guard guard;
+
+		for (const auto &device : closed)
+			release_locked(device);
+		closed.clear();
+	}
+
+	int system_calls = 0; // one within the other
+	bool is_exiting = false;
+	std::vector<std::shared_ptr<block_device>> closed; // and not released
+};
+
+thread_local task g_task;
 
 file &open_file_locked(const char *function, const struct file *file)
 {
@@ -38,6 +73,8 @@ file &open_file_locked(const char *function, const struct file *file)
 
 	if (found == g_open.end())
 		misuse("%s(%p): no open file (closed already, or an error pointer)", function, static_cast<const void *>(file));
+	if (!(*found)->device->mtd())
+		misuse("%s(): the MTD device of the open file has gone", function);
 	return **found;
 }
 
@@ -53,6 +90,15 @@ mtd_info *device_of_path_locked(std::string_view path)
 	return error == std::errc() && end == digits.end() ? mtd_device_locked(index) : nullptr;
 }
 
+std::shared_ptr<block_device> block_device_locked(mtd_info &mtd)
+{
+	auto &device = g_block_devices[mtd.index()];
+
+	if (!device)
+		device = std::make_shared<block_device>(mtd);
+	return device->mtd() == &mtd ? device : nullptr;
+}
+
 void use_own_position_locked(const char *function, const file &file, const long long *position)
 {
 	if (position != &file.position)
@@ -63,22 +109,54 @@ void use_own_position_locked(const char *function, const file &file, const long 
 
 std::size_t transferable_locked(const file &file, std::size_t count)
 {
-	const auto left = file.size() - static_cast<std::uint64_t>(file.position);
+	const auto left = file.device->size() - static_cast<std::uint64_t>(file.position);
 	return static_cast<std::size_t>(std::min<std::uint64_t>({count, g_most_bytes_at_once, left}));
 }
 
-// Linux's block device writes RAM in place and any other device by whole erase blocks.
-void write_locked(const file &file, const void *buf, std::size_t length)
-{
-	const auto position = static_cast<std::uint64_t>(file.position);
+} // namespace
 
-	if (file.device->spec().type == board::mtd_ram)
-		file.device->program(position, buf, length);
-	else
-		file.device->update(position, buf, length, false);
+system_call::system_call()
+{
+	++g_task.system_calls;
 }
 
-} // namespace
+system_call::~system_call()
+{
+	if (--g_task.system_calls == 0)
+		g_task.return_to_user_space();
+}
+
+exiting_task::exiting_task()
+{
+	g_task.is_exiting = true;
+}
+
+exiting_task::~exiting_task()
+{
+	g_task.is_exiting = false;
+}
+
+bool block_number_is_taken_locked(int index)
+{
+	return g_block_devices.contains(index);
+}
+
+int block_device_openers_locked(int index)
+{
+	const auto found = g_block_devices.find(index);
+	return found == g_block_devices.end() || !found->second->mtd() ? 0 : found->second->openers;
+}
+
+void take_block_device_away_locked(int index)
+{
+	const auto is_on_it = [&](const auto &open) { return open->device->mtd() && open->device->mtd()->index() == index; };
+	const auto found = g_block_devices.find(index);
+
+	if (std::any_of(g_open.begin(), g_open.end(), is_on_it))
+		misuse("mtd%d is removed while its block device is open", index);
+	if (found != g_block_devices.end() && found->second->mtd())
+		found->second->lose_device(true);
+}
 
 long open_files()
 {
@@ -90,6 +168,9 @@ void reset_files()
 {
 	state_guard guard;
 	g_open.clear();
+	for (const auto &[index, device] : g_block_devices)
+		device->lose_device(false);
+	g_block_devices.clear();
 }
 
 } // namespace simulation
@@ -101,11 +182,14 @@ struct file *filp_open(const char *path, int flags, unsigned short mode)
 	if (auto forced = seen(call::filp_open, {path, flags, mode}))
 		return as_pointer<file>(*forced);
 	state_guard guard;
-	auto *device = device_of_path_locked(path);
+	auto *mtd = device_of_path_locked(path);
 
-	if (!device)
+	if (g_task.is_exiting)
+		misuse("filp_open(\"%s\") by an exiting task: current->fs is gone, Linux follows the null pointer", path);
+	if (!mtd || !mtd->has_block_device)
 		return as_pointer<file>(-ENOENT);
-	++device->open_files;
+	const auto device = block_device_locked(*mtd);
+	++device->openers;
 	return g_open.emplace_back(new file{device, flags, 0}).get();
 }
 
@@ -118,7 +202,7 @@ long long vfs_llseek(struct file *file, long long offset, int whence)
 
 	if (whence != SEEK_SET)
 		misuse("vfs_llseek(): only seeks from the start are simulated");
-	if (offset < 0 || static_cast<std::uint64_t>(offset) > open.size())
+	if (offset < 0 || static_cast<std::uint64_t>(offset) > open.device->size())
 		return -EINVAL;
 	return open.position = offset;
 }
@@ -152,9 +236,11 @@ long kernel_write(struct file *file, const void *buf, size_t count, long long *p
 	const auto part = transferable_locked(open, count);
 	if (count > 0 && part == 0)
 		return -ENOSPC;
-	write_locked(open, buf, part);
+	const auto position = static_cast<std::uint64_t>(open.position);
+	open.device->write(position, buf, part);
 	open.position += static_cast<long long>(part);
-	return static_cast<long>(part);
+	const int error = open.synchronous() ? open.device->flush(position, part) : 0;
+	return error ? error : static_cast<long>(part);
 }
 
 int vfs_fsync(struct file *file, int datasync)
@@ -162,8 +248,8 @@ int vfs_fsync(struct file *file, int datasync)
 	if (auto forced = seen(call::vfs_fsync, {file, datasync}))
 		return static_cast<int>(*forced);
 	state_guard guard;
-	open_file_locked("vfs_fsync", file);
-	return 0;
+	auto &device = *open_file_locked("vfs_fsync", file).device;
+	return device.flush(0, device.size());
 }
 
 int filp_close(struct file *file, void *owner)
@@ -171,7 +257,7 @@ int filp_close(struct file *file, void *owner)
 	if (auto forced = seen(call::filp_close, {file, owner}))
 		return static_cast<int>(*forced);
 	state_guard guard;
-	--open_file_locked("filp_close", file).device->open_files;
+	g_task.closed.push_back(open_file_locked("filp_close", file).device);
 	std::erase_if(g_open, [&](const auto &open) { return open.get() == file; });
 	return 0;
 }

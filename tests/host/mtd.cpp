@@ -61,16 +61,29 @@ void mtd_info::poke(std::uint64_t offset, const void *from, std::size_t length)
 	}
 }
 
-void mtd_info::erase(std::uint64_t offset)
+void mtd_info::fail(board::flash_operation operation, std::uint64_t nth)
+{
+	(operation == board::flash_operation::erase ? erases_to_failure_ : writes_to_failure_) = nth;
+}
+
+bool mtd_info::comes_to_its_end(std::uint64_t &countdown)
+{
+	return countdown > 0 && --countdown == 0;
+}
+
+bool mtd_info::erase(std::uint64_t offset)
 {
 	if (offset % spec_.erase_size != 0)
 		misuse("mtd%d: erase at %#llx, which is no start of an erase block", index_, static_cast<unsigned long long>(offset));
+	if (comes_to_its_end(erases_to_failure_))
+		return false;
 	const std::vector<std::uint8_t> erased(spec_.erase_size, 0xff);
 	poke(offset, erased.data(), erased.size());
 	++activity_.erases;
+	return true;
 }
 
-void mtd_info::program(std::uint64_t offset, const void *from, std::size_t length)
+bool mtd_info::program(std::uint64_t offset, const void *from, std::size_t length)
 {
 	if (spec_.type != board::mtd_ram) {
 		std::vector<std::uint8_t> present(length);
@@ -80,37 +93,11 @@ void mtd_info::program(std::uint64_t offset, const void *from, std::size_t lengt
 			misuse("mtd%d: write of %zu bytes at %#llx to flash that is not erased", index_, length,
 			       static_cast<unsigned long long>(offset));
 	}
+	if (comes_to_its_end(writes_to_failure_))
+		return false;
 	poke(offset, from, length);
 	++activity_.writes;
-}
-
-void mtd_info::update_block(std::uint64_t block, std::uint64_t offset, const std::uint8_t *from, std::size_t length, bool only_changes)
-{
-	std::vector<std::uint8_t> image(spec_.erase_size);
-
-	read(block, image.data(), image.size());
-	const auto place = image.begin() + static_cast<std::ptrdiff_t>(offset - block);
-	if (only_changes && std::equal(from, from + length, place))
-		return;
-	std::copy_n(from, length, place);
-	erase(block);
-	program(block, image.data(), image.size());
-}
-
-void mtd_info::update(std::uint64_t offset, const void *from, std::size_t length, bool only_changes)
-{
-	auto *in = static_cast<const std::uint8_t *>(from);
-
-	check_range("update", offset, length);
-	while (length > 0) {
-		const auto block = offset - offset % spec_.erase_size;
-		const auto part = std::min<std::size_t>(length, block + spec_.erase_size - offset);
-
-		update_block(block, offset, in, part, only_changes);
-		offset += part;
-		in += part;
-		length -= part;
-	}
+	return true;
 }
 
 namespace simulation {
@@ -184,7 +171,8 @@ int add_mtd(const board::mtd_spec &spec)
 		misuse("MTD number %d is in use", index);
 	if (spec.erase_size == 0 || spec.size % spec.erase_size != 0)
 		misuse("MTD device \"%s\": the size is no multiple of the erase size", spec.name.c_str());
-	g_devices.emplace(index, std::make_unique<mtd_info>(index, spec));
+	g_devices.emplace(index, std::make_unique<mtd_info>(index, spec)).first->second->has_block_device =
+		!block_number_is_taken_locked(index);
 	return index;
 }
 
@@ -193,8 +181,9 @@ void remove_mtd(int index)
 	state_guard guard;
 	const auto &device = known_device_locked(index);
 
-	if (device.module_references + device.open_files != 0)
+	if (device.module_references != 0)
 		misuse("mtd%d is removed while it is in use", index);
+	take_block_device_away_locked(index);
 	g_devices.erase(index);
 }
 
@@ -217,7 +206,13 @@ int mtd_use_count(int index)
 {
 	state_guard guard;
 	const auto &device = known_device_locked(index);
-	return device.module_references + device.open_files;
+	return device.module_references + block_device_openers_locked(index);
+}
+
+void fail_flash(int index, board::flash_operation operation, std::uint64_t nth)
+{
+	state_guard guard;
+	known_device_locked(index).fail(operation, nth);
 }
 
 board::mtd_activity mtd_count(int index)

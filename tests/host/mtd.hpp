@@ -25,28 +25,28 @@ public:
 	void read(std::uint64_t offset, void *to, std::size_t length) const;
 	// Puts bytes in place behind everybody's back: no rule, no count.
 	void poke(std::uint64_t offset, const void *from, std::size_t length);
-	// Erases the block that starts at @offset.
-	void erase(std::uint64_t offset);
-	// Writes to erased bytes; only RAM takes anything else.
-	void program(std::uint64_t offset, const void *from, std::size_t length);
-	// Makes a range equal to @from by reading, patching, erasing and writing the blocks that it touches; those that hold the wanted
-	// bytes already are left alone when @only_changes.
-	void update(std::uint64_t offset, const void *from, std::size_t length, bool only_changes);
+	// Erases the block that starts at @offset; false, with nothing done, when the flash reports an error.
+	[[nodiscard]] bool erase(std::uint64_t offset);
+	// Writes to erased bytes, and only RAM takes anything else; false, with nothing done, when the flash reports an error.
+	[[nodiscard]] bool program(std::uint64_t offset, const void *from, std::size_t length);
+	// The n-th erase or write from now on reports an error; 0 for none.
+	void fail(board::flash_operation operation, std::uint64_t nth);
 
-	int module_references = 0; // by get_mtd_device() and get_mtd_device_nm()
-	int open_files = 0;	   // block device files
+	int module_references = 0;    // by get_mtd_device() and get_mtd_device_nm()
+	bool has_block_device = true; // none when its number was still taken by another one
 
 private:
 	static constexpr std::size_t page_size = 4096;
 	using page = std::array<std::uint8_t, page_size>;
 
-	void update_block(std::uint64_t block, std::uint64_t offset, const std::uint8_t *from, std::size_t length, bool only_changes);
+	static bool comes_to_its_end(std::uint64_t &countdown);
 	void check_range(const char *what, std::uint64_t offset, std::size_t length) const;
 
 	int index_;
 	board::mtd_spec spec_;
 	std::map<std::uint64_t, std::unique_ptr<page>> pages_; // by page number; an absent page is erased
 	board::mtd_activity activity_{};
+	std::uint64_t erases_to_failure_ = 0, writes_to_failure_ = 0; // 0 for none
 };
 
 namespace simulation {

@@ -138,8 +138,33 @@ board::mtd_activity mtd_count(int index);
 long mtd_references();
 void reset_mtd();
 
+// The n-th erase or write of a device from now on reports an error; 0 for none.
+void fail_flash(int index, board::flash_operation operation, std::uint64_t nth);
+
 long open_files();
 void reset_files();
+// A system call of the calling thread. At its end the task returns to user space, and the block devices whose files it has closed are
+// released. A thread's end does that too.
+class system_call {
+public:
+	system_call();
+	system_call(const system_call &) = delete;
+	system_call &operator=(const system_call &) = delete;
+	~system_call();
+};
+// While it lives, the calling thread is a task that is exiting: Linux has taken its current->fs, without which no path can be walked.
+class exiting_task {
+public:
+	exiting_task();
+	exiting_task(const exiting_task &) = delete;
+	exiting_task &operator=(const exiting_task &) = delete;
+	~exiting_task();
+};
+// Block devices, as MTD devices come and go: whether a number is still taken, by one whose files are not released; how many of its files
+// are not; the end of its MTD device.
+bool block_number_is_taken_locked(int index);
+int block_device_openers_locked(int index);
+void take_block_device_away_locked(int index);
 
 // ---------------------------------------------------------------------------------------------------------------- user memory
 

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <numeric>
 #include <thread>
@@ -473,6 +474,10 @@ TEST_F(file_test, reads_and_moves_its_own_position)
 	EXPECT_EQ(simulation::mtd_use_count(number), 1);
 	EXPECT_EQ(filp_close(file, nullptr), 0);
 	EXPECT_EQ(simulation::open_files(), 0);
+	EXPECT_EQ(simulation::mtd_use_count(number), 1) << "until the task returns to user space";
+	{
+		const simulation::system_call around;
+	}
 	EXPECT_EQ(simulation::mtd_use_count(number), 0);
 }
 
@@ -491,25 +496,205 @@ TEST_F(file_test, ends_where_the_device_ends)
 	EXPECT_EQ(kernel_write(file, data.data(), 0, linux_file_position(file)), 0);
 	EXPECT_EQ(vfs_llseek(file, 0xfffe, 0), 0xfffe);
 	EXPECT_EQ(kernel_write(file, data.data() + 2, 6, linux_file_position(file)), 2);
+	EXPECT_EQ(vfs_fsync(file, 0), 0);
 	EXPECT_EQ(simulation::mtd_content(number, 0xfffd, 3), (board::bytes{0xff, 7, 7}));
 	filp_close(file, nullptr);
 }
 
-TEST_F(file_test, writes_by_whole_erase_blocks)
-{
-	const int number = simulation::add_mtd({.name = "nor", .type = board::mtd_nor, .erase_size = 0x1000});
-	const auto content = counted(0x10);
-	auto *file = filp_open("/dev/mtdblock0", 2, 0);
+// Two erase blocks of a NOR flash, and a write that covers their common edge.
+class write_back_test : public simulation_test {
+protected:
+	static constexpr std::uint64_t place = 0xff8;
+	static constexpr long length = 0x10;
 
-	vfs_llseek(file, 0xff8, 0);
-	EXPECT_EQ(kernel_write(file, content.data(), 0x10, linux_file_position(file)), 0x10);
-	vfs_llseek(file, 0xff8, 0);
-	EXPECT_EQ(kernel_write(file, content.data(), 0x10, linux_file_position(file)), 0x10);
-	EXPECT_EQ(simulation::mtd_content(number, 0xff8, 0x10), content);
-	EXPECT_EQ(simulation::mtd_count(number).erases, 4u);
-	EXPECT_EQ(simulation::mtd_count(number).writes, 4u);
+	struct file *open_at_place(int flags)
+	{
+		auto *file = filp_open("/dev/mtdblock0", flags, 0);
+
+		EXPECT_EQ(vfs_llseek(file, place, 0), static_cast<long long>(place));
+		return file;
+	}
+
+	long write(struct file *file) const { return kernel_write(file, content.data(), length, linux_file_position(file)); }
+	bool is_written() const { return simulation::mtd_content(number, place, length) == content; }
+	bool is_blank(std::uint64_t offset) const { return simulation::mtd_content(number, offset, 1) == board::bytes{0xff}; }
+
+	// The system call ends, and with it what it has closed is released.
+	static void close_and_return(struct file *file)
+	{
+		const simulation::system_call around;
+		filp_close(file, nullptr);
+	}
+
+	const board::bytes content = counted(length);
+	const int number = simulation::add_mtd({.name = "nor", .type = board::mtd_nor, .erase_size = 0x1000});
+};
+
+TEST_F(write_back_test, comes_with_the_flush)
+{
+	auto *file = open_at_place(O_RDWR);
+
+	EXPECT_EQ(write(file), length);
+	EXPECT_EQ(simulation::mtd_count(number).erases, 0u);
+	EXPECT_EQ(simulation::mtd_content(number, place, length), board::bytes(length, 0xff));
 	EXPECT_EQ(vfs_fsync(file, 0), 0);
+	EXPECT_TRUE(is_written());
+	close_and_return(file);
+	EXPECT_EQ(simulation::mtd_count(number).erases, 2u);
+	EXPECT_EQ(simulation::mtd_count(number).writes, 2u);
+}
+
+TEST_F(write_back_test, comes_with_a_synchronous_write)
+{
+	auto *file = open_at_place(O_RDWR | O_SYNC);
+
+	EXPECT_EQ(write(file), length);
+	EXPECT_TRUE(is_written());
+	close_and_return(file);
+}
+
+TEST_F(write_back_test, comes_with_the_last_close)
+{
+	auto *other = open_at_place(O_RDONLY), *file = open_at_place(O_RDWR);
+
+	EXPECT_EQ(write(file), length);
+	close_and_return(file);
+	EXPECT_TRUE(is_blank(place));
+	close_and_return(other);
+	EXPECT_TRUE(is_written());
+}
+
+TEST_F(write_back_test, comes_with_the_end_of_the_thread)
+{
+	std::thread([&] {
+		auto *file = open_at_place(O_RDWR);
+		write(file);
+		filp_close(file, nullptr);
+		EXPECT_TRUE(is_blank(place));
+	}).join();
+	EXPECT_TRUE(is_written());
+}
+
+TEST_F(write_back_test, is_not_awaited_by_readers)
+{
+	auto *file = open_at_place(O_RDWR), *other = open_at_place(O_RDONLY);
+	board::bytes read(length);
+
+	write(file);
+	EXPECT_EQ(kernel_read(other, read.data(), length, linux_file_position(other)), length);
+	EXPECT_EQ(read, content);
+	EXPECT_TRUE(is_blank(place));
+	close_and_return(file);
+	close_and_return(other);
+}
+
+TEST_F(write_back_test, that_cannot_erase_fails_the_flush_and_leaves_the_flash)
+{
+	auto *file = open_at_place(O_RDWR);
+	const board::bytes old(0x1000, 0x33);
+
+	simulation::set_mtd_content(number, 0, old.data(), old.size());
+	simulation::fail_flash(number, board::flash_operation::erase, 2);
+	EXPECT_EQ(write(file), length);
+	EXPECT_EQ(vfs_fsync(file, 0), -EIO);
+	EXPECT_FALSE(is_blank(place)) << "the first block is written";
+	EXPECT_TRUE(is_blank(0x1000)) << "the second is lost";
+	EXPECT_EQ(vfs_fsync(file, 0), 0) << "an error is told once";
+	close_and_return(file);
+	EXPECT_TRUE(is_blank(0x1000));
+}
+
+TEST_F(write_back_test, that_cannot_program_leaves_the_block_erased)
+{
+	auto *file = open_at_place(O_RDWR);
+	const board::bytes old(0x1000, 0x33);
+
+	simulation::set_mtd_content(number, 0x1000, old.data(), old.size());
+	simulation::fail_flash(number, board::flash_operation::write, 2);
+	EXPECT_EQ(write(file), length);
+	EXPECT_EQ(vfs_fsync(file, 0), -EIO);
+	EXPECT_EQ(simulation::mtd_content(number, 0x1000, 0x1000), board::bytes(0x1000, 0xff));
+	close_and_return(file);
+}
+
+// mtdblock writes a block when the first page of the next one comes: the error is that page's.
+TEST_F(write_back_test, that_fails_takes_the_next_page_with_it)
+{
+	auto *file = filp_open("/dev/mtdblock0", O_RDWR, 0);
+	const board::bytes old(0x3000, 0x33);
+
+	simulation::set_mtd_content(number, 0, old.data(), old.size());
+	simulation::fail_flash(number, board::flash_operation::erase, 1);
+	const board::bytes fresh(0x3000, 0x44);
+	EXPECT_EQ(kernel_write(file, fresh.data(), 0x3000, linux_file_position(file)), 0x3000);
+	EXPECT_EQ(vfs_fsync(file, 0), -EIO);
+	close_and_return(file);
+	EXPECT_EQ(simulation::mtd_content(number, 0, 0x2000), board::bytes(0x2000, 0x33));
+	EXPECT_EQ(simulation::mtd_content(number, 0x2000, 0x1000), board::bytes(0x1000, 0x44));
+}
+
+TEST_F(write_back_test, error_is_the_result_of_a_synchronous_write)
+{
+	auto *file = open_at_place(O_RDWR | O_SYNC);
+
+	simulation::fail_flash(number, board::flash_operation::erase, 1);
+	EXPECT_EQ(write(file), -EIO);
+	close_and_return(file);
+}
+
+TEST_F(write_back_test, error_of_the_last_close_is_told_to_nobody)
+{
+	auto *file = open_at_place(O_RDWR);
+
+	write(file);
+	simulation::fail_flash(number, board::flash_operation::erase, 1);
+	EXPECT_EQ(filp_close(file, nullptr), 0);
+	{
+		const simulation::system_call around;
+	}
+	EXPECT_EQ(simulation::mtd_count(number).erases, 0u);
+	EXPECT_TRUE(is_blank(place));
+}
+
+TEST_F(write_back_test, of_ram_is_in_place)
+{
+	const int ram = simulation::add_mtd({.name = "ram", .type = board::mtd_ram});
+	auto *file = filp_open("/dev/mtdblock1", O_RDWR | O_SYNC, 0);
+
+	EXPECT_EQ(write(file), length);
+	EXPECT_EQ(simulation::mtd_content(ram, 0, length), content);
+	EXPECT_EQ(simulation::mtd_count(ram).erases, 0u);
+	close_and_return(file);
+}
+
+TEST_F(write_back_test, comes_before_the_device_goes)
+{
+	const simulation::system_call around;
+	auto *file = open_at_place(O_RDWR);
+
+	write(file);
 	filp_close(file, nullptr);
+	simulation::remove_mtd(number);
+}
+
+class block_number_test : public simulation_test {};
+
+TEST_F(block_number_test, stays_taken_until_the_task_returns_to_user_space)
+{
+	const int number = simulation::add_mtd({.name = "nor", .type = board::mtd_nor});
+	{
+		const simulation::system_call around;
+		const simulation::system_call one_within_the_other;
+		filp_close(filp_open("/dev/mtdblock0", O_RDONLY, 0), nullptr);
+		simulation::remove_mtd(number);
+		EXPECT_EQ(simulation::add_mtd({.name = "nor", .type = board::mtd_nor}), number);
+		EXPECT_EQ(reinterpret_cast<long>(filp_open("/dev/mtdblock0", O_RDONLY, 0)), -ENOENT);
+		EXPECT_EQ(simulation::mtd_use_count(number), 0);
+	}
+	EXPECT_EQ(reinterpret_cast<long>(filp_open("/dev/mtdblock0", O_RDONLY, 0)), -ENOENT) << "it never gets one";
+	simulation::remove_mtd(number);
+	simulation::add_mtd({.name = "nor", .type = board::mtd_nor});
+	filp_close(filp_open("/dev/mtdblock0", O_RDONLY, 0), nullptr);
 }
 
 TEST_F(file_test, honours_the_open_mode)
@@ -544,6 +729,35 @@ TEST_F(file_death_test, refuses_use_after_close)
 	EXPECT_DEATH(filp_close(file, nullptr), "closed already");
 	EXPECT_DEATH(vfs_llseek(file, 0, 0), "closed already");
 	EXPECT_DEATH(filp_close(reinterpret_cast<struct file *>(-2L), nullptr), "error pointer");
+}
+
+TEST_F(file_death_test, refuses_a_task_that_is_exiting)
+{
+	simulation::add_mtd({.name = "nor"});
+	const simulation::exiting_task exiting;
+	EXPECT_DEATH(filp_open("/dev/mtdblock0", 0, 0), "current->fs is gone");
+}
+
+TEST_F(file_death_test, refuses_to_lose_the_device_of_an_open_file)
+{
+	const int number = simulation::add_mtd({.name = "nor"});
+	auto *file = filp_open("/dev/mtdblock0", 0, 0);
+	EXPECT_DEATH(simulation::remove_mtd(number), "while its block device is open");
+	filp_close(file, nullptr);
+}
+
+TEST_F(flash_buffer_test, reports_what_the_flash_reports)
+{
+	const int number = simulation::add_mtd({.name = "nand", .erase_size = 0x1000});
+	const auto content = counted(0x10);
+
+	simulation::fail_flash(number, board::flash_operation::erase, 1);
+	EXPECT_EQ(plat_mtd_update_buf("/dev/mtd0", 0, content.data(), content.size()), FLASH_BUFFER_ERASE_FAILED);
+	simulation::fail_flash(number, board::flash_operation::write, 2);
+	EXPECT_EQ(plat_mtd_update_buf("/dev/mtd0", 0xff8, content.data(), content.size()), FLASH_BUFFER_WRITE_FAILED);
+	EXPECT_EQ(simulation::mtd_content(number, 0xff8, 0x10),
+		  (board::bytes{1, 2, 3, 4, 5, 6, 7, 8, 255, 255, 255, 255, 255, 255, 255, 255}));
+	EXPECT_EQ(plat_mtd_update_buf("/dev/mtd0", 0xff8, content.data(), content.size()), 0u) << "the next try";
 }
 
 // ---------------------------------------------------------------------------------------------------------------- user copies

@@ -6,6 +6,7 @@
 #include <linux/miscdevice.h>
 #include <linux/module.h>
 #include <linux/mutex.h>
+#include <linux/sched.h>
 #include <linux/uaccess.h>
 
 #include "lab.h"
@@ -13,6 +14,35 @@
 static long no_result(void (*clear)(void))
 {
 	clear();
+	return 0;
+}
+
+static bool releaser_had_fs;
+
+static long lab_ioctl(struct file *file, unsigned int command, unsigned long argument);
+
+static long make_steps(struct file *file, const struct lab_steps __user *argument)
+{
+	struct lab_steps all;
+	struct lab_step step;
+	long error = 0;
+	u32 i;
+
+	if (copy_from_user(&all, argument, sizeof(all)))
+		return -EFAULT;
+	if (all.count > LAB_MOST_STEPS)
+		return -EINVAL;
+	for (i = 0; i < all.count && !error; i++) {
+		if (copy_from_user(&step, u64_to_user_ptr(all.steps + i * sizeof(step)), sizeof(step)))
+			return -EFAULT;
+		error = step.command == LAB_STEPS ? -EINVAL : lab_ioctl(file, step.command, step.record);
+	}
+	return error;
+}
+
+static int close_lab(struct inode *inode, struct file *file)
+{
+	releaser_had_fs = current->fs;
 	return 0;
 }
 
@@ -59,6 +89,12 @@ static long lab_ioctl(struct file *file, unsigned int command, unsigned long arg
 		return no_result(lab_platform_give_back);
 	case LAB_DRIVER_PARTS:
 		return lab_driver_parts(record);
+	case LAB_MTD_FAIL:
+		return lab_mtd_fail(record);
+	case LAB_STEPS:
+		return make_steps(file, record);
+	case LAB_RELEASER_HAD_FS:
+		return put_user((u32)releaser_had_fs, (u32 __user *)record);
 	case LAB_STATUS:
 		return lab_status(record);
 	}
@@ -68,6 +104,7 @@ static long lab_ioctl(struct file *file, unsigned int command, unsigned long arg
 static const struct file_operations lab_fops = {
 	.owner = THIS_MODULE,
 	.unlocked_ioctl = lab_ioctl,
+	.release = close_lab,
 };
 
 static struct miscdevice lab_device = {

@@ -37,6 +37,7 @@ long lab_mtd_remove(s32 __user *argument);
 long lab_mtd_remove_all(void);
 long lab_mtd_bytes(unsigned int command, struct lab_mtd_bytes __user *argument);
 long lab_mtd_state(struct lab_mtd_state __user *argument);
+long lab_mtd_fail(const struct lab_mtd_failure __user *argument);
 
 /* store.c: bytes of a device of any size; what was never written reads as 0xFF. The caller serialises. */
 struct lab_store {

@@ -44,6 +44,27 @@ struct lab_mtd_state {
 	__u64 writes; /* program operations */
 };
 
+/* The n-th erase or program operation of a device from now on fails with EIO and does nothing; nth 0 disarms. */
+struct lab_mtd_failure {
+	__s32 index;
+	__u32 is_write;
+	__u64 nth;
+};
+
+/* Commands made one after the other without a return to user space in between; the first that fails ends them. */
+#define LAB_MOST_STEPS 16
+
+struct lab_step {
+	__u64 command;
+	__u64 record;
+};
+
+struct lab_steps {
+	__u64 steps; /* array of struct lab_step */
+	__u32 count;
+	__u32 reserved;
+};
+
 /* Functions that the lab's flash driver has. */
 #define LAB_DRIVER_GET_SIZE 1
 #define LAB_DRIVER_CREATE 2
@@ -159,5 +180,9 @@ struct lab_status {
 /* Removes flash_mng's log and releases its hardware locks where flash_mng was kept from doing so. Call it with flash_mng unloaded. */
 #define LAB_PLATFORM_GIVE_BACK _IO(LAB_MAGIC, 21)
 #define LAB_DRIVER_PARTS _IOWR(LAB_MAGIC, 22, struct lab_parts)
+#define LAB_MTD_FAIL _IOW(LAB_MAGIC, 23, struct lab_mtd_failure)
+#define LAB_STEPS _IOW(LAB_MAGIC, 24, struct lab_steps)
+/* Whether the task that released an open file of the lab last still had its current->fs: 1 or 0. */
+#define LAB_RELEASER_HAD_FS _IOR(LAB_MAGIC, 25, __u32)
 
 #endif

@@ -25,11 +25,13 @@ struct lab_mtd {
 	struct mtd_info device;	 /* the whole device, or the parent without a number */
 	struct mtd_info *visible; /* what has the number: the device or its partition */
 	struct list_head link;
-	struct mutex lock; /* store, programmed and counters */
+	struct mutex lock; /* store, programmed, counters and failures */
 	struct lab_store store;
 	struct xarray programmed; /* NAND: pages programmed since their erase */
 	u64 erases;
 	u64 writes;
+	u64 erases_to_failure; /* 0 for none */
+	u64 writes_to_failure;
 	char *name;
 };
 
@@ -96,13 +98,18 @@ static int program(struct lab_mtd *lab, loff_t to, size_t length, const u_char *
 	return lab_store_write(&lab->store, to, from, length);
 }
 
+static bool comes_to_its_end(u64 *countdown)
+{
+	return *countdown && !--*countdown;
+}
+
 static int mtd_lab_write(struct mtd_info *mtd, loff_t to, size_t length, size_t *done, const u_char *from)
 {
 	struct lab_mtd *lab = owner_of(mtd);
 	int error;
 
 	mutex_lock(&lab->lock);
-	error = program(lab, to, length, from);
+	error = comes_to_its_end(&lab->writes_to_failure) ? -EIO : program(lab, to, length, from);
 	if (!error)
 		lab->writes++;
 	mutex_unlock(&lab->lock);
@@ -132,6 +139,8 @@ static int mtd_lab_erase(struct mtd_info *mtd, struct erase_info *instr)
 	mutex_lock(&lab->lock);
 	if (offset_rest || length_rest) {
 		error = refuse(lab, "to erase parts of an erase block", instr->addr, instr->len);
+	} else if (comes_to_its_end(&lab->erases_to_failure)) {
+		error = -EIO;
 	} else {
 		lab_store_blank(&lab->store, instr->addr, instr->len);
 		forget_programmed(lab, instr->addr, instr->len);
@@ -478,4 +487,25 @@ long lab_mtd_state(struct lab_mtd_state __user *argument)
 	if (!lab)
 		return -ENODEV;
 	return copy_to_user(argument, &state, sizeof(state)) ? -EFAULT : 0;
+}
+
+long lab_mtd_fail(const struct lab_mtd_failure __user *argument)
+{
+	struct lab_mtd_failure failure;
+	struct lab_mtd *lab;
+
+	if (copy_from_user(&failure, argument, sizeof(failure)))
+		return -EFAULT;
+	mutex_lock(&devices_lock);
+	lab = find_device(failure.index);
+	if (lab) {
+		mutex_lock(&lab->lock);
+		if (failure.is_write)
+			lab->writes_to_failure = failure.nth;
+		else
+			lab->erases_to_failure = failure.nth;
+		mutex_unlock(&lab->lock);
+	}
+	mutex_unlock(&devices_lock);
+	return lab ? 0 : -ENODEV;
 }
