@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <set>
 
-#include "harmless.hpp"
+#include "accepted.hpp"
 #include "trial.hpp"
 #include "wrong_results.hpp"
 
@@ -81,7 +81,7 @@ class every_operation_is_tried : public whole {
 	}
 };
 
-class every_harmless_fault_is_met : public whole {
+class every_accepted_fault_is_met : public whole {
 	void TestBody() override
 	{
 		if (!is_whole_run())
@@ -123,7 +123,7 @@ int main(int count, char **arguments)
 	register_whole<every_operation_is_tried>("faults_lists", "every_operation_is_tried");
 	for (list of : g_lists)
 		register_operations(of);
-	register_whole<every_harmless_fault_is_met>("faults_whole", "every_harmless_fault_is_met");
+	register_whole<every_accepted_fault_is_met>("faults_whole", "every_accepted_fault_is_met");
 	register_whole<faults_are_many>("faults_whole", "faults_are_many");
 
 	const int result = RUN_ALL_TESTS();

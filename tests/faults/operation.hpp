@@ -48,7 +48,7 @@ struct operation {
 	std::function<uint32_t()> run;
 	// After code 0: whether everything is there that a success promises, bytes on the flash apart, which `written` tells.
 	std::function<bool()> done = [] { return true; };
-	// After code 0 in spite of a harmless fault: whether there is what the module promises then.
+	// After code 0 in spite of an accepted fault: whether there is what the module promises then.
 	std::function<bool()> done_in_part = [] { return false; };
 	// Gives back what the operation rightly left behind.
 	std::function<void()> settle = [] {};

@@ -11,8 +11,8 @@
 #include <unistd.h>
 
 #include "../../reference_platform/include/platform_status.h"
+#include "accepted.hpp"
 #include "case.hpp"
-#include "harmless.hpp"
 #include "simulation.hpp"
 #include "uapi/flash_mng.h"
 #include "wrong_results.hpp"
@@ -114,6 +114,7 @@ void trial::run()
 	try_one_by_one(points);
 	if (points.size() <= g_most_points_for_twos)
 		try_by_twos(points);
+	try_flash_faults();
 	testing::Test::RecordProperty("points", static_cast<int>(points.size()));
 }
 
@@ -170,6 +171,27 @@ void trial::try_untouched()
 	judge_end();
 }
 
+void trial::try_flash_faults()
+{
+	if (!operation_.written)
+		return;
+	const board::mtd_activity untouched = activity_;
+	try_flash_faults(board::flash_operation::erase, untouched.erases);
+	try_flash_faults(board::flash_operation::write, untouched.writes);
+}
+
+void trial::try_flash_faults(board::flash_operation operation, uint64_t count)
+{
+	for (uint64_t nth = 1; nth <= count && complaints_ < g_most_complaints; ++nth) {
+		flash_fault_ = flash_fault{operation, nth};
+		judge_flash_fault(run_once({}));
+		flash_fault_.reset();
+		judge_end();
+		try_untouched();
+		++g_injected;
+	}
+}
+
 uint32_t trial::run_once(const std::vector<fault> &faults)
 {
 	const auto &target = operation_.written;
@@ -177,6 +199,9 @@ uint32_t trial::run_once(const std::vector<fault> &faults)
 	attempt_ = operation_.name + " " + operation_.scenario;
 	for (const fault &fault : faults)
 		attempt_ += "; " + described(fault);
+	if (flash_fault_)
+		attempt_ += (flash_fault_->operation == board::flash_operation::erase ? "; erase no. " : "; write no. ") +
+			    std::to_string(flash_fault_->nth) + " of the flash";
 	attempt_.copy(g_current_attempt.data(), g_current_attempt.size() - 1);
 	g_current_attempt[std::min(attempt_.size(), g_current_attempt.size() - 1)] = '\0';
 
@@ -188,7 +213,12 @@ uint32_t trial::run_once(const std::vector<fault> &faults)
 	simulation::forget_log();
 	for (const fault &fault : faults)
 		simulation::arm(function_of(fault.call), fault.result, fault.nth, fault.sticky);
+	const board::mtd_activity before = target ? board::mtd_count(target->device) : board::mtd_activity{};
+	if (flash_fault_)
+		board::fail_flash(target->device, flash_fault_->operation, flash_fault_->nth);
 	const uint32_t code = operation_.run();
+	const board::mtd_activity after = target ? board::mtd_count(target->device) : board::mtd_activity{};
+	activity_ = {after.erases - before.erases, after.writes - before.writes};
 	hits_ = board::faults_hit();
 	trace_ = board::calls();
 	struck_ = struck_positions(trace_, faults);
@@ -229,7 +259,7 @@ void trial::judge_success()
 
 	for (std::size_t position : struck_) {
 		effect left = effect::whole;
-		if (!is_harmless(operation_.name, trace_, position, left))
+		if (!is_accepted(operation_.name, trace_, position, left))
 			return complain("a false success: " + trace_[position] + " failed");
 		in_part |= left == effect::in_part;
 	}
@@ -250,11 +280,62 @@ void trial::judge_flash(bool must_be_written)
 				complain("mtd" + std::to_string(i) + " was changed");
 			continue;
 		}
-		bytes written = contents_[i];
-		std::copy(operation_.written->data.begin(), operation_.written->data.end(),
-			  written.begin() + static_cast<std::ptrdiff_t>(operation_.written->offset));
-		if (present != written && (must_be_written || !is_old))
+		if (present != written_content() && (must_be_written || !is_old))
 			complain("mtd" + std::to_string(i) + " does not hold what was written, or other bytes were changed");
+	}
+}
+
+// What the device that is written to holds afterwards.
+bytes trial::written_content() const
+{
+	const target &target = *operation_.written;
+	bytes content = contents_[static_cast<std::size_t>(target.device)];
+	std::copy(target.data.begin(), target.data.end(), content.begin() + static_cast<std::ptrdiff_t>(target.offset));
+	return content;
+}
+
+// Of the erase blocks of the range, each 512 bytes are old or new, or the block is erased; every other byte is old.
+bool trial::may_be_left(const bytes &present) const
+{
+	const target &target = *operation_.written;
+	constexpr std::size_t sector = 512;
+	const auto device = static_cast<std::size_t>(target.device);
+	const std::size_t block = operation_.devices[device].erase_size;
+	const bytes &old = contents_[device];
+	const bytes fresh = written_content();
+	const auto same = [&](const bytes &wanted, std::size_t start, std::size_t size) {
+		return std::memcmp(present.data() + start, wanted.data() + start, std::min(size, present.size() - start)) == 0;
+	};
+	const bytes erased(old.size(), 0xFF);
+
+	for (std::size_t start = 0; start < old.size(); start += block) {
+		const bool touched = start < target.offset + target.data.size() && target.offset < start + block;
+		if (touched && same(erased, start, block))
+			continue;
+		for (std::size_t at = start; at < std::min(start + block, old.size()); at += sector)
+			if (!same(old, at, std::min(sector, start + block - at)) && !same(fresh, at, std::min(sector, start + block - at)))
+				return false;
+	}
+	return true;
+}
+
+void trial::judge_flash_fault(uint32_t code)
+{
+	const bool is_told = code == FLASH_BUFFER_ERASE_FAILED || code == FLASH_BUFFER_WRITE_FAILED || code == FLASH_MNG_SHORT_WRITE;
+	const bool is_silent =
+		std::any_of(trace_.begin(), trace_.end(), [&](const std::string &call) { return loses_silently(operation_.name, call); });
+
+	if (is_silent ? code != 0 : !is_told)
+		complain("the code " + std::to_string(code) + " is not what is documented of a flash that fails");
+	for (std::size_t i = 0; i < contents_.size(); ++i) {
+		const bytes present = board::mtd_content(static_cast<int>(i), 0, contents_[i].size());
+		const bool is_target = operation_.written->device == static_cast<int>(i);
+		if (is_target ? !may_be_left(present) : present != contents_[i])
+			complain("mtd" + std::to_string(i) +
+				 " was changed beyond the erase blocks of the range, or in them to something new");
+		// RAM is written sector by sector, and most of these do not change.
+		if (is_target && operation_.devices[i].type != board::mtd_ram && present == written_content())
+			complain("the flash failed, and all is written");
 	}
 }
 

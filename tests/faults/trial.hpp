@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,6 +21,12 @@ struct fault {
 	bool sticky; // and every later call of the function
 };
 
+// One erase or write of the flash that the operation writes to made to fail.
+struct flash_fault {
+	board::flash_operation operation;
+	uint64_t nth; // from 1
+};
+
 class trial {
 public:
 	explicit trial(const operation &operation);
@@ -27,8 +34,8 @@ public:
 	trial &operator=(const trial &) = delete;
 	~trial();
 
-	// All of it: every point alone, once and for good, with every wrong result; where there are few points, two at a time. Failures are
-	// GoogleTest's.
+	// All of it: every point alone, once and for good, with every wrong result; where there are few points, two at a time; then every
+	// erase and write of the flash. Failures are GoogleTest's.
 	void run();
 
 	// Faults that came to be, over all trials.
@@ -47,11 +54,16 @@ private:
 	void try_by_twos(const std::vector<point> &points);
 	void try_with(const std::vector<fault> &faults);
 	void try_untouched();
+	void try_flash_faults();
+	void try_flash_faults(board::flash_operation operation, uint64_t count);
 
 	uint32_t run_once(const std::vector<fault> &faults);
 	void judge_faulted(const std::vector<fault> &faults, uint32_t code);
 	void judge_success();
 	void judge_flash(bool must_be_written);
+	void judge_flash_fault(uint32_t code);
+	bytes written_content() const;
+	bool may_be_left(const bytes &present) const;
 	void judge_end();
 	void repair_platform() const;
 	bool explains(const std::vector<fault> &faults, uint32_t code) const;
@@ -61,10 +73,12 @@ private:
 	const operation &operation_;
 	std::vector<bytes> contents_; // of the devices, before the operation
 	board::holdings before_;
-	std::vector<std::string> trace_;  // of the latest run
-	std::vector<std::size_t> struck_; // positions in it that faults struck
-	unsigned hits_ = 0;		  // faults that came to be in it
-	std::string attempt_;		  // what is being tried, for messages
+	std::optional<flash_fault> flash_fault_; // of the next run
+	board::mtd_activity activity_ = {};	 // of the flash to be written, in the latest run
+	std::vector<std::string> trace_;	 // of the latest run
+	std::vector<std::size_t> struck_;	 // positions in it that faults struck
+	unsigned hits_ = 0;			 // faults that came to be in it
+	std::string attempt_;			 // what is being tried, for messages
 	unsigned complaints_ = 0;
 };
 

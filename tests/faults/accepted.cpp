@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
-#include "harmless.hpp"
+#include "accepted.hpp"
 
 #include <algorithm>
 
@@ -24,8 +24,8 @@ constexpr std::string_view g_existence = "the question is whether the partition 
 constexpr std::string_view g_default_lock = "a lock setting that cannot be read has its default";
 
 row g_rows[] = {
-	{"drv_flash_mtd_write", "vfs_fsync(", effect::whole,
-	 "the bytes are with the block device; what the flush answers is not looked at"},
+	{"drv_flash_mtd_write", "vfs_fsync(", effect::lost,
+	 "what the flush answers is not looked at: what the flash refuses there is lost"},
 	{"drv_flash_mtd_", "vfs_llseek(-, 0, 0)", effect::whole, "positions are compared in 32 bits, in which 0 and 2^32 are equal"},
 
 	{"load", "log_get_timestamp_ms(", effect::whole, "the time is only handed on"},
@@ -75,7 +75,7 @@ bool is_before(const std::vector<std::string> &trace, std::size_t position, std:
 
 } // namespace
 
-bool is_harmless(std::string_view operation, const std::vector<std::string> &trace, std::size_t position, effect &left)
+bool is_accepted(std::string_view operation, const std::vector<std::string> &trace, std::size_t position, effect &left)
 {
 	for (row &row : g_rows) {
 		if (!operation.starts_with(row.operation) || !contains(trace[position], row.call) || !is_before(trace, position, row.until))
@@ -85,6 +85,13 @@ bool is_harmless(std::string_view operation, const std::vector<std::string> &tra
 		return true;
 	}
 	return false;
+}
+
+bool loses_silently(std::string_view operation, std::string_view call)
+{
+	return std::any_of(std::begin(g_rows), std::end(g_rows), [&](const row &row) {
+		return row.left == effect::lost && operation.starts_with(row.operation) && contains(call, row.call);
+	});
 }
 
 std::vector<std::string> rows_never_met()
