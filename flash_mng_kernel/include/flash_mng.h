@@ -2,14 +2,42 @@
 /*
  * flash_mng for other kernel modules: flash by section and by partition name, and SPI flash instances.
  *
- * All functions run in the caller's context, may sleep and must not be called in atomic context. All are exported with EXPORT_SYMBOL
- * and have C linkage. A result is an unsigned 32-bit code, FLASH_MNG_OK (0) on success, otherwise one of the codes of
- * uapi/flash_mng.h or a code of the platform that is passed through unchanged; it is never an errno. Buffers are kernel memory owned by
- * the caller and used only during the call. Offsets and lengths are bytes; a range ends before offset + length and may end exactly at
- * the end of the partition.
+ * All functions run in the caller's context, in process context without a lock that forbids to sleep, but for drv_flash_driver_register()
+ * and drv_flash_driver_unregister(), which any context may call. All are exported with EXPORT_SYMBOL and have C linkage. A result is an
+ * unsigned 32-bit code, FLASH_MNG_OK (0) on success, otherwise one of the codes of uapi/flash_mng.h or a code of the platform that is
+ * passed through unchanged; the module's own are never an errno. Results of a function are listed in the order of its checks, success
+ * first. Buffers are kernel memory owned by the caller and used only during the call. Offsets and lengths are bytes; a range ends before
+ * offset + length and may end exactly at the end of the partition.
  *
- * Device files ("/dev/mtdblock<N>") are opened in the calling task's own root and mount name space and with its rights: call from a
- * task that sees the board's /dev.
+ *
+ * What a write that gave FLASH_MNG_OK has done
+ *
+ *	road						the bytes are
+ *	a section, drv_flash_write()			on the flash: errors of erase and program are reported
+ *	NAND by name, listed or not			where the platform's flash service says they are: its status is reported
+ *	not NAND, by name (block device)		on the flash if it reported no error: Linux tells an error to the flush,
+ *							whose result is not looked at
+ *
+ * So a write by name to a partition that is not NAND can give FLASH_MNG_OK although the erase failed, and nothing has changed, or although
+ * the program failed, and a whole erase block is left erased, bytes outside of the range among it. Who has to know writes by section, or
+ * reads back while nobody else has the block device open, which would keep the lost bytes in Linux's cache. The module reads nothing back.
+ *
+ *
+ * Rules for callers
+ *
+ * - Device files are opened by path, "/dev/mtdblock<N>" by this module and "/dev/mtd<N>" by the platform's flash service if it opens one,
+ *   in the calling task's own root and mount name space and with its rights: call from a task that sees the board's /dev.
+ * - Do not transfer from the release function of a file or from a task that is exiting: Linux 5.10 has taken its current->fs by then, and
+ *   opening a path follows a null pointer. That is an oops with the instance's sections still held, which every later caller waits for.
+ * - A block device is released when the task returns to user space, not when the module closes it, and keeps its number until then. Who
+ *   transfers, destroys the SPI flash, makes it anew and transfers again within one system call gets FLASH_MNG_NOT_OPENED, and so does
+ *   everybody else until the flash is made once more.
+ * - A path is a number. It is formed before a lock is waited for and resolved afterwards. Where MTD devices go and others come meanwhile,
+ *   the number may be another partition's, which is then read or written. Who removes devices sees to it that nobody transfers.
+ * - Reach a partition on one road only. The sections of an instance, a listed partition and a block device are each guarded on their own
+ *   or not at all: of a section that lies on a partition listed in mtd_info, a write that gave FLASH_MNG_OK is lost when a write by name
+ *   is under way, and on NAND the two roads count bad blocks differently. A listed partition that is not NAND is reached by commands
+ *   through the flash service and by the functions below through its block device.
  */
 #ifndef FLASH_MNG_H
 #define FLASH_MNG_H
@@ -55,23 +83,25 @@ struct flash_driver_ops {
  * @section_id: section; where several rows have the id, the first that contains the range serves
  * @offset: address of the first byte, in the addresses in which the XML states the section's offset
  * @buf: receives the data
- * @len: number of bytes, may be 0
+ * @len: number of bytes, may be 0; the address must lie in the section even then
  *
- * Transfers of one instance's sections follow one another; those of different instances run side by side.
+ * Transfers of one instance's sections follow one another; those of different instances run side by side, on the same partition too.
  *
  * Return: FLASH_MNG_OK; FLASH_MNG_NULL_POINTER when @buf is NULL; FLASH_MNG_OVERFLOW; FLASH_MNG_INVALID when the instance has no sections,
- * none contains the range, its partition is absent, or the seek fails; FLASH_MNG_COPY_FAILED when the device path could not be formed;
- * FLASH_MNG_INTERRUPTED when the task was killed while it waited; FLASH_MNG_NOT_OPENED; FLASH_MNG_SHORT_READ, what was read being in
- * @buf.
+ * none contains the range, or its partition is absent; FLASH_MNG_COPY_FAILED when the device path could not be formed;
+ * FLASH_MNG_INTERRUPTED when the task was killed while it waited; FLASH_MNG_NOT_OPENED; FLASH_MNG_INVALID when the seek fails;
+ * FLASH_MNG_SHORT_READ, what was read being in @buf.
  */
 u32 drv_flash_read(u32 inst_id, u32 section_id, u32 offset, void *buf, u32 len);
 
 /**
  * drv_flash_write() - write a range of a section, durably.
  *
- * Arguments as drv_flash_read(); @buf is only read. Nothing is read back or verified.
+ * Arguments as drv_flash_read(); @buf is only read. The block device is opened synchronously, so what the flash reports is reported here.
+ * Nothing is read back or verified.
  *
- * Return: as drv_flash_read(), with FLASH_MNG_SHORT_WRITE in place of FLASH_MNG_SHORT_READ; part of the range may then be written.
+ * Return: as drv_flash_read(), with FLASH_MNG_SHORT_WRITE in place of FLASH_MNG_SHORT_READ: less was written, or the flash reported an
+ * error. Of the erase blocks of the range, any may then be old, new or erased, bytes outside of the range among them.
  */
 u32 drv_flash_write(u32 inst_id, u32 section_id, u32 offset, const void *buf, u32 len);
 
@@ -83,12 +113,14 @@ u32 drv_flash_write(u32 inst_id, u32 section_id, u32 offset, const void *buf, u3
  * @len: number of bytes, at least 1
  *
  * A NAND partition is read through the platform's flash service; one that the board lists as updated as a whole is read from its first
- * byte and under its lock. Any other partition is read through its block device.
+ * byte to the end of the range and under its lock, into a buffer of that size. Any other partition is read through its block device, listed
+ * or not.
  *
- * Return: FLASH_MNG_OK; FLASH_MNG_CLEAR_FAILED; FLASH_MNG_INVALID for a bad name or a range beyond the partition (its size taken modulo
- * 2^32); FLASH_MNG_NO_PARTITION; FLASH_MNG_NO_DATA when @buf is NULL or @len is 0; FLASH_MNG_OVERFLOW; FLASH_MNG_COPY_FAILED when the
- * device path could not be formed; FLASH_MNG_NOT_OPENED; FLASH_MNG_FAILED when the block device gave less than @len bytes, those it
- * gave being in @buf; FLASH_MNG_NO_BUFFER; or a status of the flash service.
+ * Return: FLASH_MNG_OK; FLASH_MNG_CLEAR_FAILED; FLASH_MNG_INVALID for a bad name; FLASH_MNG_NO_PARTITION; FLASH_MNG_NO_DATA when @buf is
+ * NULL or @len is 0; FLASH_MNG_OVERFLOW; FLASH_MNG_INVALID for a range beyond the partition (its size taken modulo 2^32);
+ * FLASH_MNG_COPY_FAILED when the device path could not be formed. Then, through a block device: FLASH_MNG_NOT_OPENED; FLASH_MNG_FAILED
+ * when the seek fails, or less than @len bytes came, which are in @buf. Of NAND: a status of the flash service. Of listed NAND:
+ * FLASH_MNG_NO_BUFFER; a status of the flash service; a code of the platform's bounded copy.
  */
 u32 drv_flash_mtd_read(const char *mtd_name, u32 offset, void *buf, u32 len);
 
@@ -101,11 +133,13 @@ u32 drv_flash_mtd_read(const char *mtd_name, u32 offset, void *buf, u32 len);
  *
  * The roads are those of drv_flash_mtd_read(). A listed NAND partition is changed by reading its usable bytes, patching them in memory
  * and writing them back, all under its lock; a range beyond the usable bytes is refused with nothing written. A block device is flushed
- * before the call returns.
+ * before the call returns, and the result of the flush is not looked at: see above for what FLASH_MNG_OK means on this road.
  *
- * Return: as drv_flash_mtd_read() but for FLASH_MNG_CLEAR_FAILED, which does not occur; further FLASH_MNG_EMPTY_RANGE when a listed
- * partition has no usable bytes, and a code of the platform's bounded copy when the range leaves the usable bytes. After FLASH_MNG_FAILED
- * or a status of the flash service part of the range may have been written.
+ * Return: FLASH_MNG_OK; as drv_flash_mtd_read() up to FLASH_MNG_COPY_FAILED, but for FLASH_MNG_CLEAR_FAILED, which does not occur. Then,
+ * through a block device: FLASH_MNG_NOT_OPENED; FLASH_MNG_FAILED when the seek fails or fewer bytes were taken. Of NAND: a status of the
+ * flash service. Of listed NAND: FLASH_MNG_EMPTY_RANGE when there are no usable bytes; FLASH_MNG_NO_BUFFER; a status of the flash service
+ * that could not read them; a code of the platform's bounded copy when the range leaves them; a status of the flash service that could
+ * not write them. After FLASH_MNG_FAILED or a status of a write, erase blocks of the range may be old, new or erased.
  */
 u32 drv_flash_mtd_write(const char *mtd_name, u32 offset, const void *buf, u32 len);
 
@@ -117,6 +151,11 @@ u32 drv_flash_mtd_write(const char *mtd_name, u32 offset, const void *buf, u32 l
  * Return: FLASH_MNG_OK; FLASH_MNG_INVALID when @size is NULL or the name is bad; FLASH_MNG_NO_PARTITION.
  */
 u32 drv_flash_get_mtd_size(const char *mtd_name, u64 *size);
+
+/*
+ * The user-data partition is the MTD device named "usrdata", if there was one when the module was loaded. That it is NAND is the board's
+ * business: its type is not looked at.
+ */
 
 /**
  * drv_flash_get_nand_part_num() - number of NAND user-data partitions.
@@ -148,7 +187,7 @@ u32 drv_flash_get_nand_is_exist(u32 *exist);
  * @unused2: ignored
  * @ops: the driver's functions, owned by the driver and kept until it is replaced or unregistered; NULL unregisters
  *
- * A second registration replaces the first. May be called in any context.
+ * A second registration replaces the first. May be called in any context: it is one store.
  *
  * Return: FLASH_MNG_OK, always.
  */
@@ -192,7 +231,8 @@ u32 drv_flash_create(u32 inst_id, struct flash_parts_info *parts_info);
  * drv_flash_destroy() - remove the partitions of an instance's SPI flash, and forget the instance.
  * @inst_id: device instance
  *
- * Nobody may transfer to or from these partitions meanwhile: Linux's block devices of MTD do not bear that.
+ * Nobody may transfer to or from these partitions meanwhile: Linux's block devices of MTD do not bear that. See the rules for callers
+ * above.
  *
  * Return: FLASH_MNG_OK; FLASH_MNG_NO_DRIVER; FLASH_MNG_FAILED when the XML has no settings for the instance or memory is short; a status
  * of the driver, the instance being kept.

@@ -23,7 +23,7 @@ inline constexpr code_text code_texts[] = {
 	{FLASH_MNG_OK, "FLASH_MNG_OK", "the command succeeded", "nothing is to be done"},
 	{FLASH_MNG_FAILED, "FLASH_MNG_FAILED", "nothing was found, or a transfer came out short; programs see -1 with the errno EPERM",
 	 "check that the board has a NAND partition for user data; after a transfer, read the range back"},
-	{FLASH_MNG_NULL_POINTER, "FLASH_MNG_NULL_POINTER", "an address to be written to is NULL", "pass the address of a record"},
+	{FLASH_MNG_NULL_POINTER, "FLASH_MNG_NULL_POINTER", "a buffer, or the address of an answer, is NULL", "pass the address of a record"},
 	{FLASH_MNG_INVALID, "FLASH_MNG_INVALID", "a name is bad, a range leaves the partition, or a thing is not there",
 	 "check the name (1 to 31 characters) and the range against the list of partitions"},
 	{FLASH_MNG_UNKNOWN_COMMAND, "FLASH_MNG_UNKNOWN_COMMAND", "the module does not know the command",

@@ -10,8 +10,9 @@
  *	int fd = open(FLASH_MNG_DEVICE, O_RDWR | O_CLOEXEC);
  *	int result = ioctl(fd, FLASH_MNG_GET_PART_NUM, &count);
  *
- * Opening needs nothing but access to the node; any open mode serves every command, so the node's own mode (0600 by default) is the
- * only access control. Every command may sleep. Any number of processes may run commands at the same time.
+ * Opening needs nothing but access to the node; any open mode serves every command, so the node's own mode (0600 of root by default) is
+ * the only access control. Whoever may open it can write every listed partition and make the kernel allocate memory that no limit of his
+ * counts: see FLASH_MNG_MTD_READ. Every command may sleep. Any number of processes may run commands at the same time.
  *
  *
  * Results
@@ -25,6 +26,7 @@
  *	0x80000000 and up	the code as a negative int	untouched	example: 0x811B01A4 is -2128936540
  *	0xFFFFFFFF		-1				EPERM		the module itself never means EPERM
  *	0xFFFFF001 to ...FE	-1				the negated code (only a platform's own code can lie here)
+ *	0xFFFFFDFD		-1				ENOTTY		Linux keeps this number for itself; taken for 0xFFFFFFE7
  *
  * The kernel's own errors (EBADF, EFAULT before the module is reached) come as -1 with errno, as everywhere. flash_mng_code() turns both
  * forms into the code:
@@ -59,7 +61,7 @@ extern "C" {
 
 #define FLASH_MNG_OK 0u			      /* success */
 #define FLASH_MNG_FAILED 0xFFFFFFFFu	      /* nothing found, or a transfer came out short; -1 with EPERM in a program */
-#define FLASH_MNG_NULL_POINTER 417u	      /* an address to be written to is NULL */
+#define FLASH_MNG_NULL_POINTER 417u	      /* a buffer, or the address of an answer, is NULL */
 #define FLASH_MNG_INVALID 418u		      /* a bad name, a range beyond the partition, or a thing that is not there */
 #define FLASH_MNG_UNKNOWN_COMMAND 420u	      /* no such command */
 #define FLASH_MNG_NO_DRIVER 421u	      /* no flash driver is registered, or it lacks the function */
@@ -71,7 +73,7 @@ extern "C" {
 #define FLASH_MNG_NO_DATA 1205u		      /* a transfer without buffer or length */
 #define FLASH_MNG_REQUEST_UNREADABLE 1207u    /* the caller's request could not be read */
 #define FLASH_MNG_INTERRUPTED 1954u	      /* the task was killed while it waited */
-#define FLASH_MNG_SHORT_WRITE 2978u	      /* less was written than asked for */
+#define FLASH_MNG_SHORT_WRITE 2978u	      /* less was written than asked for, or the flash failed */
 #define FLASH_MNG_SHORT_READ 2979u	      /* less was read than asked for */
 #define FLASH_MNG_NOT_OPENED 2983u	      /* the partition's block device could not be opened */
 #define FLASH_MNG_ENTRY_COUNT 3489u	      /* the number of entries of an XML node could not be read */
@@ -105,8 +107,9 @@ static inline uint32_t flash_mng_code(int result, int error)
 /*
  * FLASH_MNG_GET_NAND_PART_INFO - count and size of the NAND user-data partition.
  * Argument: struct nand_part_info to be written.
- * Codes: FLASH_MNG_OK; FLASH_MNG_FAILED when the board has no user-data partition; FLASH_MNG_NO_MEMORY; FLASH_MNG_COPY_FAILED when the
- * record could not be written (part of it may have been). On any other failure the record is untouched.
+ * The user-data partition is the MTD device named "usrdata", if there was one when the module was loaded; its type is not looked at.
+ * Codes, in the order of the checks: FLASH_MNG_OK; FLASH_MNG_NO_MEMORY; FLASH_MNG_FAILED when the board has no user-data partition;
+ * FLASH_MNG_COPY_FAILED when the record could not be written (part of it may have been). On any other failure the record is untouched.
  */
 #define FLASH_MNG_GET_NAND_PART_INFO 0x80045406u
 
@@ -145,11 +148,14 @@ static inline uint32_t flash_mng_code(int result, int error)
  * FLASH_MNG_MTD_READ - read bytes of a listed NAND partition.
  * Argument: struct flash_mtd_io_arg to be read; its buffer is written.
  * The partition is read from its first byte to the end of the range, whatever the range is; a range beyond the partition is refused by
- * the platform's flash service with a status of its own.
+ * the platform's flash service with a status of its own. Before that the kernel has allocated a buffer of the length and one up to the end
+ * of the range, 4 GiB each at most, whatever the size of the partition: what it cannot have is refused, what it can have is taken from
+ * everybody.
  * Codes, in the order of the checks: FLASH_MNG_OK; FLASH_MNG_USER_UNREADABLE (the record); FLASH_MNG_NOT_LISTED (also for a name without
  * a NUL); FLASH_MNG_EMPTY_RANGE; FLASH_MNG_NO_BUFFER; FLASH_MNG_INVALID; FLASH_MNG_NO_PARTITION; FLASH_MNG_PATH_FAILED;
- * FLASH_MNG_NO_BUFFER (also when offset + length does not fit in 32 bits); a status of the flash service; FLASH_MNG_USER_UNWRITABLE
- * (also for a length above 0x7FFFFFFF). A failed read may have written part of the buffer.
+ * FLASH_MNG_NO_BUFFER (also when offset + length does not fit in 32 bits); a status of the flash service; a code of the platform's bounded
+ * copy; FLASH_MNG_USER_UNWRITABLE (also for a length above 0x7FFFFFFF, at which Linux warns once, and stops where panic_on_warn is set). A
+ * failed read may have written part of the buffer.
  */
 #define FLASH_MNG_MTD_READ 0x8004540Bu
 
@@ -158,10 +164,10 @@ static inline uint32_t flash_mng_code(int result, int error)
  * Argument: struct flash_mtd_io_arg to be read, and its buffer too.
  * The partition's usable bytes are read, changed in memory and written back; a range beyond them is refused.
  * Codes, in the order of the checks: FLASH_MNG_OK; FLASH_MNG_USER_UNREADABLE (the record); FLASH_MNG_NOT_LISTED; FLASH_MNG_EMPTY_RANGE;
- * FLASH_MNG_NO_BUFFER; FLASH_MNG_USER_UNREADABLE (the data, or a length above 0x7FFFFFFF); FLASH_MNG_INVALID; FLASH_MNG_NO_PARTITION;
- * FLASH_MNG_PATH_FAILED; FLASH_MNG_EMPTY_RANGE (the partition has no usable bytes); FLASH_MNG_NO_BUFFER; a code of the platform's
- * bounded copy when the range leaves the usable bytes; a status of the flash service. The partition is unchanged unless the flash
- * service failed while it wrote.
+ * FLASH_MNG_NO_BUFFER; FLASH_MNG_USER_UNREADABLE (the data, or a length above 0x7FFFFFFF, at which Linux warns once); FLASH_MNG_INVALID;
+ * FLASH_MNG_NO_PARTITION; FLASH_MNG_PATH_FAILED; FLASH_MNG_EMPTY_RANGE (the partition has no usable bytes); FLASH_MNG_NO_BUFFER; a status
+ * of the flash service that cannot read the usable bytes; a code of the platform's bounded copy when the range leaves them; a status of
+ * the flash service that cannot write them. The partition is unchanged unless the flash service failed while it wrote.
  */
 #define FLASH_MNG_MTD_WRITE 0x4004540Cu
 
