@@ -108,10 +108,10 @@ private:
 	std::thread caller_;
 };
 
-// Waits until the module makes the n-th call of a function since the last forget(); false after some seconds.
+// Waits until the module makes the n-th call of a function since the last forget(); false after a minute or more.
 inline bool comes_to_call(std::string_view name, long nth = 1)
 {
-	for (int tries = 0; tries < 5000; ++tries) {
+	for (int tries = 0; tries < 60'000; ++tries) {
 		const call_list all = board::calls();
 		if (nth <= std::count_if(all.begin(), all.end(), [&](const std::string &call) {
 			    return call.size() > name.size() && call.starts_with(name) && call[name.size()] == '(';

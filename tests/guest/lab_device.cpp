@@ -124,7 +124,7 @@ int remove_module(const std::string &name)
 int remove_module_patiently(const std::string &name)
 {
 	int error = 0;
-	for (int attempt = 0; attempt < 300; ++attempt) {
+	for (int attempt = 0; attempt < 6000; ++attempt) {
 		error = remove_module(name);
 		if (error != EBUSY && error != EWOULDBLOCK)
 			return error;

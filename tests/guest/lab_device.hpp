@@ -32,7 +32,7 @@ std::string module_file(std::string_view name);
 // positive code is 0.
 int insert_module(const std::string &path, const std::string &parameters = "");
 int remove_module(const std::string &name);
-// The same, again and again for some seconds while it is still in use: a file that was just closed may hold its module a moment longer.
+// The same, again and again for a minute while it is still in use: a file that was just closed may hold its module a moment longer.
 int remove_module_patiently(const std::string &name);
 
 // Lines of the kernel log with this text.

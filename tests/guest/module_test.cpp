@@ -151,7 +151,7 @@ TEST_F(board_callers, killed_with_the_device_open_let_the_module_go)
 			if (open(FLASH_MNG_DEVICE, O_RDWR) >= 0)
 				pause();
 		});
-		usleep(100000);
+		EXPECT_TRUE(comes_true([] { return std::stoi(guest::read_file("/sys/module/flash_mng/refcnt")) > 0; }));
 		EXPECT_EQ(guest::remove_module("flash_mng"), EWOULDBLOCK);
 	}
 	board::unload();

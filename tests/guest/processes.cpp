@@ -106,7 +106,7 @@ std::string output_of(const std::vector<std::string> &command)
 
 bool comes_true(const std::function<bool()> &happened)
 {
-	for (int attempt = 0; attempt < 1000; ++attempt) {
+	for (int attempt = 0; attempt < 12'000; ++attempt) {
 		if (happened())
 			return true;
 		usleep(10000);

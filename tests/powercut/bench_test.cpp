@@ -20,7 +20,7 @@ protected:
 		options.nor = file;
 		options.most_cuts = cuts;
 		options.span = std::chrono::milliseconds(60);
-		options.patience = std::chrono::seconds(20);
+		options.patience = std::chrono::seconds(120);
 		options.board = {FAKE_BOARD_PROGRAM, file, manner};
 		return run_bench(options, counts);
 	}

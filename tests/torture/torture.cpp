@@ -26,7 +26,7 @@ using std::chrono::steady_clock;
 
 constexpr uint32_t slot_stride = 0x4000;
 constexpr uint32_t slot_start = 1000;
-constexpr int patience = 120; // seconds without a step of some worker
+constexpr int patience = 600; // seconds without a step of some worker
 
 std::deque<slot> make_slots(const std::vector<std::unique_ptr<road>> &roads)
 {
