@@ -3,7 +3,7 @@
 #
 # ./dev bench: counts instructions on the virtual board, and draws the figures. Its gate in ./dev test counts a few of them.
 
-bench_time_limit=900
+bench_time_limit=1800
 bench_tools="mtdinfo nanddump flash_erase nandwrite"
 bench_libraries=/usr/aarch64-linux-gnu/lib
 
@@ -132,6 +132,7 @@ report_bench() {
 
 bench_command() {
 	at_most 0 bench "$@"
+	hold_clone
 	need_packages "$build_packages"
 	build_bench
 	run_step "count" bench_1 run_bench full bench-1 --icount

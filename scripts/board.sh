@@ -56,14 +56,16 @@ copy_programs() {
 # begin_initramfs: what every board has in front.
 begin_initramfs() {
 	rm -rf "$initramfs_root"
-	mkdir -p "$initramfs_root/bin" "$initramfs_root/proc" "$initramfs_root/sys" "$initramfs_root/dev" "$initramfs_root/tmp"
-	cp "$busybox" "$initramfs_root/bin/busybox"
-	cp "$root/board/initramfs/init" "$initramfs_root/init"
-	cp -a "$root/board/initramfs/tasks" "$initramfs_root/tasks"
+	mkdir -p "$initramfs_root/bin" "$initramfs_root/proc" "$initramfs_root/sys" "$initramfs_root/dev" "$initramfs_root/tmp" &&
+		cp "$busybox" "$initramfs_root/bin/busybox" &&
+		cp "$root/board/initramfs/init" "$initramfs_root/init" &&
+		cp -a "$root/board/initramfs/tasks" "$initramfs_root/tasks"
 }
 
+# The finished file takes the place of the one before, which boards may still read.
 pack_initramfs() {
-	(cd "$initramfs_root" && find . | LC_ALL=C sort | cpio -o -H newc -R 0:0 --quiet) | gzip -1 >"$initramfs"
+	(cd "$initramfs_root" && find . | LC_ALL=C sort | cpio -o -H newc -R 0:0 --quiet >"$initramfs.cpio") &&
+		gzip -1 <"$initramfs.cpio" >"$initramfs.new" && rm "$initramfs.cpio" && mv "$initramfs.new" "$initramfs"
 }
 
 # name_initramfs FLAVOUR SET: sets initramfs and initramfs_root, what run_board takes for that set and the folder with its files.
@@ -76,22 +78,20 @@ name_initramfs() {
 # exchange_flash_mng FLAVOUR SET: makes the named initramfs from that of the set, with the flash_mng.ko of the stage.
 exchange_flash_mng() {
 	rm -rf "$initramfs_root"
-	cp -a "$build_dir/board/$1-$2" "$initramfs_root"
-	cp "$stage_dir/flash_mng_kernel/flash_mng.ko" "$initramfs_root/lib/modules/"
-	pack_initramfs
+	cp -a "$build_dir/board/$1-$2" "$initramfs_root" &&
+		cp "$stage_dir/flash_mng_kernel/flash_mng.ko" "$initramfs_root/lib/modules/" &&
+		pack_initramfs
 }
 
 # make_initramfs demo|full: full has the tests and their lab too.
 make_initramfs() {
-	begin_initramfs
-	compile_board_files "$1" || return 1
-	mkdir -p "$initramfs_root/demo"
-	cp "$root/board/demo/letter.txt" "$initramfs_root/demo/letter.txt"
+	begin_initramfs && compile_board_files "$1" || return 1
+	mkdir -p "$initramfs_root/demo" && cp "$root/board/demo/letter.txt" "$initramfs_root/demo/letter.txt" || return 1
 	if [ "$1" = full ]; then
 		copy_modules reference_platform examples/foreign_platform flash_mng_kernel board/demo/client tests/guest/lab || return 1
 		copy_programs bin demo tests || return 1
 		make_agreement_boards || return 1
-		shim_functions >"$initramfs_root/tests/shims"
+		shim_functions >"$initramfs_root/tests/shims" || return 1
 	else
 		copy_modules reference_platform flash_mng_kernel board/demo/client || return 1
 		copy_programs bin demo || return 1
@@ -109,39 +109,63 @@ build_initramfs() {
 	run_step "build the initramfs ($1, $2)" "initramfs_$1_$2" make_initramfs "$2"
 }
 
-# nor_image: sets nor to the NOR flash of the board, erased when new.
+# make_nor FILE: an erased NOR flash.
+make_nor() {
+	{ tr '\0' '\377' </dev/zero | head -c 67108864 >"$1.new"; } && mv "$1.new" "$1" && return 0
+	die "$1 cannot be written; $(disk_state)"
+}
+
+# use_nor: sets nor to the NOR flash of the board, erased when new; while another command's board has it, to a copy.
 use_nor() {
 	nor=$build_dir/board/nor.img
-	[ -f "$nor" ] || tr '\0' '\377' </dev/zero | head -c 67108864 >"$nor"
+	if try_lock "$nor.lock" 6; then
+		[ -f "$nor" ] || make_nor "$nor"
+		say "The NOR flash is kept in $nor."
+		return 0
+	fi
+	say "The NOR flash is with $(holder "$nor.lock"); this board has a copy, which is not kept."
+	cp "$nor" "$run_dir.nor" 2>/dev/null || make_nor "$run_dir.nor"
+	nor=$run_dir.nor
+}
+
+# keep_initramfs FLAVOUR SET: the board of this run has it as it is now, also when another command makes a new one.
+keep_initramfs() {
+	ln -f "$build_dir/board/$1-$2.cpio.gz" "$run_dir.cpio.gz"
+	run_initramfs=$run_dir.cpio.gz
 }
 
 # run_board FLAVOUR SET TASK ARGUMENT...: starts the board, as board/run documents.
 run_board() {
 	use_kernel "$1"
 	board_image=$kernel_dir/$kernel_image
-	board_initramfs=$build_dir/board/$1-$2.cpio.gz
+	board_initramfs=${run_initramfs:-$build_dir/board/$1-$2.cpio.gz}
 	board_task=$3
 	shift 3
-	"$root/board/run" --machine "$machine" --kernel "$board_image" --initramfs "$board_initramfs" --task "$board_task" "$@"
+	board_status=0
+	"$root/board/run" --machine "$machine" --kernel "$board_image" --initramfs "$board_initramfs" --task "$board_task" "$@" ||
+		board_status=$?
+	[ "$board_status" -ne 100 ] || note_limit "the board's task $board_task"
+	return "$board_status"
 }
 
+# run_demo VERBOSE: in the folder that own_run has set.
 run_demo() {
-	use_nor
-	run_output=$build_dir/board/demo-run
+	make_nor "$run_dir.nor"
 	demo_options=
 	[ "$1" = no ] || demo_options=--verbose
 	demo_status=0
 	# shellcheck disable=SC2086
-	run_board board demo demo --output "$run_output" --nor "$nor" --nor-snapshot --time-limit 120 $demo_options || demo_status=$?
+	attend run_board board demo demo --output "$run_dir" --nor "$run_dir.nor" --time-limit 120 $demo_options || demo_status=$?
 	if [ "$demo_status" -ge 100 ]; then
-		say "dev: the board did not finish the tour; the end of its console ($run_output/console.log):" >&2
-		tail -n 30 "$run_output/console.log" >&2
+		say "dev: the board did not finish the tour; the end of its console ($run_dir/console.log):" >&2
+		tail -n 30 "$run_dir/console.log" >&2
 	fi
 	return "$demo_status"
 }
 
+# run_shell FLAVOUR: in the folder that own_run has set.
 run_shell() {
 	use_nor
-	say "Console of the virtual board. Leave it with: poweroff -f (or Ctrl-A x). The NOR flash is kept in $nor."
-	run_board "$1" full shell --output "$build_dir/board/shell-run" --nor "$nor" --interactive
+	say "Console of the virtual board. Leave it with: poweroff -f (or Ctrl-A x)."
+	attend run_board "$1" full shell --output "$run_dir" --nor "$nor" --interactive
 }

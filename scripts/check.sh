@@ -10,7 +10,7 @@ line_limit=140
 check() {
 	check_text=$1
 	shift
-	if "$@" >"$log_dir/check.log" 2>&1 </dev/null; then
+	if attend "$@" >"$log_dir/check.log" 2>&1 </dev/null; then
 		check_figure=$(tail -n 1 "$log_dir/check.log")
 		say "  OK    $check_text${check_figure:+: $check_figure}"
 		checks_passed=$((checks_passed + 1))
@@ -432,6 +432,7 @@ run_checks() {
 	use_stage board
 	say "checks"
 	check "the checks find what they look for" "$root/tests/gate/gate_test.sh"
+	check "./dev: at the same time, ended half-way, without room or network" "$root/tests/dev/dev_test.sh"
 	check_object
 	check "C for the kernel: W=1 and sparse" nothing_in strict_findings make_all_modules
 	check "C for the kernel: style" nothing_in kernel_style_findings

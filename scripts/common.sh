@@ -8,6 +8,11 @@ log_dir=$build_dir/logs
 cache_dir=${XDG_CACHE_HOME:-$HOME/.cache}/flash_mng
 jobs=$(nproc 2>/dev/null || echo 2)
 
+# shellcheck source=scripts/processes.sh
+. "$root/scripts/processes.sh"
+# shellcheck source=scripts/locks.sh
+. "$root/scripts/locks.sh"
+
 say() {
 	printf '%s\n' "$*"
 }
@@ -54,27 +59,25 @@ progress_pid=
 
 stop_progress() {
 	[ -n "$progress_pid" ] || return 0
-	kill "$progress_pid" 2>/dev/null || true
+	# A shell that was just started may drop a signal that it was to handle.
+	kill -s KILL "$progress_pid" 2>/dev/null || true
 	wait "$progress_pid" 2>/dev/null || true
 	progress_pid=
 	[ ! -t 1 ] || printf '\r\033[K'
 }
 
-trap stop_progress EXIT
-trap 'exit 130' INT
-trap 'exit 143' TERM
-
-# try_step TEXT LOG COMMAND...: runs the command with its output in build/logs/LOG.log; returns its status.
-try_step() {
+# begin_step TEXT LOG: says that it runs, until end_step STATUS.
+begin_step() {
 	step_text=$1
 	step_log=$log_dir/$2.log
-	shift 2
-	mkdir -p "$log_dir"
+	make_folder "$log_dir"
 	step_start=$(date +%s)
-	show_progress "$step_text" &
+	show_progress "$step_text" 5>&- 6>&- 7>&- 8>&- 9>&- &
 	progress_pid=$!
-	step_status=0
-	"$@" >"$step_log" 2>&1 </dev/null || step_status=$?
+}
+
+end_step() {
+	step_status=$1
 	stop_progress
 	if [ "$step_status" -eq 0 ]; then
 		say "  $step_text: $(seconds_text $(($(date +%s) - step_start)))"
@@ -82,32 +85,80 @@ try_step() {
 	return "$step_status"
 }
 
+# try_step TEXT LOG COMMAND...: runs the command with its output in build/logs/LOG.log; returns its status.
+try_step() {
+	begin_step "$1" "$2"
+	shift 2
+	if attend "$@" >"$step_log" 2>&1 </dev/null; then end_step 0; else end_step $?; fi
+}
+
+# try_whole_step TEXT LOG COMMAND...: the same for what should not be ended half-way; a signal is answered when it is over.
+try_whole_step() {
+	begin_step "$1" "$2"
+	shift 2
+	if "$@" >"$step_log" 2>&1 </dev/null; then end_step 0; else end_step $?; fi
+}
+
 # run_step TEXT LOG COMMAND...: as try_step, but a failure ends the command and shows the end of the log.
 run_step() {
 	try_step "$@" || step_failed
 }
 
+# show_step: the end of the log of a step that failed, and what may help.
+show_step() {
+	printf -- '---- last lines of %s\n' "$step_log"
+	tail -n 40 "$step_log"
+	failure_hint "$step_log"
+}
+
 step_failed() {
-	printf -- '---- last lines of %s\n' "$step_log" >&2
-	tail -n 30 "$step_log" >&2
+	show_step >&2
 	die "$step_text: failed with status $step_status; the whole log is $step_log"
+}
+
+# ---- what a step may lack of the machine
+
+make_folder() {
+	mkdir -p "$1" || die "the folder $1 cannot be made; $(disk_state)"
+}
+
+# space_left FOLDER: kilobytes that can still be written below it, as far as it exists.
+space_left() {
+	space_of=$1
+	while [ ! -d "$space_of" ]; do
+		space_of=$(dirname "$space_of")
+	done
+	df -Pk "$space_of" | awk 'NR == 2 { print $4 }'
+}
+
+disk_state() {
+	printf 'space left:'
+	for disk_folder in "$build_dir" "$cache_dir" "${TMPDIR:-/tmp}"; do
+		printf ' %d MiB for %s;' $(($(space_left "$disk_folder") / 1024)) "$disk_folder"
+	done
+	printf ' make room where there is none, and start the command again\n'
+}
+
+disk_is_full() {
+	grep -qE 'No space left on device|Disk quota exceeded' "$1" 2>/dev/null ||
+		[ "$(space_left "$build_dir")" -lt 1024 ] || [ "$(space_left "$cache_dir")" -lt 1024 ]
+}
+
+network_errors='Could not resolve|Temporary failure|Could not connect|Unable to connect|Cannot initiate the connection'
+network_errors="$network_errors|Network is unreachable|Connection refused|Connection timed out|Failed to fetch"
+
+# failure_hint LOG: says when the disk or the network was the cause.
+failure_hint() {
+	if disk_is_full "$1"; then
+		say "dev: the disk is full; $(disk_state); ./dev clean --cache removes kernels and packages of all clones"
+	elif grep -qE "$network_errors" "$1" 2>/dev/null; then
+		say "dev: a package archive cannot be reached: $(grep -m 1 -oE "($network_errors).*" "$1")"
+		say "dev: what is missing is fetched once; connect this machine, or give apt-get a proxy (Acquire::http::Proxy in" \
+			"/etc/apt/apt.conf.d), and start the command again. KERNEL_SOURCE takes a kernel source that is already here"
+	fi
 }
 
 # hash_of: a short hash of standard input.
 hash_of() {
 	sha256sum | cut -c 1-16
-}
-
-# with_lock FILE COMMAND...: runs the command while no other clone holds the same lock.
-with_lock() {
-	lock_file=$1
-	shift
-	mkdir -p "$(dirname "$lock_file")"
-	exec 9>"$lock_file"
-	if ! flock -n 9; then
-		say "  another ./dev is at work on $(dirname "$lock_file"); waiting for it"
-		flock 9
-	fi
-	"$@"
-	exec 9>&-
 }

@@ -46,7 +46,7 @@ download_package() {
 	mkdir -p "$apt_folder/lists/partial" "$apt_folder/cache/archives/partial" "$4"
 	: >"$apt_folder/status"
 	write_sources "$apt_folder/sources.list" "$1"
-	private_apt "$apt_folder" "$2" update || return 1
+	private_apt "$apt_folder" "$2" -o APT::Update::Error-Mode=any update || return 1
 	(cd "$4" && private_apt "$apt_folder" "$2" download "$3")
 }
 
@@ -61,7 +61,7 @@ fetch_package_locked() {
 	[ ! -e "$package_files/complete" ] || return 0
 	rm -rf "$package_files"
 	run_step "fetch Debian package $3 ($1, $2)" "fetch_$3" download_package "$1" "$2" "$3" "$package_files"
-	dpkg-deb -f "$package_files"/*.deb Version >"$package_files/version"
+	dpkg-deb -f "$package_files"/*.deb Version >"$package_files/version" || die "the version of $3 is not stored; $(disk_state)"
 	run_step "unpack $3" "unpack_$3" dpkg-deb -x "$package_files"/*.deb "$package_files/files"
 	rm -f "$package_files"/*.deb
 	touch "$package_files/complete"

@@ -67,6 +67,7 @@ fuzz_command() {
 	fuzz_seed=${2-1}
 	minutes fuzz "$fuzz_minutes"
 	whole_numbers fuzz "$fuzz_seed"
+	hold_clone
 	need_packages "$build_packages" "$clang_packages"
 	for built_target in $fuzz_targets; do
 		build_program_target fuzz "fuzz_$built_target"
@@ -75,8 +76,9 @@ fuzz_command() {
 
 	fuzz_seconds=$((fuzz_minutes * 60))
 	fuzz_status=0
+	own_run debug-fuzz
 	say "fuzz for $fuzz_minutes minutes, on the desk and beside it on the board"
-	run_torture_task fuzz fuzz $((fuzz_seconds + 300)) "$(fuzz_parameters "$fuzz_seconds" "$fuzz_seed")" \
+	run_torture_task fuzz fuzz $((3 * fuzz_seconds + 600)) "$(fuzz_parameters "$fuzz_seconds" "$fuzz_seed")" \
 		>"$log_dir/fuzz_board.log" 2>&1 &
 	fuzz_board=$!
 	fuzz_on_desk "$fuzz_seconds" "$fuzz_seed" || fuzz_status=1

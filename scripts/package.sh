@@ -65,6 +65,7 @@ package_findings() {
 package_command() {
 	package_tests=no
 	! has_option --test package "$@" || package_tests=yes
+	hold_clone
 	need_packages "$build_packages" "$package_packages"
 	run_step "build the Debian packages" packages_build make_packages
 	run_step "inspect them" packages_lintian package_findings
@@ -82,6 +83,7 @@ test_package_build() {
 
 # The tests of what was built, and of the ways to build the module that need the kernel.
 test_built_packages() {
+	forget_limits
 	build_kernel board
 	build_modules board
 	count_program packages_test "$root/tests/packages/packages_test.sh" all

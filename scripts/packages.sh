@@ -30,7 +30,14 @@ as_root() {
 }
 
 install_packages() {
-	as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "$@"
+	as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 install -y --no-install-recommends "$@"
+}
+
+# install_missing PACKAGE...: with the package lists that the machine has, else with new ones.
+install_missing() {
+	try_whole_step "install packages" packages install_packages "$@" && return 0
+	try_whole_step "update the package lists" packages_update as_root apt-get -o APT::Update::Error-Mode=any update || step_failed
+	try_whole_step "install packages" packages install_packages "$@" || step_failed
 }
 
 # need_packages LIST...
@@ -47,8 +54,5 @@ need_packages() {
 	say "installing Debian packages:$missing_packages"
 	[ "$(id -u)" -eq 0 ] || sudo -v || die "sudo is needed to install:$missing_packages"
 	# shellcheck disable=SC2086 # a list of names
-	try_step "install packages" packages install_packages $missing_packages && return 0
-	run_step "update the package lists" packages_update as_root apt-get update
-	# shellcheck disable=SC2086
-	run_step "install packages" packages install_packages $missing_packages
+	with_lock "$cache_dir/install.lock" install_missing $missing_packages
 }

@@ -40,6 +40,7 @@ powercut_command() {
 	powercut_seed=${2-1}
 	minutes powercut "$powercut_minutes"
 	whole_numbers powercut "$powercut_seed"
+	hold_clone
 	need_packages "$build_packages"
 	for target in powercut_host powercut_tests powercut_bench flash-board; do
 		build_program_target debug "$target"

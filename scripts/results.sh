@@ -13,16 +13,43 @@ add_results() {
 	total_skipped=$((total_skipped + $3))
 }
 
-# count_report TEXT FILE: adds one GoogleTest report and shows it; a report that is not there is one failure.
-count_report() {
-	if [ ! -s "$2" ]; then
-		say "  FAIL  $1: no report; the program did not come to its end"
-		add_results 0 1 0
-		return 0
+# note_limit TEXT: remembers for the total that a limit of time ended something, which is no finding.
+note_limit() {
+	mkdir -p "$build_dir/results"
+	printf '%s\n' "$1" >>"$build_dir/results/limits"
+}
+
+forget_limits() {
+	rm -f "$build_dir/results/limits"
+}
+
+# missing_report TEXT FILE: shows and adds a report that is not there, with the limit that ended the program where there is its mark.
+missing_report() {
+	missing_cause="the program did not come to its end"
+	if [ -s "${2%.xml}.limit" ]; then
+		missing_cause=$(cat "${2%.xml}.limit")
+		note_limit "$(basename "$2" .xml)"
 	fi
-	report_summary=$(awk -f "$root/scripts/results.awk" "$2")
+	say "  FAIL  $1: no report $(basename "$2"); $missing_cause"
+	add_results 0 1 0
+}
+
+# count_report TEXT FILE...: adds the GoogleTest reports of one suite and shows them; each that is not there is one failure.
+count_report() {
+	report_text=$1
+	shift
+	for report_file in "$@"; do
+		shift
+		if [ -s "$report_file" ]; then
+			set -- "$@" "$report_file"
+		else
+			missing_report "$report_text" "$report_file"
+		fi
+	done
+	[ $# -gt 0 ] || return 0
+	report_summary=$(awk -f "$root/scripts/results.awk" "$@")
 	# shellcheck disable=SC2046 # three numbers
-	set -- "$1" $(printf '%s\n' "$report_summary" | head -n 1)
+	set -- "$report_text" $(printf '%s\n' "$report_summary" | head -n 1)
 	add_results "$2" "$3" "$4"
 	report_areas=$(printf '%s\n' "$report_summary" | sed -n '2,$ { /^!/ !s/\(.*\) \(.*\)/\1 \2,/p }' | tr '\n' ' ')
 	[ -z "$report_areas" ] || report_areas="; cases that ran: ${report_areas%, }"
@@ -30,16 +57,57 @@ count_report() {
 	printf '%s\n' "$report_summary" | sed -n 's/^! /        failed: /p'
 }
 
+# listed_cases PROGRAM: the cases that a test program has.
+listed_cases() {
+	"$1" --gtest_list_tests | awk '
+		{ sub(/  #.*/, "") }
+		/^[^ ]/ { suite = $0 }
+		/^  / { print suite substr($0, 3) }' | LC_ALL=C sort
+}
+
+# reported_cases FILE...
+reported_cases() {
+	sed -n 's/^ *<testcase name="\([^"]*\)".* classname="\([^"]*\)".*/\2.\1/p' "$@" | LC_ALL=C sort
+}
+
+# all_cases_reported PROGRAM FILE...: each of its cases is in one of the reports, once.
+all_cases_reported() {
+	make_folder "$build_dir/results"
+	listed_cases "$1" >"$build_dir/results/listed_cases"
+	shift
+	reported_cases "$@" >"$build_dir/results/reported_cases"
+	[ -s "$build_dir/results/listed_cases" ] || {
+		echo "the program lists no cases"
+		return 1
+	}
+	diff "$build_dir/results/listed_cases" "$build_dir/results/reported_cases"
+}
+
+# count_suite TEXT FOLDER PROGRAM: adds the reports of all shares of a suite (cmake/suites.cmake) that ran in that build folder.
+count_suite() {
+	suite_text=$1
+	suite_results=$2/results/$3
+	read -r suite_shards suite_program <"$2/suites/$3"
+	set --
+	while [ $# -lt "$suite_shards" ]; do
+		set -- "$@" "$suite_results.$(($# + 1)).xml"
+	done
+	count_report "$suite_text" "$@"
+	[ $# -eq 1 ] || count_step "$suite_text: $# reports have each case once" all_cases_reported "$suite_program" "$@"
+}
+
 # count_step TEXT COMMAND...: a step that passes when the command succeeds; a failed one shows what it wrote.
 count_step() {
 	count_text=$1
 	shift
-	if count_output=$("$@" 2>&1); then
-		say "  OK    $count_text${count_output:+: $(printf '%s\n' "$count_output" | tail -n 1)}"
+	make_folder "$log_dir"
+	if attend "$@" >"$log_dir/counted.log" 2>&1; then
+		count_figure=$(tail -n 1 "$log_dir/counted.log")
+		say "  OK    $count_text${count_figure:+: $count_figure}"
 		add_results 1 0 0
 	else
 		say "  FAIL  $count_text"
-		printf '%s\n' "$count_output" | tail -n 40 | sed 's/^/        /'
+		tail -n 40 "$log_dir/counted.log" | sed 's/^/        /'
 		add_results 0 1 0
 	fi
 }
@@ -74,6 +142,8 @@ count_program() {
 # Last line of ./dev test; returns whether all is well.
 show_total() {
 	say ""
+	[ ! -s "$build_dir/results/limits" ] ||
+		say "ended by a limit of time and not by a check: $(paste -s -d , "$build_dir/results/limits" | sed 's/,/, /g')"
 	say "$total_passed passed, $total_failed failed, $total_skipped skipped"
 	[ "$total_failed" -eq 0 ] && [ "$total_passed" -gt 0 ]
 }

@@ -5,7 +5,8 @@
 
 line_coverage=100
 branch_coverage=100
-suite_time_limit=900
+# Seconds of processor time of the emulator, and ten times as many of time.
+suite_time_limit=1200
 short_time_limit=600
 short_fuzz_seconds=20
 
@@ -15,37 +16,55 @@ asan_options=detect_leaks=1:allocator_may_return_null=1
 run_host_tests() {
 	rm -rf "$(preset_dir "$1")/results"
 	try_step "run the host tests ($1)" "ctest_$1" env ASAN_OPTIONS="$asan_options" \
-		UBSAN_OPTIONS=print_stacktrace=1 ctest --test-dir "$(preset_dir "$1")" --parallel "$jobs" --output-on-failure \
-		--timeout 300 || tail -n 40 "$step_log"
+		UBSAN_OPTIONS=print_stacktrace=1 ctest --test-dir "$(preset_dir "$1")" --parallel "$jobs" --output-on-failure ||
+		show_step
+}
+
+# Each suite of the build folder with what it is; one that is not among them would not be counted.
+host_suites="conformance_host:conformance on the desk
+host_tests:tests of the host side
+faults_host:every failure of every call
+completeness_host:a case for every message and every code
+powercut_host:power cuts of simulated flash
+powercut_tests:checker of power cuts
+fuzz_commands:inputs of the fuzzer, commands
+fuzz_tables:inputs of the fuzzer, tables
+fuzz_lies:inputs of the fuzzer, lies
+flash_board_tests:flash-board
+tools_common_tests:what the tools share
+flashctl_tests:flashctl and the client header
+docs_tests:examples and links of the documents"
+
+# all_suites_counted FOLDER: fails with what is in one of the lists only.
+all_suites_counted() {
+	counted_suites=$(printf '%s\n' "$host_suites" | sed 's/:.*//' | LC_ALL=C sort)
+	run_suites=$(cd "$1/suites" && LC_ALL=C ls)
+	[ "$counted_suites" = "$run_suites" ] || {
+		printf 'counted:\n%s\nrun:\n%s\n' "$counted_suites" "$run_suites"
+		return 1
+	}
 }
 
 test_host_sanitized() {
 	build_program_preset asan
 	run_host_tests asan
-	count_report "conformance on the desk, sanitizers" "$(preset_dir asan)/results/conformance_host.xml"
-	count_report "tests of the host side, sanitizers" "$(preset_dir asan)/results/host_tests.xml"
-	count_report "every failure of every call, sanitizers" "$(preset_dir asan)/results/faults_host.xml"
-	count_report "a case for every message and every code" "$(preset_dir asan)/results/completeness_host.xml"
-	count_report "power cuts of simulated flash, sanitizers" "$(preset_dir asan)/results/powercut_host.xml"
-	count_report "checker of power cuts, sanitizers" "$(preset_dir asan)/results/powercut_tests.xml"
-	for tested_target in $fuzz_targets; do
-		count_report "inputs of the fuzzer, $tested_target, sanitizers" "$(preset_dir asan)/results/fuzz_$tested_target.xml"
-	done
-	count_report "flash-board, sanitizers" "$(preset_dir asan)/results/flash_board_tests.xml"
-	count_report "what the tools share, sanitizers" "$(preset_dir asan)/results/tools_common_tests.xml"
-	count_report "flashctl and the client header, sanitizers" "$(preset_dir asan)/results/flashctl_tests.xml"
-	count_report "examples and links of the documents, sanitizers" "$(preset_dir asan)/results/docs_tests.xml"
+	while IFS=: read -r suite_name suite_title; do
+		count_suite "$suite_title, sanitizers" "$(preset_dir asan)" "$suite_name"
+	done <<SUITES
+$host_suites
+SUITES
+	count_step "every suite is counted" all_suites_counted "$(preset_dir asan)"
 }
 
 # The cases with several threads; a data race ends the program with a status of its own.
 test_host_threads() {
 	build_program_target tsan threads_host
-	threads_report=$(preset_dir tsan)/results/threads_host.xml
-	rm -f "$threads_report"
-	try_step "run the cases with several threads (tsan)" threads_host \
-		env TSAN_OPTIONS=halt_on_error=1 "$(preset_dir tsan)/tests/host/threads_host" "--gtest_output=xml:$threads_report" ||
-		tail -n 40 "$step_log"
-	count_report "conformance with several threads, thread sanitizer" "$threads_report"
+	threads_results=$(preset_dir tsan)/results/threads_host
+	rm -f "$threads_results.xml"
+	try_step "run the cases with several threads (tsan)" threads_host env TSAN_OPTIONS=halt_on_error=1 \
+		"$root/tests/limited" "$threads_results.limit" "$(preset_dir tsan)/tests/host/threads_host" \
+		"--gtest_output=xml:$threads_results.xml" || show_step
+	count_report "conformance with several threads, thread sanitizer" "$threads_results.xml"
 }
 
 measure_coverage() {
@@ -70,8 +89,10 @@ coverage_text() {
 test_coverage() {
 	build_program_target asan coverage_host
 	find "$(preset_dir asan)" -name '*.gcda' -delete
+	coverage_limit=$(preset_dir asan)/results/coverage_host.limit
 	try_step "run the cases on a core that counts" coverage_host env ASAN_OPTIONS="$asan_options" \
-		"$(preset_dir asan)/tests/host/coverage_host" --gtest_brief=1 || tail -n 40 "$step_log"
+		"$root/tests/limited" "$coverage_limit" "$(preset_dir asan)/tests/host/coverage_host" --gtest_brief=1 || show_step
+	[ ! -s "$coverage_limit" ] || note_limit coverage_host
 	count_step "coverage of the module's C++" coverage_text
 }
 
@@ -158,6 +179,9 @@ shims_ran() {
 		}' "$@"
 }
 
+board_runs="board-suite debug-suite-1 debug-suite-2 board-cycles board-foreign debug-cycles debug-leftovers
+	debug-concurrency debug-fuzz"
+
 test_board() {
 	build_program_target debug flash-board
 	build_program_preset guest
@@ -168,13 +192,17 @@ test_board() {
 		build_initramfs "$test_flavour" full
 	done
 	build_fuzz_board
-	rm -rf "$build_dir"/board/*-run "$build_dir/results/checks"
+	announce board-full
+	announce debug-full
+	for test_run in $board_runs; do
+		rm -rf "$build_dir/board/$test_run-run"
+	done
+	rm -f "$build_dir/results/checks"
 	try_step "suite, load cycles, leftovers, several callers and fuzzed calls; checks" boards run_boards
 	for test_run in board-suite debug-suite-1 debug-suite-2; do
 		count_report "conformance on the board, $test_run" "$build_dir/board/$test_run-run/results/conformance.xml"
 	done
-	for test_run in board-suite debug-suite-1 debug-suite-2 board-cycles board-foreign debug-cycles debug-leftovers \
-		debug-concurrency debug-fuzz; do
+	for test_run in $board_runs; do
 		count_task "$test_run"
 	done
 	count_step "the module's C in the board's kernel" shims_ran "$build_dir/board/board-suite-run/results/shims"
@@ -188,6 +216,7 @@ add_checks() {
 }
 
 run_tests() {
+	forget_limits
 	say "on the desk"
 	test_host_sanitized
 	test_host_threads

@@ -32,20 +32,29 @@ build_torture_board() {
 	run_step "build the initramfs ($1, torture)" "initramfs_$1_torture" make_torture_initramfs
 }
 
-# run_torture_task SET TASK LIMIT KERNEL PARAMETERS: on the debug kernel. Shows what the task printed; fails with it, and when the kernel
-# reported something.
+# own_torture_run SET TASK: leaves the clone to other commands, as the run has all that it needs.
+own_torture_run() {
+	own_run "debug-$2"
+	keep_initramfs debug "$1"
+	release_clone
+}
+
+# run_torture_task SET TASK LIMIT KERNEL PARAMETERS: on the debug kernel, in the folder that own_run has set. Shows what the task printed;
+# fails with it, and when the kernel reported something.
 run_torture_task() {
-	torture_run=$build_dir/board/debug-$2-run
 	torture_status=0
-	run_board debug "$1" "$2" --output "$torture_run" --time-limit "$3" --append "$4" || torture_status=$?
+	attend run_board debug "$1" "$2" --output "$run_dir" --time-limit "$3" --append "$4" || torture_status=$?
 	if [ "$torture_status" -ge 100 ]; then
-		tail -n 30 "$torture_run/console.log"
+		tail -n 30 "$run_dir/console.log"
 	fi
-	console_is_clean "$torture_run/console.log" || {
-		say "$2: the kernel reported the above; the whole console is $torture_run/console.log"
+	console_is_clean "$run_dir/console.log" || {
+		say "$2: the kernel reported the above; the whole console is $run_dir/console.log"
 		return 1
 	}
-	say "$2: status $torture_status, no kernel reports"
+	case $torture_status in
+	100) say "$2: ended by a limit of time and not by a check; no kernel reports" ;;
+	*) say "$2: status $torture_status, no kernel reports" ;;
+	esac
 	return "$torture_status"
 }
 
@@ -57,10 +66,12 @@ torture_command() {
 	torture_cycles=${3-1000}
 	minutes torture "$torture_minutes"
 	whole_numbers torture "$torture_seed" "$torture_cycles"
+	hold_clone
 	need_packages "$build_packages"
 	build_torture_board debug
+	own_torture_run torture torture
 	say "torture for $torture_minutes minutes, then $torture_cycles load cycles"
-	run_torture_task torture torture $((torture_minutes * 60 + torture_cycles + 300)) \
+	run_torture_task torture torture $((torture_minutes * 180 + torture_cycles + 600)) \
 		"torture.seconds=$((torture_minutes * 60)) torture.seed=$torture_seed torture.cycles=$torture_cycles"
 }
 
@@ -70,8 +81,10 @@ faults_command() {
 	case ${1-all} in
 	'' | *[!A-Za-z0-9_]*) usage_error "faults: '$1' is no part of a name" ;;
 	esac
+	hold_clone
 	need_packages "$build_packages"
 	build_torture_board debug
+	own_torture_run torture faults
 	say "faults of the kernel and of the platform"
-	run_torture_task torture faults 3600 "kmemleak=off faults.only=${1-}"
+	run_torture_task torture faults 7200 "kmemleak=off faults.only=${1-}"
 }

@@ -5,8 +5,9 @@
 # vmalloc; "twin-kcsan" sees data races, while the cases with several callers run again and again. That they see them is shown with
 # mistakes put into copies of the module.
 
-twin_suite_limit=1800
-twin_short_limit=300
+# Seconds of processor time, of two emulated cores.
+twin_suite_limit=3600
+twin_short_limit=600
 
 build_twin() {
 	build_kernel "$1"
@@ -59,7 +60,7 @@ run_twin_suites() {
 
 # run_twin_callers MINUTES
 run_twin_callers() {
-	callers_limit=$(($1 * 60 + twin_short_limit))
+	callers_limit=$(($1 * 180 + twin_short_limit))
 	run_task twin-torture twin torture torture "$callers_limit" "torture.seconds=$(($1 * 60)) torture.seed=1 torture.cycles=50" &
 	torture_pid=$!
 	run_task twin-threads twin-kcsan full concurrency "$callers_limit" "FLASH_MNG_MINUTES=$1"
@@ -68,6 +69,7 @@ run_twin_callers() {
 
 # run_twin MINUTES
 run_twin() {
+	forget_limits
 	build_program_target debug flash-board
 	build_program_preset twin
 	build_twin twin
@@ -92,6 +94,7 @@ run_twin() {
 twin_command() {
 	at_most 1 twin "$@"
 	minutes twin "${1-5}"
+	hold_clone
 	need_packages "$build_packages" "$host_packages" "$twin_packages"
 	run_twin "${1-5}"
 }

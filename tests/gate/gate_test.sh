@@ -713,7 +713,7 @@ test_usage() {
 	mkdir -p "$gate_dir/few_programs" cache/flash_mng build
 	cp -R "$clone/dev" "$clone/VERSION" "$clone/scripts" .
 	export XDG_CACHE_HOME="$PWD/cache"
-	for program in cat dirname nproc rm; do
+	for program in awk cat date dirname flock grep mkdir nproc rm sed sort touch; do
 		ln -sf "$(command -v "$program")" "$gate_dir/few_programs"
 	done
 	for tried in test build check bench coverage help -h --help demo shell package clean; do
