@@ -13,7 +13,12 @@ namespace bench {
 namespace {
 
 const std::string mark_name = "bench_mark";
-const std::set<std::string> copy_names = {"linux_copy_from_user", "linux_copy_to_user"};
+
+// Linux's copies are inlines: what runs in the functions that flash_mng has for them is Linux's.
+bool is_copy(const std::string &function)
+{
+	return function.rfind("linux_copy_", 0) == 0;
+}
 
 using places = std::map<std::uint64_t, std::string>;
 
@@ -86,7 +91,7 @@ private:
 	void add(const std::string &function, std::uint64_t count)
 	{
 		share &to = current();
-		(copy_names.count(function) ? to.copies : to.instructions) += count;
+		(is_copy(function) ? to.copies : to.instructions) += count;
 		to.functions[function] += count;
 	}
 

@@ -32,7 +32,7 @@ extern "C" {
 u32 drv_nand_flash_mtd_read_ioctl(unsigned long argument)
 {
 	flash_mtd_io_arg request = {};
-	if (linux_copy_from_user(&request, argument, sizeof(request)))
+	if (linux_copy_io_request_from_user(&request, argument))
 		return FLASH_MNG_USER_UNREADABLE;
 
 	mtd_info_entry *const entry = find_listed(request);
@@ -73,7 +73,7 @@ u32 drv_nand_flash_mtd_read_ioctl(unsigned long argument)
 u32 drv_nand_flash_mtd_write_ioctl(unsigned long argument)
 {
 	flash_mtd_io_arg request = {};
-	if (linux_copy_from_user(&request, argument, sizeof(request)))
+	if (linux_copy_io_request_from_user(&request, argument))
 		return FLASH_MNG_USER_UNREADABLE;
 
 	mtd_info_entry *const entry = find_listed(request);

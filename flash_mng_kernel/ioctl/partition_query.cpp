@@ -50,7 +50,7 @@ u32 flash_get_part_num(unsigned long argument)
 	u32 num = 0;
 	if (const u32 code = drv_flash_get_nand_part_num(&num))
 		return code;
-	if (linux_copy_to_user(argument, &num, sizeof(num))) {
+	if (linux_copy_number_to_user(argument, &num)) {
 		drv_log_record(module_log, ordinary, 0, "Flash get part num fail, copy to user fail");
 		return FLASH_MNG_COPY_FAILED;
 	}
@@ -62,7 +62,7 @@ u32 flash_get_nand_is_exist(unsigned long argument)
 	u32 exist = 0;
 	if (const u32 code = drv_flash_get_nand_is_exist(&exist))
 		return code;
-	if (linux_copy_to_user(argument, &exist, sizeof(exist))) {
+	if (linux_copy_number_to_user(argument, &exist)) {
 		drv_log_record(module_log, ordinary, 0, "Flash get nand is exist fail, copy to user fail");
 		return FLASH_MNG_COPY_FAILED;
 	}
@@ -79,7 +79,7 @@ u32 flash_get_nand_part_info(unsigned long argument)
 
 	if (const u32 code = drv_flash_get_nand_part_size_info(info.get()))
 		return code;
-	if (linux_copy_to_user(argument, info.get(), sizeof(nand_part_info))) {
+	if (linux_copy_part_info_to_user(argument, info.get())) {
 		drv_log_record(module_log, ordinary, 0, "Flash get nand part info fail, copy to user fail");
 		return FLASH_MNG_COPY_FAILED;
 	}
@@ -96,7 +96,7 @@ u32 flash_get_mtd_statistics(unsigned long argument)
 
 	if (!collect(*statistics))
 		return FLASH_MNG_COPY_FAILED;
-	if (const unsigned long left = linux_copy_to_user(argument, statistics.get(), sizeof(flash_mtd_statistics))) {
+	if (const unsigned long left = linux_copy_statistics_to_user(argument, statistics.get())) {
 		drv_log_record(module_log, serious, 0, "Failed to get flash mtd statistics, copy to user error %d", static_cast<int>(left));
 		return FLASH_MNG_COPY_FAILED;
 	}

@@ -10,13 +10,13 @@ namespace {
 
 bool read_request(flash_find_config_arg &request, unsigned long argument)
 {
-	return linux_copy_from_user(&request, argument, sizeof(request)) == 0;
+	return linux_copy_config_query_from_user(&request, argument) == 0;
 }
 
 // The count of bytes that could not be written is the command's result.
 u32 answer(unsigned long argument, const flash_find_config_arg &request)
 {
-	return static_cast<u32>(linux_copy_to_user(argument, &request, sizeof(request)));
+	return static_cast<u32>(linux_copy_config_query_to_user(argument, &request));
 }
 
 } // namespace

@@ -774,6 +774,22 @@ TEST_F(user_copy_test, copies_both_ways)
 	EXPECT_EQ(back, content);
 }
 
+TEST_F(user_copy_test, copies_of_records_are_copies_of_their_size)
+{
+	auto *user = simulation::user_memory(sizeof(flash_find_config_arg), board::access::read_write);
+	flash_find_config_arg query = {};
+	flash_find_config_arg back = {};
+
+	query.inst_id = 7;
+	query.name = 9;
+	EXPECT_EQ(linux_copy_config_query_to_user(board::user_address(user), &query), 0u);
+	EXPECT_EQ(linux_copy_config_query_from_user(&back, board::user_address(user)), 0u);
+	EXPECT_EQ(std::memcmp(&back, &query, sizeof(query)), 0);
+	EXPECT_EQ(linux_copy_config_query_to_user(board::user_address(user) + 16, &query), 16u);
+	EXPECT_EQ(simulation::calls(), (std::vector<std::string>{"linux_copy_to_user(-, -, 56)", "linux_copy_from_user(-, -, 56)",
+								 "linux_copy_to_user(-, -, 56)"}));
+}
+
 TEST_F(user_copy_test, stops_at_the_end_of_the_mapping)
 {
 	const auto content = counted(16);

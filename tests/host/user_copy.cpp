@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // Memory of the calling program and the copies to and from it. Only memory made by user_memory() counts as the program's; a copy stops
-// at the first byte that the program could not touch itself.
+// at the first byte that the program could not touch itself. A copy of a whole record is one of so many bytes.
 #include <algorithm>
 #include <cstring>
 #include <map>
@@ -148,4 +148,34 @@ unsigned long linux_copy_from_user(void *to, unsigned long user_address, unsigne
 	if (copied < count)
 		std::memset(static_cast<std::uint8_t *>(to) + copied, 0, count - copied);
 	return count - copied;
+}
+
+unsigned long linux_copy_number_to_user(unsigned long user_address, const u32 *from)
+{
+	return linux_copy_to_user(user_address, from, sizeof(*from));
+}
+
+unsigned long linux_copy_part_info_to_user(unsigned long user_address, const struct nand_part_info *from)
+{
+	return linux_copy_to_user(user_address, from, sizeof(*from));
+}
+
+unsigned long linux_copy_statistics_to_user(unsigned long user_address, const struct flash_mtd_statistics *from)
+{
+	return linux_copy_to_user(user_address, from, sizeof(*from));
+}
+
+unsigned long linux_copy_config_query_to_user(unsigned long user_address, const struct flash_find_config_arg *from)
+{
+	return linux_copy_to_user(user_address, from, sizeof(*from));
+}
+
+unsigned long linux_copy_config_query_from_user(struct flash_find_config_arg *to, unsigned long user_address)
+{
+	return linux_copy_from_user(to, user_address, sizeof(*to));
+}
+
+unsigned long linux_copy_io_request_from_user(struct flash_mtd_io_arg *to, unsigned long user_address)
+{
+	return linux_copy_from_user(to, user_address, sizeof(*to));
 }

@@ -147,7 +147,7 @@ struct lab_load_end {
 };
 
 struct lab_status {
-	__u32 functions;	  /* in calls.def */
+	__u32 functions;	  /* in calls.def, and copies of records */
 	__u32 observed;		  /* of them found at the last load of flash_mng */
 	__u32 faults_hit;	  /* armed faults that were hit */
 	__u32 reserved;

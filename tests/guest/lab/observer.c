@@ -20,19 +20,27 @@ struct observed {
 	const char *name;
 	const char *signature; /* NULL: not of calls.def; one of flash_mng's own of which is only seen whether it runs */
 	unsigned long address; /* in the kernel, the platform or flash_mng; 0: there is no such function */
+	int copies_as; /* of calls.def; what the copy of a whole record is seen as */
+	u32 record_size; /* bytes; 0: it is no such copy */
 	bool ran;
 };
 
 enum {
 #define FLASH_CALL(function, arguments) INDEX_OF_##function,
+#define RECORD_COPY(function, copy, size) INDEX_OF_##function,
 #include "calls.def"
+#include "record_copies.def"
+#undef RECORD_COPY
 #undef FLASH_CALL
 	CALLS
 };
 
 static struct observed observed[LAB_STUBS] = {
 #define FLASH_CALL(function, arguments) { .name = #function, .signature = arguments },
+#define RECORD_COPY(function, copy, size) { .name = #function, .copies_as = INDEX_OF_##copy, .record_size = size },
 #include "calls.def"
+#include "record_copies.def"
+#undef RECORD_COPY
 #undef FLASH_CALL
 };
 static int observed_count = CALLS;
@@ -118,16 +126,20 @@ bool lab_observe(const char *name, const u64 *arguments, s64 *result)
 int lab_on_call(struct lab_frame *frame)
 {
 	struct observed *call = &observed[frame->function];
+	int function = frame->function;
 	s64 result;
 
 	frame->target = call->address;
-	if (!call->signature) {
+	if (call->record_size) {
+		function = call->copies_as;
+		frame->arguments[2] = call->record_size;
+	} else if (!call->signature) {
 		WRITE_ONCE(call->ran, true);
 		return LAB_GO_ON;
 	}
 	if (!strcmp(call->name, "log_module_init_end"))
 		lab_trace_load_end(frame->arguments);
-	if (observe(frame->function, frame->arguments, &result)) {
+	if (observe(function, frame->arguments, &result)) {
 		lab_platform_skipped(call->name, frame->arguments);
 		frame->result = result;
 		return LAB_SKIP;
