@@ -14,15 +14,11 @@ namespace {
 // Fills an entry. A name that does not fit, or none at all, is a failure.
 bool describe(const mtd_device &device, flash_mtd_stat_entry &entry)
 {
-	entry.size = device.size();
-	entry.index = device.index();
-	entry.type = device.type();
-	entry.erasesize = device.erase_size();
-	entry.flags = device.partition_flags();
-	if (device.name() && strcpy_s(entry.name, sizeof(entry.name), device.name()) == 0)
+	const char *const name = device.describe(entry);
+	if (name && strcpy_s(entry.name, sizeof(entry.name), name) == 0)
 		return true;
 
-	drv_log_record(module_log, serious, 0, "Failed to copy mtd name: %s", printable(device.name()));
+	drv_log_record(module_log, serious, 0, "Failed to copy mtd name: %s", printable(name));
 	return false;
 }
 
@@ -30,12 +26,13 @@ bool describe(const mtd_device &device, flash_mtd_stat_entry &entry)
 bool collect(flash_mtd_statistics &statistics)
 {
 	u32 count = 0;
-	for (; count < FLASH_MNG_STAT_ENTRIES; ++count) {
+	for (flash_mtd_stat_entry &entry : statistics.entries) {
 		const mtd_device device = mtd_device::numbered(static_cast<int>(count));
 		if (!device)
 			break;
-		if (!describe(device, statistics.entries[count]))
+		if (!describe(device, entry))
 			return false;
+		++count;
 	}
 	statistics.count = count;
 	return true;

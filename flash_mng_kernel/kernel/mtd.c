@@ -18,17 +18,19 @@ u32 linux_mtd_type(const struct mtd_info *mtd)
 	return mtd->type;
 }
 
-u32 linux_mtd_erase_size(const struct mtd_info *mtd)
+/* All is read before anything is written: to the compiler the entry could be a part of the device. */
+const char *linux_mtd_describe(const struct mtd_info *mtd, struct flash_mtd_stat_entry *entry)
 {
-	return mtd->erasesize;
-}
+	const u64 size = mtd->size;
+	const u32 index = mtd->index;
+	const u32 type = mtd->type;
+	const u32 erase_size = mtd->erasesize;
+	const u32 flags = mtd_is_partition(mtd) ? mtd->part.flags : 0;
 
-u32 linux_mtd_partition_flags(const struct mtd_info *mtd)
-{
-	return mtd_is_partition(mtd) ? mtd->part.flags : 0;
-}
-
-const char *linux_mtd_name(const struct mtd_info *mtd)
-{
+	entry->size = size;
+	entry->index = index;
+	entry->type = type;
+	entry->erasesize = erase_size;
+	entry->flags = flags;
 	return mtd->name;
 }

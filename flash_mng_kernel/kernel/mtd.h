@@ -6,6 +6,7 @@
 #define FLASH_MNG_KERNEL_MTD_H
 
 #include "flash_mng_types.h"
+#include "uapi/flash_mng.h"
 
 FLASH_MNG_C_BEGIN
 
@@ -17,12 +18,12 @@ struct mtd_info *get_mtd_device(struct mtd_info *mtd, int num);
 void put_mtd_device(struct mtd_info *mtd);
 
 /* Fields of a referenced device. */
-u64 linux_mtd_size(const struct mtd_info *mtd);	      /* bytes */
-u32 linux_mtd_index(const struct mtd_info *mtd);      /* N of /dev/mtdN */
-u32 linux_mtd_type(const struct mtd_info *mtd);	      /* MTD_* type code */
-u32 linux_mtd_erase_size(const struct mtd_info *mtd); /* bytes */
-u32 linux_mtd_partition_flags(const struct mtd_info *mtd); /* flags of the partition as created; 0 for a whole device */
-const char *linux_mtd_name(const struct mtd_info *mtd);	   /* may be NULL */
+u64 linux_mtd_size(const struct mtd_info *mtd);	 /* bytes */
+u32 linux_mtd_index(const struct mtd_info *mtd); /* N of /dev/mtdN */
+u32 linux_mtd_type(const struct mtd_info *mtd);	 /* MTD_* type code */
+
+/* Fills an entry of the statistics, all but the name. Gives the name instead, which is the device's own and may be NULL. */
+const char *linux_mtd_describe(const struct mtd_info *mtd, struct flash_mtd_stat_entry *entry);
 
 FLASH_MNG_C_END
 

@@ -26,9 +26,7 @@ public:
 	u64 size() const { return linux_mtd_size(device_); }
 	u32 index() const { return linux_mtd_index(device_); }
 	u32 type() const { return linux_mtd_type(device_); }
-	u32 erase_size() const { return linux_mtd_erase_size(device_); }
-	u32 partition_flags() const { return linux_mtd_partition_flags(device_); }
-	const char *name() const { return linux_mtd_name(device_); }
+	const char *describe(flash_mtd_stat_entry &entry) const { return linux_mtd_describe(device_, &entry); }
 
 private:
 	explicit mtd_device(mtd_info *device) : device_(device) {}

@@ -286,21 +286,16 @@ u32 linux_mtd_type(const struct mtd_info *mtd)
 	return referenced_locked("linux_mtd_type", mtd).spec().type;
 }
 
-u32 linux_mtd_erase_size(const struct mtd_info *mtd)
+const char *linux_mtd_describe(const struct mtd_info *mtd, struct flash_mtd_stat_entry *entry)
 {
 	state_guard guard;
-	return referenced_locked("linux_mtd_erase_size", mtd).spec().erase_size;
-}
+	const mtd_info &device = referenced_locked("linux_mtd_describe", mtd);
+	const auto &spec = device.spec();
 
-u32 linux_mtd_partition_flags(const struct mtd_info *mtd)
-{
-	state_guard guard;
-	return referenced_locked("linux_mtd_partition_flags", mtd).spec().partition_flags.value_or(0);
-}
-
-const char *linux_mtd_name(const struct mtd_info *mtd)
-{
-	state_guard guard;
-	const auto &spec = referenced_locked("linux_mtd_name", mtd).spec();
+	entry->size = device.size();
+	entry->index = static_cast<u32>(device.index());
+	entry->type = spec.type;
+	entry->erasesize = spec.erase_size;
+	entry->flags = spec.partition_flags.value_or(0);
 	return spec.nameless ? nullptr : spec.name.c_str();
 }

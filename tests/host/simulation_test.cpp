@@ -385,13 +385,28 @@ TEST_F(mtd_test, finds_by_name_and_number)
 	EXPECT_EQ(linux_mtd_size(mtd), 0x20000u);
 	EXPECT_EQ(linux_mtd_index(mtd), static_cast<u32>(number));
 	EXPECT_EQ(linux_mtd_type(mtd), 3u);
-	EXPECT_EQ(linux_mtd_erase_size(mtd), 0x10000u);
-	EXPECT_EQ(linux_mtd_partition_flags(mtd), 0x400u);
-	EXPECT_STREQ(linux_mtd_name(mtd), "boot");
 	EXPECT_EQ(simulation::mtd_use_count(number), 2);
 	put_mtd_device(mtd);
 	put_mtd_device(mtd);
 	EXPECT_EQ(simulation::mtd_references(), 0);
+}
+
+TEST_F(mtd_test, describes_all_but_the_name_in_an_entry)
+{
+	const int number = simulation::add_mtd(
+		{.name = "boot", .size = 0x20000, .type = 3, .erase_size = 0x10000, .partition_flags = 0x400, .index = 5});
+	auto *mtd = get_mtd_device(nullptr, number);
+	flash_mtd_stat_entry entry = {};
+
+	entry.name[0] = 'k';
+	EXPECT_STREQ(linux_mtd_describe(mtd, &entry), "boot");
+	EXPECT_EQ(entry.size, 0x20000u);
+	EXPECT_EQ(entry.index, 5u);
+	EXPECT_EQ(entry.type, 3u);
+	EXPECT_EQ(entry.erasesize, 0x10000u);
+	EXPECT_EQ(entry.flags, 0x400u);
+	EXPECT_STREQ(entry.name, "k");
+	put_mtd_device(mtd);
 }
 
 TEST_F(mtd_test, absent_devices_are_error_pointers)
@@ -433,7 +448,8 @@ TEST_F(mtd_test, a_nameless_device_behind_the_match_is_harmless)
 {
 	simulation::add_mtd({.name = "boot"});
 	auto *mtd = get_mtd_device(nullptr, simulation::add_mtd({.name = "", .nameless = true}));
-	EXPECT_EQ(linux_mtd_name(mtd), nullptr);
+	flash_mtd_stat_entry entry = {};
+	EXPECT_EQ(linux_mtd_describe(mtd, &entry), nullptr);
 	put_mtd_device(mtd);
 	put_mtd_device(get_mtd_device_nm("boot"));
 }
