@@ -102,11 +102,14 @@ bool drop(spi_flash_info &info)
 
 bool has_name(const spi_flash_info &info, const char *mtd_name)
 {
-	if (!info.mtd_names)
+	const char *const *next = info.mtd_names;
+	if (!next)
 		return false;
-	for (u32 i = 0; i < info.mtd_name_num; ++i)
-		if (info.mtd_names[i] && __builtin_strcmp(info.mtd_names[i], mtd_name) == 0)
+	for (const char *const *const end = next + info.mtd_name_num; next != end;) {
+		const char *const name = *next++;
+		if (name && __builtin_strcmp(name, mtd_name) == 0)
 			return true;
+	}
 	return false;
 }
 
