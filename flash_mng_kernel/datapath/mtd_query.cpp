@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "datapath/mtd_query.hpp"
 
-#include "config/flash_config.hpp"
 #include "flash_mng.h"
-#include "kernel/mtd_device.hpp"
 #include "platform/messages.hpp"
 
 using namespace flash_mng;
@@ -13,14 +11,14 @@ namespace {
 constexpr u32 type_nand = 4;
 constexpr u32 type_mlc_nand = 8;
 
-mtd_device usrdata_device()
+inline u32 count_usrdata(u32 &num)
 {
-	return mtd_device::named(g_usrdata_mtd_name);
-}
-
-void report_no_usrdata()
-{
-	drv_log_record(module_log, serious, 0, "Failed to get %s MTD information.\n", g_usrdata_mtd_name);
+	const bool exists = usrdata_exists();
+	num = exists ? 1 : 0;
+	if (exists)
+		return FLASH_MNG_OK;
+	report_no_usrdata();
+	return FLASH_MNG_FAILED;
 }
 
 } // namespace
@@ -54,6 +52,11 @@ u32 drv_mtd_get_info(const char *mtd_name, mtd_device_info *info)
 	return FLASH_MNG_OK;
 }
 
+void report_no_usrdata(void)
+{
+	drv_log_record(module_log, serious, 0, "Failed to get %s MTD information.\n", g_usrdata_mtd_name);
+}
+
 u32 drv_flash_get_mtd_size(const char *mtd_name, u64 *size)
 {
 	if (!size || flash_check_name(mtd_name)) {
@@ -73,13 +76,7 @@ u32 drv_flash_get_nand_part_num(u32 *num)
 	if (!num)
 		return FLASH_MNG_NULL_POINTER;
 
-	*num = 0;
-	if (!usrdata_device()) {
-		report_no_usrdata();
-		return FLASH_MNG_FAILED;
-	}
-	*num = 1;
-	return FLASH_MNG_OK;
+	return count_usrdata(*num);
 }
 
 u32 drv_flash_get_nand_part_size_info(nand_part_info *info)
@@ -87,7 +84,7 @@ u32 drv_flash_get_nand_part_size_info(nand_part_info *info)
 	if (!info)
 		return FLASH_MNG_NULL_POINTER;
 
-	if (const u32 code = drv_flash_get_nand_part_num(&info->part_num)) {
+	if (const u32 code = count_usrdata(info->part_num)) {
 		drv_log_record(module_log, serious, 0, "Failed to get nand part num, (ret=%u)\n", code);
 		return FLASH_MNG_FAILED;
 	}
@@ -105,7 +102,7 @@ u32 drv_flash_get_nand_is_exist(u32 *exist)
 {
 	if (!exist)
 		return FLASH_MNG_NULL_POINTER;
-	*exist = usrdata_device() ? 1 : 0;
+	*exist = usrdata_exists() ? 1 : 0;
 	return FLASH_MNG_OK;
 }
 

@@ -3,7 +3,8 @@
 // Questions about MTD partitions by name. Every answer comes fresh from Linux's MTD core; all may sleep.
 #pragma once
 
-#include "flash_mng_types.h"
+#include "config/flash_config.hpp"
+#include "kernel/mtd_device.hpp"
 
 struct mtd_device_info {
 	u64 size;  // bytes
@@ -24,4 +25,22 @@ u32 drv_mtd_get_info(const char *mtd_name, mtd_device_info *info);
 
 // 1 for the MTD types of NAND flash, otherwise 0.
 u32 drv_flash_mtd_is_nand(u32 type);
+
+// Notes in the log that the board has no NAND user-data partition.
+void report_no_usrdata(void);
 }
+
+namespace flash_mng {
+
+// The NAND user-data partition, if the board has it.
+inline mtd_device usrdata_device()
+{
+	return mtd_device::named(g_usrdata_mtd_name);
+}
+
+inline bool usrdata_exists()
+{
+	return static_cast<bool>(usrdata_device());
+}
+
+} // namespace flash_mng

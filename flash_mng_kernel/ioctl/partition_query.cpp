@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#include "datapath/mtd_query.hpp"
 #include "flash_mng.h"
 #include "ioctl/handlers.hpp"
 #include "kernel/memory.hpp"
@@ -42,11 +43,13 @@ bool collect(flash_mtd_statistics &statistics)
 
 extern "C" {
 
-u32 flash_get_part_num(unsigned long argument)
+long flash_get_part_num(unsigned long argument)
 {
-	u32 num = 0;
-	if (const u32 code = drv_flash_get_nand_part_num(&num))
-		return code;
+	const u32 num = 1;
+	if (!usrdata_exists()) {
+		report_no_usrdata();
+		return FLASH_MNG_FAILED;
+	}
 	if (linux_copy_number_to_user(argument, &num)) {
 		drv_log_record(module_log, ordinary, 0, "Flash get part num fail, copy to user fail");
 		return FLASH_MNG_COPY_FAILED;
@@ -54,7 +57,7 @@ u32 flash_get_part_num(unsigned long argument)
 	return FLASH_MNG_OK;
 }
 
-u32 flash_get_nand_is_exist(unsigned long argument)
+long flash_get_nand_is_exist(unsigned long argument)
 {
 	u32 exist = 0;
 	if (const u32 code = drv_flash_get_nand_is_exist(&exist))
@@ -66,7 +69,7 @@ u32 flash_get_nand_is_exist(unsigned long argument)
 	return FLASH_MNG_OK;
 }
 
-u32 flash_get_nand_part_info(unsigned long argument)
+long flash_get_nand_part_info(unsigned long argument)
 {
 	const heap_memory<nand_part_info> info(linux_kzalloc(sizeof(nand_part_info)));
 	if (!info) {
@@ -83,7 +86,7 @@ u32 flash_get_nand_part_info(unsigned long argument)
 	return FLASH_MNG_OK;
 }
 
-u32 flash_get_mtd_statistics(unsigned long argument)
+long flash_get_mtd_statistics(unsigned long argument)
 {
 	const virtual_memory<flash_mtd_statistics> statistics(vzalloc(sizeof(flash_mtd_statistics)));
 	if (!statistics) {

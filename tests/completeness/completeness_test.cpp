@@ -25,7 +25,6 @@ struct impossible {
 };
 
 constexpr impossible g_impossible[] = {
-	{"flash_get_part_num", "FLASH_MNG_NULL_POINTER", "it asks with an address of its own"},
 	{"flash_get_nand_part_info", "FLASH_MNG_NULL_POINTER", "it asks with a record of its own"},
 };
 
