@@ -10,7 +10,7 @@ namespace {
 
 struct flash_command {
 	u32 number;
-	u32 (*handler)(unsigned long argument);
+	long (*handler)(unsigned long argument);
 };
 
 constexpr u32 command_count = 8;
@@ -51,7 +51,7 @@ long flash_ioctl(file *, unsigned int command, unsigned long argument)
 {
 	const flash_command &row = g_flash_ioctl_cmd[row_of(command)];
 	if (row.number == command)
-		return static_cast<long>(row.handler(argument));
+		return row.handler(argument);
 
 	drv_log_record(module_log, ordinary, 0, "Flash cmd not support");
 	return FLASH_MNG_UNKNOWN_COMMAND;

@@ -29,7 +29,7 @@ bool form_path(char (&path)[device_path_size], const mtd_device_info &info)
 
 extern "C" {
 
-u32 drv_nand_flash_mtd_read_ioctl(unsigned long argument)
+long drv_nand_flash_mtd_read_ioctl(unsigned long argument)
 {
 	flash_mtd_io_arg request = {};
 	if (linux_copy_io_request_from_user(&request, argument))
@@ -70,7 +70,7 @@ u32 drv_nand_flash_mtd_read_ioctl(unsigned long argument)
 	return FLASH_MNG_OK;
 }
 
-u32 drv_nand_flash_mtd_write_ioctl(unsigned long argument)
+long drv_nand_flash_mtd_write_ioctl(unsigned long argument)
 {
 	flash_mtd_io_arg request = {};
 	if (linux_copy_io_request_from_user(&request, argument))

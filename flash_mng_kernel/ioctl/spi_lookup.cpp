@@ -23,7 +23,7 @@ u32 answer(unsigned long argument, const flash_find_config_arg &request)
 
 extern "C" {
 
-u32 drv_flash_find_config(unsigned long argument)
+long drv_flash_find_config(unsigned long argument)
 {
 	flash_find_config_arg request = {};
 	if (!read_request(request, argument))
@@ -39,7 +39,7 @@ u32 drv_flash_find_config(unsigned long argument)
 	return answer(argument, request);
 }
 
-u32 drv_flash_find_config_by_inst(unsigned long argument)
+long drv_flash_find_config_by_inst(unsigned long argument)
 {
 	flash_find_config_arg request = {};
 	if (!read_request(request, argument))
