@@ -233,6 +233,37 @@ TEST(simulation, prints_what_the_module_says_about_the_demo_board)
 	EXPECT_EQ(as_text(simulate(board, fixtures::common_layout())), fixtures::read(FIXTURES_DIR "/plain.simulation.txt"));
 }
 
+simulation_result simulated_fixture(const char *name)
+{
+	for (const auto &one : fixtures::bad())
+		if (one.name == name)
+			return simulate(read_board(fixtures::read(one.xml()), "b.xml"), one.layout());
+	throw std::runtime_error(std::string("there is no fixture ") + name);
+}
+
+TEST(simulation, says_that_a_section_and_a_listed_partition_lose_writes)
+{
+	const auto result = simulated_fixture("mtd-info-section");
+
+	ASSERT_EQ(result.partitions.size(), 2u);
+	EXPECT_FALSE(result.partitions[0].can_lose_writes());
+	EXPECT_EQ(result.partitions[1].section, 0u);
+	EXPECT_TRUE(result.partitions[1].can_lose_writes());
+	EXPECT_NE(as_text(result).find("writes of \"boot\" can be lost: section row 0 is the same partition\n"), std::string::npos);
+}
+
+TEST(simulation, shows_the_two_ways_to_a_listed_partition_that_is_not_nand)
+{
+	const auto result = simulated_fixture("mtd-info-not-nand");
+
+	ASSERT_EQ(result.partitions.size(), 2u);
+	EXPECT_EQ(result.partitions[0].of_commands, road::whole);
+	EXPECT_EQ(result.partitions[0].of_functions, road::whole);
+	EXPECT_EQ(result.partitions[1].of_commands, road::whole);
+	EXPECT_EQ(result.partitions[1].of_functions, road::block);
+	EXPECT_NE(as_text(result).find("writes of \"nor\" can be lost: programs and modules go different ways\n"), std::string::npos);
+}
+
 TEST(simulation, prints_why_a_load_fails)
 {
 	const auto board = read_board(fixtures::read(FIXTURES_DIR "/bad/mtd-info-number.xml"), "b.xml");

@@ -9,10 +9,12 @@
 #include "flash_mng.h"
 #include "simulation.hpp"
 #include "spi/spi_config.hpp"
+#include "uapi/flash_mng.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -67,6 +69,7 @@ private:
 	{
 		::board::mtd_spec spec = {.name = from.name};
 
+		spec.type = from.type.value_or(mtd_type_nand);
 		spec.erase_size = static_cast<std::uint32_t>(from.erase_size.value_or(512));
 		const auto size = std::min(from.size.value_or(largest_simulated_size), largest_simulated_size);
 		spec.size = std::max<std::uint64_t>(size / spec.erase_size, 1) * spec.erase_size;
@@ -112,10 +115,64 @@ void read_sections(simulation_result &to)
 	::board::forget();
 }
 
+// What the module called since the last time this was asked.
+road road_taken()
+{
+	const auto calls = ::board::calls();
+	const auto called = [&](std::string_view function) {
+		return std::any_of(calls.begin(), calls.end(), [&](const std::string &one) { return one.starts_with(function); });
+	};
+
+	::board::forget();
+	return called("plat_mtd_read_buf(") ? road::whole : called("kernel_read(") ? road::block : road::none;
+}
+
+road road_of_functions(const std::string &name)
+{
+	std::uint8_t byte = 0;
+
+	::board::forget();
+	drv_flash_mtd_read(name.c_str(), 0, &byte, sizeof(byte));
+	return road_taken();
+}
+
+// Reads a byte as a program does, from memory of its own.
+class program_read {
+public:
+	road of(const std::string &name) const
+	{
+		flash_mtd_io_arg request = {};
+
+		std::copy_n(name.begin(), std::min(name.size(), sizeof(request.name) - 1), request.name);
+		request.length = 1;
+		request.buffer = ::board::user_address(m_byte);
+		std::memcpy(m_request, &request, sizeof(request));
+		::board::forget();
+		::board::ioctl(FLASH_MNG_MTD_READ, ::board::user_address(m_request));
+		return road_taken();
+	}
+
+private:
+	std::uint8_t *m_byte = ::board::user_memory(1), *m_request = ::board::user_memory(sizeof(flash_mtd_io_arg));
+};
+
+std::optional<std::uint32_t> first_row_of(const std::vector<simulated_section> &sections, const std::string &partition)
+{
+	const auto found =
+		std::find_if(sections.begin(), sections.end(), [&](const simulated_section &one) { return one.partition == partition; });
+
+	return found == sections.end() ? std::nullopt : std::optional(static_cast<std::uint32_t>(found - sections.begin()));
+}
+
 void read_partitions(simulation_result &to)
 {
-	for (std::uint32_t i = 0; i < g_flash_mtd_info_list_num; i++)
-		to.partitions.push_back({g_flash_mtd_info_list[i].name(), g_flash_mtd_info_list[i].avail_size});
+	const program_read by_program;
+
+	for (std::uint32_t i = 0; i < g_flash_mtd_info_list_num; i++) {
+		const std::string name = g_flash_mtd_info_list[i].name();
+		to.partitions.push_back({name, g_flash_mtd_info_list[i].avail_size, by_program.of(name), road_of_functions(name),
+					 first_row_of(to.sections, name)});
+	}
 }
 
 const node *node_named(const instance &of, std::string_view name)

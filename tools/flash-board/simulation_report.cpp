@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <array>
 
 namespace flash_board {
 namespace {
@@ -48,13 +49,33 @@ std::string section_table(const simulation_result &result)
 	return rows.size() == 1 ? "\nno sections\n" : table("sections", rows);
 }
 
+std::string_view name_of(road way)
+{
+	constexpr std::array<std::string_view, 3> names = {"none", "whole", "block"};
+
+	return names[static_cast<std::size_t>(way)];
+}
+
+// Why writes to a partition can be lost.
+std::string loss_of(const simulated_partition &one)
+{
+	if (one.section)
+		return "writes of \"" + one.name + "\" can be lost: section row " + std::to_string(*one.section) +
+		       " is the same partition\n";
+	return one.can_lose_writes() ? "writes of \"" + one.name + "\" can be lost: programs and modules go different ways\n" : "";
+}
+
 std::string partition_table(const simulation_result &result)
 {
-	std::vector<std::vector<std::string>> rows = {{"name", "usable size"}};
+	std::vector<std::vector<std::string>> rows = {{"name", "usable size", "road of programs", "road of modules"}};
+	std::string losses;
 
-	for (const auto &one : result.partitions)
-		rows.push_back({one.name, hexadecimal(one.avail_size)});
-	return rows.size() == 1 ? "\nno partitions that are updated whole\n" : table("partitions that are updated whole", rows);
+	for (const auto &one : result.partitions) {
+		rows.push_back({one.name, hexadecimal(one.avail_size), std::string(name_of(one.of_commands)),
+				std::string(name_of(one.of_functions))});
+		losses += loss_of(one);
+	}
+	return rows.size() == 1 ? "\nno partitions that are updated whole\n" : table("partitions that are updated whole", rows) + losses;
 }
 
 std::string spi_flash_table(const simulation_result &result)
@@ -130,7 +151,12 @@ std::string as_json(const simulation_result &result)
 				    {"served_by", one.served_by ? json(*one.served_by) : json()},
 				    {"last_byte", one.last_byte}});
 	for (const auto &one : result.partitions)
-		partitions.push_back({{"name", one.name}, {"avail_size", one.avail_size}});
+		partitions.push_back({{"name", one.name},
+				      {"avail_size", one.avail_size},
+				      {"road_of_programs", name_of(one.of_commands)},
+				      {"road_of_modules", name_of(one.of_functions)},
+				      {"section_row", one.section ? json(*one.section) : json()},
+				      {"can_lose_writes", one.can_lose_writes()}});
 	for (const auto &one : result.spi_flashes) {
 		flashes.push_back({{"instance", one.instance}, {"code", one.code}});
 		if (!one.code)
