@@ -62,7 +62,9 @@ TEST(command_lines, of_any_words_end_well)
 			given.arguments.push_back(g_words[random() % 5]);
 		if (random() % 3)
 			given.arguments.push_back("-");
-		for (auto count = random() % 6; count > 0; count--)
+		if (random() % 2)
+			given.arguments.push_back("--json");
+		for (auto count = random() % 2 ? random() % 6 : 0; count > 0; count--)
 			given.arguments.push_back(some_word(random));
 		given.input = inputs[random() % inputs.size()];
 		try_command_line(given);
