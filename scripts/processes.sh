@@ -5,9 +5,15 @@
 # command takes.
 
 # attend COMMAND...: runs it and gives its status, but answers signals at once, where a shell otherwise waits for the command's end first.
+# A function looks at the status of each of its commands itself, as in the condition of an "if".
 attend() {
-	{ "$@" <&3 3<&- & } 3<&0
+	{ attend_function "$@" <&3 3<&- & } 3<&0
 	wait $!
+}
+
+attend_function() {
+	set +e
+	"$@"
 }
 
 # What is started has the number of this shell in its environment, by which it is found when whoever started it has ended before.

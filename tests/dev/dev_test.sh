@@ -296,6 +296,40 @@ fails_for_itself() {
 	! grep -q 'disk is full\|archive' "$dev_scratch/first.output" || dev_wrong "blames the machine"
 }
 
+# ---- functions as steps
+
+# A command that fails within a step or a check does not end it: what finds nothing is no failure.
+goes_on() {
+	begin_case "a step that goes on"
+	cat >"$dev_scratch/clone/steps" <<'PART'
+set -eu
+root=$PWD
+. scripts/common.sh
+. scripts/check.sh
+. scripts/results.sh
+finds_nothing() {
+	findings=$(grep nothing /dev/null)
+	[ -z "$findings" ] && echo "went on"
+}
+ends_badly() {
+	return 3
+}
+checks_passed=0
+checks_failed=0
+run_step "a step" step finds_nothing
+check "a check" finds_nothing
+count_step "a counted step" finds_nothing
+count_step "a bad step" ends_badly
+exit "$checks_failed"
+PART
+	start first clone sh ./steps
+	ends_with 0 "$(pid_of first)"
+	output_has first "  a step: "
+	output_has first "OK    a check: went on"
+	output_has first "OK    a counted step: went on"
+	output_has first "FAIL  a bad step"
+}
+
 # ---- limits of time, and reports that are not there
 
 # limited_to LIMITS STATUS TEXT COMMAND...: tests/limited ends the command with that status and leaves the text.
@@ -376,6 +410,7 @@ limited_to "900 1" 124 "ended at its limit of 1 s" sleep 1000
 limited_to "900 900" 3 "" sh -c 'exit 3'
 board_limited
 shares
+goes_on
 for place in download unpack kernel modules configure build board; do
 	interrupt "$place" INT 130 command
 done
