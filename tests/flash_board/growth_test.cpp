@@ -31,8 +31,8 @@ double seconds_of(const std::function<void()> &work)
 	return processor_seconds() - start;
 }
 
-// Whether eight times the rows take less than twelve times the time: linear is 8, n log n a little more, quadratic 64. What else the machine
-// does is felt by caches; a second and a third try are for that.
+// Whether eight times the rows take less than twelve times the time: linear is 8, n log n a little more, quadratic 64. What else the
+// machine does is felt by caches; a second and a third try are for that.
 bool is_nearly_linear(const std::function<void(const std::string &)> &work, const std::string &small, const std::string &large)
 {
 	for (int i = 0; i < 3; i++)

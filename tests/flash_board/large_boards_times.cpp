@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // Processor time of check, with its report, and of map on large boards of each kind:
-//   cmake --preset release && cmake --build --preset release --target flash_board_times && build/host/release/tests/flash_board/flash_board_times
+//   cmake --preset release && cmake --build --preset release --target flash_board_times
+//   build/host/release/tests/flash_board/flash_board_times
 #include <cstdio>
 #include <ctime>
 
