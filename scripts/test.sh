@@ -12,12 +12,23 @@ short_fuzz_seconds=20
 
 asan_options=detect_leaks=1:allocator_may_return_null=1
 
-# run_host_tests PRESET: a test program that fails is counted by its report, so the status does not matter here.
+# ended_well STATUS: of test programs. Their reports are written before they end: leaks are found behind that.
+ended_well() {
+	[ "$1" -eq 0 ] || {
+		echo "status $1: cases failed, or a sanitizer found something after the report"
+		return 1
+	}
+}
+
+# run_host_tests PRESET: sets host_status.
 run_host_tests() {
 	rm -rf "$(preset_dir "$1")/results"
+	host_status=0
 	try_step "run the host tests ($1)" "ctest_$1" env ASAN_OPTIONS="$asan_options" \
-		UBSAN_OPTIONS=print_stacktrace=1 ctest --test-dir "$(preset_dir "$1")" --parallel "$jobs" --output-on-failure ||
+		UBSAN_OPTIONS=print_stacktrace=1 ctest --test-dir "$(preset_dir "$1")" --parallel "$jobs" --output-on-failure || {
+		host_status=$?
 		show_step
+	}
 }
 
 # Each suite of the build folder with what it is; one that is not among them would not be counted.
@@ -54,6 +65,7 @@ test_host_sanitized() {
 $host_suites
 SUITES
 	count_step "every suite is counted" all_suites_counted "$(preset_dir asan)"
+	count_step "every suite ended well" ended_well "$host_status"
 }
 
 # The cases with several threads; a data race ends the program with a status of its own.
@@ -61,10 +73,15 @@ test_host_threads() {
 	build_program_target tsan threads_host
 	threads_results=$(preset_dir tsan)/results/threads_host
 	rm -f "$threads_results.xml"
+	threads_status=0
 	try_step "run the cases with several threads (tsan)" threads_host env TSAN_OPTIONS=halt_on_error=1 \
 		"$root/tests/limited" "$threads_results.limit" "$(preset_dir tsan)/tests/host/threads_host" \
-		"--gtest_output=xml:$threads_results.xml" || show_step
+		"--gtest_output=xml:$threads_results.xml" || {
+		threads_status=$?
+		show_step
+	}
 	count_report "conformance with several threads, thread sanitizer" "$threads_results.xml"
+	count_step "the cases with several threads ended well" ended_well "$threads_status"
 }
 
 measure_coverage() {
@@ -89,10 +106,15 @@ coverage_text() {
 test_coverage() {
 	build_program_target asan coverage_host
 	find "$(preset_dir asan)" -name '*.gcda' -delete
+	cases_status=0
 	coverage_limit=$(preset_dir asan)/results/coverage_host.limit
 	try_step "run the cases on a core that counts" coverage_host env ASAN_OPTIONS="$asan_options" \
-		"$root/tests/limited" "$coverage_limit" "$(preset_dir asan)/tests/host/coverage_host" --gtest_brief=1 || show_step
+		"$root/tests/limited" "$coverage_limit" "$(preset_dir asan)/tests/host/coverage_host" --gtest_brief=1 || {
+		cases_status=$?
+		show_step
+	}
 	[ ! -s "$coverage_limit" ] || note_limit coverage_host
+	count_step "the cases on a core that counts ended well" ended_well "$cases_status"
 	count_step "coverage of the module's C++" coverage_text
 }
 

@@ -462,6 +462,8 @@ test_totals() {
 	adds 3 1 count_program planted fail_planted
 	adds 3 0 count_program planted pass_planted
 	adds 0 1 add_counts nobody
+	adds 1 0 count_step "a suite" ended_well 0
+	adds 0 1 count_step "a suite" ended_well 8
 	total_passed=1 total_failed=1
 	fails show_total
 	total_passed=0 total_failed=0
