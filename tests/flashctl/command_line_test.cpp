@@ -29,6 +29,15 @@ TEST(command_line, write_with_everything)
 	EXPECT_TRUE(request.yes);
 }
 
+TEST(command_line, ranges_end_below_4_gib)
+{
+	EXPECT_EQ(parsed<read_request>({"read", "p", "--offset", "0xfffffffe", "--length", "1"}).range.length, 1u);
+	EXPECT_EQ(parsed<read_request>({"read", "p", "--length", "0xffffffff"}).range.length, 0xffffffffu);
+	EXPECT_EQ(parsed<spi_request>({"spi", "--name", std::string(32, 'n')}).name.size(), 32u);
+	const auto forced = parsed<write_request>({"write", "p", "f", "--force", "mounted", "--force", "unknown"}).forced;
+	EXPECT_EQ(forced, (std::vector{danger::mounted, danger::unknown}));
+}
+
 TEST(command_line, write_verifies_all_and_asks_if_not_told_otherwise)
 {
 	const auto request = parsed<write_request>({"write", "usrdata", "-"});
@@ -137,6 +146,17 @@ INSTANTIATE_TEST_SUITE_P(
 			refused_line{{"read", "boot", "--length", "0"}, "--length 0 is no range", "at least 1 byte"},
 			refused_line{{"read", "boot", "--offset", "0xffffffff", "--length", "1"}, "go beyond 4 GiB", ""},
 			refused_line{{"write", "boot", "f", "--offset", "3GiB", "--length", "1GiB"}, "go beyond 4 GiB", ""},
+			refused_line{{"read", "boot", "--offset", "1", "--length", "0xffffffff"}, "go beyond 4 GiB", ""},
+			refused_line{{"read", "boot", "--offset", "0xffffffff", "--length", "0xffffffff"}, "go beyond 4 GiB", ""},
+			refused_line{{"read", "boot", "--offset", "0x"}, "--offset 0x is no size", ""},
+			refused_line{{"read", "boot", "--length", "0x"}, "--length 0x is no size", ""},
+			refused_line{{"read", "boot", "--offset", "17179869185GiB"}, "is no size", ""},
+			refused_line{{"read", "boot", "--length", "18014398509481985KiB"}, "is no size", ""},
+			refused_line{{"spi", "--instance", "0x"}, "no instance", ""},
+			refused_line{{"explain", "0x"}, "neither a number", ""},
+			refused_line{{"write", "boot", "f", "--force", "all"}, "--force all is no danger", "mounted, ubi, swap"},
+			refused_line{{"verify", "boot", "--sha256", std::string(63, 'a')}, "no SHA-256", "64"},
+			refused_line{{"verify", "boot", "--sha256", std::string(65, 'a')}, "no SHA-256", "64"},
 			refused_line{{"write", "boot", "f", "--verify", "some"}, "--verify some is unknown", "all, range or none"},
 			refused_line{{"read", "boot", "--json"}, "--json and the data", "--output"},
 			refused_line{{"read", "boot", "--output", ""}, "--output", ""},

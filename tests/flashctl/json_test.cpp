@@ -61,7 +61,8 @@ TEST(json_report, of_list)
 	EXPECT_EQ(report["result"]["devices"].size(), 6u);
 	EXPECT_EQ(report["result"]["devices"][2],
 		  json::parse(R"({"number": 2, "name": "usrdata", "type": "nand", "type_number": 4, "size": 32768,
-		"erase_size": 4096, "flags": 1024, "flag_names": ["writeable"], "listed": true})"));
+		"erase_size": 4096, "flags": 1024, "flag_names": ["writeable"], "listed": true,
+		"writable": true, "usable": null})"));
 }
 
 TEST(json_report, of_info)
@@ -149,7 +150,7 @@ TEST(schema, refuses_what_does_not_agree)
 	bad["command"] = "info";
 	EXPECT_FALSE(agrees(bad)) << "the result of another command";
 	bad = good;
-	bad["exit"] = 12;
+	bad["exit"] = 13;
 	EXPECT_FALSE(agrees(bad));
 	bad = good;
 	bad["status"] = "fine";

@@ -133,7 +133,13 @@ TEST_F(programs, ask_a_person)
 	const std::string line = "flashctl write usrdata " + folder.path("image");
 	EXPECT_EQ(on_terminal(line, "n\n").exit, 10);
 	EXPECT_EQ(on_terminal(line, "\n").exit, 10);
+	for (const char *const other :
+	     {"yn\n", "yes please\n", "no\n", "ja\n", "x\n", "ny\n", "1\n", "y\004\004", "yyyyyyyyyyyyyyyyyyyyyyyy\n", "\004"})
+		EXPECT_EQ(on_terminal(line, other).exit, 10) << other;
 	EXPECT_EQ(flash_content(), "");
+	for (const char *const yes : {"Y\n", "YES\n", " yes \n"})
+		EXPECT_EQ(on_terminal(line, yes).exit, 0) << yes;
+	folder.write("flash", "");
 	const ended program = on_terminal(line, "y\n");
 	EXPECT_EQ(program.exit, 0);
 	EXPECT_TRUE(has(program.output, "Write 5 bytes at 0x0 of \"usrdata\" (mtd2)? [y/N] ")) << program.output;
@@ -158,6 +164,40 @@ TEST_F(programs, ask_on_the_terminal_when_the_data_comes_in_a_pipe)
 	EXPECT_EQ(flash_content().substr(0, 5), "Hello");
 }
 
+// On a busy desk the signal may come before the write begins; what is said must be true all the same.
+TEST_F(programs, tell_what_the_flash_holds_when_a_signal_comes)
+{
+	for (const char *const name : {"TERM", "HUP"}) {
+		folder.write("flash", "");
+		const ended program =
+			shell(std::string("printf Hello >image; FLASHCTL_FAKE_DELAY=800 flashctl write usrdata image & sleep 1.2; kill -") +
+			      name + " $!; wait $!");
+		const bool written = flash_content().substr(0, 5) == "Hello";
+		EXPECT_EQ(program.exit, 12) << program.output;
+		EXPECT_EQ(program.output,
+			  std::string("flashctl: write: SIG") + name +
+				  (written ? ": the flash holds the new data, read back and verified: \"usrdata\", 5 bytes at 0x0\n"
+					   : ": nothing was written\n"));
+	}
+}
+
+TEST_F(programs, leave_no_unfinished_file_behind_and_touch_no_other)
+{
+	folder.write("out.part", "own");
+	EXPECT_EQ(shell("flashctl read boot -o out").exit, 9);
+	EXPECT_EQ(shell("flashctl read usrdata -o out/none").exit, 1);
+	EXPECT_EQ(shell("umask 077; : >out; flashctl read usrdata -o out -q; stat -c %a out; cat out.part; ls -A").output,
+		  "600\nownflash.lock\nout\nout.part\n");
+	EXPECT_EQ(shell("echo head; flashctl read usrdata --length 1 --hex -o /dev/stdout -q").output.substr(0, 13), "head\n00000000");
+}
+
+TEST_F(programs, hint_at_names_behind_numbers)
+{
+	for (const char *const number : {"3", "mtd3", "/dev/mtd3", "/dev/mtdblock3"})
+		EXPECT_TRUE(has(shell(std::string("flashctl info ") + number).output, "the name of mtd3 is \"rootfs\"")) << number;
+	EXPECT_FALSE(has(shell("flashctl info mtd99").output, "the name of"));
+}
+
 TEST_F(programs, no_binary_and_no_unwanted_colours_on_a_terminal)
 {
 	EXPECT_EQ(on_terminal("flashctl read usrdata", "").exit, 2);
@@ -180,6 +220,16 @@ TEST_F(programs, example_read_range)
 	EXPECT_EQ(shell("read_range boot").exit, 1);
 	EXPECT_TRUE(has(shell("read_range boot").output, "0x811B01A4"));
 	EXPECT_EQ(shell("read_range").exit, 2);
+}
+
+TEST_F(programs, example_c_read_range)
+{
+	shell("printf 'Hello, flash, 16' | flashctl write usrdata -");
+	EXPECT_EQ(shell("c_read_range usrdata").output, "48656c6c6f2c20666c6173682c203136\n");
+	EXPECT_EQ(shell("c_read_range boot").output, "boot: code 0x811B01A4\n");
+	EXPECT_EQ(shell("c_read_range boot").exit, 1);
+	EXPECT_EQ(shell("c_read_range").exit, 2);
+	EXPECT_EQ(shell("c_read_range " + std::string(32, 'n')).exit, 2);
 }
 
 TEST_F(programs, example_find_spi_flash)

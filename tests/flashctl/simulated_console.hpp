@@ -4,6 +4,7 @@
 #pragma once
 
 #include <algorithm>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,8 @@ public:
 	answer ask(const std::string &question) override
 	{
 		questions.push_back(question);
+		if (when_asked)
+			when_asked();
 		return person;
 	}
 	bytes take_input(std::size_t most) override
@@ -37,6 +40,12 @@ public:
 		return {input.begin(), input.begin() + static_cast<std::ptrdiff_t>(std::min(input.size(), most + 1))};
 	}
 	bool finish() override { return !output_breaks; }
+	void hold_signals() override { held = true; }
+	const char *signal() const override { return held ? pending : nullptr; }
+
+	std::function<void()> when_asked;
+	bool held = false;
+	const char *pending = nullptr; // the signal that came
 };
 
 // A desk with a board: flashctl("read", "usrdata", ...) gives the exit status.

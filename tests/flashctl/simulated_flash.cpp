@@ -79,7 +79,15 @@ status simulated_flash::open(const std::string &)
 
 status simulated_flash::lock(const flashctl::mtd_device &)
 {
-	return called("lock");
+	const status answer = called("lock");
+	return answer.ok() ? lock_answer : answer;
+}
+
+std::vector<flashctl::device_use> simulated_flash::uses(const flashctl::mtd_device &)
+{
+	if (!called("uses").ok())
+		return {{flashctl::danger::unknown, "may be mounted", "mount /proc"}};
+	return users;
 }
 
 result<std::vector<flashctl::mtd_device>> simulated_flash::devices()
@@ -122,6 +130,8 @@ status simulated_flash::write(const std::string &name, std::uint32_t offset, std
 {
 	if (const status answer = called("write"); !answer.ok())
 		return answer;
+	if (!write_answer.ok())
+		return write_answer;
 	partition *const part = find(name);
 	if (!part || !part->device.listed)
 		return status::from_code(FLASH_MNG_NOT_LISTED);

@@ -45,11 +45,18 @@ public:
 	partition &part(const std::string &name);
 	std::vector<partition> parts;
 	bool user_data_exists = true;
+	std::vector<flashctl::device_use> users; // of whichever device
+	std::vector<std::string> log;
+	status lock_answer, write_answer; // unless they are success
+	flashctl::platform_table platform = flashctl::reference_platform_table();
 	spi_controller_config spi = {5, 5, 1, 2, 3, 1, 0, 0};
 	std::string spi_name = "spi_a";
 
 	status open(const std::string &path) override;
 	status lock(const flashctl::mtd_device &device) override;
+	std::vector<flashctl::device_use> uses(const flashctl::mtd_device &device) override;
+	std::vector<std::string> load_log() override { return log; }
+	flashctl::platform_table platform_codes() override { return platform; }
 	result<std::vector<flashctl::mtd_device>> devices() override;
 	std::uint32_t bad_blocks(const flashctl::mtd_device &device) override;
 	status read(const std::string &name, std::uint32_t offset, std::span<std::byte> data) override;

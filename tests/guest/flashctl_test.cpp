@@ -5,6 +5,8 @@
 #include <fstream>
 #include <source_location>
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
@@ -135,10 +137,14 @@ TEST_F(flashctl_on_board, tells_what_flash_there_is)
 	EXPECT_EQ(info["result"]["partitions"].size(), 2u) << info;
 	EXPECT_EQ(info["result"]["user_data"], (json{{"partitions", 1}, {"size", 0x40000}}));
 
-	EXPECT_EQ(guest::run_program({program, "list"}).output, "DEVICE  NAME        TYPE         SIZE  ERASE BLOCK  FLAGS  PROGRAMS\n"
-								"mtd0    listed_mlc  mlc-nand   64 KiB       16 KiB  -      read,write\n"
-								"mtd1    usrdata     nand      256 KiB       64 KiB  -      read,write\n"
-								"mtd2    nor         nor       256 KiB       64 KiB  -      -\n");
+	EXPECT_EQ(list["result"]["devices"][0]["flag_names"], json{"writeable"}) << "the device's, which the statistics do not have";
+	EXPECT_EQ(list["result"]["devices"][0]["writable"], true);
+	EXPECT_EQ(list["result"]["devices"][0]["usable"], usable_) << "as the log of the load tells";
+	EXPECT_EQ(list["result"]["devices"][2]["usable"], json());
+
+	const std::string table = guest::run_program({program, "list"}).output;
+	EXPECT_TRUE(table.starts_with("DEVICE  NAME        TYPE         SIZE  ")) << table;
+	EXPECT_NE(table.find("\nmtd0    listed_mlc  mlc-nand   64 KiB  "), std::string::npos) << table;
 }
 
 TEST_F(flashctl_on_board, reads_what_is_on_the_device)
@@ -201,8 +207,8 @@ TEST_F(flashctl_on_board, ends_with_the_status_of_what_was_wrong)
 	EXPECT_EQ(misspelt["error"]["hint"], "did you mean \"listed_mlc\"?");
 	expect_ended(flashctl({"list"}, {.user = nobody}), 4, "denied");
 	const json beyond = flashctl({"write", name_, file.path(), "--offset", std::to_string(usable_ - length_ / 2)});
-	expect_ended(beyond, 6, "flash");
-	EXPECT_NE(beyond["error"]["message"].get<std::string>().find("its content is as before"), std::string::npos) << beyond;
+	expect_ended(beyond, 2, "usage");
+	EXPECT_NE(beyond["error"]["message"].get<std::string>().find("usable bytes"), std::string::npos) << beyond;
 	const json unlisted = flashctl({"write", "nor", file.path()});
 	expect_ended(unlisted, 9, "unsupported");
 	EXPECT_EQ(unlisted["error"]["code"]["value"], not_listed);
@@ -232,6 +238,38 @@ TEST_F(flashctl_on_board, keeps_a_second_writer_out)
 	board::go_on();
 	expect_ended(told(first.end()), 0, "done");
 	EXPECT_EQ(content(), with_new_data());
+}
+
+// Somebody has the block device for himself, as a mount and a swap have.
+TEST_F(flashctl_on_board, leaves_a_claimed_partition_alone)
+{
+	const scratch_file file(data_);
+	const std::string block = "/dev/mtdblock" + std::to_string(listed_);
+	const int holder = open(block.c_str(), O_RDONLY | O_EXCL | O_CLOEXEC);
+	ASSERT_GE(holder, 0) << block;
+	const json refused = flashctl(write_of(file));
+	expect_ended(refused, 8, "busy");
+	EXPECT_EQ(refused["error"]["hint"], "try again when that is done; --force claimed writes all the same");
+	EXPECT_EQ(content(), before_);
+	words forced = write_of(file);
+	forced.insert(forced.end(), {"--force", "claimed"});
+	expect_ended(flashctl(forced), 0, "done");
+	EXPECT_EQ(content(), with_new_data());
+	close(holder);
+}
+
+// The group may open the control device, and not the block device, which this kernel without file locks needs to keep others out.
+TEST_F(flashctl_on_board, does_not_write_for_a_group_that_cannot_keep_others_out)
+{
+	const scratch_file file(data_);
+	const std::string block = "/dev/mtdblock" + std::to_string(listed_);
+	ASSERT_EQ(chmod("/dev/flash_mng", 0666), 0);
+	ASSERT_EQ(chmod(block.c_str(), 0600), 0);
+	const json refused = flashctl(write_of(file), {.user = nobody});
+	ASSERT_EQ(chmod("/dev/flash_mng", 0600), 0);
+	expect_ended(refused, 4, "denied");
+	EXPECT_NE(refused["error"]["hint"].get<std::string>().find("may not claim " + block), std::string::npos) << refused;
+	EXPECT_EQ(content(), before_);
 }
 
 TEST_F(flashctl_on_board, does_not_believe_an_update_that_did_nothing)

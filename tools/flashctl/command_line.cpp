@@ -18,11 +18,11 @@ namespace flashctl {
 namespace {
 
 constexpr std::uint64_t most_bytes = UINT32_MAX;
-constexpr char size_hint[] = "sizes are decimal or 0x numbers below 4 GiB, with KiB or MiB behind them or not: 4096, 0x1000, 4KiB";
-constexpr char footer[] = R"(PARTITION is a name of "flashctl list". SIZE is decimal or 0x, with KiB or MiB behind it or not.
+constexpr char size_hint[] = "sizes are decimal or 0x numbers below 4 GiB, with KiB, MiB or GiB behind them or not: 4096, 0x1000, 4KiB";
+constexpr char footer[] = R"(PARTITION is a name of "flashctl list". SIZE is decimal or 0x, with KiB, MiB or GiB behind it or not.
 
 Exit status: 0 done, 1 file, 2 usage, 3 not found, 4 denied, 5 module not loaded, 6 flash failure, 7 verify mismatch,
-8 busy, 9 unsupported, 10 declined, 11 no memory.)";
+8 busy, 9 unsupported, 10 declined, 11 no memory, 12 interrupted.)";
 
 failure usage_failure(const std::string &message, const std::string &hint = "")
 {
@@ -32,6 +32,7 @@ failure usage_failure(const std::string &message, const std::string &hint = "")
 // What the options store before it is looked at as a whole.
 struct words {
 	std::string partition, file, offset, length, output = "-", sha256, verify = "all", instance, name, code;
+	std::vector<std::string> forced;
 	bool hex = false, dry_run = false, yes = false;
 };
 
@@ -128,6 +129,10 @@ void parser::add_commands()
 		->type_name("all|range|none");
 	write->add_flag("--dry-run", m_words.dry_run, "tell what would be done, and write nothing");
 	write->add_flag("-y,--yes", m_words.yes, "do not ask");
+	write->add_option("--force", m_words.forced, "write although the partition is in use: mounted, ubi, swap, claimed or unknown")
+		->type_name("DANGER")
+		->expected(1)
+		->take_all();
 
 	CLI::App *const verify = command("verify", "compare bytes of a partition with a file or a hash", &parser::make_verify);
 	add_partition(verify);
@@ -211,9 +216,20 @@ verification verification_of(const std::string &word)
 	return found->second;
 }
 
+danger danger_of(const std::string &word)
+{
+	for (const danger kind : {danger::mounted, danger::ubi, danger::swap, danger::claimed, danger::unknown})
+		if (word == word_of(kind))
+			return kind;
+	throw usage_failure("--force " + word + " is no danger", "it is mounted, ubi, swap, claimed or unknown, as the refusal says");
+}
+
 any_request parser::make_write() const
 {
-	return write_request{range(), input(), verification_of(m_words.verify), m_words.dry_run, m_words.yes};
+	std::vector<danger> forced;
+	for (const std::string &word : m_words.forced)
+		forced.push_back(danger_of(word));
+	return write_request{range(), input(), verification_of(m_words.verify), m_words.dry_run, m_words.yes, forced};
 }
 
 any_request parser::make_spi() const

@@ -31,6 +31,12 @@ public:
 	// Standard input to its end, or one byte more than `most`. Throws failure.
 	virtual bytes take_input(std::size_t most) = 0;
 
+	// From now on signals that would end the program (SIGINT, SIGTERM, SIGHUP) are only remembered.
+	virtual void hold_signals() = 0;
+
+	// The name of the first one since then; nullptr when none came.
+	virtual const char *signal() const = 0;
+
 	// Whether everything printed has arrived.
 	virtual bool finish() = 0;
 };

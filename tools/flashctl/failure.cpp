@@ -79,6 +79,8 @@ const char *kind_of(exit_status exit)
 		return "declined";
 	case exit_status::no_memory:
 		return "no_memory";
+	case exit_status::interrupted:
+		return "interrupted";
 	}
 	return "flash";
 }
@@ -100,11 +102,18 @@ exit_status exit_of(const flash_mng::status &status)
 
 failure failed(const std::string &action, const flash_mng::status &status)
 {
+	return failed(action, status, asked_for::anything, reference_platform_table());
+}
+
+failure failed(const std::string &action, const flash_mng::status &status, asked_for where, const platform_table &platform)
+{
 	const exit_status exit = status.ok() ? exit_status::flash : exit_of(status);
 	if (status.origin() != flash_mng::origin::module)
 		return {exit, action + ": " + status.meaning(), "", status};
-	const code_words words = explain_code(status.code());
-	return {exit, action + ": " + words.meaning + " (" + words.label() + ")", words.advice, status};
+	const code_words words = explain_code(status.code(), where, platform);
+	const bool is_range = words.is_range && where != asked_for::anything;
+	return {is_range ? exit_status::usage : exit, action + ": " + words.meaning + " (" + words.label() + ")", words.advice, status,
+		words};
 }
 
 } // namespace flashctl

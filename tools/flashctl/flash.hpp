@@ -4,11 +4,13 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "flash_mng/client.hpp"
+#include "platform_codes.hpp"
 
 namespace flashctl {
 
@@ -19,7 +21,27 @@ struct mtd_device {
 	std::uint64_t size;	  // bytes
 	std::uint32_t erase_size; // bytes of an erase block
 	std::uint32_t flags;
-	bool listed; // the module reads and writes it for programs
+	bool listed;				  // the module reads and writes it for programs
+	bool writable = true;			  // the kernel lets it be written
+	std::optional<std::uint32_t> usable = {}; // bytes that the module writes, where that is known
+};
+
+// What else a write would harm.
+enum class danger : std::uint8_t {
+	mounted, // a file system is mounted from the device
+	ubi,	 // UBI is attached to it
+	swap,	 // the kernel swaps to it
+	claimed, // a program or a driver has claimed its block device
+	unknown, // what is mounted cannot be told
+};
+
+// The word for it on the command line and in messages.
+const char *word_of(danger kind);
+
+struct device_use {
+	danger kind;
+	std::string words; // follows the partition's name: "is mounted on /data (jffs2)"
+	std::string hint;
 };
 
 class flash {
@@ -29,9 +51,19 @@ public:
 	// Opens the control device; before every other function. A failure is the kernel's.
 	virtual flash_mng::status open(const std::string &path) = 0;
 
-	// Keeps other writers of the device out until the program ends, without waiting: EWOULDBLOCK or EBUSY when there is one, ENOSYS
-	// when the board has no means.
+	// What the log tells about the last time that the module was loaded, the latest last; a few lines or none. Needs no open device.
+	virtual std::vector<std::string> load_log() = 0;
+
+	// The codes of the board's platform.
+	virtual platform_table platform_codes() = 0;
+
+	// Keeps other writers of the device out until the program ends, without waiting. EWOULDBLOCK: another flashctl writes. EBUSY: the
+	// block device is claimed; the other flashctls are kept out. ENOSYS: the board has no means. EACCES: its only means is the block
+	// device, which the caller may not open.
 	virtual flash_mng::status lock(const mtd_device &device) = 0;
+
+	// Who uses the device now, as far as everybody is told.
+	virtual std::vector<device_use> uses(const mtd_device &device) = 0;
 
 	// All MTD devices, by number.
 	virtual flash_mng::result<std::vector<mtd_device>> devices() = 0;

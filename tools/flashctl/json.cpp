@@ -11,6 +11,11 @@ namespace {
 
 using nlohmann::ordered_json;
 
+template <typename value_type> ordered_json or_null(const std::optional<value_type> &value)
+{
+	return value ? ordered_json(*value) : ordered_json(nullptr);
+}
+
 ordered_json described(const mtd_device &device)
 {
 	return {{"number", device.number},
@@ -21,7 +26,9 @@ ordered_json described(const mtd_device &device)
 		{"erase_size", device.erase_size},
 		{"flags", device.flags},
 		{"flag_names", mtd_flag_names(device.flags)},
-		{"listed", device.listed}};
+		{"listed", device.listed},
+		{"writable", device.listed && device.writable},
+		{"usable", or_null(device.usable)}};
 }
 
 ordered_json described(const range &range)
@@ -40,11 +47,6 @@ ordered_json described(const code_words &words)
 {
 	return {{"value", words.code},	  {"hex", hex_code(words.code)}, {"name", words.name},
 		{"source", words.source}, {"meaning", words.meaning},	 {"advice", words.advice}};
-}
-
-template <typename value_type> ordered_json or_null(const std::optional<value_type> &value)
-{
-	return value ? ordered_json(*value) : ordered_json(nullptr);
 }
 
 ordered_json tell(const list_outcome &found)
@@ -147,7 +149,7 @@ ordered_json described(const failure &wrong)
 {
 	ordered_json code, system_error;
 	if (wrong.cause.origin() == flash_mng::origin::module)
-		code = described(explain_code(wrong.cause.code()));
+		code = described(wrong.code ? *wrong.code : explain_code(wrong.cause.code()));
 	if (wrong.cause.origin() == flash_mng::origin::system)
 		system_error = {{"errno", wrong.cause.error()}, {"meaning", wrong.cause.meaning()}};
 	return {{"message", wrong.message}, {"hint", wrong.hint}, {"code", code}, {"system_error", system_error}};

@@ -9,8 +9,11 @@
 #include <fstream>
 #include <memory>
 
+#include "device_uses.hpp"
+#include "module_log.hpp"
 #include "mtd_words.hpp"
 #include "number.hpp"
+#include "platform_codes.hpp"
 
 using flash_mng::result;
 using flash_mng::status;
@@ -42,6 +45,9 @@ std::uint64_t number_in(const std::string &path)
 {
 	return parse_size(first_line(path), UINT64_MAX).value_or(0);
 }
+
+constexpr std::size_t most_load_lines = 8;
+constexpr std::uint32_t writable_flag = 0x400;
 
 result<std::vector<mtd_device>> module_devices(const flash_mng::device &device)
 {
@@ -81,9 +87,33 @@ status kernel_flash::lock(const mtd_device &device)
 
 	// O_EXCL on a block device: one holder at a time, for as long as it is open.
 	m_claim = ::open(("/dev/mtdblock" + std::to_string(device.number)).c_str(), O_RDONLY | O_EXCL | O_CLOEXEC);
-	if (m_claim < 0 && errno == EBUSY)
+	if (m_claim >= 0)
+		return {};
+	if (errno == EBUSY)
 		return status::from_errno(EBUSY);
-	return locked || m_claim >= 0 ? status() : status::from_errno(ENOSYS);
+	if (locked)
+		return {};
+	return status::from_errno(errno == EACCES || errno == EPERM ? EACCES : ENOSYS);
+}
+
+std::vector<device_use> kernel_flash::uses(const mtd_device &device)
+{
+	return uses_of(device, m_root);
+}
+
+std::vector<std::string> kernel_flash::load_log()
+{
+	return load_lines(read_log(m_root), most_load_lines);
+}
+
+platform_table kernel_flash::platform_codes()
+{
+	if (auto shipped = read_platform_table(m_root + "/usr/share/flash_mng/platform-codes"))
+		return std::move(*shipped);
+	std::error_code none;
+	const bool is_reference = std::filesystem::exists(m_root + "/sys/module/log/parameters/printk_level", none) &&
+				  std::filesystem::exists(m_root + "/sys/module/log/parameters/keep_level", none);
+	return is_reference ? reference_platform_table() : platform_table{"platform", {}};
 }
 
 std::optional<mtd_device> kernel_flash::kernel_device(std::uint32_t number) const
@@ -141,7 +171,24 @@ result<std::vector<mtd_device>> kernel_flash::devices()
 	std::ranges::sort(devices, {}, &mtd_device::number);
 	if (const status answer = mark_listed(devices); !answer.ok())
 		return answer;
+	add_facts(devices);
 	return devices;
+}
+
+// The statistics have the flags that a partition was created with, not those that the kernel goes by.
+void kernel_flash::add_facts(std::vector<mtd_device> &devices) const
+{
+	const auto usable = usable_sizes(read_log(m_root));
+	for (mtd_device &device : devices) {
+		const std::string flags = first_line(m_mtd_folder + "/mtd" + std::to_string(device.number) + "/flags");
+		if (const auto known = tools::parse_number(flags, UINT32_MAX)) {
+			device.flags = static_cast<std::uint32_t>(*known);
+			device.writable = device.flags & writable_flag;
+		}
+		const auto size = usable.find(device.name);
+		if (device.listed && size != usable.end())
+			device.usable = static_cast<std::uint32_t>(std::min<std::uint64_t>(size->second, device.size));
+	}
 }
 
 std::uint32_t kernel_flash::bad_blocks(const mtd_device &device)

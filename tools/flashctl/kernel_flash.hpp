@@ -11,7 +11,8 @@ namespace flashctl {
 
 class kernel_flash : public flash {
 public:
-	explicit kernel_flash(std::string mtd_folder = "/sys/class/mtd") : m_mtd_folder(std::move(mtd_folder)) {}
+	// root: what stands before /sys, /proc, /usr and the log's files in /dev; for tests.
+	explicit kernel_flash(const std::string &root = "") : m_root(root), m_mtd_folder(root + "/sys/class/mtd") {}
 	kernel_flash(const kernel_flash &) = delete;
 	kernel_flash &operator=(const kernel_flash &) = delete;
 	~kernel_flash() override;
@@ -21,6 +22,12 @@ public:
 	// An advisory lock (flock) on the control device's node, and an exclusive claim of the block device, which keeps a mounted file
 	// system out too. A kernel without file locks, or one without mtdblock, has one of them.
 	flash_mng::status lock(const mtd_device &device) override;
+
+	std::vector<device_use> uses(const mtd_device &device) override;
+	std::vector<std::string> load_log() override;
+
+	// The table that the platform ships, or the reference platform's where that is loaded; otherwise an empty one.
+	platform_table platform_codes() override;
 
 	flash_mng::result<std::vector<mtd_device>> devices() override;
 	std::uint32_t bad_blocks(const mtd_device &device) override;
@@ -36,7 +43,9 @@ private:
 	std::optional<mtd_device> kernel_device(std::uint32_t number) const;
 	flash_mng::status mark_listed(std::vector<mtd_device> &devices) const;
 
-	std::string m_mtd_folder;
+	void add_facts(std::vector<mtd_device> &devices) const;
+
+	std::string m_root, m_mtd_folder;
 	std::optional<flash_mng::device> m_device;
 	int m_claim = -1; // descriptor
 };

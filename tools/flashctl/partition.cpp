@@ -2,6 +2,8 @@
 #include "partition.hpp"
 
 #include <algorithm>
+#include <optional>
+#include <string_view>
 
 #include <fmt/format.h>
 
@@ -25,17 +27,49 @@ std::vector<std::string> names_of(const std::vector<mtd_device> &devices)
 
 failure beyond_end(const mtd_device &device, std::uint64_t offset, std::uint64_t length)
 {
+	const std::uint64_t end = std::min(device.size, most_bytes);
 	return {exit_status::usage,
-		fmt::format("{} byte{} at {} end beyond \"{}\", which has {} ({} bytes)", length, length == 1 ? "" : "s",
-			    hex_number(offset), device.name, human_size(device.size), device.size),
-		offset < device.size ? fmt::format("at most {} bytes fit there", device.size - offset) : "choose a smaller --offset"};
+		fmt::format("{} byte{} at {} end{} beyond \"{}\", which has {} ({} bytes)", length, length == 1 ? "" : "s",
+			    hex_number(offset), length == 1 ? "s" : "", device.name, human_size(device.size), device.size),
+		offset < end ? fmt::format("at most {} byte{} there", end - offset, end - offset == 1 ? " fits" : "s fit")
+			     : "choose a smaller --offset"};
 }
 
-failure not_opened(const std::string &path, const flash_mng::status &answer)
+// "mtd3", "/dev/mtd3", "/dev/mtdblock3" and "3" are no names.
+std::optional<std::uint32_t> number_meant(std::string_view typed)
+{
+	for (const std::string_view before : {"/dev/", "mtdblock", "mtd"})
+		if (typed.starts_with(before))
+			typed.remove_prefix(before.size());
+	const auto number = tools::parse_number(typed, UINT32_MAX);
+	return number ? std::optional(static_cast<std::uint32_t>(*number)) : std::nullopt;
+}
+
+std::string hint_for(const std::string &typed, const std::vector<mtd_device> &devices)
+{
+	if (const auto number = number_meant(typed)) {
+		const auto meant = std::ranges::find(devices, *number, &mtd_device::number);
+		if (meant != devices.end())
+			return fmt::format("the name of mtd{} is \"{}\"", *number, meant->name);
+	}
+	const std::string similar = did_you_mean(typed, names_of(devices));
+	return similar.empty() ? "\"flashctl list\" shows the partitions of this board" : similar;
+}
+
+std::string told_by_log(const std::vector<std::string> &lines)
+{
+	return lines.empty() ? "; the log tells nothing of a load that this user may read (dmesg)"
+			     : fmt::format("; the log says of the last load:\n  {}", fmt::join(lines, "\n  "));
+}
+
+failure not_opened(workplace &place, const std::string &path, const flash_mng::status &answer)
 {
 	failure refused = failed(path + " cannot be opened", answer);
 	if (refused.exit == exit_status::no_module)
-		refused.hint = "load the module flash_mng (modprobe flash_mng), and look into the kernel log if it does not load";
+		refused.hint =
+			"load the module flash_mng (modprobe flash_mng); whether it is loaded is told by this node and by the log, not "
+			"by modprobe or insmod" +
+			told_by_log(place.flash.load_log());
 	if (refused.exit == exit_status::denied)
 		refused.hint = "the node's mode decides who may use the flash; try as root";
 	return refused;
@@ -66,7 +100,7 @@ void open_device(workplace &place)
 	const flash_mng::status answer = place.flash.open(place.options.device);
 	if (answer.ok())
 		return;
-	throw not_opened(place.options.device, answer);
+	throw not_opened(place, place.options.device, answer);
 }
 
 std::vector<mtd_device> all_devices(workplace &place)
@@ -83,10 +117,7 @@ mtd_device find_device(workplace &place, const std::string &name)
 	const auto found = std::ranges::find(devices, name, &mtd_device::name);
 	if (found != devices.end())
 		return *found;
-	std::string hint = did_you_mean(name, names_of(devices));
-	if (hint.empty())
-		hint = "\"flashctl list\" shows the partitions of this board";
-	throw failure{exit_status::not_found, "there is no partition \"" + name + "\"", hint};
+	throw failure{exit_status::not_found, "there is no partition \"" + name + "\"", hint_for(name, devices)};
 }
 
 mtd_device find_listed(workplace &place, const std::string &name)
@@ -101,6 +132,31 @@ std::uint32_t readable_size(workplace &place, const mtd_device &device)
 {
 	const std::uint64_t bad = std::uint64_t{place.flash.bad_blocks(device)} * device.erase_size;
 	return static_cast<std::uint32_t>(std::min(device.size - std::min(bad, device.size), most_bytes));
+}
+
+mtd_device find_writable(workplace &place, const std::string &name)
+{
+	mtd_device device = find_listed(place, name);
+	if (!device.writable)
+		throw failure{exit_status::unsupported, "\"" + name + "\" is read-only",
+			      "the flags of the MTD device forbid that it is written"};
+	return device;
+}
+
+range writable_range(const mtd_device &device, const range_request &request, std::uint64_t length)
+{
+	const range wanted = range_within(device, request, length);
+	const std::uint64_t end = std::uint64_t{wanted.offset} + wanted.length;
+	if (!device.usable || end <= *device.usable)
+		return wanted;
+	const std::uint32_t usable = *device.usable;
+	throw failure{exit_status::usage,
+		      fmt::format("{} byte{} at {} end{} beyond the usable bytes of \"{}\", which are {} ({} bytes)", wanted.length,
+				  wanted.length == 1 ? "" : "s", hex_number(wanted.offset), wanted.length == 1 ? "s" : "", device.name,
+				  human_size(usable), usable),
+		      wanted.offset < usable ? fmt::format("at most {} byte{} there", usable - wanted.offset,
+							   usable - wanted.offset == 1 ? " fits" : "s fit")
+					     : "choose a smaller --offset; avail_size, in the board's XML, says how many are usable"};
 }
 
 range range_within(const mtd_device &device, const range_request &request, std::uint64_t length)
@@ -120,7 +176,7 @@ bytes read_range(workplace &place, const range &wanted, byte_view expected)
 	if (!answer.ok())
 		throw failed(
 			fmt::format("\"{}\" cannot be read ({} bytes at {})", wanted.device.name, wanted.length, hex_number(wanted.offset)),
-			answer);
+			answer, asked_for::read, place.flash.platform_codes());
 	return data;
 }
 
@@ -134,9 +190,10 @@ bytes take_data(workplace &place, const std::string &path, const mtd_device &dev
 	if (data.empty())
 		throw failure{exit_status::usage, from + " is empty", "give a file with at least 1 byte"};
 	if (!request.length && data.size() > room)
-		throw failure{exit_status::usage,
-			      fmt::format("{} has more bytes than \"{}\" has behind {}", from, device.name, hex_number(request.offset)),
-			      fmt::format("at most {} bytes fit there; --length takes the first bytes only", room)};
+		throw failure{
+			exit_status::usage,
+			fmt::format("{} has more bytes than \"{}\" has behind {}", from, device.name, hex_number(request.offset)),
+			fmt::format("at most {} byte{} there; --length takes the first bytes only", room, room == 1 ? " fits" : "s fit")};
 	if (request.length && data.size() < *request.length)
 		throw failure{exit_status::usage,
 			      fmt::format("{} has {} bytes, fewer than --length {}", from, data.size(), *request.length),

@@ -29,11 +29,17 @@ mtd_device find_device(workplace &place, const std::string &name);
 // The same, and the module serves it.
 mtd_device find_listed(workplace &place, const std::string &name);
 
+// The same, and the kernel lets it be written.
+mtd_device find_writable(workplace &place, const std::string &name);
+
 // Bytes of a partition that can be read: without its bad blocks, and at most those that 32 bits count.
 std::uint32_t readable_size(workplace &place, const mtd_device &device);
 
 // A range within the device. Its length is the one asked for, or else `length`.
 range range_within(const mtd_device &device, const range_request &request, std::uint64_t length);
+
+// The same, and within the usable bytes where these are known.
+range writable_range(const mtd_device &device, const range_request &request, std::uint64_t length);
 
 // The bytes of a range. With `expected`, each byte begins as something else: one that the module left out is not taken for a right one.
 bytes read_range(workplace &place, const range &wanted, byte_view expected = {});

@@ -37,7 +37,7 @@ flash_mng::result<spi_controller_config> look_up(const spi_request &request, fla
 
 std::string spi_flash_wanted(const spi_request &request)
 {
-	return request.instance ? fmt::format("the SPI flash of instance {}", static_cast<std::uint32_t>(*request.instance))
+	return request.instance ? fmt::format("the SPI flash of instance {:#x}", static_cast<std::uint32_t>(*request.instance))
 				: fmt::format("the SPI flash with a partition \"{}\"", request.name);
 }
 

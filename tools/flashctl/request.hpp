@@ -7,7 +7,9 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
+#include "flash.hpp"
 #include "flash_mng/client.hpp"
 
 namespace flashctl {
@@ -45,6 +47,7 @@ struct write_request {
 	verification verify = verification::all;
 	bool dry_run = false;
 	bool yes = false;
+	std::vector<danger> forced; // what is known to the person and does not matter
 };
 
 struct spi_request {

@@ -4,9 +4,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -43,10 +45,31 @@ void tick(const std::stop_token &stop, const std::string &text)
 		std::fputs("\r\033[K", stderr);
 }
 
-console::answer answer_of(const char *line)
+// A whole line; an unfinished one is no answer.
+std::string take_line(std::FILE *source)
 {
-	const bool yes = line && (std::strcmp(line, "y\n") == 0 || std::strcmp(line, "yes\n") == 0);
-	return yes ? console::answer::yes : console::answer::no;
+	std::string line;
+	for (int letter; (letter = std::fgetc(source)) != EOF;) {
+		if (letter == '\n')
+			return line;
+		line += static_cast<char>(std::tolower(letter));
+	}
+	return "";
+}
+
+console::answer answer_of(std::string line)
+{
+	line.erase(0, std::min(line.find_first_not_of(" \t\r"), line.size()));
+	line.erase(line.find_last_not_of(" \t\r") + 1);
+	return line == "y" || line == "yes" ? console::answer::yes : console::answer::no;
+}
+
+volatile std::sig_atomic_t first_signal = 0;
+
+void remember(int number)
+{
+	if (!first_signal)
+		first_signal = number;
 }
 
 } // namespace
@@ -89,8 +112,33 @@ console::answer terminal::ask(const std::string &question)
 		return answer::nobody;
 	std::fprintf(stderr, "%s [y/N] ", question.c_str());
 	std::fflush(stderr);
-	char line[16];
-	return answer_of(std::fgets(line, sizeof(line), source));
+	return answer_of(take_line(source));
+}
+
+// Without SA_RESTART, so that a person who is asked can leave; transfers of the flash are not interrupted by it.
+void terminal::hold_signals()
+{
+	struct sigaction action = {};
+	action.sa_handler = remember;
+	for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+		struct sigaction old;
+		if (sigaction(number, nullptr, &old) == 0 && old.sa_handler != SIG_IGN)
+			sigaction(number, &action, nullptr);
+	}
+}
+
+const char *terminal::signal() const
+{
+	switch (first_signal) {
+	case 0:
+		return nullptr;
+	case SIGINT:
+		return "SIGINT";
+	case SIGTERM:
+		return "SIGTERM";
+	default:
+		return "SIGHUP";
+	}
 }
 
 bytes terminal::take_input(std::size_t most)

@@ -19,6 +19,8 @@ public:
 	answer ask(const std::string &question) override;
 	bytes take_input(std::size_t most) override;
 	bool finish() override;
+	void hold_signals() override;
+	const char *signal() const override;
 
 private:
 	std::jthread m_ticker; // redraws the step with the time that it takes

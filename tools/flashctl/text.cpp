@@ -2,6 +2,7 @@
 #include "text.hpp"
 
 #include <algorithm>
+#include <ranges>
 
 #include <fmt/format.h>
 
@@ -68,6 +69,11 @@ std::string words_of_flags(std::uint32_t flags)
 	return names.empty() ? "-" : fmt::format("{}", fmt::join(names, ","));
 }
 
+std::string words_of_rights(const mtd_device &device)
+{
+	return !device.listed ? "-" : device.writable ? "read,write" : "read";
+}
+
 std::string words_of_blocks(const partition_info &info)
 {
 	const std::uint32_t erase_size = info.device.erase_size;
@@ -102,12 +108,13 @@ std::string tell(const list_outcome &found, const options &, style style)
 	std::vector<row> rows;
 	for (const mtd_device &device : found.devices)
 		rows.push_back({fmt::format("mtd{}", device.number), printable(device.name), mtd_type_name(device.type),
-				human_size(device.size), human_size(device.erase_size), words_of_flags(device.flags),
-				device.listed ? "read,write" : "-"});
+				human_size(device.size), device.usable ? human_size(*device.usable) : "-", human_size(device.erase_size),
+				words_of_flags(device.flags), words_of_rights(device)});
 	return table({{"DEVICE", side::left},
 		      {"NAME", side::left},
 		      {"TYPE", side::left},
 		      {"SIZE", side::right},
+		      {"USABLE", side::right},
 		      {"ERASE BLOCK", side::right},
 		      {"FLAGS", side::left},
 		      {"PROGRAMS", side::left}},
@@ -120,7 +127,7 @@ std::string tell(const info_outcome &found, const options &, style style)
 	for (const partition_info &info : found.partitions)
 		rows.push_back({fmt::format("mtd{}", info.device.number), printable(info.device.name), mtd_type_name(info.device.type),
 				human_size(info.device.size), words_of_blocks(info), std::to_string(info.bad_blocks),
-				info.device.listed ? "read,write" : "-"});
+				words_of_rights(info.device)});
 	const std::string partitions = table({{"DEVICE", side::left},
 					      {"NAME", side::left},
 					      {"TYPE", side::left},
@@ -161,6 +168,8 @@ std::string plan_of(const write_outcome &found)
 	if (found.changes)
 		text += *found.changes ? fmt::format("  {} of them change{}\n", *found.changes, *found.changes == 1 ? "s" : "")
 				       : "  none of them changes; a write would be left out\n";
+	if (!found.range.device.usable)
+		text += "  whether the usable bytes reach that far is known to the module only\n";
 	return text + "  sha256    " + found.sha256 + "\n";
 }
 
@@ -193,15 +202,23 @@ std::string tell(const write_outcome &found, const options &options, style style
 	return text + hashes(found.sha256, found.found_sha256.value_or(found.sha256));
 }
 
+// As a board's XML has it and as programs do.
+std::string both_ways(std::uint32_t number)
+{
+	return number < 10 ? std::to_string(number) : fmt::format("{:#x} ({})", number, number);
+}
+
 std::string tell(const spi_outcome &found, const options &, style)
 {
 	const spi_controller_config &config = found.config;
 	return fmt::format("instance        {}\nsettings of     instance {}\nchip            {}\ncontroller      {}\nchip select     {}\n"
 			   "hardware lock   {}\n",
-			   config.inst_id, config.cfg_inst_id, config.sfc_chip_id, config.sfc_ctrl, config.sfc_cs,
-			   config.hardlock_type == 1 ? "none"
-						     : fmt::format("type {}, taken with {}, released with {}", config.hardlock_type,
-								   config.hardlock_val, config.hardunlock_val));
+			   both_ways(config.inst_id), both_ways(config.cfg_inst_id), both_ways(config.sfc_chip_id),
+			   both_ways(config.sfc_ctrl), both_ways(config.sfc_cs),
+			   config.hardlock_type == 1
+				   ? "none"
+				   : fmt::format("type {}, taken with {}, released with {}", both_ways(config.hardlock_type),
+						 both_ways(config.hardlock_val), both_ways(config.hardunlock_val)));
 }
 
 std::string tell(const explain_outcome &found, const options &, style style)
@@ -232,7 +249,12 @@ std::string text_report(const outcome &found, const options &options, style styl
 std::string text_of_failure(const std::string &command, const failure &wrong, style style)
 {
 	std::string text = "flashctl: " + (command.empty() ? "" : command + ": ") + coloured(red, printable(wrong.message), style) + "\n";
-	return wrong.hint.empty() ? text : text + "flashctl: " + printable(wrong.hint) + "\n";
+	if (wrong.hint.empty())
+		return text;
+	std::string lines;
+	for (const auto line : std::views::split(wrong.hint, '\n'))
+		lines += (lines.empty() ? "flashctl: " : "") + printable({line.begin(), line.end()}) + "\n";
+	return text + lines;
 }
 
 } // namespace flashctl

@@ -62,12 +62,20 @@ std::uint64_t count_changes(const picture &taken)
 	return differs ? differs->count : 0;
 }
 
+void leave_if_interrupted(workplace &place)
+{
+	if (const char *const name = place.console.signal())
+		throw failure{exit_status::interrupted, std::string(name) + ": nothing was written", ""};
+}
+
 void ask_person(workplace &place, const range &written)
 {
 	if (!place.console.errors_are_terminal())
 		return;
-	switch (place.console.ask(fmt::format("Write {} bytes at {} of \"{}\" (mtd{})?", written.length, hex_number(written.offset),
-					      written.device.name, written.device.number))) {
+	const auto answer = place.console.ask(fmt::format("Write {} bytes at {} of \"{}\" (mtd{})?", written.length,
+							  hex_number(written.offset), written.device.name, written.device.number));
+	leave_if_interrupted(place);
+	switch (answer) {
 	case console::answer::yes:
 		return;
 	case console::answer::no:
@@ -94,7 +102,7 @@ failure not_written(workplace &place, const range &written, const flash_mng::sta
 {
 	failure refused = failed(
 		fmt::format("\"{}\" cannot be written ({} bytes at {})", written.device.name, written.length, hex_number(written.offset)),
-		answer);
+		answer, asked_for::write, place.flash.platform_codes());
 	refused.message += "; " + (taken ? state_after_failure(place, *taken) : "it was not read back, so its content is unknown");
 	return refused;
 }
@@ -140,22 +148,58 @@ void check(workplace &place, const picture &taken, write_outcome &result)
 failure not_locked(const mtd_device &device, const flash_mng::status &answer)
 {
 	failure refused = failed("the lock against a second writer cannot be taken", answer);
-	if (answer.error() == EBUSY)
-		return {exit_status::busy, "\"" + device.name + "\" is in use: another flashctl is writing, or it is mounted",
-			"try again when that is done", answer};
 	if (refused.exit == exit_status::busy)
 		return {exit_status::busy, "another flashctl is writing", "try again when it is done", answer};
 	if (answer.error() == ENOSYS)
-		refused.hint = "the kernel has neither file locks (CONFIG_FILE_LOCKING) nor mtdblock (CONFIG_MTD_BLOCK)";
+		refused.hint =
+			fmt::format("the kernel has no file locks (CONFIG_FILE_LOCKING), and /dev/mtdblock{} cannot be claimed instead: "
+				    "there is none (CONFIG_MTD_BLOCK)",
+				    device.number);
+	if (answer.error() == EACCES)
+		refused.hint = fmt::format(
+			"the kernel has no file locks (CONFIG_FILE_LOCKING), and this user may not claim /dev/mtdblock{} instead",
+			device.number);
 	return refused;
 }
 
-void keep_others_out(workplace &place, const mtd_device &device)
+bool is_forced(const write_request &request, danger kind)
 {
-	const flash_mng::status answer = place.flash.lock(device);
-	if (answer.ok())
+	return std::ranges::find(request.forced, kind) != request.forced.end();
+}
+
+// Whether somebody uses the device, and the person knows and does not mind.
+bool is_known_to_be_used(workplace &place, const mtd_device &device, const write_request &request)
+{
+	const auto uses = place.flash.uses(device);
+	for (const device_use &use : uses)
+		if (!is_forced(request, use.kind))
+			throw failure{exit_status::busy, fmt::format("\"{}\" {}", device.name, use.words),
+				      fmt::format("{}; --force {} writes all the same", use.hint, word_of(use.kind))};
+	return !uses.empty() || is_forced(request, danger::claimed);
+}
+
+void keep_others_out(workplace &place, const mtd_device &device, const write_request &request)
+{
+	const bool used = is_known_to_be_used(place, device, request);
+	if (request.dry_run)
 		return;
-	throw not_locked(device, answer);
+	const flash_mng::status answer = place.flash.lock(device);
+	if (answer.error() == EBUSY && !used)
+		throw failure{exit_status::busy,
+			      fmt::format("\"{}\" is in use: somebody has claimed /dev/mtdblock{}", device.name, device.number),
+			      "try again when that is done; --force claimed writes all the same", answer};
+	if (!answer.ok() && answer.error() != EBUSY)
+		throw not_locked(device, answer);
+}
+
+// After a write that a signal came in.
+std::string state_after_write(const write_outcome &written)
+{
+	if (written.verify == verification::none)
+		return "the data was written and not read back";
+	if (written.equal())
+		return "the flash holds the new data, read back and verified";
+	return "the flash does not hold what was written";
 }
 
 } // namespace
@@ -163,11 +207,11 @@ void keep_others_out(workplace &place, const mtd_device &device)
 outcome run_command(const write_request &request, workplace &place)
 {
 	open_device(place);
-	const mtd_device device = find_listed(place, request.range.partition);
+	const mtd_device device = find_writable(place, request.range.partition);
 	const bytes data = take_data(place, request.input, device, request.range);
-	const range written = range_within(device, request.range, data.size());
-	if (!request.dry_run)
-		keep_others_out(place, device);
+	const range written = writable_range(device, request.range, data.size());
+	keep_others_out(place, device, request);
+	place.console.hold_signals();
 
 	write_outcome result;
 	result.range = written;
@@ -180,6 +224,7 @@ outcome run_command(const write_request &request, workplace &place)
 		taken = take_picture(place, written, data, request.verify);
 		result.changes = count_changes(*taken);
 	}
+	leave_if_interrupted(place);
 	if (request.dry_run)
 		return result;
 	if (result.changes == 0u) {
@@ -189,10 +234,16 @@ outcome run_command(const write_request &request, workplace &place)
 
 	if (!request.yes)
 		ask_person(place, written);
+	leave_if_interrupted(place);
 	write_data(place, written, data, taken ? &*taken : nullptr);
 	result.done = write_outcome::action::written;
 	if (taken)
 		check(place, *taken, result);
+	if (const char *const name = place.console.signal())
+		throw failure{result.equal() ? exit_status::interrupted : exit_status::mismatch,
+			      fmt::format("{}: {}: \"{}\", {} bytes at {}", name, state_after_write(result), device.name, written.length,
+					  hex_number(written.offset)),
+			      ""};
 	return result;
 }
 

@@ -4,7 +4,20 @@
 # bash completion for flashctl. Partition names come from /proc/mtd.
 
 _flashctl_partitions() {
-	sed -n 's/^mtd[0-9]*: .* "\(.*\)"$/\1/p' "${FLASHCTL_MTD_LIST:-/proc/mtd}" 2>/dev/null
+	sed -n 's/^mtd[0-9]*: [0-9a-f]* [0-9a-f]* "\(.*\)"$/\1/p' "${FLASHCTL_MTD_LIST:-/proc/mtd}" 2>/dev/null
+}
+
+# Names are data: they are compared letter by letter, and never expanded. What was typed may have quoting of its own.
+_flashctl_offer_partitions() {
+	local typed=$1 name
+	typed=${typed#[\"\']}
+	typed=${typed//\\/}
+	while IFS= read -r name; do
+		case $name in
+		*[[:cntrl:]]* | '') ;;
+		"$typed"*) COMPREPLY+=("$name") ;;
+		esac
+	done < <(_flashctl_partitions)
 }
 
 _flashctl_command() {
@@ -23,7 +36,7 @@ _flashctl_options() {
 	local common="--help --json --quiet --verbose --device"
 	case $1 in
 	read) echo "$common --offset --length --output --hex" ;;
-	write) echo "$common --offset --length --verify --dry-run --yes" ;;
+	write) echo "$common --offset --length --verify --dry-run --yes --force" ;;
 	verify) echo "$common --offset --length --sha256" ;;
 	spi) echo "$common --instance --name" ;;
 	'') echo "$common --version" ;;
@@ -40,7 +53,7 @@ _flashctl_operands() {
 			continue
 		fi
 		case $word in
-		--offset | --length | --output | -o | --verify | --sha256 | --instance | --name | --device) skip=1 ;;
+		--offset | --length | --output | -o | --verify | --force | --sha256 | --instance | --name | --device) skip=1 ;;
 		-?*) ;;
 		*) count=$((count + 1)) ;;
 		esac
@@ -58,12 +71,16 @@ _flashctl() {
 		mapfile -t COMPREPLY < <(compgen -W "all range none" -- "$current")
 		return
 		;;
+	--force)
+		mapfile -t COMPREPLY < <(compgen -W "mounted ubi swap claimed unknown" -- "$current")
+		return
+		;;
 	-o | --output | --device)
 		mapfile -t COMPREPLY < <(compgen -f -- "$current")
 		return
 		;;
 	--name)
-		mapfile -t COMPREPLY < <(compgen -W "$(_flashctl_partitions)" -- "$current")
+		_flashctl_offer_partitions "$current"
 		return
 		;;
 	--offset | --length | --sha256 | --instance) return ;;
@@ -76,7 +93,7 @@ _flashctl() {
 	else
 		case $command:$(_flashctl_operands) in
 		info:0 | read:0 | write:0 | verify:0)
-			mapfile -t COMPREPLY < <(compgen -W "$(_flashctl_partitions)" -- "$current")
+			_flashctl_offer_partitions "$current"
 			;;
 		write:1 | verify:1) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
 		esac
