@@ -718,7 +718,7 @@ test_usage() {
 	for program in awk cat date dirname flock grep mkdir nproc rm sed sort touch; do
 		ln -sf "$(command -v "$program")" "$gate_dir/few_programs"
 	done
-	for tried in test build check bench coverage help -h --help demo shell package clean; do
+	for tried in test build check bench coverage prove help -h --help demo shell package clean; do
 		refuses "$tried" foo
 	done
 	for tried in powercut torture fuzz twin; do
@@ -731,6 +731,10 @@ test_usage() {
 	refuses foo
 	refuses demo -v foo
 	refuses shell --debug --debug
+	refuses case
+	refuses case --board
+	refuses case one two
+	refuses case --board one two
 	refuses package --test --test
 	refuses clean --cache foo
 	refuses powercut 1 foo
@@ -747,6 +751,8 @@ test_usage() {
 	{ [ -d build ] && [ -d cache/flash_mng ]; } || complain "a refused ./dev clean removes"
 	accepts demo -v
 	accepts shell --debug
+	accepts case one
+	accepts case --board one
 	accepts package --test
 	accepts powercut 1 2
 	accepts fuzz 1 2
