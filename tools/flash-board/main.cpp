@@ -3,10 +3,13 @@
 // makes of them, and draws them.
 #include "command_line.hpp"
 
+#include "common/standard_streams.hpp"
+
 #include <iostream>
 
 int main(int argc, char **argv)
 {
+	tools::hold_standard_streams();
 	const std::vector<std::string> arguments(argv + (argc > 0), argv + argc);
 
 	return flash_board::run(arguments, {std::cin, std::cout, std::cerr});

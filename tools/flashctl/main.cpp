@@ -3,12 +3,14 @@
 // flashctl: the flash of a board with flash_mng, for people and scripts.
 #include <algorithm>
 
+#include "common/standard_streams.hpp"
 #include "kernel_flash.hpp"
 #include "run.hpp"
 #include "terminal.hpp"
 
 int main(int argc, char **argv)
 {
+	tools::hold_standard_streams();
 	flashctl::kernel_flash flash;
 	flashctl::terminal terminal;
 	return flashctl::run({argv + std::min(argc, 1), argv + argc}, flash, terminal, flashctl::wants_no_colours());
