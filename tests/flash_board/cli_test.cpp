@@ -133,6 +133,32 @@ TEST_F(cli, output_that_cannot_be_written_gives_3)
 	const int status = std::system("'" FLASH_BOARD_PROGRAM "' explain >/dev/full 2>/dev/null");
 
 	EXPECT_EQ(WEXITSTATUS(status), 3);
+	for (const auto *const option : {"--help", "--version", "check --help"})
+		EXPECT_EQ(WEXITSTATUS(std::system(("'" FLASH_BOARD_PROGRAM "' " + std::string(option) + " >/dev/full 2>&1").c_str())), 3);
+}
+
+TEST_F(cli, a_standard_input_that_cannot_be_read_is_no_empty_board)
+{
+	EXPECT_EQ(run("check - <.").status, 3);
+	EXPECT_EQ(run("check - <&-").status, 3);
+	EXPECT_EQ(run("check good/section-wraps.xml --mtd - <.").status, 3);
+	EXPECT_NE(run("check - <.").err.find("standard input: cannot be read: Is a directory"), std::string::npos);
+}
+
+TEST_F(cli, a_file_without_an_end_is_not_read_to_its_end)
+{
+	const auto result = run("check /dev/zero");
+
+	EXPECT_EQ(result.status, 1);
+	EXPECT_NE(result.out.find("[file-too-long]"), std::string::npos) << result.err;
+	EXPECT_EQ(run("check - </dev/zero").status, 1);
+}
+
+TEST_F(cli, what_is_named_by_nothing_is_refused)
+{
+	for (const auto *const line : {"check ''", "check good/section-wraps.xml --mtd ''", "check good/section-wraps.xml --mtdparts ''",
+				       "map good/section-wraps.xml -o ''", "map good/section-wraps.xml --output=", "explain ''"})
+		EXPECT_EQ(run(line).status, 2) << line;
 }
 
 TEST_F(cli, a_file_that_cannot_be_read_is_named_with_the_reason)

@@ -285,6 +285,21 @@ void refuse_second_use_of_the_input(const settings &given)
 		throw usage_error("- is given twice, and there is one standard input");
 }
 
+// A variable of a script that is not set must not choose what happens when nothing is given.
+void refuse_empty(const CLI::App &selected)
+{
+	for (const auto *option : selected.get_options())
+		if (const auto &words = option->results(); std::find(words.begin(), words.end(), "") != words.end())
+			throw usage_error(option->get_name() + " is empty");
+}
+
+int finish(int status, const streams &to)
+{
+	if (!to.out.flush())
+		throw file_error("standard output", "cannot be written");
+	return status;
+}
+
 int parse_and_run(const std::vector<std::string> &arguments, const streams &to)
 {
 	settings given;
@@ -293,13 +308,11 @@ int parse_and_run(const std::vector<std::string> &arguments, const streams &to)
 	try {
 		all.app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
 	} catch (const CLI::ParseError &error) {
-		return all.app.exit(error, to.out, to.err) ? exit_usage : exit_success;
+		return finish(all.app.exit(error, to.out, to.err) ? exit_usage : exit_success, to);
 	}
+	refuse_empty(*all.app.get_subcommands().front());
 	refuse_second_use_of_the_input(given);
-	const int status = run(all, program(given, to));
-	if (!to.out.flush())
-		throw file_error("standard output", "cannot be written");
-	return status;
+	return finish(run(all, program(given, to)), to);
 }
 
 int fail(int status, const streams &to, const char *message)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "document.hpp"
 
+#include "files.hpp"
 #include "text_scan.hpp"
 
 #include <algorithm>
@@ -10,8 +11,7 @@
 namespace flash_board {
 namespace {
 
-constexpr std::size_t max_xml_size = 0x100000;	    // 1 MiB
-constexpr std::size_t max_checked_size = 0x4000000; // 64 MiB: what is larger is no board description
+constexpr std::size_t max_xml_size = 0x100000; // 1 MiB
 
 // How many bytes the UTF-8 character at the start of a text has; 0 when there is none.
 std::size_t character_length(std::string_view text)
@@ -130,7 +130,7 @@ void document::check_bytes()
 
 	if (text.size() > max_xml_size)
 		add("file-too-long", {}, 0, "the file is longer than 1 MiB");
-	if (text.size() > max_checked_size) {
+	if (text.size() > max_file_size) {
 		m_readable = false;
 		return;
 	}

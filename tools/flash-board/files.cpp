@@ -5,10 +5,8 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <istream>
-#include <iterator>
+#include <iostream>
 #include <memory>
-#include <ostream>
 #include <span>
 #include <system_error>
 
@@ -24,19 +22,32 @@ struct closer {
 	throw file_error(path, "cannot be read: " + std::generic_category().message(errno));
 }
 
+// A stream does not tell an error from the end; behind std::cin is stdin, which does.
+std::string read_stream(std::istream &stream)
+{
+	std::string text;
+	char part[65536];
+
+	while (text.size() <= max_file_size && (stream.read(part, sizeof(part)), stream.gcount()))
+		text.append(part, static_cast<std::size_t>(stream.gcount()));
+	if (&stream == &std::cin && std::ferror(stdin))
+		fail_reading("standard input");
+	return text;
+}
+
 } // namespace
 
 std::string read_file(const std::string &path, std::istream &standard)
 {
 	if (path == "-")
-		return {std::istreambuf_iterator<char>(standard), {}};
+		return read_stream(standard);
 	const std::unique_ptr<std::FILE, closer> file(std::fopen(path.c_str(), "rb"));
 	std::string text;
 	char part[65536];
 
 	if (!file)
 		fail_reading(path);
-	while (const auto size = std::fread(part, 1, sizeof(part), file.get()))
+	for (std::size_t size; text.size() <= max_file_size && (size = std::fread(part, 1, sizeof(part), file.get()));)
 		text.append(part, size);
 	if (std::ferror(file.get()))
 		fail_reading(path);
