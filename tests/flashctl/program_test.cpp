@@ -111,6 +111,24 @@ TEST_F(programs, closed_standard_input_is_no_data)
 	EXPECT_EQ(shell("flashctl write usrdata - <.").exit, 1);
 }
 
+// What the program opens must not take the place of a stream that its caller has closed.
+TEST_F(programs, closed_output_is_no_success_and_nothing_else_gets_it)
+{
+	EXPECT_EQ(shell("flashctl list >&-").exit, 1);
+	EXPECT_EQ(shell("flashctl list >&- 2>&-").exit, 1);
+	EXPECT_EQ(shell("printf x | flashctl write usrdata - >&-").exit, 1);
+	EXPECT_EQ(shell("stat -c %s flash.lock").output, "0\n");
+	EXPECT_EQ(shell("flashctl read usrdata --quiet -o out <&- >&- 2>&-; stat -c %s out").output, "32768\n");
+}
+
+TEST_F(programs, a_reader_that_leaves_does_not_stop_a_write)
+{
+	const ended program =
+		shell("printf Hello >image; mkfifo pipe; exec 9<>pipe 8>pipe 9>&-; flashctl write usrdata image -v >&8 2>&8; echo $?");
+	EXPECT_EQ(program.output, "1\n");
+	EXPECT_EQ(flash_content().substr(0, 5), "Hello");
+}
+
 TEST_F(programs, one_writer_at_a_time)
 {
 	const ended program = shell("touch flash.lock; flock flash.lock -c 'printf x | flashctl write usrdata -'");
@@ -179,6 +197,20 @@ TEST_F(programs, tell_what_the_flash_holds_when_a_signal_comes)
 				  (written ? ": the flash holds the new data, read back and verified: \"usrdata\", 5 bytes at 0x0\n"
 					   : ": nothing was written\n"));
 	}
+}
+
+// The shell opens its end of the pipe when flashctl has opened the other; signals come until one interrupts the reading.
+TEST_F(programs, tell_of_a_signal_that_comes_before_the_data)
+{
+	for (const char *const from : {"pipe", "- <pipe"}) {
+		const ended program =
+			shell(std::string("rm -f pipe; mkfifo pipe; flashctl write usrdata ") + from +
+			      " & exec 9>pipe; printf Hello >&9; for i in 1 2 3 4 5 6 7 8; do sleep 0.1; kill -TERM $! 2>/dev/null; done; "
+			      "ls /proc/$!/fd 2>/dev/null; exec 9>&-; wait $!");
+		EXPECT_EQ(program.exit, 12) << from;
+		EXPECT_EQ(program.output, "flashctl: write: SIGTERM: nothing was written\n");
+	}
+	EXPECT_EQ(flash_content(), "");
 }
 
 TEST_F(programs, leave_no_unfinished_file_behind_and_touch_no_other)

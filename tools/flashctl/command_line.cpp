@@ -55,6 +55,7 @@ private:
 	any_request make_spi() const;
 	any_request make_explain() const;
 
+	void refuse_empty(const CLI::App *app) const;
 	range_request range() const;
 	std::string input() const;
 	[[noreturn]] void refuse(const CLI::ParseError &error) const;
@@ -180,8 +181,6 @@ std::string parser::input() const
 
 any_request parser::make_read() const
 {
-	if (m_words.output.empty())
-		throw usage_failure("--output has no file name", "\"-\" is standard output");
 	if (m_options.json && m_words.output == "-")
 		throw usage_failure("--json and the data cannot both go to standard output", "give --output FILE");
 	return read_request{range(), m_words.output, m_words.hex};
@@ -308,6 +307,14 @@ void parser::refuse(const CLI::ParseError &error) const
 	throw usage_failure(error.what(), where_help_is());
 }
 
+// A variable of a script that is not set must not choose what happens when nothing is given.
+void parser::refuse_empty(const CLI::App *app) const
+{
+	for (const CLI::Option *option : app->get_options())
+		if (std::ranges::find(option->results(), "") != option->results().end())
+			throw usage_failure(option->get_name() + " is empty", where_help_is());
+}
+
 command_line parser::parse(const std::vector<std::string> &arguments)
 {
 	std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
@@ -323,6 +330,8 @@ command_line parser::parse(const std::vector<std::string> &arguments)
 	if (m_options.quiet && m_options.verbose)
 		throw usage_failure("--quiet and --verbose exclude each other", "give one of them");
 	const CLI::App *const selected = m_app.get_subcommands().front();
+	refuse_empty(&m_app);
+	refuse_empty(selected);
 	return {request{m_options, (this->*m_makers.at(selected))()}, selected->get_name(), ""};
 }
 

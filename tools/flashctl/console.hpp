@@ -31,7 +31,8 @@ public:
 	// Standard input to its end, or one byte more than `most`. Throws failure.
 	virtual bytes take_input(std::size_t most) = 0;
 
-	// From now on signals that would end the program (SIGINT, SIGTERM, SIGHUP) are only remembered.
+	// From now on signals that would end the program (SIGINT, SIGTERM, SIGHUP) are only remembered; they end waiting for input with a
+	// failure. A stream that nobody reads any more does not end the program either.
 	virtual void hold_signals() = 0;
 
 	// The name of the first one since then; nullptr when none came.

@@ -33,10 +33,11 @@ bytes read_file(const std::string &path, std::size_t most)
 		throw file_failure(path, "cannot be opened");
 	bytes data, chunk(0x10000);
 	while (data.size() <= most) {
-		const std::size_t count = std::fread(chunk.data(), 1, std::min(chunk.size(), most + 1 - data.size()), file.get());
-		if (count == 0)
-			break;
+		const std::size_t wanted = std::min(chunk.size(), most + 1 - data.size());
+		const std::size_t count = std::fread(chunk.data(), 1, wanted, file.get());
 		data.insert(data.end(), chunk.begin(), chunk.begin() + static_cast<std::ptrdiff_t>(count));
+		if (count < wanted)
+			break;
 	}
 	if (std::ferror(file.get()))
 		throw file_failure(path, "cannot be read");

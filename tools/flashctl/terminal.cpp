@@ -115,7 +115,7 @@ console::answer terminal::ask(const std::string &question)
 	return answer_of(take_line(source));
 }
 
-// Without SA_RESTART, so that a person who is asked can leave; transfers of the flash are not interrupted by it.
+// Without SA_RESTART, so that whoever is asked or waits for data can leave; transfers of the flash are not interrupted by it.
 void terminal::hold_signals()
 {
 	struct sigaction action = {};
@@ -125,6 +125,7 @@ void terminal::hold_signals()
 		if (sigaction(number, nullptr, &old) == 0 && old.sa_handler != SIG_IGN)
 			sigaction(number, &action, nullptr);
 	}
+	std::signal(SIGPIPE, SIG_IGN);
 }
 
 const char *terminal::signal() const
@@ -145,10 +146,11 @@ bytes terminal::take_input(std::size_t most)
 {
 	bytes data, chunk(0x10000);
 	while (data.size() <= most) {
-		const std::size_t count = std::fread(chunk.data(), 1, std::min(chunk.size(), most + 1 - data.size()), stdin);
-		if (count == 0)
-			break;
+		const std::size_t wanted = std::min(chunk.size(), most + 1 - data.size());
+		const std::size_t count = std::fread(chunk.data(), 1, wanted, stdin);
 		data.insert(data.end(), chunk.begin(), chunk.begin() + static_cast<std::ptrdiff_t>(count));
+		if (count < wanted)
+			break;
 	}
 	if (std::ferror(stdin))
 		throw failure{exit_status::file, std::string("standard input cannot be read: ") + std::strerror(errno), ""};

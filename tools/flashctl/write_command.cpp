@@ -68,6 +68,16 @@ void leave_if_interrupted(workplace &place)
 		throw failure{exit_status::interrupted, std::string(name) + ": nothing was written", ""};
 }
 
+bytes take_data(workplace &place, const write_request &request, const mtd_device &device)
+{
+	try {
+		return take_data(place, request.input, device, request.range);
+	} catch (const failure &) {
+		leave_if_interrupted(place);
+		throw;
+	}
+}
+
 void ask_person(workplace &place, const range &written)
 {
 	if (!place.console.errors_are_terminal())
@@ -206,12 +216,12 @@ std::string state_after_write(const write_outcome &written)
 
 outcome run_command(const write_request &request, workplace &place)
 {
+	place.console.hold_signals();
 	open_device(place);
 	const mtd_device device = find_writable(place, request.range.partition);
-	const bytes data = take_data(place, request.input, device, request.range);
+	const bytes data = take_data(place, request, device);
 	const range written = writable_range(device, request.range, data.size());
 	keep_others_out(place, device, request);
-	place.console.hold_signals();
 
 	write_outcome result;
 	result.range = written;
