@@ -84,8 +84,8 @@ until_true() {
 	tries=0
 	until "$@" >/dev/null 2>&1; do
 		tries=$((tries + 1))
-		[ "$tries" -lt 300 ] || {
-			dev_wrong "not in half a minute: $*"
+		[ "$tries" -lt 3000 ] || {
+			dev_wrong "not in five minutes: $*"
 			return 0
 		}
 		sleep 0.1
@@ -118,7 +118,7 @@ nothing_half() {
 begin_case() {
 	test_case=$1
 	echo "$1" >>"$dev_scratch/cases"
-	rm -rf "$dev_scratch"/*.output "$STAND_IN_PLACES"
+	rm -rf "$dev_scratch"/*.output "$STAND_IN_PLACES" "$dev_scratch/go"
 }
 
 reached() {
@@ -128,6 +128,11 @@ reached() {
 # reached_times PLACE
 reached_times() {
 	grep -cx "$1" "$STAND_IN_PLACES" || true
+}
+
+# boards_reached COUNT
+boards_reached() {
+	[ "$(reached_times board)" -eq "$1" ]
 }
 
 # ---- ended half-way
@@ -186,16 +191,18 @@ killed() {
 
 two_in_one_clone() {
 	begin_case "two in one clone"
-	STAND_IN_BOARD_TAKES=2 start first clone ./dev demo
+	STAND_IN_BOARD_AWAITS=$dev_scratch/go start first clone ./dev demo
 	until_true grep -q "^$(pid_of first) " "$dev_scratch/clone/build/lock"
-	STAND_IN_BOARD_TAKES=2 start second clone ./dev demo -v
+	STAND_IN_BOARD_AWAITS=$dev_scratch/go start second clone ./dev demo -v
+	until_true boards_reached 2
+	touch "$dev_scratch/go"
 	ends_with 0 "$(pid_of first)"
 	ends_with 0 "$(pid_of second)"
 	output_has second "waiting for process $(pid_of first) (./dev demo): it is at work on $dev_scratch/clone/build"
 	for run in demo-run demo-run-2; do
 		[ -f "$dev_scratch/clone/build/board/$run/results/status" ] || dev_wrong "no run of its own: $run"
 	done
-	[ "$(reached_times board)" -eq 2 ] || dev_wrong "$(reached_times board) boards"
+	boards_reached 2 || dev_wrong "$(reached_times board) boards"
 	nothing_left
 }
 
@@ -214,9 +221,11 @@ two_clones() {
 
 clean_waits() {
 	begin_case "clean beside a run"
-	STAND_IN_BOARD_TAKES=3 start first clone ./dev demo
+	STAND_IN_BOARD_AWAITS=$dev_scratch/go start first clone ./dev demo
 	until_true reached board
 	start second clone ./dev clean
+	until_true grep -q "it uses" "$dev_scratch/second.output"
+	touch "$dev_scratch/go"
 	ends_with 0 "$(pid_of first)"
 	ends_with 0 "$(pid_of second)"
 	output_has second "waiting for process $(pid_of first) (./dev demo): it uses"
@@ -235,14 +244,16 @@ root=$PWD
 . scripts/common.sh
 name_command ./dev test
 hold_clone
-sleep 2
+until grep -qs 'waiting for' ../shell.output && grep -qs 'waiting for' ../other.output; do sleep 0.1; done
 announce board-full
 attend sleep 1000
 PART
 	start long clone sh ./long
 	until_true grep -q "$(pid_of long)" "$dev_scratch/clone/build/lock"
-	STAND_IN_BOARD_TAKES=2 start shell clone ./dev shell
-	STAND_IN_BOARD_TAKES=2 start other clone ./dev shell
+	STAND_IN_BOARD_AWAITS=$dev_scratch/go start shell clone ./dev shell
+	STAND_IN_BOARD_AWAITS=$dev_scratch/go start other clone ./dev shell
+	until_true boards_reached 3
+	touch "$dev_scratch/go"
 	ends_with 0 "$(pid_of shell)"
 	ends_with 0 "$(pid_of other)"
 	output_has shell "waiting for process $(pid_of long) (./dev test)"
