@@ -192,6 +192,23 @@ TEST_P(whole_file, is_replaced_with_its_owner)
 	EXPECT_EQ(status("file").st_mode & 07777, 04750u);
 }
 
+TEST_P(whole_file, of_another_owner_does_not_run_as_the_old_one)
+{
+	if (geteuid() != 0)
+		GTEST_SKIP() << "only root has files of another owner";
+	folder.write("file", "old");
+	chmod(folder.path("file").c_str(), 06777);
+	chmod(folder.path().c_str(), 0777);
+	const pid_t child = fork();
+	if (child == 0)
+		_exit(setgid(65534) == 0 && setuid(65534) == 0 ? write("file", "new") : 1);
+	int ended = -1;
+	waitpid(child, &ended, 0);
+	EXPECT_EQ(ended, 0);
+	EXPECT_EQ(status("file").st_uid, 65534u);
+	EXPECT_EQ(status("file").st_mode & 07777, 0777u);
+}
+
 TEST_P(whole_file, leaves_what_others_call_unfinished)
 {
 	folder.write("file.part", "somebody's own");
