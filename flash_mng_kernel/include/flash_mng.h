@@ -20,7 +20,8 @@
  *
  * So a write by name to a partition that is not NAND can give FLASH_MNG_OK although the erase failed, and nothing has changed, or although
  * the program failed, and a whole erase block is left erased, bytes outside of the range among it. Who has to know writes by section, or
- * reads back while nobody else has the block device open, which would keep the lost bytes in Linux's cache. The module reads nothing back.
+ * reads back in a later system call and while nobody else has the block device open: as long as it is in use, the writer's own system call
+ * included, a read finds the lost bytes in Linux's cache. The module reads nothing back.
  *
  *
  * Rules for callers
@@ -139,7 +140,8 @@ u32 drv_flash_mtd_read(const char *mtd_name, u32 offset, void *buf, u32 len);
  * through a block device: FLASH_MNG_NOT_OPENED; FLASH_MNG_FAILED when the seek fails or fewer bytes were taken. Of NAND: a status of the
  * flash service. Of listed NAND: FLASH_MNG_EMPTY_RANGE when there are no usable bytes; FLASH_MNG_NO_BUFFER; a status of the flash service
  * that could not read them; a code of the platform's bounded copy when the range leaves them; a status of the flash service that could
- * not write them. After FLASH_MNG_FAILED or a status of a write, erase blocks of the range may be old, new or erased.
+ * not write them. After FLASH_MNG_FAILED or a status of a write, erase blocks of the range may be old, new or erased; of listed NAND those
+ * of all usable bytes, where the flash service does not leave alone what does not differ.
  */
 u32 drv_flash_mtd_write(const char *mtd_name, u32 offset, const void *buf, u32 len);
 
