@@ -400,7 +400,8 @@ manual_findings() {
 source_files() {
 	{
 		our_files '*.c' '*.h' '*.S' '*.cpp' '*.hpp' '*.sh' '*.cmake' '*CMakeLists.txt' '*Kbuild' '*.py' '*.awk' '*.def' '*.mk' \
-			'*.bash'
+			'*.bash' '*Makefile' '*Config.in' '*.bb' '*.conf' '*.rules' '*.service' 'docs/man/*' \
+			packages/debian/rules .clang-format .clang-tidy .ci/run
 		shell_programs
 	} | sort -u
 }

@@ -67,9 +67,9 @@ function read_words(line, count, i, j) {
 	}
 }
 
-# at_start(I): a command may begin with that word.
+# at_start(I): a command may begin with that word, or what export and readonly set.
 function at_start(i) {
-	return i == 1 || word[i - 1] ~ /^(|[;|&{()!]+|then|do|else|elif|if|while|until|[A-Za-z_][A-Za-z_0-9]*=.*)$/
+	return i == 1 || word[i - 1] ~ /^(|[;|&{()!]+|then|do|else|elif|if|while|until|export|readonly|[A-Za-z_][A-Za-z_0-9]*=.*)$/
 }
 
 function end_file() {

@@ -610,11 +610,19 @@ int leaves_the_array()
 	int room[2] = {1, 2};
 	return room[2];
 }
+void fill(int *number);
+int trusts_whoever_fills()
+{
+	int number;
+	fill(&number);
+	return number;
+}
 SOURCE
 		printf '// %0150d \n' 0
 	} | plant flash_mng_kernel/planted.cpp
 	finds planted.cpp tidy_findings
 	finds planted.cpp tidy_findings
+	finds "variable 'number' is not initialized" tidy_findings
 	(
 		mkdir -p "$gate_dir/broken"
 		printf '#!/bin/sh\nexit 3\n' >"$gate_dir/broken/clang-tidy"
@@ -626,6 +634,9 @@ SOURCE
 	finds planted.cpp files_without_licence
 	finds columns long_lines
 	finds 'white space at the end' long_lines
+	echo 'blank = 1 ' | plant flash_mng_kernel/Makefile
+	finds flash_mng_kernel/Makefile files_without_licence
+	finds 'flash_mng_kernel/Makefile:1: white space at the end' long_lines
 	finds room cppcheck_findings flash_mng_kernel
 }
 
@@ -653,6 +664,7 @@ first() {
 	count=1 other="count=1" command
 	echo "own=1" counted=1 # own=1
 	own=1
+	exported=1
 	for looped in 1 2; do
 		counted=2
 	done
@@ -670,6 +682,7 @@ first() {
 	while IFS= read -r own; do
 		! true || looped=$(echo "$own")
 	done
+	export exported=2
 	cat <<TEXT
 	quoted=1
 TEXT
@@ -683,6 +696,7 @@ SCRIPT
 	finds 'first() is defined twice: dev scripts/planted.sh' twice_named_findings counted
 	finds 'own is set by: dev, first(); scripts/planted.sh, first()' twice_named_findings counted
 	finds 'looped is set by: dev, first(); scripts/planted.sh, first()' twice_named_findings counted
+	finds 'exported is set by: dev, first(); scripts/planted.sh, first()' twice_named_findings counted
 	twice_named_findings counted | grep -qE '^(once|count|other|quoted)' && complain "twice_named_findings counts too much"
 	printf 'text="\n' | plant scripts/planted.sh
 	finds 'not understood' twice_named_findings counted
