@@ -75,8 +75,18 @@ with_lock() {
 
 build_lock=$build_dir/lock
 
+# usable_folders: ends a command that would build where make cannot.
+usable_folders() {
+	case $root$cache_dir in
+	*[[:space:]:\#\$%\\\'\"]*)
+		die "the kernel's build takes no blank and none of : # \$ % \\ ' \" in the path of the clone or the cache: $root, $cache_dir"
+		;;
+	esac
+}
+
 # hold_cache: nobody removes it before this command ends.
 hold_cache() {
+	usable_folders
 	lock "$cache_dir/lock" 5 "it is removing $cache_dir" -s
 }
 
@@ -95,13 +105,19 @@ announce() {
 	printf 'built %s\n' "$1" >>"$build_lock"
 }
 
+# built_by_holder SET: the command that has the clone has announced it, not one that has ended and whose words are still in the file.
+built_by_holder() {
+	announcer=$(awk -v line="built $1" 'NR == 1 { pid = $1 } $0 == line { print pid; exit }' "$build_lock")
+	[ -n "$announcer" ] && [ -e "/proc/$announcer" ]
+}
+
 # hold_clone_or_find SET: as hold_clone, unless the command that has the clone says that it has built that. Sets found_by, who built it.
 hold_clone_or_find() {
 	hold_cache
 	found_by=
 	waiting=no
 	until try_lock "$build_lock" 8; do
-		if grep -qx "built $1" "$build_lock"; then
+		if built_by_holder "$1"; then
 			# shellcheck disable=SC2034 # used by ./dev
 			found_by=$(holder "$build_lock")
 			release_clone

@@ -92,8 +92,12 @@ until_true() {
 	done
 }
 
+output_of() {
+	grep -qF -- "$2" "$dev_scratch/$1.output"
+}
+
 output_has() {
-	grep -qF -- "$2" "$dev_scratch/$1.output" || dev_wrong "$1 does not say '$2'"
+	output_of "$@" || dev_wrong "$1 does not say '$2'"
 }
 
 nothing_runs() {
@@ -265,6 +269,42 @@ PART
 	nothing_left
 }
 
+is_locked() {
+	! flock -n "$1" true
+}
+
+# The lock goes from one command to the next, which has not written its name yet: the file still says what the first has built.
+shell_after() {
+	begin_case "a shell beside a command that has just begun"
+	start first clone ./dev demo
+	ends_with 0 "$(pid_of first)"
+	ended_command=$(sh -c 'echo $$')
+	printf '%s ./dev test\nbuilt board-full\n' "$ended_command" >"$dev_scratch/clone/build/lock"
+	start next clone flock build/lock sleep 1000
+	until_true is_locked "$dev_scratch/clone/build/lock"
+	start shell clone ./dev shell
+	until_true output_of shell "waiting for what process $ended_command (./dev test) left running"
+	! output_of shell "has built" || dev_wrong "it takes what is being built"
+	kill -s INT "$(pid_of shell)" || true
+	ends_with 130 "$(pid_of shell)"
+	kill -s KILL -- "-$(pid_of next)"
+	status_of "$(pid_of next)"
+	nothing_left
+}
+
+# make cannot work in such a folder, and says so in other words.
+blank_in_path() {
+	begin_case "a clone with a blank in its path"
+	new_clone "with blank"
+	for blank_command in demo build test clean; do
+		start blank "with blank" ./dev "$blank_command"
+		blank_status=1
+		[ "$blank_command" != clean ] || blank_status=0
+		ends_with "$blank_status" "$(pid_of blank)"
+		[ "$blank_command" = clean ] || output_has blank "the kernel's build takes no blank"
+	done
+}
+
 # ---- what the machine lacks
 
 # lacks PLACE TEXT WORD...: a failure whose output is the text is explained by the words.
@@ -434,6 +474,8 @@ two_in_one_clone
 two_clones
 clean_waits
 shell_beside
+shell_after
+blank_in_path
 for place in unpack kernel modules build; do
 	lacks "$place" "cannot write: No space left on device" "the disk is full" "MiB for $dev_scratch/clone/build" "clean --cache"
 done
