@@ -88,6 +88,17 @@ TEST_F(datapath_flash_error, of_a_block_device_is_found_by_reading_back)
 	expect_changed(nor, g_within_block, data_);
 }
 
+// Until the task returns to user space its block device is in use, and Linux's cache has what the flash has not.
+TEST_F(datapath_flash_error, of_a_block_device_is_not_found_by_reading_back_within_the_system_call)
+{
+	board::fail_flash(nor, flash_operation::erase);
+	bytes data = data_, present(16);
+	const board::kernel_call write = {"drv_flash_mtd_write", {"nor", g_within_block, &data, 16}},
+				 read = {"drv_flash_mtd_read", {"nor", g_within_block, &present, 16}};
+	EXPECT_EQ(board::one_system_call({write, read}), (std::vector<uint32_t>{0, 0}));
+	EXPECT_EQ(present, data_);
+}
+
 // ---------------------------------------------------------------------------------------------------------------- sections
 
 TEST_F(datapath_flash_error, in_the_erase_of_a_section_is_reported)

@@ -284,6 +284,17 @@ TEST_P(ioctl_transfer, whose_path_cannot_be_formed_fails)
 	expect_unchanged(listed);
 }
 
+TEST_P(ioctl_transfer, whose_path_is_said_to_be_formed_and_is_not_names_no_device)
+{
+	constexpr uint32_t bad_path = 0x70050002; // a status of the flash service
+	board::fail("snprintf_s", 0);
+	user_bytes data(16);
+	EXPECT_EQ(command("listed", 0, 16, data.address()), bad_path);
+	EXPECT_EQ(board::log().back(), command_failure(way(), 0, 16, bad_path, ""));
+	EXPECT_EQ(data.content(), bytes(16, 0xEE));
+	expect_unchanged(listed);
+}
+
 TEST_P(ioctl_transfer, forms_its_path_from_the_number_of_the_device)
 {
 	add({.name = "whole", .size = 0x40000, .index = 9});

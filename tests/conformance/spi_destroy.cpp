@@ -69,6 +69,15 @@ TEST_F(spi_destroy, takes_the_record_out_under_the_registrys_lock)
 	EXPECT_EQ(*(out + 1), lock_released);
 }
 
+// One that leaves may be the last, and another be leaving at the same time.
+TEST_F(spi_destroy, counts_the_users_of_a_record_under_the_registrys_lock)
+{
+	find(0x20);
+	board::forget();
+	EXPECT_EQ(get_size(0x20), 0u);
+	EXPECT_EQ(deeds(), (call_list{lock_taken, lock_released, driver_call("get_size", unlocked_flash), lock_taken, lock_released}));
+}
+
 TEST_F(spi_destroy, makes_the_next_use_read_the_xml_again)
 {
 	ASSERT_EQ(create(0x20, {"a"}), 0u);
