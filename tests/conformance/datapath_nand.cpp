@@ -683,6 +683,14 @@ TEST_F(datapath_usable_size, that_shrinks_during_the_read_bounds_the_copy)
 	EXPECT_EQ(calls_of("plat_mtd_update_buf"), call_list{"plat_mtd_update_buf(\"\", 0, -, 4096)"});
 }
 
+TEST_F(datapath_usable_size, that_shrinks_during_the_read_is_what_a_failed_read_says)
+{
+	board::forge("plat_mtd_read_buf", 5, 0, in_memory(0x1000));
+	bytes data = pattern(16);
+	EXPECT_EQ(board::call("drv_nand_flash_mtd_total_write", {entry(), size_in_entry(), 0x800, &data, 16}), 5u);
+	EXPECT_EQ(board::log(), (log_lines{total_write_note("", 0x800, 16, g_avail), read_back_failure(0x1000, 5)}));
+}
+
 TEST_F(datapath_usable_size, that_shrinks_during_the_copy_bounds_what_is_written_back)
 {
 	board::forge("memcpy_s", 0, 2, in_memory(0x1000));

@@ -334,6 +334,8 @@ ioctl_result ioctl(uint32_t command, uint64_t address)
 		return {-1, -error};
 	const simulation::system_call around;
 	const auto answer = static_cast<uint64_t>(flash_ioctl(nullptr, command, address));
+	if (answer > UINT32_MAX)
+		simulation::misuse("command %#x answers with %#llx, which is no code", command, static_cast<unsigned long long>(answer));
 	const int result = static_cast<int>(witnessed("command " + std::to_string(command), answer)); // Linux 5.10 keeps it in an int
 	if (result == -g_no_such_command)
 		return {-1, ENOTTY};
