@@ -79,7 +79,7 @@ build_lock=$build_dir/lock
 usable_folders() {
 	case $root$cache_dir in
 	*[[:space:]:\#\$%\\\'\"]*)
-		die "the kernel's build takes no blank and none of : # \$ % \\ ' \" in the path of the clone or the cache: $root, $cache_dir"
+		die "the kernel's build takes no blank and none of : # \$ % \\ ' \" in a path: $root, $cache_dir"
 		;;
 	esac
 }
