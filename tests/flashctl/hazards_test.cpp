@@ -234,12 +234,13 @@ TEST_F(signalled, in_a_write_that_went_wrong_is_no_excuse)
 // ---- any command line
 
 const std::vector<std::string> vocabulary = {
-	"list",	   "info",     "read",	     "write",	   "verify",	     "spi",	   "explain",  "usrdata", "config",
-	"boot",	   "-",	       "--offset",   "--length",   "--json",	     "-q",	   "-v",       "--hex",	  "--yes",
-	"--force", "mounted",  "--verify",   "all",	   "none",	     "--dry-run",  "0",	       "1",	  "0x5fff",
-	"0x6000",  "0x",       "0xffffffff", "4GiB",	   "3GiB",	     "-1",	   "",	       "=",	  "--offset=1",
-	"--",	   "--name",   "spi_a",	     "--sha256",   "--help",	     "\xff\xfe",   "a b",      "$(x)",	  "\n",
-	"%s%n",	   "--quiet=", "--device",   "--instance", "17179869185GiB", "4294967295", "--version"};
+	"list",	    "info",	"read",	      "write",		"verify",     "spi",	    "explain",	   "usrdata",
+	"config",   "boot",	"-",	      "--offset",	"--length",   "--json",	    "-q",	   "-v",
+	"--hex",    "--yes",	"--force",    "mounted",	"--verify",   "all",	    "none",	   "--dry-run",
+	"0",	    "1",	"0x5fff",     "0x6000",		"0x",	      "0xffffffff", "4GiB",	   "3GiB",
+	"-1",	    "",		"=",	      "--offset=1",	"--",	      "--name",	    "spi_a",	   "--sha256",
+	"--help",   "\xff\xfe", "a b",	      "$(x)",		"\n",	      "restore",    "--partition", "%s%n",
+	"--quiet=", "--device", "--instance", "17179869185GiB", "4294967295", "--version"};
 
 std::vector<std::string> any_line(std::mt19937 &random)
 {

@@ -106,6 +106,25 @@ TEST(json_report, of_write)
 	EXPECT_EQ(report_of(desk, {"write", "usrdata", "-", "--offset", "64"})["result"]["difference_around"]["first"], 100);
 }
 
+TEST(json_report, of_backup_and_restore)
+{
+	desk desk;
+	scratch folder;
+	for (const char *const name : {"config", "usrdata"})
+		desk.flash.part(name).device.usable = desk.flash.part(name).usable;
+	EXPECT_EQ(report_of(desk, {"backup", folder.path("b")})["result"]["images"][1]["file"], "mtd2-usrdata.img");
+	desk.flash.part("usrdata").content[0] ^= std::byte{1};
+	EXPECT_EQ(report_of(desk, {"restore", folder.path("b"), "--dry-run"})["result"]["images"][1]["action"], "planned");
+	desk.flash.part("config").device.writable = false;
+	const json refused = report_of(desk, {"restore", folder.path("b")});
+	EXPECT_EQ(refused["result"]["images"][0]["action"], "refused");
+	EXPECT_TRUE(refused["result"]["images"][0]["changed_bytes"].is_null());
+	EXPECT_EQ(refused["status"], "unsupported");
+	desk.flash.part("config").device.writable = true;
+	EXPECT_EQ(report_of(desk, {"restore", folder.path("b")})["result"]["images"][1]["action"], "written");
+	report_of(desk, {"backup", folder.path("b")});
+}
+
 TEST(json_report, of_failures)
 {
 	desk desk;

@@ -16,7 +16,7 @@ using namespace flashctl_tests;
 
 namespace {
 
-const std::vector<std::string> commands = {"list", "info", "read", "write", "verify", "spi", "explain"};
+const std::vector<std::string> commands = {"list", "info", "read", "write", "verify", "backup", "restore", "spi", "explain"};
 
 std::string help_of(const std::string &command)
 {
@@ -41,7 +41,7 @@ TEST_P(help, fits_a_terminal)
 		EXPECT_LE(line.size(), 132u) << line;
 }
 
-INSTANTIATE_TEST_SUITE_P(all, help, testing::Values("", "list", "info", "read", "write", "verify", "spi", "explain"));
+INSTANTIATE_TEST_SUITE_P(all, help, testing::Values("", "list", "info", "read", "write", "verify", "backup", "restore", "spi", "explain"));
 
 using word_set = std::set<std::string>;
 

@@ -299,6 +299,37 @@ TEST_F(flashctl_on_board, does_not_believe_reads_that_did_nothing)
 	}
 }
 
+// The second restore finds a partition in use, and says so before anything is written.
+TEST_F(flashctl_on_board, backs_up_and_restores)
+{
+	const std::string folder = "/tmp/flashctl_backup";
+	guest::run_program({"/bin/busybox", "rm", "-rf", folder});
+	const json backup = flashctl({"backup", folder, "--partition", name_});
+	expect_ended(backup, 0, "done");
+	EXPECT_EQ(backup["result"]["images"][0]["size"], usable_) << "as the log of the load tells";
+	const std::string image = guest::read_file(folder + "/" + backup["result"]["images"][0]["file"].get<std::string>());
+	EXPECT_EQ(bytes(image.begin(), image.end()), bytes(before_.begin(), before_.begin() + usable_));
+
+	board::set_mtd_content(listed_, offset_, data_);
+	const json planned = flashctl({"restore", folder, "--dry-run"});
+	expect_ended(planned, 0, "done");
+	EXPECT_EQ(planned["result"]["images"][0]["action"], "planned") << planned;
+	EXPECT_EQ(content(), with_new_data());
+
+	const std::string block = "/dev/mtdblock" + std::to_string(listed_);
+	const int holder = open(block.c_str(), O_RDONLY | O_EXCL | O_CLOEXEC);
+	ASSERT_GE(holder, 0) << block;
+	for (const char *const how : {"--dry-run", "--yes"})
+		expect_ended(flashctl({"restore", folder, how}), 8, "busy");
+	close(holder);
+	EXPECT_EQ(content(), with_new_data());
+
+	const json restored = flashctl({"restore", folder});
+	expect_ended(restored, 0, "done");
+	EXPECT_EQ(restored["result"]["images"][0]["action"], "written") << restored;
+	EXPECT_EQ(content(), before_);
+}
+
 class flashctl_faults : public flashctl_on_board {
 protected:
 	struct failing_call {

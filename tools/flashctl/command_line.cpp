@@ -32,7 +32,8 @@ failure usage_failure(const std::string &message, const std::string &hint = "")
 // What the options store before it is looked at as a whole.
 struct words {
 	std::string partition, file, offset, length, output = "-", sha256, verify = "all", instance, name, code;
-	std::vector<std::string> forced;
+	std::string folder;
+	std::vector<std::string> forced, partitions;
 	bool hex = false, dry_run = false, yes = false;
 };
 
@@ -46,12 +47,16 @@ private:
 	void add_commands();
 	void add_partition(CLI::App *command, bool required = true);
 	void add_range(CLI::App *command);
+	void add_backup(CLI::App *command);
+	void add_plan(CLI::App *command);
 
 	any_request make_list() const { return list_request{}; }
 	any_request make_info() const { return info_request{m_words.partition}; }
 	any_request make_read() const;
 	any_request make_verify() const;
 	any_request make_write() const;
+	any_request make_backup() const;
+	any_request make_restore() const;
 	any_request make_spi() const;
 	any_request make_explain() const;
 
@@ -77,7 +82,7 @@ parser::parser()
 	m_app.set_help_flag("-h,--help", "print this help and exit");
 	m_app.set_version_flag("--version", "flashctl " FLASHCTL_VERSION, "print the version and exit");
 	m_app.add_flag("--json", m_options.json, "print the result as one JSON object");
-	m_app.add_flag("-q,--quiet", m_options.quiet, "no progress, no result lines of read, verify and write");
+	m_app.add_flag("-q,--quiet", m_options.quiet, "no progress, no result lines of commands that read or write");
 	m_app.add_flag("-v,--verbose", m_options.verbose, "a line for each step, and more about the result");
 	m_app.add_option("--device", m_options.device, "the control device; " FLASH_MNG_DEVICE " if not given")->type_name("PATH");
 	m_app.footer(footer);
@@ -109,6 +114,25 @@ void parser::add_range(CLI::App *command)
 	command->add_option("--length", m_words.length, "number of bytes")->type_name("SIZE");
 }
 
+void parser::add_backup(CLI::App *command)
+{
+	command->add_option("FOLDER", m_words.folder, "the backup")->type_name("")->required();
+	command->add_option("--partition", m_words.partitions, "this one only; can be given several times")
+		->type_name("NAME")
+		->expected(1)
+		->take_all();
+}
+
+void parser::add_plan(CLI::App *command)
+{
+	command->add_flag("--dry-run", m_words.dry_run, "tell what would be done, and write nothing");
+	command->add_flag("-y,--yes", m_words.yes, "do not ask");
+	command->add_option("--force", m_words.forced, "write although the partition is in use: mounted, ubi, swap, claimed or unknown")
+		->type_name("DANGER")
+		->expected(1)
+		->take_all();
+}
+
 void parser::add_commands()
 {
 	command("list", "list the MTD devices of the board", &parser::make_list);
@@ -128,18 +152,19 @@ void parser::add_commands()
 	add_range(write);
 	write->add_option("--verify", m_words.verify, "what to compare afterwards: all of the partition, the range written, or none")
 		->type_name("all|range|none");
-	write->add_flag("--dry-run", m_words.dry_run, "tell what would be done, and write nothing");
-	write->add_flag("-y,--yes", m_words.yes, "do not ask");
-	write->add_option("--force", m_words.forced, "write although the partition is in use: mounted, ubi, swap, claimed or unknown")
-		->type_name("DANGER")
-		->expected(1)
-		->take_all();
+	add_plan(write);
 
 	CLI::App *const verify = command("verify", "compare bytes of a partition with a file or a hash", &parser::make_verify);
 	add_partition(verify);
 	verify->add_option("FILE", m_words.file, "the expected data; \"-\" is standard input")->type_name("");
 	add_range(verify);
 	verify->add_option("--sha256", m_words.sha256, "the expected hash, instead of FILE")->type_name("HASH");
+
+	add_backup(command("backup", "copy all partitions that programs can read to a new folder", &parser::make_backup));
+
+	CLI::App *const restore = command("restore", "write a backup back, and verify it", &parser::make_restore);
+	add_backup(restore);
+	add_plan(restore);
 
 	CLI::App *const spi = command("spi", "tell where an SPI flash sits", &parser::make_spi);
 	spi->add_option("--instance", m_words.instance, "by its instance")->type_name("NUMBER");
@@ -223,12 +248,26 @@ danger danger_of(const std::string &word)
 	throw usage_failure("--force " + word + " is no danger", "it is mounted, ubi, swap, claimed or unknown, as the refusal says");
 }
 
-any_request parser::make_write() const
+std::vector<danger> dangers_of(const std::vector<std::string> &words)
 {
 	std::vector<danger> forced;
-	for (const std::string &word : m_words.forced)
-		forced.push_back(danger_of(word));
-	return write_request{range(), input(), verification_of(m_words.verify), m_words.dry_run, m_words.yes, forced};
+	std::ranges::transform(words, std::back_inserter(forced), danger_of);
+	return forced;
+}
+
+any_request parser::make_write() const
+{
+	return write_request{range(), input(), verification_of(m_words.verify), m_words.dry_run, m_words.yes, dangers_of(m_words.forced)};
+}
+
+any_request parser::make_backup() const
+{
+	return backup_request{m_words.folder, m_words.partitions};
+}
+
+any_request parser::make_restore() const
+{
+	return restore_request{m_words.folder, m_words.partitions, m_words.dry_run, m_words.yes, dangers_of(m_words.forced)};
 }
 
 any_request parser::make_spi() const

@@ -22,6 +22,8 @@ outcome run_command(const info_request &request, workplace &place);
 outcome run_command(const read_request &request, workplace &place);
 outcome run_command(const verify_request &request, workplace &place);
 outcome run_command(const write_request &request, workplace &place);
+outcome run_command(const backup_request &request, workplace &place);
+outcome run_command(const restore_request &request, workplace &place);
 outcome run_command(const spi_request &request, workplace &place);
 outcome run_command(const explain_request &request, workplace &place);
 

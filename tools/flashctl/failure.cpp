@@ -2,6 +2,8 @@
 #include "failure.hpp"
 
 #include <cerrno>
+#include <exception>
+#include <new>
 
 #include "code_words.hpp"
 
@@ -51,6 +53,19 @@ exit_status exit_of_error(int error)
 }
 
 } // namespace
+
+failure failure_in_flight()
+{
+	try {
+		throw;
+	} catch (const failure &wrong) {
+		return wrong;
+	} catch (const std::bad_alloc &) {
+		return {exit_status::no_memory, "not enough memory", "ask for a smaller range"};
+	} catch (const std::exception &error) {
+		return {exit_status::file, error.what(), ""};
+	}
+}
 
 const char *kind_of(exit_status exit)
 {

@@ -40,6 +40,9 @@ struct failure {
 	std::optional<code_words> code = {}; // in words, when the cause is a code
 };
 
+// The exception that is being handled, as a failure.
+failure failure_in_flight();
+
 // What a status means for the exit status.
 exit_status exit_of(const flash_mng::status &status);
 

@@ -57,9 +57,9 @@ public:
 	// The codes of the board's platform.
 	virtual platform_table platform_codes() = 0;
 
-	// Keeps other writers of the device out until the program ends, without waiting. EWOULDBLOCK: another flashctl writes. EBUSY: the
-	// block device is claimed; the other flashctls are kept out. ENOSYS: the board has no means. EACCES: its only means is the block
-	// device, which the caller may not open.
+	// Keeps other writers of the device out until the program ends, without waiting; several devices are locked one after the other.
+	// EWOULDBLOCK: another flashctl writes. EBUSY: the block device is claimed; the other flashctls are kept out. ENOSYS: the board has
+	// no means. EACCES: its only means is the block device, which the caller may not open.
 	virtual flash_mng::status lock(const mtd_device &device) = 0;
 
 	// Who uses the device now, as far as everybody is told.

@@ -124,6 +124,54 @@ ordered_json tell(const write_outcome &found)
 		{"difference_around", described(found.around_differs)}};
 }
 
+ordered_json described(const backup_image &image)
+{
+	return {{"partition", image.partition},
+		{"file", image.file},
+		{"size", image.size},
+		{"usable", or_null(image.usable)},
+		{"sha256", image.sha256}};
+}
+
+ordered_json tell(const backup_outcome &found)
+{
+	ordered_json images = ordered_json::array();
+	for (const backup_image &image : found.contents.images)
+		images.push_back(described(image));
+	return {{"folder", found.folder}, {"time", found.contents.time}, {"images", images}};
+}
+
+const char *word_of(restored_image::action action)
+{
+	switch (action) {
+	case restored_image::action::planned:
+		return "planned";
+	case restored_image::action::unchanged:
+		return "unchanged";
+	case restored_image::action::written:
+		return "written";
+	case restored_image::action::refused:
+		return "refused";
+	case restored_image::action::failed:
+		return "failed";
+	case restored_image::action::left:
+		break;
+	}
+	return "left";
+}
+
+ordered_json tell(const restore_outcome &found)
+{
+	ordered_json images = ordered_json::array();
+	for (const restored_image &image : found.images) {
+		images.push_back(described(image.image));
+		images.back()["action"] = word_of(image.done);
+		images.back()["changed_bytes"] = or_null(image.changes);
+		images.back()["message"] = image.words;
+	}
+	return {{"folder", found.folder}, {"time", found.time}, {"dry_run", found.dry_run}, {"images", images}};
+}
+
 ordered_json tell(const spi_outcome &found)
 {
 	const spi_controller_config &config = found.config;

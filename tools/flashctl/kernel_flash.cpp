@@ -75,8 +75,8 @@ status kernel_flash::open(const std::string &path)
 
 kernel_flash::~kernel_flash()
 {
-	if (m_claim >= 0)
-		::close(m_claim);
+	for (const int claim : m_claims)
+		::close(claim);
 }
 
 status kernel_flash::lock(const mtd_device &device)
@@ -86,9 +86,11 @@ status kernel_flash::lock(const mtd_device &device)
 		return status::from_errno(errno);
 
 	// O_EXCL on a block device: one holder at a time, for as long as it is open.
-	m_claim = ::open(("/dev/mtdblock" + std::to_string(device.number)).c_str(), O_RDONLY | O_EXCL | O_CLOEXEC);
-	if (m_claim >= 0)
+	const int claim = ::open(("/dev/mtdblock" + std::to_string(device.number)).c_str(), O_RDONLY | O_EXCL | O_CLOEXEC);
+	if (claim >= 0) {
+		m_claims.push_back(claim);
 		return {};
+	}
 	if (errno == EBUSY)
 		return status::from_errno(EBUSY);
 	if (locked)

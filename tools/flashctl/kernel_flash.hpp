@@ -47,7 +47,7 @@ private:
 
 	std::string m_root, m_mtd_folder;
 	std::optional<flash_mng::device> m_device;
-	int m_claim = -1; // descriptor
+	std::vector<int> m_claims; // descriptors
 };
 
 } // namespace flashctl

@@ -8,8 +8,10 @@
 #include <variant>
 #include <vector>
 
+#include "backup_folder.hpp"
 #include "bytes.hpp"
 #include "code_words.hpp"
+#include "failure.hpp"
 #include "flash.hpp"
 #include "request.hpp"
 
@@ -65,6 +67,35 @@ struct write_outcome {
 	bool equal() const { return !range_differs && !around_differs; }
 };
 
+struct backup_outcome {
+	std::string folder;
+	backup_contents contents;
+};
+
+// One partition of a restore.
+struct restored_image {
+	enum class action {
+		planned,   // would be written
+		unchanged, // held the image before
+		written,   // and verified
+		refused,   // for the reason in `words`
+		failed,	   // while it was written; `words` tells what the flash holds
+		left,	   // not written, for the sake of another one or of a signal
+	};
+
+	backup_image image;
+	action done = action::left;
+	std::optional<std::uint64_t> changes = {}; // bytes that get another value; nothing when it was not read
+	std::string words = {};
+};
+
+struct restore_outcome {
+	std::string folder, time; // when the backup was made
+	bool dry_run;
+	std::vector<restored_image> images;
+	std::optional<failure> wrong = {}; // why not all of them were written, or would be
+};
+
 struct spi_outcome {
 	spi_controller_config config;
 };
@@ -73,6 +104,7 @@ struct explain_outcome {
 	std::vector<code_words> codes;
 };
 
-using outcome = std::variant<list_outcome, info_outcome, read_outcome, verify_outcome, write_outcome, spi_outcome, explain_outcome>;
+using outcome = std::variant<list_outcome, info_outcome, read_outcome, verify_outcome, write_outcome, backup_outcome, restore_outcome,
+			     spi_outcome, explain_outcome>;
 
 } // namespace flashctl

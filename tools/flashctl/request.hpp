@@ -50,6 +50,19 @@ struct write_request {
 	std::vector<danger> forced; // what is known to the person and does not matter
 };
 
+struct backup_request {
+	std::string folder;
+	std::vector<std::string> partitions; // empty: all that programs can read
+};
+
+struct restore_request {
+	std::string folder;
+	std::vector<std::string> partitions; // empty: all that the folder has
+	bool dry_run = false;
+	bool yes = false;
+	std::vector<danger> forced;
+};
+
 struct spi_request {
 	std::optional<flash_mng::instance_id> instance; // or:
 	std::string name;
@@ -59,7 +72,8 @@ struct explain_request {
 	std::optional<std::uint32_t> code; // nothing: all of them
 };
 
-using any_request = std::variant<list_request, info_request, read_request, verify_request, write_request, spi_request, explain_request>;
+using any_request = std::variant<list_request, info_request, read_request, verify_request, write_request, backup_request, restore_request,
+				 spi_request, explain_request>;
 
 struct options {
 	bool json = false;

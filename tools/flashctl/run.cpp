@@ -2,8 +2,6 @@
 #include "run.hpp"
 
 #include <algorithm>
-#include <exception>
-#include <new>
 #include <optional>
 
 #include "command_line.hpp"
@@ -31,7 +29,8 @@ std::optional<failure> mismatch(const outcome &found)
 	if (written && !written->equal())
 		return failure{exit_status::mismatch, "\"" + written->range.device.name + "\" does not hold what was written",
 			       "look for errors of the flash in the kernel log, then write again"};
-	return std::nullopt;
+	const auto *restored = std::get_if<restore_outcome>(&found);
+	return restored ? restored->wrong : std::nullopt;
 }
 
 ending carry_out(const request &request, flash &flash, console &console)
@@ -41,12 +40,8 @@ ending carry_out(const request &request, flash &flash, console &console)
 	try {
 		end.found = std::visit([&place](const auto &what) { return run_command(what, place); }, request.what);
 		end.wrong = mismatch(*end.found);
-	} catch (const failure &wrong) {
-		end.wrong = wrong;
-	} catch (const std::bad_alloc &) {
-		end.wrong = failure{exit_status::no_memory, "not enough memory", "ask for a smaller range"};
-	} catch (const std::exception &error) {
-		end.wrong = failure{exit_status::file, error.what(), ""};
+	} catch (...) {
+		end.wrong = failure_in_flight();
 	}
 	return end;
 }

@@ -208,6 +208,54 @@ std::string both_ways(std::uint32_t number)
 	return number < 10 ? std::to_string(number) : fmt::format("{:#x} ({})", number, number);
 }
 
+std::string tell(const backup_outcome &found, const options &options, style)
+{
+	if (options.quiet)
+		return "";
+	std::string text;
+	std::uint64_t size = 0;
+	for (const backup_image &image : found.contents.images) {
+		text += fmt::format("{}: {} bytes to {}\n  sha256    {}\n", printable(image.partition), image.size, image.file,
+				    image.sha256);
+		if (!image.usable)
+			text += "  holds all that can be read: nobody tells how much of it can be written\n";
+		size += image.size;
+	}
+	const std::size_t count = found.contents.images.size();
+	return text + fmt::format("{}: {} partition{}, {}, read twice and equal\n", printable(found.folder), count, count == 1 ? "" : "s",
+				  human_size(size));
+}
+
+std::string words_of(const restored_image &image, style style)
+{
+	switch (image.done) {
+	case restored_image::action::planned:
+		return image.changes == 0u ? "would be left alone: the flash holds the image already"
+					   : fmt::format("would be written; {} bytes change", image.changes.value_or(0));
+	case restored_image::action::unchanged:
+		return "unchanged: the flash holds the image already";
+	case restored_image::action::written:
+		return fmt::format("{} bytes written, {}", image.image.size, coloured(green, "verified", style));
+	case restored_image::action::refused:
+		return coloured(red, "refused", style) + ": " + printable(image.words);
+	case restored_image::action::failed:
+		return coloured(red, "failed", style) + ": " + printable(image.words);
+	case restored_image::action::left:
+		break;
+	}
+	return "not written";
+}
+
+std::string tell(const restore_outcome &found, const options &options, style style)
+{
+	if (options.quiet && !found.wrong && !found.dry_run)
+		return "";
+	std::string text = fmt::format("{}: backup of {}\n", printable(found.folder), printable(found.time));
+	for (const restored_image &image : found.images)
+		text += fmt::format("{}: {}\n", printable(image.image.partition), words_of(image, style));
+	return text;
+}
+
 std::string tell(const spi_outcome &found, const options &, style)
 {
 	const spi_controller_config &config = found.config;

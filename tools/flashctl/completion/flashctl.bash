@@ -24,7 +24,7 @@ _flashctl_command() {
 	local word
 	for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
 		case $word in
-		list | info | read | write | verify | spi | explain)
+		list | info | read | write | verify | backup | restore | spi | explain)
 			printf '%s' "$word"
 			return
 			;;
@@ -38,6 +38,8 @@ _flashctl_options() {
 	read) echo "$common --offset --length --output --hex" ;;
 	write) echo "$common --offset --length --verify --dry-run --yes --force" ;;
 	verify) echo "$common --offset --length --sha256" ;;
+	backup) echo "$common --partition" ;;
+	restore) echo "$common --partition --dry-run --yes --force" ;;
 	spi) echo "$common --instance --name" ;;
 	'') echo "$common --version" ;;
 	*) echo "$common" ;;
@@ -53,7 +55,7 @@ _flashctl_operands() {
 			continue
 		fi
 		case $word in
-		--offset | --length | --output | -o | --verify | --force | --sha256 | --instance | --name | --device) skip=1 ;;
+		--offset | --length | --output | -o | --verify | --force | --sha256 | --instance | --name | --partition | --device) skip=1 ;;
 		-?*) ;;
 		*) count=$((count + 1)) ;;
 		esac
@@ -79,7 +81,7 @@ _flashctl() {
 		mapfile -t COMPREPLY < <(compgen -f -- "$current")
 		return
 		;;
-	--name)
+	--name | --partition)
 		_flashctl_offer_partitions "$current"
 		return
 		;;
@@ -89,12 +91,13 @@ _flashctl() {
 	if [[ $current == -* ]]; then
 		mapfile -t COMPREPLY < <(compgen -W "$(_flashctl_options "$command")" -- "$current")
 	elif [ -z "$command" ]; then
-		mapfile -t COMPREPLY < <(compgen -W "list info read write verify spi explain" -- "$current")
+		mapfile -t COMPREPLY < <(compgen -W "list info read write verify backup restore spi explain" -- "$current")
 	else
 		case $command:$(_flashctl_operands) in
 		info:0 | read:0 | write:0 | verify:0)
 			_flashctl_offer_partitions "$current"
 			;;
+		backup:0 | restore:0) mapfile -t COMPREPLY < <(compgen -d -- "$current") ;;
 		write:1 | verify:1) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
 		esac
 	fi
