@@ -245,6 +245,20 @@ TEST_F(programs, example_list_partitions)
 	EXPECT_TRUE(has(program.output, "mtd0 boot 16384 -\nmtd1 config 16384 listed\nmtd2 usrdata 32768 listed\n")) << program.output;
 }
 
+TEST_F(programs, example_c_list_partitions)
+{
+	EXPECT_EQ(shell("c_list_partitions").exit, 0);
+	EXPECT_EQ(shell("c_list_partitions").output, shell("list_partitions").output);
+}
+
+TEST_F(programs, example_c_find_spi_flash)
+{
+	EXPECT_EQ(shell("c_find_spi_flash spi_a").output, "instance 5: chip 1, controller 2, chip select 3\n");
+	EXPECT_EQ(shell("c_find_spi_flash spi_b").exit, 3);
+	EXPECT_EQ(shell("c_find_spi_flash").exit, 2);
+	EXPECT_EQ(shell("c_find_spi_flash " + std::string(33, 'n')).exit, 2);
+}
+
 TEST_F(programs, example_read_range)
 {
 	shell("printf 'Hello, flash, 16' | flashctl write usrdata -");
