@@ -54,6 +54,7 @@ std::vector<byte_range> ranges_of(const section_rows &rows, const std::vector<st
 {
 	std::vector<byte_range> ranges;
 
+	ranges.reserve(group.size());
 	for (const auto index : group)
 		ranges.push_back(rows[index].range());
 	return ranges;
@@ -67,7 +68,8 @@ std::string before_it(const section_row &row)
 // The earlier rows of the same id that serve every request, or some requests, to a later one.
 void check_earlier_rows(document &of, const section_rows &rows)
 {
-	for (const auto &[id, group] : groups_of<std::uint32_t>(rows, [](const section_row &row) { return *row.id; })) {
+	const auto id_of = [](const section_row &row) { return *row.id; };
+	for (const auto &[id, group] : groups_of<std::uint32_t>(rows, id_of)) {
 		const auto ranges = ranges_of(rows, group);
 		const auto covers = first_containing(ranges), rivals = first_overlapping(ranges);
 		for (std::size_t i = 0; i < group.size(); i++) {
@@ -105,8 +107,8 @@ void check_same_bytes(document &of, const section_rows &rows)
 	std::map<std::string, first_of_another_id> others;
 	std::vector<std::size_t> first(rows.size(), none_before);
 
-	for (const auto &[key, group] :
-	     groups_of<name_and_id>(rows, [](const section_row &row) { return name_and_id(row.name->text, *row.id); })) {
+	const auto name_and_id_of = [](const section_row &row) { return name_and_id(row.name->text, *row.id); };
+	for (const auto &[key, group] : groups_of<name_and_id>(rows, name_and_id_of)) {
 		const auto apart = first_apart(ranges_of(rows, group));
 		for (std::size_t i = 0; i < group.size(); i++)
 			first[group[i]] = apart[i] == none_before ? none_before : group[apart[i]];

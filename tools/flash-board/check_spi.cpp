@@ -4,9 +4,9 @@
 #include "range_search.hpp"
 #include "tables.hpp"
 
-#include <compare>
 #include <map>
 #include <set>
+#include <tuple>
 #include <unordered_map>
 
 namespace flash_board {
@@ -74,7 +74,10 @@ void check_lock_without_type(document &of, pugi::xml_node entry)
 // Entries that were looked at, by the flash that they describe.
 struct described_flash {
 	std::uint32_t chip, controller, select;
-	auto operator<=>(const described_flash &) const = default;
+	bool operator<(const described_flash &other) const
+	{
+		return std::tie(chip, controller, select) < std::tie(other.chip, other.controller, other.select);
+	}
 };
 using described_flashes = std::map<described_flash, pugi::xml_node>;
 

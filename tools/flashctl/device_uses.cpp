@@ -10,6 +10,8 @@
 #include <set>
 #include <sstream>
 
+#include <fmt/format.h>
+
 #include "number.hpp"
 
 namespace flashctl {
@@ -47,10 +49,11 @@ std::vector<mount> mounts_in(std::istream &table)
 	std::vector<mount> mounts;
 	for (std::string line; std::getline(table, line);) {
 		std::istringstream stream(line);
-		const std::vector<std::string> words{std::istream_iterator<std::string>(stream), {}};
-		const auto separator = std::ranges::find(words, "-");
-		if (words.size() > 4 && words.end() - separator > 2)
-			mounts.push_back({words[2], unescaped(words[4]), separator[1], unescaped(separator[2])});
+		const std::vector<std::string> words(std::istream_iterator<std::string>(stream), {});
+		const std::vector<std::string> source(std::ranges::find(words, "-"), words.end()); // "-", the type, what is mounted
+		if (words.size() < 5 || source.size() < 3)
+			continue;
+		mounts.push_back({words[2], unescaped(words[4]), source[1], unescaped(source[2])});
 	}
 	return mounts;
 }
@@ -108,7 +111,7 @@ void find_mounts(std::vector<device_use> &uses, const mtd_device &device, const 
 	for (const std::string &process : entries_of(proc)) {
 		if (!is_number(process))
 			continue;
-		std::ifstream other(proc + "/" + process + "/mountinfo");
+		std::ifstream other(fmt::format("{}/{}/mountinfo", proc, process));
 		add_mounts(uses, device, other);
 	}
 }
@@ -116,7 +119,7 @@ void find_mounts(std::vector<device_use> &uses, const mtd_device &device, const 
 void find_ubi(std::vector<device_use> &uses, const mtd_device &device, const std::string &folder)
 {
 	for (const std::string &entry : entries_of(folder)) {
-		std::ifstream file(folder + "/" + entry + "/mtd_num");
+		std::ifstream file(fmt::format("{}/{}/mtd_num", folder, entry));
 		std::uint32_t number = 0;
 		if (file >> number && number == device.number)
 			add(uses, {danger::ubi, "is attached to UBI as " + entry,
@@ -130,14 +133,14 @@ void find_swap(std::vector<device_use> &uses, const mtd_device &device, const st
 	for (std::string line; std::getline(file, line);) {
 		const std::string path = unescaped(line.substr(0, line.find_first_of(" \t")));
 		if (is_path_of(path, device))
-			add(uses, {danger::swap, "is swapped to", "switch that off first (swapoff " + path + ")"});
+			add(uses, {danger::swap, "is swapped to", fmt::format("switch that off first (swapoff {})", path)});
 	}
 }
 
 void find_holders(std::vector<device_use> &uses, const mtd_device &device, const std::string &blocks)
 {
 	const std::string block = "mtdblock" + std::to_string(device.number);
-	for (const std::string &holder : entries_of(blocks + "/" + block + "/holders"))
+	for (const std::string &holder : entries_of(fmt::format("{}/{}/holders", blocks, block)))
 		add(uses, {danger::claimed, "is used by the block device " + holder, "remove that first"});
 }
 

@@ -145,7 +145,7 @@ mtd_device find_writable(workplace &place, const std::string &name)
 
 range writable_range(const mtd_device &device, const range_request &request, std::uint64_t length)
 {
-	const range wanted = range_within(device, request, length);
+	range wanted = range_within(device, request, length);
 	const std::uint64_t end = std::uint64_t{wanted.offset} + wanted.length;
 	if (!device.usable || end <= *device.usable)
 		return wanted;

@@ -2,7 +2,7 @@
 #include "text.hpp"
 
 #include <algorithm>
-#include <ranges>
+#include <sstream>
 
 #include <fmt/format.h>
 
@@ -299,10 +299,11 @@ std::string text_of_failure(const std::string &command, const failure &wrong, st
 	std::string text = "flashctl: " + (command.empty() ? "" : command + ": ") + coloured(red, printable(wrong.message), style) + "\n";
 	if (wrong.hint.empty())
 		return text;
-	std::string lines;
-	for (const auto line : std::views::split(wrong.hint, '\n'))
-		lines += (lines.empty() ? "flashctl: " : "") + printable({line.begin(), line.end()}) + "\n";
-	return text + lines;
+	std::istringstream hint(wrong.hint);
+	text += "flashctl: ";
+	for (std::string line; std::getline(hint, line);)
+		text += printable(line) + "\n";
+	return text;
 }
 
 } // namespace flashctl
