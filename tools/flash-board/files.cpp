@@ -47,8 +47,10 @@ std::string read_file(const std::string &path, std::istream &standard)
 
 	if (!file)
 		fail_reading(path);
-	for (std::size_t size; text.size() <= max_file_size && (size = std::fread(part, 1, sizeof(part), file.get()));)
+	for (std::size_t size = 1; size && text.size() <= max_file_size;) {
+		size = std::fread(part, 1, sizeof(part), file.get());
 		text.append(part, size);
+	}
 	if (std::ferror(file.get()))
 		fail_reading(path);
 	return text;

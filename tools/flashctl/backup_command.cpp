@@ -51,9 +51,9 @@ std::vector<range> all_ranges(workplace &place)
 std::vector<range> named_ranges(workplace &place, std::vector<std::string> names)
 {
 	std::ranges::sort(names);
-	const auto again = std::ranges::unique(names);
-	names.erase(again.begin(), again.end());
+	names.erase(std::unique(names.begin(), names.end()), names.end());
 	std::vector<range> ranges;
+	ranges.reserve(names.size());
 	for (const std::string &name : names)
 		ranges.push_back(whole(place, find_listed(place, name)));
 	for (const range &wanted : ranges)

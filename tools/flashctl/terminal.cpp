@@ -49,7 +49,7 @@ void tick(const std::stop_token &stop, const std::string &text)
 std::string take_line(std::FILE *source)
 {
 	std::string line;
-	for (int letter; (letter = std::fgetc(source)) != EOF;) {
+	for (int letter = std::fgetc(source); letter != EOF; letter = std::fgetc(source)) {
 		if (letter == '\n')
 			return line;
 		line += static_cast<char>(std::tolower(letter));

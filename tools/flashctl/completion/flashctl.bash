@@ -55,7 +55,8 @@ _flashctl_operands() {
 			continue
 		fi
 		case $word in
-		--offset | --length | --output | -o | --verify | --force | --sha256 | --instance | --name | --partition | --device) skip=1 ;;
+		--offset | --length | --output | -o | --verify | --force | --sha256) skip=1 ;;
+		--instance | --name | --partition | --device) skip=1 ;;
 		-?*) ;;
 		*) count=$((count + 1)) ;;
 		esac
