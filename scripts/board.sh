@@ -18,7 +18,7 @@ compile_board_files() {
 	[ "$1" = demo ] || compile_boards_of tests/conformance/boards board/conformance --force
 }
 
-# make_agreement_boards: boards made up on the desk, and what flash-board simulate says about each.
+# make_agreement_boards: boards made up on the host, and what flash-board simulate says about each.
 make_agreement_boards() {
 	"$(preset_dir debug)/tests/flash_board/agreement_boards" "$initramfs_root/lib/firmware/board/conformance/agreement" \
 		"$initramfs_root/tests/agreement"

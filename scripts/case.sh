@@ -3,7 +3,7 @@
 #
 # ./dev case: some cases, and nothing built that they do not need.
 
-# Folders below tests/ and the programs of the desk that their cases are in. Those of guest/ run on the board only.
+# Folders below tests/ and the programs of the host that their cases are in. Those of guest/ run on the board only.
 case_programs="conformance:conformance_host
 host:host_tests
 faults:faults_host

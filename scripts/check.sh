@@ -340,7 +340,7 @@ tidy_findings() {
 # cppcheck_findings FILE_OR_FOLDER...
 cppcheck_findings() {
 	(cd "$root" && cppcheck --quiet --enable=warning,performance,portability --std=c++20 --language=c++ --inline-suppr \
-		--suppress=missingIncludeSystem -Iflash_mng_kernel -Iflash_mng_kernel/include -Itests/host "$@" 2>&1)
+		--suppress=missingIncludeSystem -Iflash_mng_kernel -Iflash_mng_kernel/include -Isimulation "$@" 2>&1)
 }
 
 format_findings() {

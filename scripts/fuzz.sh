@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 # shellcheck shell=sh
 #
-# ./dev fuzz [MINUTES [SEED]]: calls that nobody would make, on the desk, under sanitizers, and on the board beside it.
+# ./dev fuzz [MINUTES [SEED]]: calls that nobody would make, on the host, under sanitizers, and on the board beside it.
 
 fuzz_targets="commands tables lies"
 fuzz_dir=$build_dir/fuzz
@@ -22,11 +22,11 @@ fuzzer_text() {
 		END { print calls " calls in " inputs " inputs" }' "$step_log"
 }
 
-# fuzz_on_desk SECONDS SEED: one target after the other.
-fuzz_on_desk() {
+# fuzz_on_host SECONDS SEED: one target after the other.
+fuzz_on_host() {
 	fuzz_failed=0
 	for fuzz_target in $fuzz_targets; do
-		if try_step "fuzz on the desk: $fuzz_target" "fuzz_$fuzz_target" run_fuzzer "$fuzz_target" "$(($1 / 3))" "$2"; then
+		if try_step "fuzz on the host: $fuzz_target" "fuzz_$fuzz_target" run_fuzzer "$fuzz_target" "$(($1 / 3))" "$2"; then
 			say "  $fuzz_target: $(fuzzer_text)"
 		else
 			grep -E '^(fuzz|simulation):|ERROR|SUMMARY|Test unit written' "$step_log" || tail -n 30 "$step_log"
@@ -77,11 +77,11 @@ fuzz_command() {
 	fuzz_seconds=$((fuzz_minutes * 60))
 	fuzz_status=0
 	own_run debug-fuzz
-	say "fuzz for $fuzz_minutes minutes, on the desk and beside it on the board"
+	say "fuzz for $fuzz_minutes minutes, on the host and beside it on the board"
 	run_torture_task fuzz fuzz $((3 * fuzz_seconds + 600)) "$(fuzz_parameters "$fuzz_seconds" "$fuzz_seed")" \
 		>"$log_dir/fuzz_board.log" 2>&1 &
 	fuzz_board=$!
-	fuzz_on_desk "$fuzz_seconds" "$fuzz_seed" || fuzz_status=1
+	fuzz_on_host "$fuzz_seconds" "$fuzz_seed" || fuzz_status=1
 	wait "$fuzz_board" || fuzz_status=1
 	say "on the board:"
 	cat "$log_dir/fuzz_board.log"

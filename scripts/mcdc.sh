@@ -9,16 +9,16 @@ mcdc_least=100
 
 # The debug preset's objects have no sanitizer, so they go with any core.
 build_mcdc() {
-	mcdc_host_dir=$(preset_dir debug)/tests/host/CMakeFiles
+	mcdc_host_dir=$(preset_dir debug)
 	rm -rf "$mcdc_dir"
 	mkdir -p "$mcdc_dir"
 	for mcdc_source in "$root"/flash_mng_kernel/*/*.cpp; do
 		clang++-19 -std=c++20 -O0 -fno-exceptions -fno-rtti -fno-threadsafe-statics \
 			-fprofile-instr-generate -fcoverage-mapping -fcoverage-mcdc \
-			-I"$root/flash_mng_kernel" -I"$root/flash_mng_kernel/include" -I"$root/tests/host" -c "$mcdc_source" \
+			-I"$root/flash_mng_kernel" -I"$root/flash_mng_kernel/include" -I"$root/simulation" -c "$mcdc_source" \
 			-o "$mcdc_dir/$(basename "$mcdc_source" .cpp).o" || return 1
 	done
-	find "$mcdc_host_dir/conformance_cases.dir" "$mcdc_host_dir/simulation.dir" -name '*.o' >"$mcdc_dir/objects"
+	find "$mcdc_host_dir/tests/host/CMakeFiles/conformance_cases.dir" "$mcdc_host_dir/simulation/CMakeFiles/simulation.dir" -name '*.o' >"$mcdc_dir/objects"
 	clang++-19 -fprofile-instr-generate "$mcdc_dir"/*.o "@$mcdc_dir/objects" "$(preset_dir debug)/lib/libgtest.a" \
 		"$(preset_dir debug)/lib/libgtest_main.a" -lpugixml -lpthread -o "$mcdc_dir/mcdc_host"
 }

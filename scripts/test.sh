@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 # shellcheck shell=sh
 #
-# ./dev test: the suite on the desk and on the board.
+# ./dev test: the suite on the host and on the board.
 
 line_coverage=100
 branch_coverage=100
@@ -32,7 +32,7 @@ run_host_tests() {
 }
 
 # Each suite of the build folder with what it is; one that is not among them would not be counted.
-host_suites="conformance_host:conformance on the desk
+host_suites="conformance_host:conformance on the host
 host_tests:tests of the host side
 faults_host:every failure of every call
 completeness_host:a case for every message and every code
@@ -134,7 +134,7 @@ run_task() {
 	echo "$task_result" >"$build_dir/board/$1.status"
 }
 
-# The suites run on boards of one core: a board with two, on a busy desk, spends half of its time on the turns of its own cores. The cases
+# The suites run on boards of one core: a board with two, on a busy host, spends half of its time on the turns of its own cores. The cases
 # with several callers run once more with two. The debug kernel is slower: two boards share its cases. Parameters that Linux does not know
 # are the first program's environment, which GoogleTest reads.
 run_lane_1() {
@@ -239,7 +239,7 @@ add_checks() {
 
 run_tests() {
 	forget_limits
-	say "on the desk"
+	say "on the host"
 	test_host_sanitized
 	test_host_threads
 	test_coverage

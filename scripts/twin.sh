@@ -44,7 +44,7 @@ show_overrun() {
 		ioctl_write.makes_its_calls_in_order 'BUG: KASAN: vmalloc-out-of-bounds.*'
 }
 
-# A count that callers share without a lock, in a loop, since on a busy desk the cores of an emulated board seldom run at the same time.
+# A count that callers share without a lock, in a loop, since on a busy host the cores of an emulated board seldom run at the same time.
 show_race() {
 	shared_count='static u32 count;\n\tfor (u32 i = 0; i < 10000; ++i) {\n\t\tcount = count + 1;\n\t\tasm("" : "+m"(count));\n\t}'
 	shows_mistake twin-kcsan frame/control_device.cpp "/\"Flash cmd not support\"/s/^/\\t$shared_count\\n/" \

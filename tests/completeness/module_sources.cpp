@@ -222,7 +222,7 @@ module_sources read_module_sources(const std::string &project_dir)
 std::set<std::string> callable_functions(const std::string &project_dir)
 {
 	static const std::regex row("\tFUNCTION\\((\\w+)\\)");
-	const std::string text = content_of(std::filesystem::path(project_dir) / "tests/host/functions.cpp");
+	const std::string text = content_of(std::filesystem::path(project_dir) / "simulation/functions.cpp");
 	std::set<std::string> names = {"flash_mng_load", "flash_ioctl"};
 
 	for (const std::smatch &match : matches(text, row))

@@ -31,7 +31,7 @@ protected:
 		plant("flash_mng_kernel/frame/module.cpp", "\nu32 flash_mng_load(void)\n{\n\treturn FLASH_MNG_OK;\n}\n");
 		plant("flash_mng_kernel/kernel/import.h", "int linux_copy(void *to);\n");
 		plant("flash_mng_kernel/platform/import.h", "u32 plat_read(const char *path);\n");
-		plant("tests/host/functions.cpp", "\tFUNCTION(asked),\n");
+		plant("simulation/functions.cpp", "\tFUNCTION(asked),\n");
 	}
 
 	~sources() override { files::remove_all(m_folder); }

@@ -17,9 +17,9 @@
 #include <thread>
 #include <vector>
 
-#include "board.hpp"
+#include "harness.hpp"
 
-namespace board {
+namespace harness {
 
 inline void PrintTo(const log_line &line, std::ostream *out)
 {
@@ -32,14 +32,14 @@ inline void PrintTo(const holdings &held, std::ostream *out)
 	     << held.open_files << ", locks " << held.locks;
 }
 
-} // namespace board
+} // namespace harness
 
 namespace conformance {
 
-using board::access;
-using board::bytes;
-using board::log_line;
-using board::mtd_spec;
+using harness::access;
+using harness::bytes;
+using harness::log_line;
+using harness::mtd_spec;
 
 inline constexpr uint32_t failed = 0xFFFFFFFF;
 inline constexpr uint32_t default_instance = 0xFFFFFFFF;
@@ -64,7 +64,7 @@ using call_list = std::vector<std::string>;
 // The calls seen so far, less those whose names are given.
 inline call_list calls_without(std::initializer_list<std::string_view> names)
 {
-	call_list kept = board::calls();
+	call_list kept = harness::calls();
 	std::erase_if(kept, [&](const std::string &call) {
 		return std::any_of(names.begin(), names.end(), [&](std::string_view name) {
 			return call.size() > name.size() && call.starts_with(name) && call[name.size()] == '(';
@@ -81,7 +81,7 @@ inline call_list deeds()
 
 inline bool called(std::string_view name)
 {
-	const call_list all = board::calls();
+	const call_list all = harness::calls();
 	return std::any_of(all.begin(), all.end(), [&](const std::string &call) {
 		return call.size() > name.size() && call.starts_with(name) && call[name.size()] == '(';
 	});
@@ -112,7 +112,7 @@ private:
 inline bool comes_to_call(std::string_view name, long nth = 1)
 {
 	for (int tries = 0; tries < 60'000; ++tries) {
-		const call_list all = board::calls();
+		const call_list all = harness::calls();
 		if (nth <= std::count_if(all.begin(), all.end(), [&](const std::string &call) {
 			    return call.size() > name.size() && call.starts_with(name) && call[name.size()] == '(';
 		    }))
@@ -136,15 +136,15 @@ public:
 	// Its code. Other armed faults are disarmed too.
 	uint32_t let_go()
 	{
-		board::go_on();
+		harness::go_on();
 		return call_.code();
 	}
 
 private:
 	static const std::function<uint32_t()> &armed(std::string_view function, const std::function<uint32_t()> &call)
 	{
-		board::forget();
-		board::stop_at(function);
+		harness::forget();
+		harness::stop_at(function);
 		return call;
 	}
 
@@ -164,21 +164,21 @@ __attribute__((optimize("O2"))) inline bytes pattern(std::size_t count, uint32_t
 // A case on a board right after power-on. At its end nothing may be held and the board is put back.
 class on_board : public testing::Test {
 protected:
-	void SetUp() override { board::reset(); }
+	void SetUp() override { harness::reset(); }
 
 	void TearDown() override
 	{
-		if (board::loaded())
-			board::unload();
-		EXPECT_EQ(board::held(), expected_leak_) << "the module kept something that it should have given back";
-		board::reset();
+		if (harness::loaded())
+			harness::unload();
+		EXPECT_EQ(harness::held(), expected_leak_) << "the module kept something that it should have given back";
+		harness::reset();
 	}
 
 	// For the paths that deliberately keep memory.
-	void expect_leak(board::holdings leak) { expected_leak_ = leak; }
+	void expect_leak(harness::holdings leak) { expected_leak_ = leak; }
 
 private:
-	board::holdings expected_leak_ = {};
+	harness::holdings expected_leak_ = {};
 };
 
 // A case on a loaded module with the log and the calls of the load forgotten.
@@ -188,8 +188,8 @@ protected:
 	{
 		on_board::SetUp();
 		prepare();
-		ASSERT_EQ(board::load(), 0u);
-		board::forget();
+		ASSERT_EQ(harness::load(), 0u);
+		harness::forget();
 	}
 
 	// What must be there before the load: MTD devices, a configuration.
@@ -197,10 +197,10 @@ protected:
 };
 
 #define CONFORMANCE_HOST_ONLY(reason)                                                                                                      \
-	if (board::world() != board::world_kind::host)                                                                                     \
+	if (harness::world() != harness::world_kind::host)                                                                                 \
 	GTEST_SKIP() << "host only: " << reason
 #define CONFORMANCE_GUEST_ONLY(reason)                                                                                                     \
-	if (board::world() != board::world_kind::guest)                                                                                    \
+	if (harness::world() != harness::world_kind::guest)                                                                                \
 	GTEST_SKIP() << "guest only: " << reason
 
 } // namespace conformance

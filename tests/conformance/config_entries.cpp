@@ -10,16 +10,16 @@ constexpr uint32_t unconfigured = 99, no_nodes = 1, single = 3, single_empty = 4
 
 class config_entry : public on_loaded_module {
 protected:
-	void prepare() override { board::configure("tables"); }
+	void prepare() override { harness::configure("tables"); }
 
-	static uint32_t init(uint32_t instance) { return board::call("drv_flash_init", {instance}); }
-	static uint32_t exit(uint32_t instance) { return board::call("drv_flash_exit", {instance}); }
+	static uint32_t init(uint32_t instance) { return harness::call("drv_flash_init", {instance}); }
+	static uint32_t exit(uint32_t instance) { return harness::call("drv_flash_exit", {instance}); }
 
 	static void make(std::initializer_list<uint32_t> instances)
 	{
 		for (uint32_t instance : instances)
 			ASSERT_EQ(init(instance), 0u);
-		board::forget();
+		harness::forget();
 	}
 
 	static log_line have_registered(uint32_t instance)
@@ -27,14 +27,14 @@ protected:
 		return common_log(ordinary, "flash_mng inst_id:" + hexadecimal(instance) + " have registered");
 	}
 
-	static bytes list_head() { return board::global("g_flash_config_list", 16); }
+	static bytes list_head() { return harness::global("g_flash_config_list", 16); }
 
 	// The entries' links in the order of the list.
 	static std::vector<uint64_t> links()
 	{
 		std::vector<uint64_t> all;
-		for (uint64_t link = u64_at(list_head(), 0); all.size() < 100; link = u64_at(board::memory(link, 16), 0)) {
-			if (board::memory(link, 16) == list_head())
+		for (uint64_t link = u64_at(list_head(), 0); all.size() < 100; link = u64_at(harness::memory(link, 16), 0)) {
+			if (harness::memory(link, 16) == list_head())
 				return all;
 			all.push_back(link);
 		}
@@ -50,7 +50,7 @@ TEST_F(config_entry, is_made_from_the_instances_table)
 	EXPECT_EQ(init(single), 0u);
 	EXPECT_TRUE(has_entry(single));
 	EXPECT_EQ(steps(), joined({usrdata_absent, configured_from_single_table(single, 3)}));
-	EXPECT_EQ(board::log(), log_lines{});
+	EXPECT_EQ(harness::log(), log_lines{});
 }
 
 TEST_F(config_entry, is_made_from_the_variants_table)
@@ -66,7 +66,7 @@ TEST_F(config_entry, is_made_from_the_variants_table)
 TEST_F(config_entry, starts_with_the_instance_id_and_the_number_of_sections)
 {
 	make({single});
-	const bytes start = board::memory(entry_of(single), 8);
+	const bytes start = harness::memory(entry_of(single), 8);
 	EXPECT_EQ(u32_at(start, 0), single);
 	EXPECT_EQ(u32_at(start, 4), 3u);
 }
@@ -74,7 +74,7 @@ TEST_F(config_entry, starts_with_the_instance_id_and_the_number_of_sections)
 TEST_F(config_entry, holds_itself_and_its_sections)
 {
 	EXPECT_EQ(init(single), 0u);
-	EXPECT_EQ(board::held(), board::holdings{.heap = 2});
+	EXPECT_EQ(harness::held(), harness::holdings{.heap = 2});
 }
 
 TEST_F(config_entry, has_a_free_semaphore)
@@ -117,7 +117,7 @@ TEST_F(config_entry, asked_for_again_is_only_said)
 {
 	make({single});
 	EXPECT_EQ(init(single), 0u);
-	EXPECT_EQ(board::log(), log_lines{have_registered(single)});
+	EXPECT_EQ(harness::log(), log_lines{have_registered(single)});
 	EXPECT_EQ(deeds(), call_list{});
 }
 
@@ -126,7 +126,7 @@ TEST_F(config_entry, asked_for_again_is_said_each_time)
 	make({single, variant_2});
 	for (int i = 0; i < 3; ++i)
 		EXPECT_EQ(init(variant_2), 0u);
-	EXPECT_EQ(board::log(), log_lines(3, have_registered(variant_2)));
+	EXPECT_EQ(harness::log(), log_lines(3, have_registered(variant_2)));
 }
 
 struct without_entry {
@@ -146,18 +146,18 @@ TEST_P(config_no_entry, is_no_failure)
 {
 	EXPECT_EQ(init(GetParam().instance), 0u);
 	EXPECT_FALSE(has_entry(GetParam().instance));
-	EXPECT_EQ(board::log(), GetParam().said);
+	EXPECT_EQ(harness::log(), GetParam().said);
 	EXPECT_EQ(links().size(), 0u);
-	EXPECT_EQ(board::held(), board::holdings{});
+	EXPECT_EQ(harness::held(), harness::holdings{});
 }
 
 TEST_P(config_no_entry, is_not_remembered)
 {
 	EXPECT_EQ(init(GetParam().instance), 0u);
-	const call_list first = board::calls();
-	board::forget();
+	const call_list first = harness::calls();
+	harness::forget();
 	EXPECT_EQ(init(GetParam().instance), 0u);
-	EXPECT_EQ(board::calls(), first);
+	EXPECT_EQ(harness::calls(), first);
 }
 
 TEST_P(config_no_entry, has_nothing_to_remove)
@@ -184,7 +184,7 @@ TEST_P(config_entry_of, is_found_by_its_whole_id)
 	make({GetParam()});
 	const uint64_t entry = entry_of(GetParam());
 	ASSERT_NE(entry, 0u);
-	EXPECT_EQ(u32_at(board::memory(entry, 4), 0), GetParam());
+	EXPECT_EQ(u32_at(harness::memory(entry, 4), 0), GetParam());
 	for (uint32_t other : {GetParam() + 1, GetParam() - 1, GetParam() ^ 0x80000000, default_instance})
 		EXPECT_FALSE(has_entry(other)) << hexadecimal(other);
 }
@@ -198,7 +198,7 @@ TEST_F(config_entry, lookup_tells_entries_apart)
 	EXPECT_NE(entry_of(single), entry_of(variant_2));
 	EXPECT_NE(entry_of(variant_2), entry_of(variant_none));
 	for (uint32_t instance : {single, variant_2, variant_none})
-		EXPECT_EQ(u32_at(board::memory(entry_of(instance), 4), 0), instance);
+		EXPECT_EQ(u32_at(harness::memory(entry_of(instance), 4), 0), instance);
 }
 
 TEST_F(config_entry, lookup_makes_no_call_and_says_nothing)
@@ -206,8 +206,8 @@ TEST_F(config_entry, lookup_makes_no_call_and_says_nothing)
 	make({single});
 	EXPECT_TRUE(has_entry(single));
 	EXPECT_FALSE(has_entry(variant_2));
-	EXPECT_EQ(board::calls(), call_list{});
-	EXPECT_EQ(board::log(), log_lines{});
+	EXPECT_EQ(harness::calls(), call_list{});
+	EXPECT_EQ(harness::log(), log_lines{});
 }
 
 TEST_F(config_entry, lookup_in_an_empty_list_finds_nothing)
@@ -223,9 +223,9 @@ TEST_F(config_entry, is_removed_with_its_sections)
 	make({single});
 	EXPECT_EQ(exit(single), 0u);
 	EXPECT_EQ(deeds(), entry_removed);
-	EXPECT_EQ(board::log(), log_lines{});
+	EXPECT_EQ(harness::log(), log_lines{});
 	EXPECT_FALSE(has_entry(single));
-	EXPECT_EQ(board::held(), board::holdings{});
+	EXPECT_EQ(harness::held(), harness::holdings{});
 }
 
 TEST_F(config_entry, of_an_unknown_instance_cannot_be_removed)
@@ -233,24 +233,24 @@ TEST_F(config_entry, of_an_unknown_instance_cannot_be_removed)
 	make({single});
 	for (uint32_t instance : {variant_2, 0u, default_instance})
 		EXPECT_EQ(exit(instance), failed);
-	EXPECT_EQ(board::calls(), call_list{});
-	EXPECT_EQ(board::log(), log_lines{});
+	EXPECT_EQ(harness::calls(), call_list{});
+	EXPECT_EQ(harness::log(), log_lines{});
 	EXPECT_TRUE(has_entry(single));
 }
 
 TEST_F(config_entry, of_an_empty_list_cannot_be_removed)
 {
 	EXPECT_EQ(exit(default_instance), failed);
-	EXPECT_EQ(board::calls(), call_list{});
+	EXPECT_EQ(harness::calls(), call_list{});
 }
 
 TEST_F(config_entry, can_be_made_again_after_its_removal)
 {
 	make({single});
 	EXPECT_EQ(exit(single), 0u);
-	board::forget();
+	harness::forget();
 	EXPECT_EQ(init(single), 0u);
-	EXPECT_EQ(board::log(), log_lines{});
+	EXPECT_EQ(harness::log(), log_lines{});
 	EXPECT_TRUE(has_entry(single));
 }
 
@@ -272,10 +272,10 @@ INSTANTIATE_TEST_SUITE_P(of_entry, config_entry_removal, testing::Values(single,
 
 TEST_F(config_entry, of_the_default_instance_is_removed_like_any_other)
 {
-	board::unload();
-	board::configure("plain");
-	ASSERT_EQ(board::load(), 0u);
-	board::forget();
+	harness::unload();
+	harness::configure("plain");
+	ASSERT_EQ(harness::load(), 0u);
+	harness::forget();
 	EXPECT_EQ(exit(default_instance), 0u);
 	EXPECT_EQ(deeds(), entry_removed);
 	EXPECT_FALSE(has_entry(default_instance));
@@ -286,9 +286,9 @@ TEST_F(config_entry, of_the_default_instance_is_removed_like_any_other)
 TEST_F(config_entry, without_memory_keeps_the_sections_just_read)
 {
 	expect_leak({.heap = 1});
-	board::fail("linux_kzalloc", 0);
+	harness::fail("linux_kzalloc", 0);
 	EXPECT_EQ(init(single), failed);
-	EXPECT_EQ(board::log(), log_lines{entry_without_memory(single)});
+	EXPECT_EQ(harness::log(), log_lines{entry_without_memory(single)});
 	EXPECT_EQ(steps(), joined({usrdata_absent, {node_count_of(single), list_of(single, "attr")}, rows_read(3), {"linux_kzalloc(-)"}}));
 	EXPECT_FALSE(has_entry(single));
 	EXPECT_EQ(links().size(), 0u);
@@ -297,7 +297,7 @@ TEST_F(config_entry, without_memory_keeps_the_sections_just_read)
 TEST_F(config_entry, without_memory_can_be_made_later)
 {
 	expect_leak({.heap = 1});
-	board::fail("linux_kzalloc", 0);
+	harness::fail("linux_kzalloc", 0);
 	EXPECT_EQ(init(single), failed);
 	EXPECT_EQ(init(single), 0u);
 	EXPECT_TRUE(has_entry(single));
@@ -305,9 +305,9 @@ TEST_F(config_entry, without_memory_can_be_made_later)
 
 TEST_F(config_entry, without_memory_for_its_sections_is_not_made)
 {
-	board::fail("linux_kcalloc", 0);
+	harness::fail("linux_kcalloc", 0);
 	EXPECT_EQ(init(single), 0u);
-	EXPECT_EQ(board::log(), log_lines{rows_without_memory(156)});
+	EXPECT_EQ(harness::log(), log_lines{rows_without_memory(156)});
 	EXPECT_EQ(steps(), joined({usrdata_absent, {node_count_of(single), list_of(single, "attr"), "linux_kcalloc(3, 52)"}}));
 	EXPECT_FALSE(has_entry(single));
 }
@@ -316,8 +316,8 @@ TEST_F(config_entry, table_without_memory_gives_its_code_and_leaves_the_outputs)
 {
 	const bytes untouched(8, 0xA5);
 	bytes sections = untouched, count(4, 0xA5);
-	board::fail("linux_kcalloc", 0);
-	EXPECT_EQ(board::call("get_xml_flash_cfg", {single, &sections, &count}), no_buffer);
+	harness::fail("linux_kcalloc", 0);
+	EXPECT_EQ(harness::call("get_xml_flash_cfg", {single, &sections, &count}), no_buffer);
 	EXPECT_EQ(sections, untouched);
 	EXPECT_EQ(count, bytes(4, 0xA5));
 }
@@ -326,7 +326,7 @@ TEST_F(config_entry, table_without_entries_has_a_count_of_0)
 {
 	for (uint32_t instance : {no_nodes, single_empty}) {
 		bytes sections(8, 0xA5), count(4, 0xA5);
-		EXPECT_EQ(board::call("get_xml_flash_cfg", {instance, &sections, &count}), 0u);
+		EXPECT_EQ(harness::call("get_xml_flash_cfg", {instance, &sections, &count}), 0u);
 		EXPECT_EQ(count, bytes(4, 0));
 	}
 }
@@ -348,20 +348,20 @@ class config_entry_lie : public config_entry, public testing::WithParamInterface
 
 TEST_P(config_entry_lie, never_reads_more_rows_than_there_are_or_were_reported)
 {
-	board::lie_about_count(GetParam().reported);
+	harness::lie_about_count(GetParam().reported);
 	EXPECT_EQ(init(single), 0u);
-	EXPECT_EQ(board::faults_hit(), 1u);
+	EXPECT_EQ(harness::faults_hit(), 1u);
 	EXPECT_EQ(steps(),
 		  joined({usrdata_absent,
 			  {node_count_of(single), list_of(single, "attr"), "linux_kcalloc(" + decimal(GetParam().reported) + ", 52)"},
 			  repeated(row_read, GetParam().sections),
 			  entry_made}));
-	EXPECT_EQ(board::log(), log_lines{});
+	EXPECT_EQ(harness::log(), log_lines{});
 	const uint64_t entry = entry_of(single);
 	ASSERT_NE(entry, 0u);
-	EXPECT_EQ(u32_at(board::memory(entry + 4, 4), 0), GetParam().sections);
+	EXPECT_EQ(u32_at(harness::memory(entry + 4, 4), 0), GetParam().sections);
 	EXPECT_EQ(exit(single), 0u);
-	EXPECT_EQ(board::held(), board::holdings{});
+	EXPECT_EQ(harness::held(), harness::holdings{});
 }
 
 INSTANTIATE_TEST_SUITE_P(reporting, config_entry_lie,
@@ -370,7 +370,7 @@ INSTANTIATE_TEST_SUITE_P(reporting, config_entry_lie,
 
 TEST_F(config_entry, from_a_list_that_reports_nothing_is_not_made)
 {
-	board::lie_about_count(0);
+	harness::lie_about_count(0);
 	EXPECT_EQ(init(single), 0u);
 	EXPECT_EQ(steps(), joined({usrdata_absent, {node_count_of(single), list_of(single, "attr")}}));
 	EXPECT_FALSE(has_entry(single));
@@ -378,29 +378,29 @@ TEST_F(config_entry, from_a_list_that_reports_nothing_is_not_made)
 
 TEST_F(config_entry, from_a_list_that_is_not_there_is_not_made)
 {
-	board::lie_with_null_list();
+	harness::lie_with_null_list();
 	EXPECT_EQ(init(single), 0u);
-	EXPECT_EQ(board::faults_hit(), 1u);
+	EXPECT_EQ(harness::faults_hit(), 1u);
 	EXPECT_EQ(steps(), joined({usrdata_absent, {node_count_of(single), list_of(single, "attr"), "linux_kcalloc(3, 52)", freed}}));
-	EXPECT_EQ(board::log(), log_lines{});
+	EXPECT_EQ(harness::log(), log_lines{});
 	EXPECT_FALSE(has_entry(single));
-	EXPECT_EQ(board::held(), board::holdings{});
+	EXPECT_EQ(harness::held(), harness::holdings{});
 }
 
 TEST_F(config_entry, from_a_list_that_is_not_there_has_a_count_of_0)
 {
 	bytes sections(8, 0xA5), count(4, 0xA5);
-	board::lie_with_null_list();
-	EXPECT_EQ(board::call("get_xml_flash_cfg", {single, &sections, &count}), 0u);
+	harness::lie_with_null_list();
+	EXPECT_EQ(harness::call("get_xml_flash_cfg", {single, &sections, &count}), 0u);
 	EXPECT_EQ(count, bytes(4, 0));
-	EXPECT_EQ(board::held(), board::holdings{});
+	EXPECT_EQ(harness::held(), harness::holdings{});
 }
 
 TEST_F(config_entry, from_a_list_of_absurd_length_has_no_memory)
 {
-	board::lie_about_count(0xFFFFFFFF);
+	harness::lie_about_count(0xFFFFFFFF);
 	EXPECT_EQ(init(single), 0u);
-	EXPECT_EQ(board::log(), log_lines{rows_without_memory(uint64_t{0xFFFFFFFF} * section_row_size)});
+	EXPECT_EQ(harness::log(), log_lines{rows_without_memory(uint64_t{0xFFFFFFFF} * section_row_size)});
 	EXPECT_FALSE(has_entry(single));
 }
 
@@ -425,19 +425,19 @@ TEST_P(config_entry_sweep, leaves_no_half_made_entry)
 	for (unsigned nth = 1;; ++nth) {
 		SCOPED_TRACE(testing::Message() << "call " << nth);
 		ASSERT_LT(nth, 100u);
-		const unsigned hit = board::faults_hit();
-		board::fail(GetParam().function, GetParam().result, nth);
+		const unsigned hit = harness::faults_hit();
+		harness::fail(GetParam().function, GetParam().result, nth);
 		EXPECT_EQ(init(instance), 0u);
-		if (board::faults_hit() == hit) {
+		if (harness::faults_hit() == hit) {
 			EXPECT_GT(nth, 1u) << "an entry is made without this call";
 			return;
 		}
 		EXPECT_FALSE(has_entry(instance));
-		EXPECT_EQ(board::held(), board::holdings{});
+		EXPECT_EQ(harness::held(), harness::holdings{});
 		EXPECT_EQ(init(instance), 0u);
 		EXPECT_TRUE(has_entry(instance));
 		EXPECT_EQ(exit(instance), 0u);
-		EXPECT_EQ(board::held(), board::holdings{});
+		EXPECT_EQ(harness::held(), harness::holdings{});
 	}
 }
 

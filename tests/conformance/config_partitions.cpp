@@ -14,20 +14,20 @@ const log_line already_built = common_log(ordinary, "flash mtd info already init
 // A loaded module without the table; the cases build it from the instances of one board.
 class config_partitions : public on_loaded_module {
 protected:
-	void prepare() override { board::configure("partitions"); }
+	void prepare() override { harness::configure("partitions"); }
 
-	static uint32_t build(uint32_t instance) { return board::call("drv_flash_mtd_info_init", {instance}); }
+	static uint32_t build(uint32_t instance) { return harness::call("drv_flash_mtd_info_init", {instance}); }
 
 	static void build_well(uint32_t instance)
 	{
 		ASSERT_EQ(build(instance), 0u);
-		board::forget();
+		harness::forget();
 	}
 
-	static void release() { board::call("drv_flash_mtd_info_deinit", {}); }
-	static bool finds(const std::string &name) { return board::call_finds("drv_flash_mtd_info_find", {name}); }
-	static uint64_t table() { return u64_at(board::global("g_flash_mtd_info_list", 8), 0); }
-	static uint32_t count() { return u32_at(board::global("g_flash_mtd_info_list_num", 4), 0); }
+	static void release() { harness::call("drv_flash_mtd_info_deinit", {}); }
+	static bool finds(const std::string &name) { return harness::call_finds("drv_flash_mtd_info_find", {name}); }
+	static uint64_t table() { return u64_at(harness::global("g_flash_mtd_info_list", 8), 0); }
+	static uint32_t count() { return u32_at(harness::global("g_flash_mtd_info_list_num", 4), 0); }
 
 	static void expect_absent()
 	{
@@ -69,7 +69,7 @@ TEST_P(config_partitions_of, are_read_one_by_one)
 TEST_P(config_partitions_of, are_each_said_and_then_counted)
 {
 	EXPECT_EQ(build(instance()), 0u);
-	EXPECT_EQ(board::log(), all_listed(instance(), GetParam()));
+	EXPECT_EQ(harness::log(), all_listed(instance(), GetParam()));
 }
 
 TEST_P(config_partitions_of, are_all_found)
@@ -84,9 +84,9 @@ TEST_P(config_partitions_of, are_all_found)
 TEST_P(config_partitions_of, are_one_allocation)
 {
 	build_well(instance());
-	EXPECT_EQ(board::held(), board::holdings{.heap = 1});
+	EXPECT_EQ(harness::held(), harness::holdings{.heap = 1});
 	release();
-	EXPECT_EQ(board::held(), board::holdings{});
+	EXPECT_EQ(harness::held(), harness::holdings{});
 }
 
 INSTANTIATE_TEST_SUITE_P(number, config_partitions_of, testing::Values(1, 2, 3), [](const auto &row) { return decimal(row.param); });
@@ -94,7 +94,7 @@ INSTANTIATE_TEST_SUITE_P(number, config_partitions_of, testing::Values(1, 2, 3),
 TEST_F(config_partitions, are_said_after_their_lock_was_prepared)
 {
 	EXPECT_EQ(build(one), 0u);
-	EXPECT_EQ(last(board::calls(), 3),
+	EXPECT_EQ(last(harness::calls(), 3),
 		  (call_list{init_of_mutex, message(own, ordinary, "inst 0x%x mtd info entry%u mtd_name %s avail_size 0x%x init success"),
 			     message(own, ordinary, "inst 0x%x mtd info entry num %u init success")}));
 }
@@ -105,7 +105,7 @@ TEST_F(config_partitions, start_with_their_name_and_usable_size)
 	bytes expected(36, 0);
 	std::copy_n("part0", 5, expected.begin());
 	expected[34] = 1; // 0x10000
-	EXPECT_EQ(board::memory(table(), 36), expected);
+	EXPECT_EQ(harness::memory(table(), 36), expected);
 }
 
 TEST_F(config_partitions, are_not_built_twice)
@@ -113,7 +113,7 @@ TEST_F(config_partitions, are_not_built_twice)
 	build_well(two);
 	const uint64_t before = table();
 	EXPECT_EQ(build(three), 0u);
-	EXPECT_EQ(board::log(), log_lines{already_built});
+	EXPECT_EQ(harness::log(), log_lines{already_built});
 	EXPECT_EQ(deeds(), call_list{});
 	EXPECT_EQ(table(), before);
 	EXPECT_EQ(count(), 2u);
@@ -122,12 +122,12 @@ TEST_F(config_partitions, are_not_built_twice)
 
 TEST_F(config_partitions, built_at_load_are_not_built_again)
 {
-	board::unload();
-	board::configure("plain");
-	ASSERT_EQ(board::load(), 0u);
-	board::forget();
+	harness::unload();
+	harness::configure("plain");
+	ASSERT_EQ(harness::load(), 0u);
+	harness::forget();
 	EXPECT_EQ(build(default_instance), 0u);
-	EXPECT_EQ(board::log(), log_lines{already_built});
+	EXPECT_EQ(harness::log(), log_lines{already_built});
 	EXPECT_EQ(deeds(), call_list{});
 	EXPECT_TRUE(finds("usrdata"));
 }
@@ -147,7 +147,7 @@ class config_partitions_missing : public config_partitions, public testing::With
 TEST_P(config_partitions_missing, are_no_failure)
 {
 	EXPECT_EQ(build(GetParam().instance), 0u);
-	EXPECT_EQ(board::log(), log_lines{no_listed_partitions});
+	EXPECT_EQ(harness::log(), log_lines{no_listed_partitions});
 	EXPECT_EQ(deeds(), call_list{list_of(GetParam().instance, "mtd_info")});
 	expect_absent();
 }
@@ -155,9 +155,9 @@ TEST_P(config_partitions_missing, are_no_failure)
 TEST_P(config_partitions_missing, can_come_from_elsewhere_later)
 {
 	EXPECT_EQ(build(GetParam().instance), 0u);
-	board::forget();
+	harness::forget();
 	EXPECT_EQ(build(two), 0u);
-	EXPECT_EQ(board::log(), all_listed(two, 2));
+	EXPECT_EQ(harness::log(), all_listed(two, 2));
 }
 
 INSTANTIATE_TEST_SUITE_P(from_instance, config_partitions_missing,
@@ -169,9 +169,9 @@ class config_partitions_unreadable : public config_partitions, public testing::W
 
 TEST_P(config_partitions_unreadable, are_no_failure)
 {
-	board::fail("xml_get_entry_list", GetParam());
+	harness::fail("xml_get_entry_list", GetParam());
 	EXPECT_EQ(build(two), 0u);
-	EXPECT_EQ(board::log(), log_lines{no_listed_partitions});
+	EXPECT_EQ(harness::log(), log_lines{no_listed_partitions});
 	EXPECT_EQ(deeds(), call_list{list_of(two, "mtd_info")});
 	expect_absent();
 }
@@ -181,16 +181,16 @@ INSTANTIATE_TEST_SUITE_P(with, config_partitions_unreadable, testing::Values(1, 
 
 TEST_F(config_partitions, without_memory)
 {
-	board::fail("linux_kcalloc", 0);
+	harness::fail("linux_kcalloc", 0);
 	EXPECT_EQ(build(two), no_buffer);
-	EXPECT_EQ(board::log(), log_lines{partitions_without_memory});
+	EXPECT_EQ(harness::log(), log_lines{partitions_without_memory});
 	EXPECT_EQ(steps(), (call_list{list_of(two, "mtd_info"), "linux_kcalloc(2, -)"}));
 	expect_absent();
 }
 
 TEST_F(config_partitions, without_memory_can_be_built_later)
 {
-	board::fail("linux_kcalloc", 0);
+	harness::fail("linux_kcalloc", 0);
 	EXPECT_EQ(build(two), no_buffer);
 	EXPECT_EQ(build(two), 0u);
 	EXPECT_EQ(count(), 2u);
@@ -232,7 +232,7 @@ TEST_P(config_partitions_broken, says_the_entries_before_and_the_attribute)
 	for (uint32_t i = 0; i < GetParam().entry; ++i)
 		expected.push_back(listed(instance(), i));
 	expected.push_back(said());
-	EXPECT_EQ(board::log(), expected);
+	EXPECT_EQ(harness::log(), expected);
 }
 
 TEST_P(config_partitions_broken, ends_the_reading_there_and_frees_the_table)
@@ -249,22 +249,22 @@ TEST_P(config_partitions_broken, is_said_before_the_table_is_freed)
 {
 	build(instance());
 	const char *const format = GetParam().size ? "xml_get_attr_value_u32<%s> get %s failed" : "xml get attr <%s> get %s failed";
-	EXPECT_EQ(last(board::calls(), 2), (call_list{message(common, serious, format), freed}));
+	EXPECT_EQ(last(harness::calls(), 2), (call_list{message(common, serious, format), freed}));
 }
 
 TEST_P(config_partitions_broken, leaves_no_table)
 {
 	build(instance());
 	expect_absent();
-	EXPECT_EQ(board::held(), board::holdings{});
+	EXPECT_EQ(harness::held(), harness::holdings{});
 }
 
 TEST_P(config_partitions_broken, does_not_spoil_the_next_build)
 {
 	build(instance());
-	board::forget();
+	harness::forget();
 	EXPECT_EQ(build(three), 0u);
-	EXPECT_EQ(board::log(), all_listed(three, 3));
+	EXPECT_EQ(harness::log(), all_listed(three, 3));
 }
 
 INSTANTIATE_TEST_SUITE_P(at, config_partitions_broken,
@@ -277,7 +277,7 @@ class config_partitions_malformed : public config_partitions, public testing::Wi
 TEST_P(config_partitions_malformed, fails_the_build)
 {
 	EXPECT_EQ(build(0x200 + GetParam()), xml_attribute_unreadable);
-	EXPECT_EQ(board::log(), (log_lines{listed(0x200 + GetParam(), 0), number_missing(serious, "item1", "avail_size")}));
+	EXPECT_EQ(harness::log(), (log_lines{listed(0x200 + GetParam(), 0), number_missing(serious, "item1", "avail_size")}));
 	expect_absent();
 }
 
@@ -294,8 +294,8 @@ TEST_P(config_usable_size, is_stored_and_said_in_hexadecimal)
 	const uint32_t sizes[] = {0, 1, 65536, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
 	const uint32_t size = sizes[GetParam()], instance = 0x400 + GetParam();
 	EXPECT_EQ(build(instance), 0u);
-	EXPECT_EQ(board::log(), (log_lines{partition_listed(instance, 0, "part0", size), partitions_counted(instance, 1)}));
-	EXPECT_EQ(u32_at(board::memory(table() + 32, 4), 0), size);
+	EXPECT_EQ(harness::log(), (log_lines{partition_listed(instance, 0, "part0", size), partitions_counted(instance, 1)}));
+	EXPECT_EQ(u32_at(harness::memory(table() + 32, 4), 0), size);
 }
 
 INSTANTIATE_TEST_SUITE_P(number, config_usable_size, testing::Range(0u, 6u));
@@ -313,9 +313,9 @@ using config_partition_good_name = config_partition_name;
 TEST_P(config_partition_good_name, is_stored_and_found)
 {
 	EXPECT_EQ(build(instance()), 0u);
-	EXPECT_EQ(board::log(), (log_lines{partition_listed(instance(), 0, name(), spelled_size), partitions_counted(instance(), 1)}));
+	EXPECT_EQ(harness::log(), (log_lines{partition_listed(instance(), 0, name(), spelled_size), partitions_counted(instance(), 1)}));
 	EXPECT_TRUE(finds(name()));
-	EXPECT_EQ(u32_at(board::memory(table() + 32, 4), 0), spelled_size);
+	EXPECT_EQ(u32_at(harness::memory(table() + 32, 4), 0), spelled_size);
 }
 
 INSTANTIATE_TEST_SUITE_P(of_length, config_partition_good_name, testing::Values(0, 1, 30, 31),
@@ -330,7 +330,7 @@ protected:
 TEST_P(config_partition_long_name, is_said_as_it_is_stored)
 {
 	EXPECT_EQ(build(instance()), 0u);
-	EXPECT_EQ(board::log(), (log_lines{partition_listed(instance(), 0, stored(), spelled_size), partitions_counted(instance(), 1)}));
+	EXPECT_EQ(harness::log(), (log_lines{partition_listed(instance(), 0, stored(), spelled_size), partitions_counted(instance(), 1)}));
 }
 
 TEST_P(config_partition_long_name, is_not_found)
@@ -344,7 +344,7 @@ TEST_P(config_partition_long_name, is_not_found)
 TEST_P(config_partition_long_name, does_not_touch_the_usable_size)
 {
 	build_well(instance());
-	EXPECT_EQ(u32_at(board::memory(table() + 32, 4), 0), spelled_size);
+	EXPECT_EQ(u32_at(harness::memory(table() + 32, 4), 0), spelled_size);
 }
 
 INSTANTIATE_TEST_SUITE_P(of_length, config_partition_long_name, testing::Values(32, 33, 35, 36, 37, 38, 39),
@@ -352,10 +352,10 @@ INSTANTIATE_TEST_SUITE_P(of_length, config_partition_long_name, testing::Values(
 
 TEST_F(config_partitions, end_a_name_that_the_reader_left_without_an_end)
 {
-	board::forge("xml_get_attr_string", 0, 2, bytes(40, 'n'));
+	harness::forge("xml_get_attr_string", 0, 2, bytes(40, 'n'));
 	EXPECT_EQ(build(0x300 + 31), 0u);
 	const std::string stored = std::string(32, 'n') + "ABCDnnn";
-	EXPECT_EQ(board::log(), (log_lines{partition_listed(0x300 + 31, 0, stored, spelled_size), partitions_counted(0x300 + 31, 1)}));
+	EXPECT_EQ(harness::log(), (log_lines{partition_listed(0x300 + 31, 0, stored, spelled_size), partitions_counted(0x300 + 31, 1)}));
 }
 
 class config_partition_too_long_name : public config_partition_name {};
@@ -363,7 +363,7 @@ class config_partition_too_long_name : public config_partition_name {};
 TEST_P(config_partition_too_long_name, fails_the_build)
 {
 	EXPECT_EQ(build(instance()), xml_name_unreadable);
-	EXPECT_EQ(board::log(), log_lines{partition_name_missing("item0")});
+	EXPECT_EQ(harness::log(), log_lines{partition_name_missing("item0")});
 	expect_absent();
 }
 
@@ -373,7 +373,7 @@ INSTANTIATE_TEST_SUITE_P(of_length, config_partition_too_long_name, testing::Val
 TEST_F(config_partitions, say_a_long_name_up_to_the_first_zero_of_the_size)
 {
 	EXPECT_EQ(build(0x502), 0u);
-	EXPECT_EQ(board::log(), (log_lines{partition_listed(0x502, 0, name_of_length(32), 0x20000), partitions_counted(0x502, 1)}));
+	EXPECT_EQ(harness::log(), (log_lines{partition_listed(0x502, 0, name_of_length(32), 0x20000), partitions_counted(0x502, 1)}));
 	EXPECT_FALSE(finds(name_of_length(39)));
 }
 
@@ -389,9 +389,9 @@ TEST_F(config_partitions, behind_a_name_that_is_too_long_are_sound)
 TEST_F(config_partitions, of_one_name_are_found_by_the_first)
 {
 	build_well(0x500);
-	const uint32_t first = board::call("drv_flash_mtd_info_find", {"part0"});
-	const uint32_t second = board::call("drv_flash_mtd_info_find", {"twice"});
-	const uint32_t fourth = board::call("drv_flash_mtd_info_find", {"part3"});
+	const uint32_t first = harness::call("drv_flash_mtd_info_find", {"part0"});
+	const uint32_t second = harness::call("drv_flash_mtd_info_find", {"twice"});
+	const uint32_t fourth = harness::call("drv_flash_mtd_info_find", {"part3"});
 	EXPECT_EQ(first, static_cast<uint32_t>(table()));
 	EXPECT_EQ(3 * (second - first), fourth - first);
 }
@@ -417,13 +417,13 @@ TEST_F(config_partitions, are_found_by_their_exact_names)
 TEST_F(config_partitions, are_not_found_without_a_name)
 {
 	build_well(two);
-	EXPECT_FALSE(board::call_finds("drv_flash_mtd_info_find", {nullptr}));
+	EXPECT_FALSE(harness::call_finds("drv_flash_mtd_info_find", {nullptr}));
 }
 
 TEST_F(config_partitions, are_not_found_before_they_are_built)
 {
 	expect_absent();
-	EXPECT_FALSE(board::call_finds("drv_flash_mtd_info_find", {nullptr}));
+	EXPECT_FALSE(harness::call_finds("drv_flash_mtd_info_find", {nullptr}));
 }
 
 TEST_F(config_partitions, are_looked_up_without_a_call_or_a_word)
@@ -431,8 +431,8 @@ TEST_F(config_partitions, are_looked_up_without_a_call_or_a_word)
 	build_well(two);
 	EXPECT_TRUE(finds("part1"));
 	EXPECT_FALSE(finds("part2"));
-	EXPECT_EQ(board::calls(), call_list{});
-	EXPECT_EQ(board::log(), log_lines{});
+	EXPECT_EQ(harness::calls(), call_list{});
+	EXPECT_EQ(harness::log(), log_lines{});
 }
 
 // ------------------------------------------------------------------------------------ releasing
@@ -441,15 +441,15 @@ TEST_F(config_partitions, are_released_at_once)
 {
 	build_well(three);
 	release();
-	EXPECT_EQ(board::calls(), call_list{freed});
-	EXPECT_EQ(board::log(), log_lines{});
+	EXPECT_EQ(harness::calls(), call_list{freed});
+	EXPECT_EQ(harness::log(), log_lines{});
 	expect_absent();
 }
 
 TEST_F(config_partitions, that_were_never_built_are_released_without_a_call)
 {
 	release();
-	EXPECT_EQ(board::calls(), call_list{});
+	EXPECT_EQ(harness::calls(), call_list{});
 	expect_absent();
 }
 
@@ -458,7 +458,7 @@ TEST_F(config_partitions, are_released_once_however_often_that_is_asked)
 	build_well(two);
 	for (int i = 0; i < 3; ++i)
 		release();
-	EXPECT_EQ(board::calls(), call_list{freed});
+	EXPECT_EQ(harness::calls(), call_list{freed});
 	expect_absent();
 }
 
@@ -466,9 +466,9 @@ TEST_F(config_partitions, can_be_built_again_after_their_release)
 {
 	build_well(two);
 	release();
-	board::forget();
+	harness::forget();
 	EXPECT_EQ(build(three), 0u);
-	EXPECT_EQ(board::log(), all_listed(three, 3));
+	EXPECT_EQ(harness::log(), all_listed(three, 3));
 	EXPECT_TRUE(finds("part2"));
 }
 
@@ -478,13 +478,13 @@ class config_partitions_in_the_making : public config_partitions, public testing
 
 TEST_P(config_partitions_in_the_making, are_not_found_before_the_last_is_ready)
 {
-	board::forget();
-	board::stop_at("linux_mutex_init", GetParam());
+	harness::forget();
+	harness::stop_at("linux_mutex_init", GetParam());
 	call_beside building([] { return build(three); });
 	ASSERT_TRUE(comes_to_call("linux_mutex_init", GetParam()));
 	EXPECT_EQ(count(), 0u);
 	EXPECT_FALSE(finds("part0"));
-	board::go_on();
+	harness::go_on();
 	EXPECT_EQ(building.code(), 0u);
 	EXPECT_EQ(count(), 3u);
 	EXPECT_TRUE(finds("part0"));
@@ -505,7 +505,7 @@ TEST_F(config_partitions, are_not_found_once_their_memory_goes)
 
 TEST_F(config_partitions, of_a_table_that_cannot_be_read_are_never_found)
 {
-	board::fail("xml_get_attr_string", 1, 3);
+	harness::fail("xml_get_attr_string", 1, 3);
 	stopped_call building("kfree", [] { return build(three); });
 	expect_absent();
 	EXPECT_NE(building.let_go(), 0u);
@@ -523,33 +523,33 @@ protected:
 
 TEST_P(config_partitions_lie, reads_no_more_entries_than_there_are_or_were_reported)
 {
-	board::lie_about_count(GetParam());
+	harness::lie_about_count(GetParam());
 	EXPECT_EQ(build(three), 0u);
-	EXPECT_EQ(board::faults_hit(), 1u);
+	EXPECT_EQ(harness::faults_hit(), 1u);
 	EXPECT_EQ(times_called("xml_get_attr_string"), read());
 	EXPECT_EQ(times_called("xml_get_attr_value_u32"), read());
 	log_lines expected = all_listed(three, read());
 	expected.back() = partitions_counted(three, GetParam());
-	EXPECT_EQ(board::log(), expected);
+	EXPECT_EQ(harness::log(), expected);
 }
 
 TEST_P(config_partitions_lie, prepares_the_lock_of_every_reported_entry)
 {
-	board::lie_about_count(GetParam());
+	harness::lie_about_count(GetParam());
 	EXPECT_EQ(build(three), 0u);
 	EXPECT_EQ(calls_of("linux_mutex_init"), repeated({init_of_mutex}, GetParam()));
 }
 
 TEST_P(config_partitions_lie, keeps_the_reported_count)
 {
-	board::lie_about_count(GetParam());
+	harness::lie_about_count(GetParam());
 	EXPECT_EQ(build(three), 0u);
 	EXPECT_EQ(count(), GetParam());
 	for (uint32_t i = 0; i < real; ++i)
 		EXPECT_EQ(finds("part" + decimal(i)), i < read()) << i;
 	EXPECT_FALSE(finds("part3"));
 	release();
-	EXPECT_EQ(board::held(), board::holdings{});
+	EXPECT_EQ(harness::held(), harness::holdings{});
 }
 
 INSTANTIATE_TEST_SUITE_P(reporting, config_partitions_lie, testing::Values(1, 2, 4, 100),
@@ -557,19 +557,19 @@ INSTANTIATE_TEST_SUITE_P(reporting, config_partitions_lie, testing::Values(1, 2,
 
 TEST_F(config_partitions, from_a_list_that_reports_nothing_are_not_built)
 {
-	board::lie_about_count(0);
+	harness::lie_about_count(0);
 	EXPECT_EQ(build(three), 0u);
-	EXPECT_EQ(board::log(), log_lines{no_listed_partitions});
+	EXPECT_EQ(harness::log(), log_lines{no_listed_partitions});
 	EXPECT_EQ(deeds(), call_list{list_of(three, "mtd_info")});
 	expect_absent();
 }
 
 TEST_F(config_partitions, from_a_list_that_is_not_there_have_locks_but_no_names)
 {
-	board::lie_with_null_list();
+	harness::lie_with_null_list();
 	EXPECT_EQ(build(two), 0u);
-	EXPECT_EQ(board::faults_hit(), 1u);
-	EXPECT_EQ(board::log(), log_lines{partitions_counted(two, 2)});
+	EXPECT_EQ(harness::faults_hit(), 1u);
+	EXPECT_EQ(harness::log(), log_lines{partitions_counted(two, 2)});
 	EXPECT_EQ(steps(), (call_list{list_of(two, "mtd_info"), "linux_kcalloc(2, -)", init_of_mutex, init_of_mutex}));
 	EXPECT_EQ(count(), 2u);
 	EXPECT_FALSE(finds("part0"));
@@ -577,26 +577,26 @@ TEST_F(config_partitions, from_a_list_that_is_not_there_have_locks_but_no_names)
 
 TEST_F(config_partitions, from_a_list_that_was_not_written_are_not_built)
 {
-	board::fail("xml_get_entry_list", 0);
+	harness::fail("xml_get_entry_list", 0);
 	EXPECT_EQ(build(two), 0u);
-	EXPECT_EQ(board::log(), log_lines{no_listed_partitions});
+	EXPECT_EQ(harness::log(), log_lines{no_listed_partitions});
 	expect_absent();
 }
 
 TEST_F(config_partitions, hold_zeros_where_the_reader_wrote_nothing)
 {
-	board::fail("xml_get_attr_string", 0);
-	board::fail("xml_get_attr_value_u32", 0);
+	harness::fail("xml_get_attr_string", 0);
+	harness::fail("xml_get_attr_value_u32", 0);
 	EXPECT_EQ(build(one), 0u);
-	EXPECT_EQ(board::log(), (log_lines{partition_listed(one, 0, "", 0), partitions_counted(one, 1)}));
-	EXPECT_EQ(board::memory(table(), 40), bytes(40, 0));
+	EXPECT_EQ(harness::log(), (log_lines{partition_listed(one, 0, "", 0), partitions_counted(one, 1)}));
+	EXPECT_EQ(harness::memory(table(), 40), bytes(40, 0));
 }
 
 TEST_F(config_partitions, from_a_list_of_absurd_length_have_no_memory)
 {
-	board::lie_about_count(0xFFFFFFFF);
+	harness::lie_about_count(0xFFFFFFFF);
 	EXPECT_EQ(build(three), no_buffer);
-	EXPECT_EQ(board::log(), log_lines{partitions_without_memory});
+	EXPECT_EQ(harness::log(), log_lines{partitions_without_memory});
 	expect_absent();
 }
 

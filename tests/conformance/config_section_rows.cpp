@@ -10,20 +10,20 @@ constexpr uint8_t mark = 0xA5;
 
 class config_section_rows : public on_loaded_module {
 protected:
-	void prepare() override { board::configure("rows"); }
+	void prepare() override { harness::configure("rows"); }
 
 	// Makes the instance's entry and looks at its sections: the entry's last field is their address.
 	static bytes sections_of(uint32_t instance)
 	{
-		board::forget();
-		EXPECT_EQ(board::call("drv_flash_init", {instance}), 0u);
+		harness::forget();
+		EXPECT_EQ(harness::call("drv_flash_init", {instance}), 0u);
 		const uint64_t entry = entry_of(instance);
 		if (!entry || calls_of("linux_kzalloc").empty())
 			return {};
 		const std::size_t entry_size = std::stoul(calls_of("linux_kzalloc").at(0).substr(sizeof("linux_kzalloc(") - 1));
-		EXPECT_EQ(u32_at(board::memory(entry, 4), 0), instance);
-		const std::size_t count = u32_at(board::memory(entry + 4, 4), 0);
-		return board::memory(u64_at(board::memory(entry + entry_size - 8, 8), 0), count * section_row_size);
+		EXPECT_EQ(u32_at(harness::memory(entry, 4), 0), instance);
+		const std::size_t count = u32_at(harness::memory(entry + 4, 4), 0);
+		return harness::memory(u64_at(harness::memory(entry + entry_size - 8, 8), 0), count * section_row_size);
 	}
 
 	static bytes row(uint32_t section_id, std::string_view name, uint32_t offset, uint32_t size)
@@ -47,18 +47,18 @@ protected:
 	// The instance's table is dropped whole, with this message.
 	static void expect_dropped(uint32_t instance, const log_line &said)
 	{
-		const board::holdings before = board::held();
-		board::forget();
-		EXPECT_EQ(board::call("drv_flash_init", {instance}), 0u);
+		const harness::holdings before = harness::held();
+		harness::forget();
+		EXPECT_EQ(harness::call("drv_flash_init", {instance}), 0u);
 		EXPECT_FALSE(has_entry(instance));
-		EXPECT_EQ(board::log(), log_lines{said});
-		EXPECT_EQ(board::held(), before);
+		EXPECT_EQ(harness::log(), log_lines{said});
+		EXPECT_EQ(harness::held(), before);
 	}
 
 	static void expect_code_and_untouched_outputs(uint32_t instance)
 	{
 		bytes sections(8, mark), count(4, mark);
-		EXPECT_EQ(board::call("get_xml_flash_cfg", {instance, &sections, &count}), xml_attribute_unreadable);
+		EXPECT_EQ(harness::call("get_xml_flash_cfg", {instance, &sections, &count}), xml_attribute_unreadable);
 		EXPECT_EQ(sections, bytes(8, mark));
 		EXPECT_EQ(count, bytes(4, mark));
 	}
@@ -100,21 +100,21 @@ TEST_F(config_section_rows, may_have_attributes_of_somebody_else)
 
 TEST_F(config_section_rows, are_read_attribute_by_attribute)
 {
-	board::call("drv_flash_init", {0x402});
+	harness::call("drv_flash_init", {0x402});
 	EXPECT_EQ(steps(), joined({usrdata_absent, configured_from_single_table(0x402, 3)}));
-	EXPECT_EQ(board::log(), log_lines{});
+	EXPECT_EQ(harness::log(), log_lines{});
 }
 
 TEST_F(config_section_rows, hold_zeros_where_the_reader_wrote_nothing)
 {
-	board::fail_always("xml_get_attr_value_u32", 0);
-	board::fail_always("xml_get_attr_string", 0);
+	harness::fail_always("xml_get_attr_value_u32", 0);
+	harness::fail_always("xml_get_attr_string", 0);
 	EXPECT_EQ(sections_of(0x401), bytes(section_row_size, 0));
 }
 
 TEST_F(config_section_rows, end_a_name_that_the_reader_left_without_an_end)
 {
-	board::forge("xml_get_attr_string", 0, 2, bytes(40, 'n'));
+	harness::forge("xml_get_attr_string", 0, 2, bytes(40, 'n'));
 	EXPECT_EQ(sections_of(0x300 + 39), row(1, std::string(39, 'n'), 0, 0x1000));
 }
 
@@ -123,7 +123,7 @@ class config_section_name : public config_section_rows, public testing::WithPara
 TEST_P(config_section_name, that_fits_is_stored)
 {
 	EXPECT_EQ(sections_of(0x300 + GetParam()), row(1, name_of_length(GetParam()), 0, 0x1000));
-	EXPECT_EQ(board::log(), log_lines{});
+	EXPECT_EQ(harness::log(), log_lines{});
 }
 
 INSTANTIATE_TEST_SUITE_P(of_length, config_section_name, testing::Values(0, 1, 31, 32, 38, 39),
@@ -180,7 +180,7 @@ TEST_P(config_section_missing, drops_the_table)
 
 TEST_P(config_section_missing, ends_the_reading_there)
 {
-	board::call("drv_flash_init", {instance()});
+	harness::call("drv_flash_init", {instance()});
 	EXPECT_EQ(steps(), joined({usrdata_absent,
 				   {node_count_of(instance()), list_of(instance(), "attr"), "linux_kcalloc(3, 52)"},
 				   read(),
@@ -189,10 +189,10 @@ TEST_P(config_section_missing, ends_the_reading_there)
 
 TEST_P(config_section_missing, is_said_before_the_table_is_freed)
 {
-	board::call("drv_flash_init", {instance()});
+	harness::call("drv_flash_init", {instance()});
 	const char *const format =
 		GetParam().attribute == 1 ? "xml_get_attr_string<%s> get %s failed" : "xml_get_attr_value_u32<%s> get %s failed";
-	EXPECT_EQ(last(board::calls(), 2), (call_list{message(common, ordinary, format), freed}));
+	EXPECT_EQ(last(harness::calls(), 2), (call_list{message(common, ordinary, format), freed}));
 }
 
 TEST_P(config_section_missing, gives_the_attribute_code_and_leaves_the_outputs)
@@ -255,11 +255,11 @@ protected:
 	static uint32_t parse(uint32_t instance, bytes *section)
 	{
 		bytes count(4), list(8);
-		EXPECT_EQ(board::call("get_xml_compatible_flash_cfg", {instance, &count, &list}), 0u);
-		const uint64_t entry = u64_at(board::memory(u64_at(list, 0) + 8, 8), 0);
-		board::forget();
+		EXPECT_EQ(harness::call("get_xml_compatible_flash_cfg", {instance, &count, &list}), 0u);
+		const uint64_t entry = u64_at(harness::memory(u64_at(list, 0) + 8, 8), 0);
+		harness::forget();
 		*section = bytes(section_row_size, mark);
-		return board::call("flash_cfg_parse", {entry, section});
+		return harness::call("flash_cfg_parse", {entry, section});
 	}
 
 	// A record of marks whose first fields were read.
@@ -280,7 +280,7 @@ TEST_F(config_row_parser, reads_a_whole_row)
 	bytes section;
 	EXPECT_EQ(parse(0x402, &section), 0u);
 	EXPECT_EQ(section, with_first_fields(4));
-	EXPECT_EQ(board::calls(), row_read);
+	EXPECT_EQ(harness::calls(), row_read);
 }
 
 class config_row_parser_stops : public config_row_parser, public testing::WithParamInterface<uint32_t> {};
@@ -293,7 +293,7 @@ TEST_P(config_row_parser_stops, at_the_missing_attribute)
 	call_list read = row_read;
 	read.resize(GetParam() + 1);
 	EXPECT_EQ(deeds(), read);
-	EXPECT_EQ(board::log().size(), 1u);
+	EXPECT_EQ(harness::log().size(), 1u);
 }
 
 INSTANTIATE_TEST_SUITE_P(number, config_row_parser_stops, testing::Values(0, 1, 2, 3),

@@ -12,7 +12,7 @@ constexpr uint32_t unconfigured = 99, no_nodes = 1, other_nodes = 2, single = 3,
 
 class config_table_choice : public on_loaded_module {
 protected:
-	void prepare() override { board::configure("tables"); }
+	void prepare() override { harness::configure("tables"); }
 
 	static constexpr uint8_t mark = 0xA5;
 
@@ -27,9 +27,9 @@ protected:
 
 	static outcome choose(uint32_t instance)
 	{
-		board::forget();
+		harness::forget();
 		outcome made = {};
-		made.code = board::call("get_xml_compatible_flash_cfg", {instance, &made.count, &made.list});
+		made.code = harness::call("get_xml_compatible_flash_cfg", {instance, &made.count, &made.list});
 		return made;
 	}
 
@@ -38,7 +38,7 @@ protected:
 		EXPECT_EQ(made.code, 0u);
 		EXPECT_EQ(u32_at(made.count, 0), entries);
 		EXPECT_FALSE(made.list_untouched());
-		EXPECT_EQ(board::log(), log_lines{});
+		EXPECT_EQ(harness::log(), log_lines{});
 	}
 
 	static void expect_failure(const outcome &made, uint32_t code, const log_lines &said)
@@ -46,7 +46,7 @@ protected:
 		EXPECT_EQ(made.code, code);
 		EXPECT_TRUE(made.count_untouched());
 		EXPECT_TRUE(made.list_untouched());
-		EXPECT_EQ(board::log(), said);
+		EXPECT_EQ(harness::log(), said);
 	}
 
 	static log_line bom_value_unreadable(uint32_t instance)
@@ -79,14 +79,14 @@ TEST_F(config_table_choice, without_nodes_is_no_failure)
 	EXPECT_EQ(made.code, 0u);
 	EXPECT_EQ(u32_at(made.count, 0), 0u);
 	EXPECT_TRUE(made.list_untouched());
-	EXPECT_EQ(board::log(), log_lines{no_section_table});
+	EXPECT_EQ(harness::log(), log_lines{no_section_table});
 	EXPECT_EQ(deeds(), call_list{node_count_of(no_nodes)});
 }
 
 TEST_F(config_table_choice, ignores_other_nodes)
 {
 	EXPECT_EQ(choose(other_nodes).code, 0u);
-	EXPECT_EQ(board::log(), log_lines{no_section_table});
+	EXPECT_EQ(harness::log(), log_lines{no_section_table});
 }
 
 TEST_F(config_table_choice, of_an_unknown_instance_gives_the_parsers_code)
@@ -95,7 +95,7 @@ TEST_F(config_table_choice, of_an_unknown_instance_gives_the_parsers_code)
 	EXPECT_NE(made.code, 0u);
 	EXPECT_TRUE(made.count_untouched());
 	EXPECT_TRUE(made.list_untouched());
-	EXPECT_EQ(board::log(), log_lines{no_node_count});
+	EXPECT_EQ(harness::log(), log_lines{no_node_count});
 	EXPECT_EQ(deeds(), call_list{node_count_of(unconfigured)});
 }
 
@@ -112,7 +112,7 @@ TEST_F(config_table_choice, single_without_entries)
 	const outcome made = choose(single_empty);
 	EXPECT_EQ(made.code, 0u);
 	EXPECT_EQ(u32_at(made.count, 0), 0u);
-	EXPECT_EQ(board::log(), log_lines{});
+	EXPECT_EQ(harness::log(), log_lines{});
 }
 
 TEST_F(config_table_choice, single_does_not_ask_for_the_variant)
@@ -171,7 +171,7 @@ TEST_F(config_table_choice, variant_without_entries)
 	const outcome made = choose(variant_empty);
 	EXPECT_EQ(made.code, 0u);
 	EXPECT_EQ(u32_at(made.count, 0), 0u);
-	EXPECT_EQ(board::log(), log_lines{});
+	EXPECT_EQ(harness::log(), log_lines{});
 }
 
 // ------------------------------------------------------------------------------------ failures
@@ -180,49 +180,49 @@ class config_table_code : public config_table_choice, public testing::WithParamI
 
 TEST_P(config_table_code, of_the_node_count_is_passed_on)
 {
-	board::fail("xml_get_specified_node_num", GetParam());
+	harness::fail("xml_get_specified_node_num", GetParam());
 	expect_failure(choose(single), GetParam(), {no_node_count});
 	EXPECT_EQ(deeds(), call_list{node_count_of(single)});
 }
 
 TEST_P(config_table_code, of_the_bom_value_is_passed_on)
 {
-	board::fail("drv_board_get_bom_value", GetParam());
+	harness::fail("drv_board_get_bom_value", GetParam());
 	expect_failure(choose(variant_2), GetParam(), {bom_value_unreadable(variant_2)});
 	EXPECT_EQ(deeds(), (call_list{node_count_of(variant_2), bom_value_of(variant_2)}));
 }
 
 TEST_P(config_table_code, of_the_single_list_is_replaced)
 {
-	board::fail("xml_get_entry_list", GetParam());
+	harness::fail("xml_get_entry_list", GetParam());
 	expect_failure(choose(single), xml_node_unreadable, {single_unreadable(single)});
 }
 
 TEST_P(config_table_code, of_a_variants_list_is_replaced)
 {
-	board::fail("xml_get_entry_list", GetParam());
+	harness::fail("xml_get_entry_list", GetParam());
 	expect_failure(choose(variant_2), xml_node_unreadable, {variant_unreadable(variant_2, 2)});
 }
 
 TEST_P(config_table_code, of_the_plain_list_among_variants_is_replaced)
 {
-	board::fail("xml_get_entry_list", GetParam());
+	harness::fail("xml_get_entry_list", GetParam());
 	expect_failure(choose(variant_none), xml_node_unreadable, {plain_unreadable(variant_none)});
 }
 
 TEST_P(config_table_code, reaches_the_table_reader)
 {
-	board::fail("xml_get_specified_node_num", GetParam());
+	harness::fail("xml_get_specified_node_num", GetParam());
 	bytes sections(8, mark), count(4, mark);
-	EXPECT_EQ(board::call("get_xml_flash_cfg", {single, &sections, &count}), GetParam());
+	EXPECT_EQ(harness::call("get_xml_flash_cfg", {single, &sections, &count}), GetParam());
 	EXPECT_EQ(sections, bytes(8, mark));
 	EXPECT_EQ(count, bytes(4, mark));
 }
 
 TEST_P(config_table_code, becomes_an_instance_without_sections)
 {
-	board::fail("xml_get_specified_node_num", GetParam());
-	EXPECT_EQ(board::call("drv_flash_init", {single}), 0u);
+	harness::fail("xml_get_specified_node_num", GetParam());
+	EXPECT_EQ(harness::call("drv_flash_init", {single}), 0u);
 	EXPECT_FALSE(has_entry(single));
 }
 
@@ -233,7 +233,7 @@ class config_variant_name : public config_table_choice, public testing::WithPara
 
 TEST_P(config_variant_name, that_cannot_be_formed_fails_without_a_message)
 {
-	board::fail("sprintf_s", GetParam());
+	harness::fail("sprintf_s", GetParam());
 	expect_failure(choose(variant_2), variant_name_failed, {});
 	EXPECT_EQ(deeds(), (call_list{node_count_of(variant_2), bom_value_of(variant_2), variant_name_formed}));
 }
@@ -243,7 +243,7 @@ INSTANTIATE_TEST_SUITE_P(giving, config_variant_name, testing::Values(-1, -22, -
 
 TEST_F(config_table_choice, takes_only_a_negative_result_of_forming_the_name_for_a_failure)
 {
-	board::fail("sprintf_s", 0);
+	harness::fail("sprintf_s", 0);
 	expect_failure(choose(variant_2), xml_node_unreadable, {variant_unreadable(variant_2, 2)});
 	EXPECT_EQ(deeds().back(), list_of(variant_2, ""));
 }
@@ -252,23 +252,23 @@ TEST_F(config_table_choice, takes_only_a_negative_result_of_forming_the_name_for
 
 TEST_F(config_table_choice, node_count_that_was_not_written_is_0)
 {
-	board::fail("xml_get_specified_node_num", 0);
+	harness::fail("xml_get_specified_node_num", 0);
 	const outcome made = choose(single);
 	EXPECT_EQ(made.code, 0u);
 	EXPECT_EQ(u32_at(made.count, 0), 0u);
-	EXPECT_EQ(board::log(), log_lines{no_section_table});
+	EXPECT_EQ(harness::log(), log_lines{no_section_table});
 }
 
 TEST_F(config_table_choice, bom_value_that_was_not_written_is_0)
 {
-	board::fail("drv_board_get_bom_value", 0);
+	harness::fail("drv_board_get_bom_value", 0);
 	expect_list(choose(variant_2), 1);
 	EXPECT_EQ(deeds().back(), list_of(variant_2, "attr"));
 }
 
 TEST_F(config_table_choice, list_that_was_not_written_is_empty)
 {
-	board::fail("xml_get_entry_list", 0);
+	harness::fail("xml_get_entry_list", 0);
 	const outcome made = choose(single);
 	EXPECT_EQ(made.code, 0u);
 	EXPECT_EQ(made.count, bytes(4, 0));
@@ -277,11 +277,11 @@ TEST_F(config_table_choice, list_that_was_not_written_is_empty)
 
 TEST_F(config_table_choice, list_that_was_not_written_makes_no_entry)
 {
-	board::fail("xml_get_entry_list", 0);
-	EXPECT_EQ(board::call("drv_flash_init", {single}), 0u);
+	harness::fail("xml_get_entry_list", 0);
+	EXPECT_EQ(harness::call("drv_flash_init", {single}), 0u);
 	EXPECT_FALSE(has_entry(single));
 	EXPECT_FALSE(called("linux_kcalloc"));
-	EXPECT_EQ(board::log(), log_lines{});
+	EXPECT_EQ(harness::log(), log_lines{});
 }
 
 class config_table_failure : public config_table_choice {
@@ -289,7 +289,7 @@ protected:
 	static void expect_from_table_reader(uint32_t instance, uint32_t code)
 	{
 		bytes sections(8, mark), count(4, mark);
-		EXPECT_EQ(board::call("get_xml_flash_cfg", {instance, &sections, &count}), code);
+		EXPECT_EQ(harness::call("get_xml_flash_cfg", {instance, &sections, &count}), code);
 		EXPECT_EQ(sections, bytes(8, mark));
 		EXPECT_EQ(count, bytes(4, mark));
 	}
@@ -302,7 +302,7 @@ TEST_F(config_table_failure, of_a_missing_variant_reaches_the_table_reader)
 
 TEST_F(config_table_failure, of_a_variants_name_reaches_the_table_reader)
 {
-	board::fail("sprintf_s", -1);
+	harness::fail("sprintf_s", -1);
 	expect_from_table_reader(variant_2, variant_name_failed);
 }
 

@@ -10,11 +10,11 @@ class config_usrdata : public on_board {
 protected:
 	static void load(std::string_view configuration = "bare")
 	{
-		board::configure(configuration);
-		ASSERT_EQ(board::load(), 0u);
+		harness::configure(configuration);
+		ASSERT_EQ(harness::load(), 0u);
 	}
 
-	static bytes recorded() { return board::global("g_usrdata_mtd_name", 40); }
+	static bytes recorded() { return harness::global("g_usrdata_mtd_name", 40); }
 
 	static bytes recorded_as(std::string_view name)
 	{
@@ -26,9 +26,9 @@ protected:
 	// The calls of one more look, made directly.
 	static call_list look_again()
 	{
-		board::forget();
-		board::call("get_usrdata_mtd_name", {});
-		return board::calls();
+		harness::forget();
+		harness::call("get_usrdata_mtd_name", {});
+		return harness::calls();
 	}
 
 	static log_line copy_failed_with(int code)
@@ -41,38 +41,38 @@ const call_list look_with_success = joined({usrdata_present, {message(common, or
 
 TEST_F(config_usrdata, is_recorded_by_name)
 {
-	board::add_mtd({.name = "usrdata"});
+	harness::add_mtd({.name = "usrdata"});
 	load();
 	EXPECT_EQ(recorded(), recorded_as("usrdata"));
 }
 
 TEST_F(config_usrdata, is_said_to_the_common_log)
 {
-	board::add_mtd({.name = "usrdata"});
+	harness::add_mtd({.name = "usrdata"});
 	load();
-	EXPECT_EQ(board::log().at(1), usrdata_found);
+	EXPECT_EQ(harness::log().at(1), usrdata_found);
 }
 
 TEST_F(config_usrdata, is_released_before_its_name_is_copied)
 {
-	board::add_mtd({.name = "usrdata"});
+	harness::add_mtd({.name = "usrdata"});
 	load();
 	EXPECT_EQ(look_again(), look_with_success);
 }
 
 TEST_F(config_usrdata, is_not_held)
 {
-	const int index = board::add_mtd({.name = "usrdata"});
+	const int index = harness::add_mtd({.name = "usrdata"});
 	load();
-	EXPECT_EQ(board::mtd_use_count(index), 0);
+	EXPECT_EQ(harness::mtd_use_count(index), 0);
 }
 
 TEST_F(config_usrdata, absent_leaves_the_name_empty_and_says_nothing)
 {
-	board::add_mtd({.name = "config"});
+	harness::add_mtd({.name = "config"});
 	load();
 	EXPECT_EQ(recorded(), bytes(40, 0));
-	EXPECT_EQ(board::log(), (log_lines{load_begins, no_section_table, no_listed_partitions}));
+	EXPECT_EQ(harness::log(), (log_lines{load_begins, no_section_table, no_listed_partitions}));
 	EXPECT_EQ(look_again(), usrdata_absent);
 }
 
@@ -80,19 +80,19 @@ class config_usrdata_of_type : public config_usrdata, public testing::WithParamI
 
 TEST_P(config_usrdata_of_type, counts)
 {
-	board::add_mtd({.name = "usrdata", .type = GetParam()});
+	harness::add_mtd({.name = "usrdata", .type = GetParam()});
 	load();
 	EXPECT_EQ(recorded(), recorded_as("usrdata"));
 }
 
 INSTANTIATE_TEST_SUITE_P(type, config_usrdata_of_type,
-			 testing::Values(board::mtd_ram, board::mtd_nor, board::mtd_nand, board::mtd_mlc_nand));
+			 testing::Values(harness::mtd_ram, harness::mtd_nor, harness::mtd_nand, harness::mtd_mlc_nand));
 
 class config_usrdata_nearly : public config_usrdata, public testing::WithParamInterface<const char *> {};
 
 TEST_P(config_usrdata_nearly, does_not_count)
 {
-	board::add_mtd({.name = GetParam()});
+	harness::add_mtd({.name = GetParam()});
 	load();
 	EXPECT_EQ(recorded(), bytes(40, 0));
 }
@@ -104,21 +104,21 @@ class config_usrdata_lookup : public config_usrdata, public testing::WithParamIn
 
 TEST_P(config_usrdata_lookup, without_a_device_ends_the_look_silently)
 {
-	board::add_mtd({.name = "usrdata"});
-	board::fail("get_mtd_device_nm", GetParam());
+	harness::add_mtd({.name = "usrdata"});
+	harness::fail("get_mtd_device_nm", GetParam());
 	load();
-	EXPECT_EQ(board::faults_hit(), 1u);
+	EXPECT_EQ(harness::faults_hit(), 1u);
 	EXPECT_EQ(recorded(), bytes(40, 0));
 	EXPECT_FALSE(called("put_mtd_device"));
 	EXPECT_FALSE(called("strcpy_s"));
-	EXPECT_EQ(board::log(), (log_lines{load_begins, no_section_table, no_listed_partitions}));
+	EXPECT_EQ(harness::log(), (log_lines{load_begins, no_section_table, no_listed_partitions}));
 }
 
 TEST_P(config_usrdata_lookup, without_a_device_keeps_what_was_recorded)
 {
-	board::add_mtd({.name = "usrdata"});
+	harness::add_mtd({.name = "usrdata"});
 	load();
-	board::fail("get_mtd_device_nm", GetParam());
+	harness::fail("get_mtd_device_nm", GetParam());
 	EXPECT_EQ(look_again(), usrdata_absent);
 	EXPECT_EQ(recorded(), recorded_as("usrdata"));
 }
@@ -130,10 +130,10 @@ class config_usrdata_copy : public config_usrdata, public testing::WithParamInte
 
 TEST_P(config_usrdata_copy, that_fails_is_said_and_does_not_matter)
 {
-	board::add_mtd({.name = "usrdata"});
-	board::fail("strcpy_s", GetParam());
+	harness::add_mtd({.name = "usrdata"});
+	harness::fail("strcpy_s", GetParam());
 	load("plain");
-	EXPECT_EQ(board::log(), joined_lines({{load_begins, copy_failed_with(GetParam())}, plain_partitions_listed}));
+	EXPECT_EQ(harness::log(), joined_lines({{load_begins, copy_failed_with(GetParam())}, plain_partitions_listed}));
 	EXPECT_EQ(recorded(), bytes(40, 0));
 	EXPECT_TRUE(has_entry(default_instance));
 }
@@ -143,25 +143,25 @@ INSTANTIATE_TEST_SUITE_P(with, config_usrdata_copy, testing::Values(1, 22, 34, 2
 
 TEST_F(config_usrdata, stays_recorded_when_the_device_goes)
 {
-	const int index = board::add_mtd({.name = "usrdata"});
+	const int index = harness::add_mtd({.name = "usrdata"});
 	load();
-	board::remove_mtd(index);
+	harness::remove_mtd(index);
 	EXPECT_EQ(look_again(), usrdata_absent);
-	EXPECT_EQ(board::log(), log_lines{});
+	EXPECT_EQ(harness::log(), log_lines{});
 	EXPECT_EQ(recorded(), recorded_as("usrdata"));
 }
 
 TEST_F(config_usrdata, is_found_by_a_later_look)
 {
 	load();
-	board::add_mtd({.name = "usrdata"});
+	harness::add_mtd({.name = "usrdata"});
 	EXPECT_EQ(look_again(), look_with_success);
 	EXPECT_EQ(recorded(), recorded_as("usrdata"));
 }
 
 TEST_F(config_usrdata, is_recorded_anew_with_the_same_text)
 {
-	board::add_mtd({.name = "usrdata"});
+	harness::add_mtd({.name = "usrdata"});
 	load();
 	for (int i = 0; i < 3; ++i)
 		EXPECT_EQ(look_again(), look_with_success);
@@ -170,10 +170,10 @@ TEST_F(config_usrdata, is_recorded_anew_with_the_same_text)
 
 TEST_F(config_usrdata, is_forgotten_by_an_unload)
 {
-	const int index = board::add_mtd({.name = "usrdata"});
+	const int index = harness::add_mtd({.name = "usrdata"});
 	load();
-	board::unload();
-	board::remove_mtd(index);
+	harness::unload();
+	harness::remove_mtd(index);
 	load();
 	EXPECT_EQ(recorded(), bytes(40, 0));
 }
@@ -181,27 +181,27 @@ TEST_F(config_usrdata, is_forgotten_by_an_unload)
 TEST_F(config_usrdata, is_looked_for_before_the_table_is_chosen)
 {
 	load("tables");
-	board::forget();
-	board::call("drv_flash_init", {3});
+	harness::forget();
+	harness::call("drv_flash_init", {3});
 	EXPECT_EQ(steps().at(0), usrdata_absent.at(0));
 	EXPECT_EQ(steps().at(1), node_count_of(3));
 }
 
 TEST_F(config_usrdata, is_looked_for_even_when_there_is_no_table)
 {
-	board::add_mtd({.name = "usrdata"});
+	harness::add_mtd({.name = "usrdata"});
 	load("unconfigured");
 	EXPECT_EQ(recorded(), recorded_as("usrdata"));
-	EXPECT_EQ(board::log(), (log_lines{load_begins, usrdata_found, no_node_count, no_listed_partitions}));
+	EXPECT_EQ(harness::log(), (log_lines{load_begins, usrdata_found, no_node_count, no_listed_partitions}));
 }
 
 TEST_F(config_usrdata, is_looked_for_with_each_table_read)
 {
-	board::add_mtd({.name = "usrdata"});
+	harness::add_mtd({.name = "usrdata"});
 	load("tables");
-	board::forget();
+	harness::forget();
 	for (uint32_t instance : {3, 5, 6})
-		board::call("drv_flash_init", {instance});
+		harness::call("drv_flash_init", {instance});
 	EXPECT_EQ(times_called("get_mtd_device_nm"), 3);
 	EXPECT_EQ(times_called("put_mtd_device"), 3);
 }
@@ -209,8 +209,8 @@ TEST_F(config_usrdata, is_looked_for_with_each_table_read)
 TEST_F(config_usrdata, is_not_looked_for_when_the_instance_has_its_entry)
 {
 	load("plain");
-	board::forget();
-	board::call("drv_flash_init", {default_instance});
+	harness::forget();
+	harness::call("drv_flash_init", {default_instance});
 	EXPECT_FALSE(called("get_mtd_device_nm"));
 }
 

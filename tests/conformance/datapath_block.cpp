@@ -14,20 +14,21 @@ TEST_F(datapath_block, read_opens_seeks_reads_and_closes)
 {
 	bytes buf(0x30);
 	EXPECT_EQ(mtd_read("nor", 0x120, &buf, 0x30), 0u);
-	EXPECT_EQ(board::calls(),
+	EXPECT_EQ(harness::calls(),
 		  (call_list{"memset_s(-, 16, 0, 16)", "memset_s(-, 32, 0, 32)", "get_mtd_device_nm(\"nor\")", "put_mtd_device(-)",
 			     "snprintf_s(-, 32, 31, \"/dev/mtdblock%d\")", "filp_open(\"/dev/mtdblock0\", 0x0, 0x0)",
 			     "vfs_llseek(-, 288, 0)", "kernel_read(-, -, 48, -)", "filp_close(-, -)"}));
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(datapath_block, write_opens_seeks_writes_flushes_and_closes)
 {
 	EXPECT_EQ(mtd_write("nor", 0x120, pattern(0x30), 0x30), 0u);
-	EXPECT_EQ(board::calls(), (call_list{"get_mtd_device_nm(\"nor\")", "put_mtd_device(-)",
-					     "snprintf_s(-, 32, 31, \"/dev/mtdblock%d\")", "filp_open(\"/dev/mtdblock0\", 0x2, 0x0)",
-					     "vfs_llseek(-, 288, 0)", "kernel_write(-, -, 48, -)", "vfs_fsync(-, 0)", "filp_close(-, -)"}));
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::calls(),
+		  (call_list{"get_mtd_device_nm(\"nor\")", "put_mtd_device(-)", "snprintf_s(-, 32, 31, \"/dev/mtdblock%d\")",
+			     "filp_open(\"/dev/mtdblock0\", 0x2, 0x0)", "vfs_llseek(-, 288, 0)", "kernel_write(-, -, 48, -)",
+			     "vfs_fsync(-, 0)", "filp_close(-, -)"}));
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(datapath_block, read_seeks_to_the_start_too)
@@ -39,7 +40,7 @@ TEST_F(datapath_block, read_seeks_to_the_start_too)
 
 TEST_F(datapath_block, offset_is_widened_without_its_sign)
 {
-	add({.name = "large", .size = 0xFFFF0000, .type = board::mtd_nor});
+	add({.name = "large", .size = 0xFFFF0000, .type = harness::mtd_nor});
 	bytes buf(16);
 	EXPECT_EQ(mtd_read("large", 0x80000010, &buf, 16), 0u);
 	EXPECT_EQ(calls_of("vfs_llseek"), call_list{"vfs_llseek(-, 2147483664, 0)"});
@@ -57,7 +58,7 @@ TEST_F(datapath_block, transfers_take_no_lock_and_no_memory)
 
 TEST_F(datapath_block, listed_partition_that_is_not_nand_goes_through_its_block_device)
 {
-	const int index = add({.name = "listed_nor", .size = 0x20000, .type = board::mtd_nor});
+	const int index = add({.name = "listed_nor", .size = 0x20000, .type = harness::mtd_nor});
 	bytes buf(16);
 	EXPECT_EQ(mtd_read("listed_nor", 0x18000, &buf, 16), 0u);
 	EXPECT_EQ(buf, original(index, 0x18000, 16));
@@ -118,7 +119,7 @@ TEST_F(datapath_block, write_that_uses_part_of_its_buffer_writes_no_more)
 
 TEST_F(datapath_block, ram_is_a_block_device_too)
 {
-	const int ram = add({.name = "ram", .size = 0x10000, .type = board::mtd_ram});
+	const int ram = add({.name = "ram", .size = 0x10000, .type = harness::mtd_ram});
 	EXPECT_EQ(mtd_write("ram", 0x333, pattern(100, 4), 100), 0u);
 	expect_changed(ram, 0x333, pattern(100, 4));
 }
@@ -138,19 +139,19 @@ class datapath_block_open : public on_nor, public testing::WithParamInterface<lo
 
 TEST_P(datapath_block_open, failure_ends_a_read)
 {
-	board::fail("filp_open", GetParam());
+	harness::fail("filp_open", GetParam());
 	bytes buf(16, 0xEE);
 	EXPECT_EQ(mtd_read("nor", 0, &buf, 16), not_opened);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "mtd read: open /dev/mtdblock0 failed ret=" + std::to_string(GetParam()))});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "mtd read: open /dev/mtdblock0 failed ret=" + std::to_string(GetParam()))});
 	EXPECT_EQ(deeds().back(), "filp_open(\"/dev/mtdblock0\", 0x0, 0x0)");
 	EXPECT_EQ(buf, bytes(16, 0xEE));
 }
 
 TEST_P(datapath_block_open, failure_ends_a_write)
 {
-	board::fail("filp_open", GetParam());
+	harness::fail("filp_open", GetParam());
 	EXPECT_EQ(mtd_write("nor", 0, pattern(16), 16), not_opened);
-	EXPECT_EQ(board::log(),
+	EXPECT_EQ(harness::log(),
 		  log_lines{own_log(ordinary, "mtd write: open /dev/mtdblock0 fail. (ret=" + std::to_string(GetParam()) + ")")});
 	EXPECT_EQ(deeds().back(), "filp_open(\"/dev/mtdblock0\", 0x2, 0x0)");
 	expect_unchanged(nor);
@@ -179,7 +180,7 @@ protected:
 	void prepare() override
 	{
 		on_partitions::prepare();
-		largest = board::add_mtd({.name = "largest", .size = 0xFFFFFFFF, .type = board::mtd_ram, .erase_size = 0xFFFF});
+		largest = harness::add_mtd({.name = "largest", .size = 0xFFFFFFFF, .type = harness::mtd_ram, .erase_size = 0xFFFF});
 	}
 
 	int largest = -1;
@@ -197,25 +198,25 @@ class datapath_block_seek : public on_largest_partition, public testing::WithPar
 
 TEST_P(datapath_block_seek, to_another_place_ends_a_read)
 {
-	board::fail("vfs_llseek", GetParam().result);
+	harness::fail("vfs_llseek", GetParam().result);
 	bytes buf(4, 0xEE);
 	EXPECT_EQ(mtd_read("largest", GetParam().asked, &buf, 4), failed);
-	EXPECT_EQ(board::log(),
+	EXPECT_EQ(harness::log(),
 		  log_lines{own_log(ordinary, "mtd read: mtd largest lseek failed, ret = " + decimal(GetParam().printed) + " ")});
 	EXPECT_EQ(last_three_calls(), g_after_bad_seek);
-	EXPECT_EQ(board::held().open_files, 0);
+	EXPECT_EQ(harness::held().open_files, 0);
 	EXPECT_EQ(buf, bytes(4, 0xEE));
 }
 
 TEST_P(datapath_block_seek, to_another_place_ends_a_write)
 {
-	board::fail("vfs_llseek", GetParam().result);
+	harness::fail("vfs_llseek", GetParam().result);
 	EXPECT_EQ(mtd_write("largest", GetParam().asked, pattern(4), 4), failed);
-	EXPECT_EQ(board::log(),
+	EXPECT_EQ(harness::log(),
 		  log_lines{own_log(ordinary, "mtd write: mtd largest lseek failed, ret = " + decimal(GetParam().printed) + " ")});
 	EXPECT_EQ(last_three_calls(), g_after_bad_seek);
-	EXPECT_EQ(board::held().open_files, 0);
-	EXPECT_EQ(board::mtd_content(largest, 0, 4), bytes(4, 0xFF));
+	EXPECT_EQ(harness::held().open_files, 0);
+	EXPECT_EQ(harness::mtd_content(largest, 0, 4), bytes(4, 0xFF));
 }
 
 INSTANTIATE_TEST_SUITE_P(of, datapath_block_seek,
@@ -231,20 +232,20 @@ class datapath_block_seek_by_low_bits : public on_largest_partition, public test
 
 TEST_P(datapath_block_seek_by_low_bits, is_good_enough_for_a_read)
 {
-	board::set_mtd_content(largest, 0, pattern(4));
-	board::fail("vfs_llseek", GetParam().result);
+	harness::set_mtd_content(largest, 0, pattern(4));
+	harness::fail("vfs_llseek", GetParam().result);
 	bytes buf(4);
 	EXPECT_EQ(mtd_read("largest", GetParam().asked, &buf, 4), 0u);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 	EXPECT_EQ(buf, pattern(4)) << "the file is still at its start";
 }
 
 TEST_P(datapath_block_seek_by_low_bits, is_good_enough_for_a_write)
 {
-	board::fail("vfs_llseek", GetParam().result);
+	harness::fail("vfs_llseek", GetParam().result);
 	EXPECT_EQ(mtd_write("largest", GetParam().asked, pattern(4), 4), 0u);
-	EXPECT_EQ(board::log(), log_lines());
-	EXPECT_EQ(board::mtd_content(largest, 0, 4), pattern(4));
+	EXPECT_EQ(harness::log(), log_lines());
+	EXPECT_EQ(harness::mtd_content(largest, 0, 4), pattern(4));
 }
 
 INSTANTIATE_TEST_SUITE_P(of, datapath_block_seek_by_low_bits,
@@ -260,22 +261,22 @@ class datapath_block_count : public on_largest_partition, public testing::WithPa
 
 TEST_P(datapath_block_count, that_differs_ends_a_read)
 {
-	board::fail("kernel_read", GetParam().result);
+	harness::fail("kernel_read", GetParam().result);
 	bytes buf(64, 0xEE);
 	EXPECT_EQ(mtd_read("largest", 0, &buf, GetParam().asked), failed);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "mtd largest read failed, ret = " + decimal(GetParam().printed) + " ")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "mtd largest read failed, ret = " + decimal(GetParam().printed) + " ")});
 	EXPECT_EQ(last_three_calls(), (call_list{"kernel_read", "drv_log_record", "filp_close"}));
-	EXPECT_EQ(board::held().open_files, 0);
+	EXPECT_EQ(harness::held().open_files, 0);
 }
 
 TEST_P(datapath_block_count, that_differs_ends_a_write_without_a_flush)
 {
-	board::fail("kernel_write", GetParam().result);
+	harness::fail("kernel_write", GetParam().result);
 	EXPECT_EQ(mtd_write("largest", 0, pattern(64), GetParam().asked), failed);
-	EXPECT_EQ(board::log(),
+	EXPECT_EQ(harness::log(),
 		  log_lines{own_log(ordinary, "mtd write: mtd largest write failed, ret = " + decimal(GetParam().printed) + " ")});
 	EXPECT_EQ(last_three_calls(), (call_list{"kernel_write", "drv_log_record", "filp_close"}));
-	EXPECT_EQ(board::held().open_files, 0);
+	EXPECT_EQ(harness::held().open_files, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(of, datapath_block_count,
@@ -291,17 +292,17 @@ class datapath_block_count_by_low_bits : public on_largest_partition, public tes
 
 TEST_P(datapath_block_count_by_low_bits, is_good_enough_for_a_read)
 {
-	board::fail("kernel_read", GetParam().result);
+	harness::fail("kernel_read", GetParam().result);
 	bytes buf(64);
 	EXPECT_EQ(mtd_read("largest", 0, &buf, GetParam().asked), 0u);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_P(datapath_block_count_by_low_bits, is_good_enough_for_a_write)
 {
-	board::fail("kernel_write", GetParam().result);
+	harness::fail("kernel_write", GetParam().result);
 	EXPECT_EQ(mtd_write("largest", 0, pattern(64), GetParam().asked), 0u);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 	EXPECT_TRUE(called("vfs_fsync"));
 }
 
@@ -316,7 +317,7 @@ protected:
 	void prepare() override
 	{
 		on_partitions::prepare();
-		odd = add({.name = "odd", .size = 0x20100, .type = board::mtd_ram, .erase_size = 0x100});
+		odd = add({.name = "odd", .size = 0x20100, .type = harness::mtd_ram, .erase_size = 0x100});
 	}
 
 	int odd = -1;
@@ -326,11 +327,11 @@ TEST_F(datapath_block_short, read_fails_and_leaves_what_it_got_in_the_buffer)
 {
 	bytes buf(0x20, 0xEE);
 	EXPECT_EQ(mtd_read("odd", 0x1FFF0, &buf, 0x20), failed);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "mtd odd read failed, ret = 16 ")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "mtd odd read failed, ret = 16 ")});
 	bytes expected = original(odd, 0x1FFF0, 0x10);
 	expected.insert(expected.end(), 0x10, 0xEE);
 	EXPECT_EQ(buf, expected);
-	EXPECT_EQ(board::held().open_files, 0);
+	EXPECT_EQ(harness::held().open_files, 0);
 }
 
 TEST_F(datapath_block_short, read_up_to_the_end_of_the_block_device_is_whole)
@@ -344,7 +345,7 @@ TEST_F(datapath_block_short, read_right_behind_the_block_device_gets_nothing)
 {
 	bytes buf(0x10, 0xEE);
 	EXPECT_EQ(mtd_read("odd", 0x20000, &buf, 0x10), failed);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "mtd odd read failed, ret = 0 ")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "mtd odd read failed, ret = 0 ")});
 	EXPECT_EQ(buf, bytes(0x10, 0xEE));
 }
 
@@ -352,38 +353,38 @@ TEST_F(datapath_block_short, read_farther_behind_the_block_device_cannot_seek)
 {
 	bytes buf(0x10, 0xEE);
 	EXPECT_EQ(mtd_read("odd", 0x20001, &buf, 0x10), failed);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "mtd read: mtd odd lseek failed, ret = 4294967274 ")});
-	EXPECT_EQ(board::held().open_files, 0);
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "mtd read: mtd odd lseek failed, ret = 4294967274 ")});
+	EXPECT_EQ(harness::held().open_files, 0);
 }
 
 TEST_F(datapath_block_short, write_fails_without_a_flush)
 {
 	EXPECT_EQ(mtd_write("odd", 0x1FFF0, pattern(0x20), 0x20), failed);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "mtd write: mtd odd write failed, ret = 16 ")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "mtd write: mtd odd write failed, ret = 16 ")});
 	EXPECT_FALSE(called("vfs_fsync"));
-	EXPECT_EQ(board::held().open_files, 0);
+	EXPECT_EQ(harness::held().open_files, 0);
 }
 
 TEST_F(datapath_block_short, write_right_behind_the_block_device_finds_no_room)
 {
 	EXPECT_EQ(mtd_write("odd", 0x20000, pattern(0x10), 0x10), failed);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "mtd write: mtd odd write failed, ret = 4294967268 ")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "mtd write: mtd odd write failed, ret = 4294967268 ")});
 }
 
 TEST_F(datapath_block_short, write_farther_behind_the_block_device_cannot_seek)
 {
 	EXPECT_EQ(mtd_write("odd", 0x20001, pattern(0x10), 0x10), failed);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "mtd write: mtd odd lseek failed, ret = 4294967274 ")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "mtd write: mtd odd lseek failed, ret = 4294967274 ")});
 }
 
 // ---------------------------------------------------------------------------------------------------------------- flushing
 
 TEST_F(datapath_block, flush_that_fails_does_not_matter)
 {
-	board::fail("vfs_fsync", error_io);
+	harness::fail("vfs_fsync", error_io);
 	EXPECT_EQ(mtd_write("nor", 0x10, pattern(16), 16), 0u);
-	EXPECT_EQ(board::log(), log_lines());
-	EXPECT_EQ(board::faults_hit(), 1u);
+	EXPECT_EQ(harness::log(), log_lines());
+	EXPECT_EQ(harness::faults_hit(), 1u);
 	EXPECT_EQ(call_names().back(), "filp_close");
 }
 
@@ -396,9 +397,9 @@ TEST_F(datapath_block, read_does_not_flush)
 
 TEST_F(datapath_block, content_is_on_the_flash_when_the_write_returns)
 {
-	const auto before = board::mtd_count(nor);
+	const auto before = harness::mtd_count(nor);
 	EXPECT_EQ(mtd_write("nor", 0x10, pattern(16), 16), 0u);
-	const auto after = board::mtd_count(nor);
+	const auto after = harness::mtd_count(nor);
 	EXPECT_GT(after.writes, before.writes);
 	EXPECT_GT(after.erases, before.erases);
 	expect_changed(nor, 0x10, pattern(16));
@@ -406,11 +407,11 @@ TEST_F(datapath_block, content_is_on_the_flash_when_the_write_returns)
 
 TEST_F(datapath_block, read_leaves_the_flash_alone)
 {
-	const auto before = board::mtd_count(nor);
+	const auto before = harness::mtd_count(nor);
 	bytes buf(0x20000);
 	EXPECT_EQ(mtd_read("nor", 0, &buf, 0x20000), 0u);
-	EXPECT_EQ(board::mtd_count(nor).writes, before.writes);
-	EXPECT_EQ(board::mtd_count(nor).erases, before.erases);
+	EXPECT_EQ(harness::mtd_count(nor).writes, before.writes);
+	EXPECT_EQ(harness::mtd_count(nor).erases, before.erases);
 }
 
 // ---------------------------------------------------------------------------------------------------------------- sweeps
@@ -437,12 +438,12 @@ TEST_P(datapath_block_read_failure, holds_nothing_and_the_next_read_succeeds)
 
 TEST_P(datapath_block_read_failure, holds_nothing_when_it_stays)
 {
-	const board::holdings before = board::held();
-	board::fail_always(GetParam().function, GetParam().result);
+	const harness::holdings before = harness::held();
+	harness::fail_always(GetParam().function, GetParam().result);
 	bytes buf(0x40);
 	for (int i = 0; i < 3; ++i)
 		EXPECT_NE(mtd_read("nor", 0x123, &buf, 0x40), 0u);
-	EXPECT_EQ(board::held(), before);
+	EXPECT_EQ(harness::held(), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(in, datapath_block_read_failure,
@@ -462,17 +463,17 @@ TEST_P(datapath_block_write_failure, changes_nothing_and_the_next_write_succeeds
 				expect_changed(nor, 0x123, data);
 			else
 				expect_unchanged(nor);
-			board::set_mtd_content(nor, 0x123, original(nor, 0x123, 0x40));
+			harness::set_mtd_content(nor, 0x123, original(nor, 0x123, 0x40));
 		});
 }
 
 TEST_P(datapath_block_write_failure, holds_nothing_when_it_stays)
 {
-	const board::holdings before = board::held();
-	board::fail_always(GetParam().function, GetParam().result);
+	const harness::holdings before = harness::held();
+	harness::fail_always(GetParam().function, GetParam().result);
 	for (int i = 0; i < 3; ++i)
 		EXPECT_NE(mtd_write("nor", 0x123, pattern(0x40), 0x40), 0u);
-	EXPECT_EQ(board::held(), before);
+	EXPECT_EQ(harness::held(), before);
 	expect_unchanged(nor);
 }
 

@@ -7,7 +7,7 @@
 namespace conformance {
 namespace {
 
-using board::flash_operation;
+using harness::flash_operation;
 
 constexpr uint32_t g_block = 0x10000, g_within_block = 0x100;
 constexpr uint32_t g_erase_failed = 0x7005000A, g_program_failed = 0x7005000B; // statuses of the flash service
@@ -27,8 +27,8 @@ protected:
 	// An erase block is erased, all of it, and the others hold what they held at first.
 	void expect_first_block_erased(int index, uint32_t size) const
 	{
-		EXPECT_TRUE(board::mtd_content(index, 0, g_block) == bytes(g_block, 0xFF));
-		EXPECT_TRUE(board::mtd_content(index, g_block, size - g_block) == original(index, g_block, size - g_block));
+		EXPECT_TRUE(harness::mtd_content(index, 0, g_block) == bytes(g_block, 0xFF));
+		EXPECT_TRUE(harness::mtd_content(index, g_block, size - g_block) == original(index, g_block, size - g_block));
 	}
 
 	const bytes data_ = pattern(16, 40);
@@ -54,7 +54,7 @@ TEST_F(datapath_flash_error, of_a_section_can_appear_before_the_file_is_closed)
 
 TEST_F(datapath_flash_error, does_not_keep_the_last_close_from_writing_what_was_not_flushed)
 {
-	board::fail("vfs_fsync", error_io);
+	harness::fail("vfs_fsync", error_io);
 	EXPECT_EQ(mtd_write("nor", g_within_block, data_, 16), 0u);
 	expect_changed(nor, g_within_block, data_);
 }
@@ -63,23 +63,23 @@ TEST_F(datapath_flash_error, does_not_keep_the_last_close_from_writing_what_was_
 
 TEST_F(datapath_flash_error, in_the_erase_of_a_block_device_is_answered_0_and_nothing_is_written)
 {
-	board::fail_flash(nor, flash_operation::erase);
+	harness::fail_flash(nor, flash_operation::erase);
 	EXPECT_EQ(mtd_write("nor", g_within_block, data_, 16), 0u);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 	expect_unchanged(nor);
 }
 
 TEST_F(datapath_flash_error, in_the_program_of_a_block_device_is_answered_0_and_a_whole_erase_block_is_left_erased)
 {
-	board::fail_flash(nor, flash_operation::write);
+	harness::fail_flash(nor, flash_operation::write);
 	EXPECT_EQ(mtd_write("nor", g_within_block, data_, 16), 0u);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 	expect_first_block_erased(nor, nor_size);
 }
 
 TEST_F(datapath_flash_error, of_a_block_device_is_found_by_reading_back)
 {
-	board::fail_flash(nor, flash_operation::erase);
+	harness::fail_flash(nor, flash_operation::erase);
 	EXPECT_EQ(mtd_write("nor", g_within_block, data_, 16), 0u);
 	bytes present(16);
 	EXPECT_EQ(mtd_read("nor", g_within_block, &present, 16), 0u);
@@ -91,11 +91,11 @@ TEST_F(datapath_flash_error, of_a_block_device_is_found_by_reading_back)
 // Until the task returns to user space its block device is in use, and Linux's cache has what the flash has not.
 TEST_F(datapath_flash_error, of_a_block_device_is_not_found_by_reading_back_within_the_system_call)
 {
-	board::fail_flash(nor, flash_operation::erase);
+	harness::fail_flash(nor, flash_operation::erase);
 	bytes data = data_, present(16);
-	const board::kernel_call write = {"drv_flash_mtd_write", {"nor", g_within_block, &data, 16}},
-				 read = {"drv_flash_mtd_read", {"nor", g_within_block, &present, 16}};
-	EXPECT_EQ(board::one_system_call({write, read}), (std::vector<uint32_t>{0, 0}));
+	const harness::kernel_call write = {"drv_flash_mtd_write", {"nor", g_within_block, &data, 16}},
+				   read = {"drv_flash_mtd_read", {"nor", g_within_block, &present, 16}};
+	EXPECT_EQ(harness::one_system_call({write, read}), (std::vector<uint32_t>{0, 0}));
 	EXPECT_EQ(present, data_);
 }
 
@@ -103,18 +103,18 @@ TEST_F(datapath_flash_error, of_a_block_device_is_not_found_by_reading_back_with
 
 TEST_F(datapath_flash_error, in_the_erase_of_a_section_is_reported)
 {
-	board::fail_flash(nor, flash_operation::erase);
+	harness::fail_flash(nor, flash_operation::erase);
 	EXPECT_EQ(section_write(default_instance, one, section_start + g_within_block, data_, 16), short_write);
-	EXPECT_EQ(board::log(), log_lines{short_transfer_said(direction::write, "nor", 16, error_io)});
+	EXPECT_EQ(harness::log(), log_lines{short_transfer_said(direction::write, "nor", 16, error_io)});
 	expect_unchanged(nor);
-	EXPECT_EQ(board::held().open_files, 0);
+	EXPECT_EQ(harness::held().open_files, 0);
 }
 
 TEST_F(datapath_flash_error, in_the_program_of_a_section_is_reported_and_a_whole_erase_block_is_left_erased)
 {
-	board::fail_flash(nor, flash_operation::write);
+	harness::fail_flash(nor, flash_operation::write);
 	EXPECT_EQ(section_write(default_instance, one, section_start + g_within_block, data_, 16), short_write);
-	EXPECT_EQ(board::log(), log_lines{short_transfer_said(direction::write, "nor", 16, error_io)});
+	EXPECT_EQ(harness::log(), log_lines{short_transfer_said(direction::write, "nor", 16, error_io)});
 	expect_first_block_erased(nor, nor_size);
 }
 
@@ -122,20 +122,20 @@ TEST_F(datapath_flash_error, in_the_program_of_a_section_is_reported_and_a_whole
 
 TEST_F(datapath_flash_error, in_the_erase_of_nand_is_the_status_of_the_flash_service)
 {
-	board::fail_flash(nand, flash_operation::erase);
+	harness::fail_flash(nand, flash_operation::erase);
 	EXPECT_EQ(mtd_write("nand", g_within_block, data_, 16), g_erase_failed);
 	expect_unchanged(nand);
-	board::fail_flash(listed, flash_operation::erase);
+	harness::fail_flash(listed, flash_operation::erase);
 	EXPECT_EQ(mtd_write("listed", g_within_block, data_, 16), g_erase_failed);
 	expect_unchanged(listed);
 }
 
 TEST_F(datapath_flash_error, in_the_program_of_nand_is_the_status_of_the_flash_service)
 {
-	board::fail_flash(nand, flash_operation::write);
+	harness::fail_flash(nand, flash_operation::write);
 	EXPECT_EQ(mtd_write("nand", g_within_block, data_, 16), g_program_failed);
 	expect_first_block_erased(nand, nand_size);
-	board::fail_flash(listed, flash_operation::write);
+	harness::fail_flash(listed, flash_operation::write);
 	EXPECT_EQ(mtd_write("listed", g_within_block, data_, 16), g_program_failed);
 	expect_first_block_erased(listed, nand_size);
 }

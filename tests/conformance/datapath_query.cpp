@@ -20,9 +20,9 @@ class datapath_name_length : public on_loaded_module, public testing::WithParamI
 
 TEST_P(datapath_name_length, is_judged_without_a_message_or_a_call)
 {
-	EXPECT_EQ(board::call("flash_check_name", {std::string(GetParam().length, 'n')}), GetParam().code);
-	EXPECT_EQ(board::log(), log_lines());
-	EXPECT_EQ(board::calls(), call_list());
+	EXPECT_EQ(harness::call("flash_check_name", {std::string(GetParam().length, 'n')}), GetParam().code);
+	EXPECT_EQ(harness::log(), log_lines());
+	EXPECT_EQ(harness::calls(), call_list());
 }
 
 INSTANTIATE_TEST_SUITE_P(of, datapath_name_length,
@@ -35,23 +35,23 @@ class datapath_name : public on_loaded_module {};
 
 TEST_F(datapath_name, that_is_null_is_invalid)
 {
-	EXPECT_EQ(board::call("flash_check_name", {nullptr}), invalid);
-	EXPECT_EQ(board::log(), log_lines());
-	EXPECT_EQ(board::calls(), call_list());
+	EXPECT_EQ(harness::call("flash_check_name", {nullptr}), invalid);
+	EXPECT_EQ(harness::log(), log_lines());
+	EXPECT_EQ(harness::calls(), call_list());
 }
 
 TEST_F(datapath_name, may_hold_any_character)
 {
-	EXPECT_EQ(board::call("flash_check_name", {"\x01 /%s\xff"}), 0u);
+	EXPECT_EQ(harness::call("flash_check_name", {"\x01 /%s\xff"}), 0u);
 }
 
 // ---------------------------------------------------------------------------------------------------------------- device info
 
 constexpr std::size_t g_info_size = 16;
 
-uint32_t get_info(board::argument name, bytes *info)
+uint32_t get_info(harness::argument name, bytes *info)
 {
-	return board::call("drv_mtd_get_info", {std::move(name), info});
+	return harness::call("drv_mtd_get_info", {std::move(name), info});
 }
 
 class datapath_info : public on_three_partitions {};
@@ -60,9 +60,9 @@ TEST_F(datapath_info, looks_the_partition_up_and_releases_it)
 {
 	bytes info(g_info_size);
 	EXPECT_EQ(get_info("nand", &info), 0u);
-	EXPECT_EQ(board::calls(), (call_list{"get_mtd_device_nm(\"nand\")", "put_mtd_device(-)"}));
-	EXPECT_EQ(board::log(), log_lines());
-	EXPECT_EQ(board::mtd_use_count(nand), 0);
+	EXPECT_EQ(harness::calls(), (call_list{"get_mtd_device_nm(\"nand\")", "put_mtd_device(-)"}));
+	EXPECT_EQ(harness::log(), log_lines());
+	EXPECT_EQ(harness::mtd_use_count(nand), 0);
 }
 
 TEST_F(datapath_info, holds_size_index_and_type)
@@ -71,7 +71,7 @@ TEST_F(datapath_info, holds_size_index_and_type)
 	EXPECT_EQ(get_info("listed", &info), 0u);
 	EXPECT_EQ(u64_at(info, 0), nand_size);
 	EXPECT_EQ(u32_at(info, 8), static_cast<uint32_t>(listed));
-	EXPECT_EQ(u32_at(info, 12), board::mtd_nand);
+	EXPECT_EQ(u32_at(info, 12), harness::mtd_nand);
 }
 
 TEST_F(datapath_info, is_three_fields_and_not_a_byte_more)
@@ -81,7 +81,7 @@ TEST_F(datapath_info, is_three_fields_and_not_a_byte_more)
 	EXPECT_EQ(bytes(info.begin() + g_info_size, info.end()), bytes(8, 0xEE));
 	EXPECT_EQ(u64_at(info, 0), nor_size);
 	EXPECT_EQ(u32_at(info, 8), static_cast<uint32_t>(nor));
-	EXPECT_EQ(u32_at(info, 12), board::mtd_nor);
+	EXPECT_EQ(u32_at(info, 12), harness::mtd_nor);
 }
 
 TEST_F(datapath_info, gives_the_number_of_the_device_file)
@@ -105,7 +105,7 @@ TEST_F(datapath_info, is_fresh_at_each_call)
 {
 	bytes info(g_info_size);
 	EXPECT_EQ(get_info("nand", &info), 0u);
-	board::remove_mtd(nand);
+	harness::remove_mtd(nand);
 	EXPECT_EQ(get_info("nand", &info), no_partition);
 	add({.name = "nand", .size = 0x80000, .index = 9});
 	EXPECT_EQ(get_info("nand", &info), 0u);
@@ -116,14 +116,14 @@ TEST_F(datapath_info, is_fresh_at_each_call)
 TEST_F(datapath_info, of_a_missing_record_is_refused_after_the_name_was_looked_at)
 {
 	EXPECT_EQ(get_info("nand", nullptr), invalid);
-	EXPECT_EQ(board::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
 	EXPECT_EQ(deeds(), call_list());
 }
 
 TEST_F(datapath_info, of_a_bad_name_and_a_missing_record_is_refused_once)
 {
 	EXPECT_EQ(get_info("", nullptr), invalid);
-	EXPECT_EQ(board::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
 	EXPECT_EQ(deeds(), call_list());
 }
 
@@ -131,7 +131,7 @@ TEST_F(datapath_info, of_a_null_name_is_refused)
 {
 	bytes info(g_info_size, 0xEE);
 	EXPECT_EQ(get_info(nullptr, &info), invalid);
-	EXPECT_EQ(board::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
 	EXPECT_EQ(info, bytes(g_info_size, 0xEE));
 	EXPECT_EQ(deeds(), call_list());
 }
@@ -158,7 +158,7 @@ TEST_P(datapath_bad_name, has_no_info)
 {
 	bytes info(g_info_size, 0xEE);
 	EXPECT_EQ(get_info(GetParam().text, &info), invalid);
-	EXPECT_EQ(board::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
 	EXPECT_EQ(deeds(), call_list());
 	EXPECT_EQ(info, bytes(g_info_size, 0xEE));
 }
@@ -166,8 +166,8 @@ TEST_P(datapath_bad_name, has_no_info)
 TEST_P(datapath_bad_name, has_no_size)
 {
 	bytes size(8, 0xEE);
-	EXPECT_EQ(board::call("drv_flash_get_mtd_size", {GetParam().text, &size}), invalid);
-	EXPECT_EQ(board::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {GetParam().text, &size}), invalid);
+	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
 	EXPECT_EQ(deeds(), call_list());
 	EXPECT_EQ(size, bytes(8, 0xEE));
 }
@@ -180,7 +180,7 @@ TEST_P(datapath_absent_name, has_no_info)
 {
 	bytes info(g_info_size, 0xEE);
 	EXPECT_EQ(get_info(GetParam().text, &info), no_partition);
-	EXPECT_EQ(board::log(), log_lines{g_not_found});
+	EXPECT_EQ(harness::log(), log_lines{g_not_found});
 	EXPECT_EQ(deeds(), call_list{"get_mtd_device_nm(\"" + GetParam().text + "\")"});
 	EXPECT_EQ(info, bytes(g_info_size, 0xEE));
 }
@@ -188,8 +188,8 @@ TEST_P(datapath_absent_name, has_no_info)
 TEST_P(datapath_absent_name, has_no_size)
 {
 	bytes size(8, 0xEE);
-	EXPECT_EQ(board::call("drv_flash_get_mtd_size", {GetParam().text, &size}), no_partition);
-	EXPECT_EQ(board::log(), log_lines{g_not_found});
+	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {GetParam().text, &size}), no_partition);
+	EXPECT_EQ(harness::log(), log_lines{g_not_found});
 	EXPECT_EQ(deeds(), call_list{"get_mtd_device_nm(\"" + GetParam().text + "\")"});
 	EXPECT_EQ(size, bytes(8, 0xEE));
 }
@@ -202,7 +202,7 @@ protected:
 	void SetUp() override
 	{
 		on_partitions::SetUp();
-		board::fail("get_mtd_device_nm", GetParam());
+		harness::fail("get_mtd_device_nm", GetParam());
 	}
 };
 
@@ -210,7 +210,7 @@ TEST_P(datapath_no_device, means_no_info_and_nothing_to_release)
 {
 	bytes info(g_info_size, 0xEE);
 	EXPECT_EQ(get_info("nand", &info), no_partition);
-	EXPECT_EQ(board::log(), log_lines{g_not_found});
+	EXPECT_EQ(harness::log(), log_lines{g_not_found});
 	EXPECT_FALSE(called("put_mtd_device"));
 	EXPECT_EQ(info, bytes(g_info_size, 0xEE));
 }
@@ -218,8 +218,8 @@ TEST_P(datapath_no_device, means_no_info_and_nothing_to_release)
 TEST_P(datapath_no_device, means_no_size)
 {
 	bytes size(8, 0xEE);
-	EXPECT_EQ(board::call("drv_flash_get_mtd_size", {"nand", &size}), no_partition);
-	EXPECT_EQ(board::log(), log_lines{g_not_found});
+	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {"nand", &size}), no_partition);
+	EXPECT_EQ(harness::log(), log_lines{g_not_found});
 	EXPECT_FALSE(called("put_mtd_device"));
 	EXPECT_EQ(size, bytes(8, 0xEE));
 }
@@ -247,44 +247,44 @@ class datapath_size : public on_three_partitions {};
 TEST_F(datapath_size, is_stored_after_one_look_at_the_device)
 {
 	bytes size(8, 0xEE);
-	EXPECT_EQ(board::call("drv_flash_get_mtd_size", {"nor", &size}), 0u);
+	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {"nor", &size}), 0u);
 	EXPECT_EQ(u64_at(size, 0), nor_size);
-	EXPECT_EQ(board::calls(), (call_list{"get_mtd_device_nm(\"nor\")", "put_mtd_device(-)"}));
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::calls(), (call_list{"get_mtd_device_nm(\"nor\")", "put_mtd_device(-)"}));
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(datapath_size, is_eight_bytes)
 {
 	bytes size(12, 0xEE);
-	EXPECT_EQ(board::call("drv_flash_get_mtd_size", {"nor", &size}), 0u);
+	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {"nor", &size}), 0u);
 	EXPECT_EQ(u32_at(size, 8), 0xEEEEEEEEu);
 }
 
 TEST_F(datapath_size, without_a_place_for_it_is_refused_with_one_message)
 {
-	EXPECT_EQ(board::call("drv_flash_get_mtd_size", {"nor", nullptr}), invalid);
-	EXPECT_EQ(board::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {"nor", nullptr}), invalid);
+	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
 	EXPECT_EQ(deeds(), call_list());
 }
 
 TEST_F(datapath_size, of_a_null_name_is_refused_with_one_message)
 {
 	bytes size(8, 0xEE);
-	EXPECT_EQ(board::call("drv_flash_get_mtd_size", {nullptr, &size}), invalid);
-	EXPECT_EQ(board::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {nullptr, &size}), invalid);
+	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
 	EXPECT_EQ(size, bytes(8, 0xEE));
 }
 
 TEST_F(datapath_size, of_a_null_name_to_nowhere_is_refused_with_one_message)
 {
-	EXPECT_EQ(board::call("drv_flash_get_mtd_size", {nullptr, nullptr}), invalid);
-	EXPECT_EQ(board::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {nullptr, nullptr}), invalid);
+	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
 }
 
 TEST_F(datapath_size, of_an_absent_partition_to_nowhere_is_an_invalid_argument)
 {
-	EXPECT_EQ(board::call("drv_flash_get_mtd_size", {"nowhere", nullptr}), invalid);
-	EXPECT_EQ(board::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {"nowhere", nullptr}), invalid);
+	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
 	EXPECT_EQ(deeds(), call_list());
 }
 
@@ -292,9 +292,9 @@ class datapath_large_size : public on_partitions, public testing::WithParamInter
 
 TEST_P(datapath_large_size, is_given_in_64_bits)
 {
-	add({.name = "large", .size = GetParam(), .type = board::mtd_ram});
+	add({.name = "large", .size = GetParam(), .type = harness::mtd_ram});
 	bytes size(8);
-	EXPECT_EQ(board::call("drv_flash_get_mtd_size", {"large", &size}), 0u);
+	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {"large", &size}), 0u);
 	EXPECT_EQ(u64_at(size, 0), GetParam());
 	bytes info(g_info_size);
 	EXPECT_EQ(get_info("large", &info), 0u);
@@ -320,26 +320,26 @@ class datapath_without_usrdata : public on_partitions {};
 TEST_F(datapath_without_usrdata, the_part_count_is_0_and_a_failure)
 {
 	bytes num(4, 0xEE);
-	EXPECT_EQ(board::call("drv_flash_get_nand_part_num", {&num}), failed);
+	EXPECT_EQ(harness::call("drv_flash_get_nand_part_num", {&num}), failed);
 	EXPECT_EQ(u32_at(num, 0), 0u);
-	EXPECT_EQ(board::log(), log_lines{no_usrdata("")});
+	EXPECT_EQ(harness::log(), log_lines{no_usrdata("")});
 	EXPECT_EQ(deeds(), call_list{"get_mtd_device_nm(\"\")"});
 }
 
 TEST_F(datapath_without_usrdata, the_partition_does_not_exist_which_is_no_failure)
 {
 	bytes exist(4, 0xEE);
-	EXPECT_EQ(board::call("drv_flash_get_nand_is_exist", {&exist}), 0u);
+	EXPECT_EQ(harness::call("drv_flash_get_nand_is_exist", {&exist}), 0u);
 	EXPECT_EQ(u32_at(exist, 0), 0u);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 	EXPECT_EQ(deeds(), call_list{"get_mtd_device_nm(\"\")"});
 }
 
 TEST_F(datapath_without_usrdata, the_size_info_fails_with_two_messages_and_touches_the_count_alone)
 {
 	bytes info(g_part_info_size, 0xEE);
-	EXPECT_EQ(board::call("drv_flash_get_nand_part_size_info", {&info}), failed);
-	EXPECT_EQ(board::log(), (log_lines{no_usrdata(""), g_no_part_num}));
+	EXPECT_EQ(harness::call("drv_flash_get_nand_part_size_info", {&info}), failed);
+	EXPECT_EQ(harness::log(), (log_lines{no_usrdata(""), g_no_part_num}));
 	bytes expected(g_part_info_size, 0xEE);
 	std::fill_n(expected.begin(), 4, 0);
 	EXPECT_EQ(info, expected);
@@ -350,8 +350,8 @@ TEST_F(datapath_without_usrdata, one_that_comes_after_the_load_is_not_seen)
 {
 	add({.name = "usrdata", .size = 0x10000});
 	bytes num(4);
-	EXPECT_EQ(board::call("drv_flash_get_nand_part_num", {&num}), failed);
-	EXPECT_EQ(board::log(), log_lines{no_usrdata("")});
+	EXPECT_EQ(harness::call("drv_flash_get_nand_part_num", {&num}), failed);
+	EXPECT_EQ(harness::log(), log_lines{no_usrdata("")});
 }
 
 class datapath_usrdata : public on_partitions {
@@ -368,27 +368,27 @@ protected:
 TEST_F(datapath_usrdata, counts_as_one_part)
 {
 	bytes num(8, 0xEE);
-	EXPECT_EQ(board::call("drv_flash_get_nand_part_num", {&num}), 0u);
+	EXPECT_EQ(harness::call("drv_flash_get_nand_part_num", {&num}), 0u);
 	EXPECT_EQ(u32_at(num, 0), 1u);
 	EXPECT_EQ(u32_at(num, 4), 0xEEEEEEEEu);
-	EXPECT_EQ(board::calls(), (call_list{"get_mtd_device_nm(\"usrdata\")", "put_mtd_device(-)"}));
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::calls(), (call_list{"get_mtd_device_nm(\"usrdata\")", "put_mtd_device(-)"}));
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(datapath_usrdata, exists)
 {
 	bytes exist(8, 0xEE);
-	EXPECT_EQ(board::call("drv_flash_get_nand_is_exist", {&exist}), 0u);
+	EXPECT_EQ(harness::call("drv_flash_get_nand_is_exist", {&exist}), 0u);
 	EXPECT_EQ(u32_at(exist, 0), 1u);
 	EXPECT_EQ(u32_at(exist, 4), 0xEEEEEEEEu);
-	EXPECT_EQ(board::calls(), (call_list{"get_mtd_device_nm(\"usrdata\")", "put_mtd_device(-)"}));
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::calls(), (call_list{"get_mtd_device_nm(\"usrdata\")", "put_mtd_device(-)"}));
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(datapath_usrdata, has_a_size_info_of_two_fields)
 {
 	bytes info = pattern(g_part_info_size);
-	EXPECT_EQ(board::call("drv_flash_get_nand_part_size_info", {&info}), 0u);
+	EXPECT_EQ(harness::call("drv_flash_get_nand_part_size_info", {&info}), 0u);
 	EXPECT_EQ(u32_at(info, 0), 1u);
 	EXPECT_EQ(u64_at(info, g_part_info_field), 0x30000u);
 	const bytes before = pattern(g_part_info_size);
@@ -399,86 +399,86 @@ TEST_F(datapath_usrdata, has_a_size_info_of_two_fields)
 TEST_F(datapath_usrdata, is_looked_up_twice_for_its_size_info)
 {
 	bytes info(g_part_info_size);
-	EXPECT_EQ(board::call("drv_flash_get_nand_part_size_info", {&info}), 0u);
-	EXPECT_EQ(board::calls(), (call_list{"get_mtd_device_nm(\"usrdata\")", "put_mtd_device(-)", "get_mtd_device_nm(\"usrdata\")",
-					     "put_mtd_device(-)"}));
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::call("drv_flash_get_nand_part_size_info", {&info}), 0u);
+	EXPECT_EQ(harness::calls(), (call_list{"get_mtd_device_nm(\"usrdata\")", "put_mtd_device(-)", "get_mtd_device_nm(\"usrdata\")",
+					       "put_mtd_device(-)"}));
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(datapath_usrdata, that_went_away_is_missed_by_name)
 {
-	board::remove_mtd(usrdata);
+	harness::remove_mtd(usrdata);
 	bytes num(4, 0xEE);
-	EXPECT_EQ(board::call("drv_flash_get_nand_part_num", {&num}), failed);
+	EXPECT_EQ(harness::call("drv_flash_get_nand_part_num", {&num}), failed);
 	EXPECT_EQ(u32_at(num, 0), 0u);
-	EXPECT_EQ(board::log(), log_lines{no_usrdata("usrdata")});
+	EXPECT_EQ(harness::log(), log_lines{no_usrdata("usrdata")});
 }
 
 TEST_F(datapath_usrdata, that_went_away_does_not_exist)
 {
-	board::remove_mtd(usrdata);
+	harness::remove_mtd(usrdata);
 	bytes exist(4, 0xEE);
-	EXPECT_EQ(board::call("drv_flash_get_nand_is_exist", {&exist}), 0u);
+	EXPECT_EQ(harness::call("drv_flash_get_nand_is_exist", {&exist}), 0u);
 	EXPECT_EQ(u32_at(exist, 0), 0u);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(datapath_usrdata, without_a_place_for_the_count_is_refused_silently)
 {
-	EXPECT_EQ(board::call("drv_flash_get_nand_part_num", {nullptr}), null_pointer);
-	EXPECT_EQ(board::calls(), call_list());
+	EXPECT_EQ(harness::call("drv_flash_get_nand_part_num", {nullptr}), null_pointer);
+	EXPECT_EQ(harness::calls(), call_list());
 }
 
 TEST_F(datapath_usrdata, without_a_place_for_the_size_info_is_refused_silently)
 {
-	EXPECT_EQ(board::call("drv_flash_get_nand_part_size_info", {nullptr}), null_pointer);
-	EXPECT_EQ(board::calls(), call_list());
+	EXPECT_EQ(harness::call("drv_flash_get_nand_part_size_info", {nullptr}), null_pointer);
+	EXPECT_EQ(harness::calls(), call_list());
 }
 
 TEST_F(datapath_usrdata, without_a_place_for_the_answer_is_refused_silently)
 {
-	EXPECT_EQ(board::call("drv_flash_get_nand_is_exist", {nullptr}), null_pointer);
-	EXPECT_EQ(board::calls(), call_list());
+	EXPECT_EQ(harness::call("drv_flash_get_nand_is_exist", {nullptr}), null_pointer);
+	EXPECT_EQ(harness::calls(), call_list());
 }
 
 class datapath_usrdata_lost : public datapath_usrdata, public testing::WithParamInterface<long long> {};
 
 TEST_P(datapath_usrdata_lost, makes_the_count_fail)
 {
-	board::fail("get_mtd_device_nm", GetParam());
+	harness::fail("get_mtd_device_nm", GetParam());
 	bytes num(4, 0xEE);
-	EXPECT_EQ(board::call("drv_flash_get_nand_part_num", {&num}), failed);
+	EXPECT_EQ(harness::call("drv_flash_get_nand_part_num", {&num}), failed);
 	EXPECT_EQ(u32_at(num, 0), 0u);
-	EXPECT_EQ(board::log(), log_lines{no_usrdata("usrdata")});
+	EXPECT_EQ(harness::log(), log_lines{no_usrdata("usrdata")});
 	EXPECT_FALSE(called("put_mtd_device"));
 }
 
 TEST_P(datapath_usrdata_lost, makes_the_answer_0)
 {
-	board::fail("get_mtd_device_nm", GetParam());
+	harness::fail("get_mtd_device_nm", GetParam());
 	bytes exist(4, 0xEE);
-	EXPECT_EQ(board::call("drv_flash_get_nand_is_exist", {&exist}), 0u);
+	EXPECT_EQ(harness::call("drv_flash_get_nand_is_exist", {&exist}), 0u);
 	EXPECT_EQ(u32_at(exist, 0), 0u);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 	EXPECT_FALSE(called("put_mtd_device"));
 }
 
 TEST_P(datapath_usrdata_lost, at_the_first_look_up_makes_the_size_info_fail_with_two_messages)
 {
-	board::fail("get_mtd_device_nm", GetParam());
+	harness::fail("get_mtd_device_nm", GetParam());
 	bytes info(g_part_info_size, 0xEE);
-	EXPECT_EQ(board::call("drv_flash_get_nand_part_size_info", {&info}), failed);
-	EXPECT_EQ(board::log(), (log_lines{no_usrdata("usrdata"), g_no_part_num}));
+	EXPECT_EQ(harness::call("drv_flash_get_nand_part_size_info", {&info}), failed);
+	EXPECT_EQ(harness::log(), (log_lines{no_usrdata("usrdata"), g_no_part_num}));
 	EXPECT_EQ(u32_at(info, 0), 0u);
 	EXPECT_EQ(u64_at(info, g_part_info_field), 0xEEEEEEEEEEEEEEEEu);
 }
 
 TEST_P(datapath_usrdata_lost, at_the_second_look_up_makes_the_size_info_fail_with_one_message)
 {
-	board::fail("get_mtd_device_nm", GetParam(), 2);
+	harness::fail("get_mtd_device_nm", GetParam(), 2);
 	bytes info(g_part_info_size, 0xEE);
-	EXPECT_EQ(board::call("drv_flash_get_nand_part_size_info", {&info}), failed);
-	EXPECT_EQ(board::log(), log_lines{no_usrdata("usrdata")});
+	EXPECT_EQ(harness::call("drv_flash_get_nand_part_size_info", {&info}), failed);
+	EXPECT_EQ(harness::log(), log_lines{no_usrdata("usrdata")});
 	EXPECT_EQ(u32_at(info, 0), 1u);
 	EXPECT_EQ(u64_at(info, g_part_info_field), 0xEEEEEEEEEEEEEEEEu);
 	EXPECT_EQ(deeds(), (call_list{"get_mtd_device_nm(\"usrdata\")", "put_mtd_device(-)", "get_mtd_device_nm(\"usrdata\")"}));
@@ -489,13 +489,13 @@ INSTANTIATE_TEST_SUITE_P(given_as, datapath_usrdata_lost, testing::Values(0, err
 
 class datapath_giant_usrdata : public on_loaded_module {
 protected:
-	void prepare() override { board::add_mtd({.name = "usrdata", .size = 0x500000000}); }
+	void prepare() override { harness::add_mtd({.name = "usrdata", .size = 0x500000000}); }
 };
 
 TEST_F(datapath_giant_usrdata, has_its_whole_size_in_the_size_info)
 {
 	bytes info(g_part_info_size);
-	EXPECT_EQ(board::call("drv_flash_get_nand_part_size_info", {&info}), 0u);
+	EXPECT_EQ(harness::call("drv_flash_get_nand_part_size_info", {&info}), 0u);
 	EXPECT_EQ(u64_at(info, g_part_info_field), 0x500000000u);
 }
 
@@ -510,8 +510,8 @@ class datapath_nand_type : public on_loaded_module, public testing::WithParamInt
 
 TEST_P(datapath_nand_type, is_told_from_others)
 {
-	EXPECT_EQ(board::call("drv_flash_mtd_is_nand", {GetParam().type}), GetParam().is_nand);
-	EXPECT_EQ(board::calls(), call_list());
+	EXPECT_EQ(harness::call("drv_flash_mtd_is_nand", {GetParam().type}), GetParam().is_nand);
+	EXPECT_EQ(harness::calls(), call_list());
 }
 
 INSTANTIATE_TEST_SUITE_P(of, datapath_nand_type,
@@ -526,13 +526,13 @@ INSTANTIATE_TEST_SUITE_P(of, datapath_nand_type,
 TEST_F(datapath_usrdata, count_fails_with_each_look_up_and_succeeds_next_time)
 {
 	bytes num(4);
-	sweep_failures("get_mtd_device_nm", error_no_device, [&] { return board::call("drv_flash_get_nand_part_num", {&num}); });
+	sweep_failures("get_mtd_device_nm", error_no_device, [&] { return harness::call("drv_flash_get_nand_part_num", {&num}); });
 }
 
 TEST_F(datapath_usrdata, size_info_fails_with_each_look_up_and_succeeds_next_time)
 {
 	bytes info(g_part_info_size);
-	sweep_failures("get_mtd_device_nm", 0, [&] { return board::call("drv_flash_get_nand_part_size_info", {&info}); });
+	sweep_failures("get_mtd_device_nm", 0, [&] { return harness::call("drv_flash_get_nand_part_size_info", {&info}); });
 }
 
 TEST_F(datapath_info, fails_with_each_look_up_and_succeeds_next_time)
@@ -544,7 +544,7 @@ TEST_F(datapath_info, fails_with_each_look_up_and_succeeds_next_time)
 TEST_F(datapath_size, fails_with_each_look_up_and_succeeds_next_time)
 {
 	bytes size(8);
-	sweep_failures("get_mtd_device_nm", 0, [&] { return board::call("drv_flash_get_mtd_size", {"nand", &size}); });
+	sweep_failures("get_mtd_device_nm", 0, [&] { return harness::call("drv_flash_get_mtd_size", {"nand", &size}); });
 }
 
 } // namespace

@@ -39,11 +39,11 @@ protected:
 	direction way() const { return GetParam(); }
 
 	// A refused request changes neither the buffer nor a partition.
-	void expect_refused(board::argument name, uint32_t offset, uint32_t len, uint32_t code, const log_lines &messages)
+	void expect_refused(harness::argument name, uint32_t offset, uint32_t len, uint32_t code, const log_lines &messages)
 	{
 		bytes buf(64, 0xEE);
 		EXPECT_EQ(transfer(way(), std::move(name), offset, &buf, len), code);
-		EXPECT_EQ(board::log(), messages);
+		EXPECT_EQ(harness::log(), messages);
 		EXPECT_EQ(buf, bytes(64, 0xEE));
 		expect_unchanged(nor);
 		expect_unchanged(nand);
@@ -81,7 +81,7 @@ TEST_P(datapath_request, for_an_unknown_name_of_31_characters_passes_the_name_ch
 TEST_P(datapath_request, looks_at_the_name_before_the_buffer)
 {
 	EXPECT_EQ(transfer(way(), "nowhere", 0, nullptr, 0), no_partition);
-	EXPECT_EQ(board::log(), (log_lines{g_no_device, name_message(way(), "nowhere", no_partition)}));
+	EXPECT_EQ(harness::log(), (log_lines{g_no_device, name_message(way(), "nowhere", no_partition)}));
 }
 
 TEST_P(datapath_request, looks_at_the_name_before_the_range)
@@ -98,14 +98,14 @@ TEST_P(datapath_request, of_no_bytes_is_refused)
 TEST_P(datapath_request, without_a_buffer_is_refused)
 {
 	EXPECT_EQ(transfer(way(), "nor", 0, nullptr, 16), no_data);
-	EXPECT_EQ(board::log(), log_lines{refusal(way(), g_no_data)});
+	EXPECT_EQ(harness::log(), log_lines{refusal(way(), g_no_data)});
 	EXPECT_EQ(deeds(), calls_of_lookup(way(), "nor"));
 }
 
 TEST_P(datapath_request, of_no_bytes_without_a_buffer_is_refused_once)
 {
 	EXPECT_EQ(transfer(way(), "listed", 0, nullptr, 0), no_data);
-	EXPECT_EQ(board::log(), log_lines{refusal(way(), g_no_data)});
+	EXPECT_EQ(harness::log(), log_lines{refusal(way(), g_no_data)});
 }
 
 TEST_P(datapath_request, of_no_bytes_is_refused_before_the_range_is_looked_at)
@@ -116,7 +116,7 @@ TEST_P(datapath_request, of_no_bytes_is_refused_before_the_range_is_looked_at)
 TEST_P(datapath_request, without_a_buffer_is_refused_before_an_overflow)
 {
 	EXPECT_EQ(transfer(way(), "nor", 0xFFFFFFFF, nullptr, 16), no_data);
-	EXPECT_EQ(board::log(), log_lines{refusal(way(), g_no_data)});
+	EXPECT_EQ(harness::log(), log_lines{refusal(way(), g_no_data)});
 }
 
 TEST_P(datapath_request, takes_no_lock_and_no_memory_when_refused)
@@ -144,7 +144,7 @@ protected:
 		const range asked = std::get<1>(GetParam());
 		bytes buf(64, 0xEE);
 		EXPECT_EQ(transfer(way(), name, asked.offset, &buf, asked.len), code);
-		EXPECT_EQ(board::log(), log_lines{refusal(way(), message)});
+		EXPECT_EQ(harness::log(), log_lines{refusal(way(), message)});
 		EXPECT_EQ(deeds(), calls_of_lookup(way(), name));
 		EXPECT_EQ(buf, bytes(64, 0xEE));
 	}
@@ -203,10 +203,10 @@ protected:
 	void expect_refused(uint32_t offset, uint32_t len)
 	{
 		SCOPED_TRACE(hexadecimal(len) + " bytes at " + hexadecimal(offset));
-		board::forget();
+		harness::forget();
 		bytes buf(64, 0xEE);
 		EXPECT_EQ(transfer(way(), "giant", offset, &buf, len), invalid);
-		EXPECT_EQ(board::log(), log_lines{refusal(way(), g_beyond)});
+		EXPECT_EQ(harness::log(), log_lines{refusal(way(), g_beyond)});
 		EXPECT_EQ(deeds(), calls_of_lookup(way(), "giant"));
 	}
 
@@ -214,9 +214,9 @@ protected:
 	{
 		SCOPED_TRACE(hexadecimal(len) + " bytes at " + hexadecimal(offset));
 		bytes buf = pattern(len, 77);
-		const bytes before = board::mtd_content(index, offset, len);
+		const bytes before = harness::mtd_content(index, offset, len);
 		EXPECT_EQ(transfer(way(), "giant", offset, &buf, len), 0u);
-		EXPECT_TRUE(way() == direction::read ? buf == before : board::mtd_content(index, offset, len) == pattern(len, 77));
+		EXPECT_TRUE(way() == direction::read ? buf == before : harness::mtd_content(index, offset, len) == pattern(len, 77));
 	}
 };
 
@@ -250,17 +250,17 @@ TEST_P(datapath_giant_partition, of_4_gib_and_a_little_is_as_large_as_the_little
 TEST_P(datapath_giant_partition, right_below_4_gib_is_as_large_as_it_is)
 {
 	const int giant = add_giant(0xFFFF0000);
-	if (type() == board::mtd_nor)
+	if (type() == harness::mtd_nor)
 		expect_accepted(giant, 0xFFFEFFF0, 0x10);
 	expect_refused(0xFFFEFFF0, 0x11);
 	expect_refused(0xFFFF0000, 1);
 	expect_refused(0, 0xFFFF0001);
 }
 
-INSTANTIATE_TEST_SUITE_P(to, datapath_giant_partition, testing::Combine(g_both, testing::Values(board::mtd_nor, board::mtd_nand)),
+INSTANTIATE_TEST_SUITE_P(to, datapath_giant_partition, testing::Combine(g_both, testing::Values(harness::mtd_nor, harness::mtd_nand)),
 			 [](const auto &row) {
 				 return as_case_name(std::get<0>(row.param)) +
-					(std::get<1>(row.param) == board::mtd_nor ? "_nor" : "_nand");
+					(std::get<1>(row.param) == harness::mtd_nor ? "_nor" : "_nand");
 			 });
 
 // ---------------------------------------------------------------------------------------------------------------- clearing the locals
@@ -275,11 +275,11 @@ class datapath_clearing : public on_nor, public testing::WithParamInterface<clea
 
 TEST_P(datapath_clearing, that_fails_ends_a_read)
 {
-	board::fail("memset_s", GetParam().first);
-	board::fail("memset_s", GetParam().second, 2);
+	harness::fail("memset_s", GetParam().first);
+	harness::fail("memset_s", GetParam().second, 2);
 	bytes buf(16, 0xEE);
 	EXPECT_EQ(mtd_read("nor", 0, &buf, 16), clear_failed);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "init mtd_info or dev_name failure, ret:" + decimal(GetParam().printed))});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "init mtd_info or dev_name failure, ret:" + decimal(GetParam().printed))});
 	EXPECT_EQ(deeds(), (call_list{"memset_s(-, 16, 0, 16)", "memset_s(-, 32, 0, 32)"}));
 	EXPECT_EQ(buf, bytes(16, 0xEE));
 }
@@ -294,14 +294,14 @@ class datapath_clearing_order : public on_nor {};
 
 TEST_F(datapath_clearing_order, comes_before_the_name_check)
 {
-	board::fail("memset_s", 1);
+	harness::fail("memset_s", 1);
 	EXPECT_EQ(mtd_read("", 0, nullptr, 0), clear_failed);
-	EXPECT_EQ(board::log().size(), 1u);
+	EXPECT_EQ(harness::log().size(), 1u);
 }
 
 TEST_F(datapath_clearing_order, has_no_place_in_a_write)
 {
-	board::fail_always("memset_s", 1);
+	harness::fail_always("memset_s", 1);
 	EXPECT_EQ(mtd_write("nor", 0, pattern(16), 16), 0u);
 	EXPECT_FALSE(called("memset_s"));
 }
@@ -320,9 +320,9 @@ TEST_P(datapath_road, is_chosen_by_the_type)
 	const auto [way, taken] = GetParam();
 	const int index = add({.name = "typed", .size = 0x20000, .type = taken.type, .index = 5});
 	ASSERT_EQ(index, 5);
-	board::fail("filp_open", error_io);
-	board::fail("plat_mtd_read_buf", 77);
-	board::fail("plat_mtd_update_buf", 77);
+	harness::fail("filp_open", error_io);
+	harness::fail("plat_mtd_read_buf", 77);
+	harness::fail("plat_mtd_update_buf", 77);
 	bytes buf(16);
 
 	const uint32_t code = transfer(way, "typed", 0x20, &buf, 16);
@@ -366,10 +366,10 @@ protected:
 
 TEST_P(datapath_path, that_cannot_be_formed_ends_the_transfer)
 {
-	board::fail("snprintf_s", -1);
+	harness::fail("snprintf_s", -1);
 	bytes buf(16, 0xEE);
 	EXPECT_EQ(transfer(GetParam().way, GetParam().name, 0, &buf, 16), copy_failed);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, GetParam().message + std::to_string(index()) + " failure")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, GetParam().message + std::to_string(index()) + " failure")});
 	EXPECT_EQ(deeds().back(), std::string("snprintf_s(-, 32, 31, \"") + GetParam().format + "\")");
 	EXPECT_EQ(buf, bytes(16, 0xEE));
 	expect_unchanged(index());
@@ -377,7 +377,7 @@ TEST_P(datapath_path, that_cannot_be_formed_ends_the_transfer)
 
 TEST_P(datapath_path, that_fails_with_any_negative_result_ends_the_transfer)
 {
-	board::fail("snprintf_s", -2147483648LL);
+	harness::fail("snprintf_s", -2147483648LL);
 	bytes buf(16);
 	EXPECT_EQ(transfer(GetParam().way, GetParam().name, 0, &buf, 16), copy_failed);
 }
@@ -391,10 +391,10 @@ TEST_P(datapath_path, is_formed_once_with_its_format)
 
 TEST_P(datapath_path, of_no_characters_is_not_a_formatting_failure)
 {
-	board::fail("snprintf_s", 0);
-	board::fail("plat_mtd_read_buf", 5);
-	board::fail("plat_mtd_update_buf", 5);
-	board::fail("filp_open", -2);
+	harness::fail("snprintf_s", 0);
+	harness::fail("plat_mtd_read_buf", 5);
+	harness::fail("plat_mtd_update_buf", 5);
+	harness::fail("filp_open", -2);
 	bytes buf(16);
 	const uint32_t code = transfer(GetParam().way, GetParam().name, 0, &buf, 16);
 	EXPECT_EQ(code, index() == nor ? not_opened : 5u);
@@ -417,8 +417,8 @@ protected:
 	void SetUp() override
 	{
 		datapath_request::SetUp();
-		board::fail_always("memset_s", 0);
-		board::fail_always("snprintf_s", 0);
+		harness::fail_always("memset_s", 0);
+		harness::fail_always("snprintf_s", 0);
 	}
 
 	uint32_t transfer_16_bytes(const char *name)

@@ -24,8 +24,8 @@ protected:
 	// A transfer that succeeds goes to this device and place.
 	void expect_served_from(std::string_view partition, int index, uint32_t position, uint32_t len)
 	{
-		EXPECT_EQ(board::calls(), section_transfer_calls(way(), partition, index, position, len));
-		EXPECT_EQ(board::log(), log_lines());
+		EXPECT_EQ(harness::calls(), section_transfer_calls(way(), partition, index, position, len));
+		EXPECT_EQ(harness::log(), log_lines());
 	}
 
 	bytes buf_ = bytes(0x1000, 0xEE);
@@ -58,11 +58,11 @@ TEST_P(datapath_section_transfer, of_length_0_succeeds_at_the_end_of_the_partiti
 TEST_P(datapath_section_transfer, forgets_the_device_after_each_call)
 {
 	EXPECT_EQ(transfer(default_instance, one, 0x1000, 4), 0u);
-	EXPECT_EQ(board::held().mtd_references, 0);
-	EXPECT_EQ(board::held().open_files, 0);
-	board::remove_mtd(nor);
-	add({.name = "nor", .size = nor_size, .type = board::mtd_nor, .index = 12});
-	board::forget();
+	EXPECT_EQ(harness::held().mtd_references, 0);
+	EXPECT_EQ(harness::held().open_files, 0);
+	harness::remove_mtd(nor);
+	add({.name = "nor", .size = nor_size, .type = harness::mtd_nor, .index = 12});
+	harness::forget();
 	EXPECT_EQ(transfer(default_instance, one, 0x1000, 4), 0u);
 	expect_served_from("nor", 12, 0, 4);
 }
@@ -117,19 +117,19 @@ TEST_P(datapath_section_transfer, takes_the_second_of_two_rows_when_the_first_is
 TEST_P(datapath_section_transfer, takes_the_sections_of_its_own_instance)
 {
 	add_nand();
-	ASSERT_EQ(board::call("drv_flash_init", {5}), 0u);
-	board::forget();
+	ASSERT_EQ(harness::call("drv_flash_init", {5}), 0u);
+	harness::forget();
 	EXPECT_EQ(transfer(5, one, 0x2010, 0x20), 0u);
 	expect_served_from("nand", nand, 0x1010, 0x20);
-	board::forget();
+	harness::forget();
 	EXPECT_EQ(transfer(default_instance, one, 0x2010, 0x20), invalid);
-	EXPECT_EQ(board::log(), log_lines{no_section_said(way(), one, 0x2010, 0x20)});
+	EXPECT_EQ(harness::log(), log_lines{no_section_said(way(), one, 0x2010, 0x20)});
 }
 
 TEST_P(datapath_section_transfer, serves_instance_0_and_section_0)
 {
-	ASSERT_EQ(board::call("drv_flash_init", {0}), 0u);
-	board::forget();
+	ASSERT_EQ(harness::call("drv_flash_init", {0}), 0u);
+	harness::forget();
 	EXPECT_EQ(transfer(0, 0, 0, 1), 0u);
 	expect_served_from("nor", nor, 0, 1);
 }
@@ -148,7 +148,7 @@ TEST_P(datapath_section_transfer, reaches_the_last_address_that_can_be_asked_for
 
 TEST_P(datapath_section_transfer, widens_the_position_without_its_sign)
 {
-	const int index = add({.name = "huge", .size = 0xFFFF0000, .type = board::mtd_nor});
+	const int index = add({.name = "huge", .size = 0xFFFF0000, .type = harness::mtd_nor});
 	EXPECT_EQ(transfer(default_instance, huge, 0x80000010, 0x10), 0u);
 	expect_served_from("huge", index, 0x80000010, 0x10);
 }
@@ -156,7 +156,7 @@ TEST_P(datapath_section_transfer, widens_the_position_without_its_sign)
 TEST_P(datapath_section_transfer, looks_up_a_name_of_39_characters_whole)
 {
 	const std::string name = "abcdefghijklmnopqrstuvwxyz0123456789ABC";
-	const int index = add({.name = name, .size = 0x10000, .type = board::mtd_nor});
+	const int index = add({.name = name, .size = 0x10000, .type = harness::mtd_nor});
 	EXPECT_EQ(transfer(default_instance, long_name, 0x10, 0x10), 0u);
 	expect_served_from(name, index, 0x10, 0x10);
 }
@@ -166,84 +166,84 @@ TEST_P(datapath_section_transfer, looks_up_a_name_of_39_characters_whole)
 TEST_P(datapath_section_transfer, without_a_buffer_is_refused_in_silence)
 {
 	EXPECT_EQ(section_transfer(way(), default_instance, one, 0x1000, nullptr, 4), null_pointer);
-	EXPECT_EQ(board::calls(), call_list());
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::calls(), call_list());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_P(datapath_section_transfer, without_a_buffer_is_refused_before_all_else)
 {
 	EXPECT_EQ(section_transfer(way(), 77, 77, 0xFFFFFFFF, nullptr, 0xFFFFFFFF), null_pointer);
 	EXPECT_EQ(section_transfer(way(), default_instance, one, 0x1000, nullptr, 0), null_pointer);
-	EXPECT_EQ(board::calls(), call_list());
+	EXPECT_EQ(harness::calls(), call_list());
 }
 
 TEST_P(datapath_section_transfer, says_overflow_before_it_looks_for_the_instance)
 {
 	EXPECT_EQ(transfer(77, one, 0xFFFFFFFF, 1), range_overflow);
-	EXPECT_EQ(board::log(), log_lines{overflow_said(way())});
+	EXPECT_EQ(harness::log(), log_lines{overflow_said(way())});
 	EXPECT_EQ(deeds(), call_list());
 }
 
 TEST_P(datapath_section_transfer, of_an_unknown_instance_is_refused)
 {
 	EXPECT_EQ(transfer(0x4D, one, 0x1000, 4), invalid);
-	EXPECT_EQ(board::log(), log_lines{no_instance_said(0x4D)});
+	EXPECT_EQ(harness::log(), log_lines{no_instance_said(0x4D)});
 	EXPECT_EQ(deeds(), call_list());
 }
 
 TEST_P(datapath_section_transfer, of_an_instance_not_yet_configured_is_refused)
 {
 	EXPECT_EQ(transfer(5, one, 0x1000, 4), invalid);
-	EXPECT_EQ(board::log(), log_lines{no_instance_said(5)});
+	EXPECT_EQ(harness::log(), log_lines{no_instance_said(5)});
 }
 
 TEST_P(datapath_section_transfer, of_an_instance_without_sections_is_refused)
 {
-	ASSERT_EQ(board::call("drv_flash_init", {6}), 0u);
-	board::forget();
+	ASSERT_EQ(harness::call("drv_flash_init", {6}), 0u);
+	harness::forget();
 	EXPECT_EQ(transfer(6, one, 0x1000, 4), invalid);
-	EXPECT_EQ(board::log(), log_lines{no_instance_said(6)});
+	EXPECT_EQ(harness::log(), log_lines{no_instance_said(6)});
 }
 
 TEST_P(datapath_section_transfer, of_an_instance_that_was_removed_is_refused)
 {
 	add_nand();
-	ASSERT_EQ(board::call("drv_flash_init", {5}), 0u);
+	ASSERT_EQ(harness::call("drv_flash_init", {5}), 0u);
 	EXPECT_EQ(transfer(5, one, 0x1000, 4), 0u);
-	ASSERT_EQ(board::call("drv_flash_exit", {5}), 0u);
-	board::forget();
+	ASSERT_EQ(harness::call("drv_flash_exit", {5}), 0u);
+	harness::forget();
 	EXPECT_EQ(transfer(5, one, 0x1000, 4), invalid);
-	EXPECT_EQ(board::log(), log_lines{no_instance_said(5)});
+	EXPECT_EQ(harness::log(), log_lines{no_instance_said(5)});
 }
 
 TEST_P(datapath_section_transfer, prints_the_highest_section_as_a_signed_number)
 {
 	EXPECT_EQ(transfer(default_instance, highest_id, 0xFFFFFFF0, 0xF), invalid);
-	EXPECT_EQ(board::log(), log_lines{no_section_said(way(), 0xFFFFFFFF, 0xFFFFFFF0, 0xF)});
-	EXPECT_EQ(board::log().at(0).text,
+	EXPECT_EQ(harness::log(), log_lines{no_section_said(way(), 0xFFFFFFFF, 0xFFFFFFF0, 0xF)});
+	EXPECT_EQ(harness::log().at(0).text,
 		  std::string(by(way(), "drv flash read", "drv flash write")) + " section_id -1 offset 4294967280 len 15 error.");
 }
 
 TEST_P(datapath_section_transfer, of_an_absent_partition_is_refused)
 {
 	EXPECT_EQ(transfer(default_instance, absent, 0x10, 4), invalid);
-	EXPECT_EQ(board::calls(), (call_list{looked_up("absent"), message(own, ordinary,
-									  by(way(), "Failed to find mtd index by mtd name:%s",
-									     "Failed to find mtd index by mtd name"))}));
-	EXPECT_EQ(board::log(), log_lines{no_device_said(way(), "absent")});
+	EXPECT_EQ(harness::calls(), (call_list{looked_up("absent"), message(own, ordinary,
+									    by(way(), "Failed to find mtd index by mtd name:%s",
+									       "Failed to find mtd index by mtd name"))}));
+	EXPECT_EQ(harness::log(), log_lines{no_device_said(way(), "absent")});
 }
 
 TEST_P(datapath_section_transfer, of_a_partition_with_an_empty_name_is_refused)
 {
 	EXPECT_EQ(transfer(default_instance, nameless, 0x10, 4), invalid);
-	EXPECT_EQ(board::log(), log_lines{no_device_said(way(), "")});
+	EXPECT_EQ(harness::log(), log_lines{no_device_said(way(), "")});
 	EXPECT_EQ(deeds(), call_list{looked_up("")});
 }
 
 TEST_P(datapath_section_transfer, of_a_name_of_39_characters_says_it_whole)
 {
 	EXPECT_EQ(transfer(default_instance, long_name, 0x10, 4), invalid);
-	EXPECT_EQ(board::log(), log_lines{no_device_said(way(), "abcdefghijklmnopqrstuvwxyz0123456789ABC")});
+	EXPECT_EQ(harness::log(), log_lines{no_device_said(way(), "abcdefghijklmnopqrstuvwxyz0123456789ABC")});
 }
 
 struct asked {
@@ -258,7 +258,7 @@ TEST_P(datapath_section_refused, has_no_section)
 	const auto &[way, asked] = GetParam();
 	bytes buf(16, 0xEE);
 	EXPECT_EQ(section_transfer(way, default_instance, asked.section, asked.offset, &buf, asked.len), invalid);
-	EXPECT_EQ(board::log(), log_lines{no_section_said(way, asked.section, asked.offset, asked.len)});
+	EXPECT_EQ(harness::log(), log_lines{no_section_said(way, asked.section, asked.offset, asked.len)});
 	EXPECT_EQ(deeds(), call_list());
 	EXPECT_EQ(buf, bytes(16, 0xEE));
 }
@@ -288,7 +288,7 @@ TEST_P(datapath_section_overflow, is_refused)
 	const auto &[way, range] = GetParam();
 	bytes buf(16, 0xEE);
 	EXPECT_EQ(section_transfer(way, default_instance, up_to_the_last_address, range.offset, &buf, range.len), range_overflow);
-	EXPECT_EQ(board::log(), log_lines{overflow_said(way)});
+	EXPECT_EQ(harness::log(), log_lines{overflow_said(way)});
 	EXPECT_EQ(deeds(), call_list());
 }
 
@@ -364,27 +364,27 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(datapath_section, write_only_reads_its_buffer)
 {
 	bytes buf = pattern(0x40, 3);
-	EXPECT_EQ(board::call("drv_flash_write", {default_instance, one, 0x1000, &buf, 0x20}), 0u);
+	EXPECT_EQ(harness::call("drv_flash_write", {default_instance, one, 0x1000, &buf, 0x20}), 0u);
 	EXPECT_EQ(buf, pattern(0x40, 3));
 	expect_changed(nor, 0, pattern(0x20, 3));
 }
 
 TEST_F(datapath_section, write_is_on_the_flash_when_it_returns)
 {
-	const auto before = board::mtd_count(nor);
+	const auto before = harness::mtd_count(nor);
 	EXPECT_EQ(section_write(default_instance, one, 0x1010, pattern(16, 4), 16), 0u);
-	EXPECT_GT(board::mtd_count(nor).writes, before.writes);
+	EXPECT_GT(harness::mtd_count(nor).writes, before.writes);
 	EXPECT_FALSE(called("vfs_fsync"));
 	expect_changed(nor, 0x10, pattern(16, 4));
 }
 
 TEST_F(datapath_section, read_leaves_the_flash_alone)
 {
-	const auto before = board::mtd_count(nor);
+	const auto before = harness::mtd_count(nor);
 	bytes buf(0x1000);
 	EXPECT_EQ(section_read(default_instance, one, 0x1000, &buf, 0x1000), 0u);
-	EXPECT_EQ(board::mtd_count(nor).writes, before.writes);
-	EXPECT_EQ(board::mtd_count(nor).erases, before.erases);
+	EXPECT_EQ(harness::mtd_count(nor).writes, before.writes);
+	EXPECT_EQ(harness::mtd_count(nor).erases, before.erases);
 }
 
 TEST_F(datapath_section, one_partition_shows_through_the_sections_of_two_rows)
@@ -410,7 +410,7 @@ TEST_F(datapath_section, read_over_the_end_of_the_partition_keeps_what_it_got)
 {
 	bytes buf(0x20, 0xEE);
 	EXPECT_EQ(section_read(default_instance, longer_than_its_partition, 0x41FFF0, &buf, 0x20), short_read);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "[drv flash Read] device nor fail, expect 32, read 16")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "[drv flash Read] device nor fail, expect 32, read 16")});
 	bytes expected = original(nor, 0x1FFF0, 0x10);
 	expected.insert(expected.end(), 0x10, 0xEE);
 	EXPECT_EQ(buf, expected);
@@ -420,7 +420,7 @@ TEST_F(datapath_section, read_at_the_end_of_the_partition_gets_nothing)
 {
 	bytes buf(0x20, 0xEE);
 	EXPECT_EQ(section_read(default_instance, longer_than_its_partition, 0x420000, &buf, 0x20), short_read);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "[drv flash Read] device nor fail, expect 32, read 0")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "[drv flash Read] device nor fail, expect 32, read 0")});
 	EXPECT_EQ(buf, bytes(0x20, 0xEE));
 }
 
@@ -428,7 +428,7 @@ TEST_F(datapath_section, read_behind_the_partition_cannot_seek)
 {
 	bytes buf(0x20, 0xEE);
 	EXPECT_EQ(section_read(default_instance, longer_than_its_partition, 0x420001, &buf, 0x20), invalid);
-	EXPECT_EQ(board::log(),
+	EXPECT_EQ(harness::log(),
 		  log_lines{own_log(ordinary, "[drv flash Read] lseek to 0x420001(0x20001) fail, ret = 0xffffffffffffffea.")});
 	EXPECT_EQ(buf, bytes(0x20, 0xEE));
 }
@@ -436,7 +436,7 @@ TEST_F(datapath_section, read_behind_the_partition_cannot_seek)
 TEST_F(datapath_section, write_over_the_end_of_the_partition_writes_what_fits)
 {
 	EXPECT_EQ(section_write(default_instance, longer_than_its_partition, 0x41FFF0, pattern(0x20, 6), 0x20), short_write);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "[drv flash write] device nor fail, ret = 0x10!")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "[drv flash write] device nor fail, ret = 0x10!")});
 	const bytes written = pattern(0x20, 6);
 	expect_changed(nor, 0x1FFF0, {written.begin(), written.begin() + 0x10});
 }
@@ -444,14 +444,14 @@ TEST_F(datapath_section, write_over_the_end_of_the_partition_writes_what_fits)
 TEST_F(datapath_section, write_at_the_end_of_the_partition_finds_no_room)
 {
 	EXPECT_EQ(section_write(default_instance, longer_than_its_partition, 0x420000, pattern(0x20, 6), 0x20), short_write);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "[drv flash write] device nor fail, ret = 0xffffffffffffffe4!")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "[drv flash write] device nor fail, ret = 0xffffffffffffffe4!")});
 	expect_unchanged(nor);
 }
 
 TEST_F(datapath_section, write_behind_the_partition_cannot_seek)
 {
 	EXPECT_EQ(section_write(default_instance, longer_than_its_partition, 0x420001, pattern(0x20, 6), 0x20), invalid);
-	EXPECT_EQ(board::log(),
+	EXPECT_EQ(harness::log(),
 		  log_lines{own_log(ordinary, "[drv flash write] lseek to 0x420001(0x20001) fail, ret = 0xffffffffffffffea.")});
 	expect_unchanged(nor);
 }
@@ -515,7 +515,7 @@ TEST_F(datapath_section_callers, of_one_instance_follow_one_another)
 	expect_changed(nor, 0, bytes(0x100, rounds));
 	expect_changed(nand, 0, bytes(0x80, rounds));
 	EXPECT_EQ(times_called("down_killable"), times_called("up"));
-	EXPECT_EQ(board::held().locks, 0);
+	EXPECT_EQ(harness::held().locks, 0);
 }
 
 TEST_F(datapath_section_callers, of_one_instance_wait_for_the_one_that_is_at_work)
@@ -534,7 +534,7 @@ TEST_F(datapath_section_callers, of_one_instance_wait_for_the_one_that_is_at_wor
 
 TEST_F(datapath_section_callers, of_two_instances_work_side_by_side)
 {
-	ASSERT_EQ(board::call("drv_flash_init", {5}), 0u);
+	ASSERT_EQ(harness::call("drv_flash_init", {5}), 0u);
 	bytes first(0x10), second(0x20);
 	stopped_call reader("kernel_read", [&] { return section_read(default_instance, alternatives, 0x100000, &first, 0x10); });
 	EXPECT_EQ(section_read(5, one, 0x2010, &second, 0x20), 0u);
@@ -545,13 +545,13 @@ TEST_F(datapath_section_callers, of_two_instances_work_side_by_side)
 
 TEST_F(datapath_section_callers, of_two_instances_do_not_disturb_one_another)
 {
-	ASSERT_EQ(board::call("drv_flash_init", {5}), 0u);
-	board::forget();
+	ASSERT_EQ(harness::call("drv_flash_init", {5}), 0u);
+	harness::forget();
 	run({[] { return write_and_read(default_instance, one, 0x1000); }, [] { return write_and_read(5, one, 0x1000); }});
 	expect_changed(nor, 0, bytes(0x80, rounds));
 	expect_changed(nand, 0, bytes(0x80, rounds));
-	EXPECT_EQ(board::held().open_files, 0);
-	EXPECT_EQ(board::held().mtd_references, 0);
+	EXPECT_EQ(harness::held().open_files, 0);
+	EXPECT_EQ(harness::held().mtd_references, 0);
 }
 
 } // namespace

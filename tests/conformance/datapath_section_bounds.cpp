@@ -32,13 +32,13 @@ constexpr uint32_t g_untouched = 0xA5A5A5A5;
 
 class datapath_section_row : public on_loaded_module {
 protected:
-	void prepare() override { board::configure("bare"); }
+	void prepare() override { harness::configure("bare"); }
 
 	// The number of the row that contains the range; none when there is none, and then the output is as it was.
-	static std::optional<uint32_t> find(board::argument table, uint32_t count, uint32_t section, uint32_t offset, uint32_t len)
+	static std::optional<uint32_t> find(harness::argument table, uint32_t count, uint32_t section, uint32_t offset, uint32_t len)
 	{
 		bytes index(8, 0xA5);
-		const uint32_t code = board::call("flash_addr_valid", {std::move(table), count, section, offset, len, &index});
+		const uint32_t code = harness::call("flash_addr_valid", {std::move(table), count, section, offset, len, &index});
 		EXPECT_EQ(u32_at(index, 4), g_untouched);
 		if (code == 0)
 			return u32_at(index, 0);
@@ -68,8 +68,8 @@ TEST_P(datapath_section_bounds, are_tested)
 {
 	const auto [start, size, address, len, fits] = GetParam();
 	EXPECT_EQ(find({{7, start, size}}, 7, address, len), fits ? std::optional(0u) : std::nullopt);
-	EXPECT_EQ(board::log(), log_lines());
-	EXPECT_EQ(board::calls(), call_list());
+	EXPECT_EQ(harness::log(), log_lines());
+	EXPECT_EQ(harness::calls(), call_list());
 }
 
 std::string range_in_section(const testing::TestParamInfo<bounds> &row)

@@ -39,9 +39,9 @@ class datapath_section_lookup : public failing_transfer<long long> {};
 
 TEST_P(datapath_section_lookup, failure_ends_it)
 {
-	board::fail("get_mtd_device_nm", given());
+	harness::fail("get_mtd_device_nm", given());
 	EXPECT_EQ(transfer(), invalid);
-	EXPECT_EQ(board::log(), log_lines{no_device_said(way(), "nor")});
+	EXPECT_EQ(harness::log(), log_lines{no_device_said(way(), "nor")});
 	EXPECT_EQ(deeds(), call_list{looked_up("nor")});
 	expect_nothing_moved();
 }
@@ -53,12 +53,12 @@ class datapath_section_path : public failing_transfer<long long> {};
 
 TEST_P(datapath_section_path, failure_ends_it_with_the_device_released_after_the_message)
 {
-	board::fail("snprintf_s", given());
+	harness::fail("snprintf_s", given());
 	EXPECT_EQ(transfer(), copy_failed);
 	const char *const text = by(way(), "Flash mng snprintf_s name failed", "Flash mng write snprintf_s name failed");
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, text)});
-	EXPECT_EQ(board::calls(), (call_list{looked_up("nor"), path_formed, message(own, ordinary, text), reference_put}));
-	EXPECT_EQ(board::mtd_use_count(nor), 0);
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, text)});
+	EXPECT_EQ(harness::calls(), (call_list{looked_up("nor"), path_formed, message(own, ordinary, text), reference_put}));
+	EXPECT_EQ(harness::mtd_use_count(nor), 0);
 	expect_nothing_moved();
 }
 
@@ -69,12 +69,12 @@ class datapath_section_path_length : public failing_transfer<long long> {};
 
 TEST_P(datapath_section_path_length, does_not_matter)
 {
-	board::fail("snprintf_s", given());
-	board::fail("filp_open", -2);
+	harness::fail("snprintf_s", given());
+	harness::fail("filp_open", -2);
 	EXPECT_EQ(transfer(), not_opened);
 	EXPECT_EQ(calls_of("filp_open"), call_list{std::string("filp_open(\"\", ") + by(way(), "0x0", "0x101002") + ", 0x0)"})
 		<< "the path was cleared before";
-	EXPECT_EQ(board::log(), log_lines{not_opened_said(way(), "nor", -2)});
+	EXPECT_EQ(harness::log(), log_lines{not_opened_said(way(), "nor", -2)});
 }
 
 INSTANTIATE_TEST_SUITE_P(given_as, datapath_section_path_length, testing::Combine(g_both_ways, testing::Values(0LL, 1LL, 31LL)),
@@ -86,9 +86,9 @@ class datapath_section_wait : public failing_transfer<long long> {};
 
 TEST_P(datapath_section_wait, ends_it_when_the_task_is_killed)
 {
-	board::fail("down_killable", given());
+	harness::fail("down_killable", given());
 	EXPECT_EQ(transfer(), interrupted);
-	EXPECT_EQ(board::log(), log_lines{interrupted_said(way(), static_cast<int>(given()))});
+	EXPECT_EQ(harness::log(), log_lines{interrupted_said(way(), static_cast<int>(given()))});
 	EXPECT_EQ(deeds(), (call_list{looked_up("nor"), path_formed, reference_put, access_taken}));
 	expect_nothing_moved();
 	EXPECT_EQ(transfer(), 0u) << "the next one";
@@ -103,9 +103,9 @@ class datapath_section_open : public failing_transfer<long long> {};
 
 TEST_P(datapath_section_open, failure_ends_it)
 {
-	board::fail("filp_open", given());
+	harness::fail("filp_open", given());
 	EXPECT_EQ(transfer(), not_opened);
-	EXPECT_EQ(board::log(), log_lines{not_opened_said(way(), "nor", given())});
+	EXPECT_EQ(harness::log(), log_lines{not_opened_said(way(), "nor", given())});
 	const call_list names = call_names();
 	EXPECT_EQ(last(names, 4), (call_list{"down_killable", "filp_open", "drv_log_record", "up"}));
 	expect_nothing_moved();
@@ -132,7 +132,7 @@ protected:
 	void prepare() override
 	{
 		on_sections::prepare();
-		huge_device = board::add_mtd({.name = "huge", .size = 0xFFFF0000, .type = board::mtd_ram});
+		huge_device = harness::add_mtd({.name = "huge", .size = 0xFFFF0000, .type = harness::mtd_ram});
 	}
 
 	int huge_device = -1;
@@ -142,12 +142,12 @@ class datapath_section_seek : public on_huge_section {};
 
 TEST_P(datapath_section_seek, to_another_place_ends_it)
 {
-	board::fail("vfs_llseek", given().result);
+	harness::fail("vfs_llseek", given().result);
 	EXPECT_EQ(transfer(huge, given().asked, 4), invalid);
-	EXPECT_EQ(board::log(), log_lines{not_sought_said(way(), given().asked, given().asked, given().result)});
+	EXPECT_EQ(harness::log(), log_lines{not_sought_said(way(), given().asked, given().asked, given().result)});
 	EXPECT_EQ(last(call_names(), 5), (call_list{"filp_open", "vfs_llseek", "drv_log_record", "filp_close", "up"}));
 	EXPECT_EQ(buf_, bytes(64, 0xEE));
-	EXPECT_EQ(board::mtd_content(huge_device, 0, 4), bytes(4, 0xFF));
+	EXPECT_EQ(harness::mtd_content(huge_device, 0, 4), bytes(4, 0xFF));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -167,29 +167,29 @@ INSTANTIATE_TEST_SUITE_P(by, datapath_section_direction, g_both_ways, [](const a
 
 TEST_P(datapath_section_direction, says_address_and_position_of_a_seek_that_failed)
 {
-	board::fail("vfs_llseek", error_invalid);
+	harness::fail("vfs_llseek", error_invalid);
 	bytes buf(4);
 	EXPECT_EQ(section_transfer(GetParam(), default_instance, one, 0x1ABC, &buf, 4), invalid);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, std::string(by(GetParam(), "[drv flash Read]", "[drv flash write]")) +
-								    " lseek to 0x1abc(0xabc) fail, ret = 0xffffffffffffffea.")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, std::string(by(GetParam(), "[drv flash Read]", "[drv flash write]")) +
+								      " lseek to 0x1abc(0xabc) fail, ret = 0xffffffffffffffea.")});
 }
 
 TEST_P(datapath_section_direction, goes_on_from_where_the_file_stands)
 {
-	board::fail("vfs_llseek", 0x100);
+	harness::fail("vfs_llseek", 0x100);
 	bytes buf = pattern(4, 8);
 	EXPECT_EQ(section_transfer(GetParam(), default_instance, one, 0x1100, &buf, 4), 0u);
-	EXPECT_EQ(board::mtd_content(nor, 0, 4), buf) << "the file is still at its start";
-	EXPECT_EQ(board::mtd_content(nor, 0x100, 4), original(nor, 0x100, 4));
+	EXPECT_EQ(harness::mtd_content(nor, 0, 4), buf) << "the file is still at its start";
+	EXPECT_EQ(harness::mtd_content(nor, 0x100, 4), original(nor, 0x100, 4));
 }
 
 class datapath_section_count : public on_huge_section {};
 
 TEST_P(datapath_section_count, that_differs_ends_it)
 {
-	board::fail(by(way(), "kernel_read", "kernel_write"), given().result);
+	harness::fail(by(way(), "kernel_read", "kernel_write"), given().result);
 	EXPECT_EQ(transfer(huge, 0, given().asked), by(way(), short_read, short_write));
-	EXPECT_EQ(board::log(), log_lines{short_transfer_said(way(), "huge", given().asked, given().result)});
+	EXPECT_EQ(harness::log(), log_lines{short_transfer_said(way(), "huge", given().asked, given().result)});
 	EXPECT_EQ(last(call_names(), 5),
 		  (call_list{"vfs_llseek", by(way(), "kernel_read", "kernel_write"), "drv_log_record", "filp_close", "up"}));
 }
@@ -207,12 +207,12 @@ INSTANTIATE_TEST_SUITE_P(of, datapath_section_count,
 
 TEST_P(datapath_section_direction, believes_a_count_of_almost_4_gib)
 {
-	board::add_mtd({.name = "huge", .size = 0xFFFF0000, .type = board::mtd_ram});
-	board::fail(by(GetParam(), "kernel_read", "kernel_write"), 0xFFFFFFFF);
+	harness::add_mtd({.name = "huge", .size = 0xFFFF0000, .type = harness::mtd_ram});
+	harness::fail(by(GetParam(), "kernel_read", "kernel_write"), 0xFFFFFFFF);
 	bytes buf(4);
 	EXPECT_EQ(section_transfer(GetParam(), default_instance, huge, 0, &buf, 0xFFFFFFFF), 0u);
 	EXPECT_EQ(calls_of(by(GetParam(), "kernel_read", "kernel_write")), call_list{moved(GetParam(), 0xFFFFFFFF)});
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 // ---------------------------------------------------------------------------------------------------------------- sweeps
@@ -242,17 +242,17 @@ TEST_P(datapath_section_failure, holds_nothing_and_the_next_try_succeeds)
 			else
 				expect_unchanged(nor);
 			EXPECT_EQ(buf_, way() == direction::read && succeeded ? original(nor, 0x123, 0x40) : data);
-			board::set_mtd_content(nor, 0x123, original(nor, 0x123, 0x40));
+			harness::set_mtd_content(nor, 0x123, original(nor, 0x123, 0x40));
 		});
 }
 
 TEST_P(datapath_section_failure, holds_nothing_when_it_stays)
 {
-	const board::holdings before = board::held();
-	board::fail_always(function(), given().result);
+	const harness::holdings before = harness::held();
+	harness::fail_always(function(), given().result);
 	for (int i = 0; i < 3; ++i)
 		EXPECT_NE(transfer(one, 0x1123, 0x40), 0u);
-	EXPECT_EQ(board::held(), before);
+	EXPECT_EQ(harness::held(), before);
 	EXPECT_EQ(times_called(function()), 3);
 	expect_unchanged(nor);
 }

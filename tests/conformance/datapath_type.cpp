@@ -10,9 +10,9 @@ const log_line g_bad_argument = own_log(ordinary, "mtd getinfo: input argument a
 const log_line g_not_found = own_log(trace, "mtd getinfo: info not found");
 const bytes g_untouched(8, 0xA5);
 
-uint32_t get_type(board::argument name, bytes *type)
+uint32_t get_type(harness::argument name, bytes *type)
 {
-	return board::call("drv_flash_get_type", {std::move(name), type});
+	return harness::call("drv_flash_get_type", {std::move(name), type});
 }
 
 class datapath_type : public on_nand {};
@@ -31,7 +31,7 @@ TEST_P(datapath_type_of, is_told)
 	bytes type(4, 0xA5);
 	EXPECT_EQ(get_type("typed", &type), 0u);
 	EXPECT_EQ(u32_at(type, 0), GetParam().told);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 INSTANTIATE_TEST_SUITE_P(kind, datapath_type_of,
@@ -42,8 +42,8 @@ TEST_F(datapath_type, looks_the_device_up_and_releases_it)
 {
 	bytes type(4);
 	EXPECT_EQ(get_type("nand", &type), 0u);
-	EXPECT_EQ(board::calls(), (call_list{"get_mtd_device_nm(\"nand\")", "put_mtd_device(-)"}));
-	EXPECT_EQ(board::mtd_use_count(nand), 0);
+	EXPECT_EQ(harness::calls(), (call_list{"get_mtd_device_nm(\"nand\")", "put_mtd_device(-)"}));
+	EXPECT_EQ(harness::mtd_use_count(nand), 0);
 }
 
 TEST_F(datapath_type, is_four_bytes)
@@ -58,7 +58,7 @@ TEST_F(datapath_type, needs_no_flash_driver_and_no_spi_flash)
 {
 	bytes type(4, 0xA5);
 	EXPECT_EQ(get_type("nand", &type), 0u);
-	EXPECT_EQ(board::global("g_flash_funcs", 8), bytes(8, 0));
+	EXPECT_EQ(harness::global("g_flash_funcs", 8), bytes(8, 0));
 	EXPECT_FALSE(called("linux_spin_lock"));
 }
 
@@ -67,8 +67,8 @@ TEST_F(datapath_type, is_fresh_at_each_call)
 	bytes type(4);
 	EXPECT_EQ(get_type("nand", &type), 0u);
 	EXPECT_EQ(u32_at(type, 0), 0u);
-	board::remove_mtd(nand);
-	add({.name = "nand", .size = 0x20000, .type = board::mtd_nor});
+	harness::remove_mtd(nand);
+	add({.name = "nand", .size = 0x20000, .type = harness::mtd_nor});
 	EXPECT_EQ(get_type("nand", &type), 0u);
 	EXPECT_EQ(u32_at(type, 0), 1u);
 }
@@ -78,7 +78,7 @@ TEST_F(datapath_type_alone, of_an_unknown_name_leaves_the_answer_alone)
 	bytes type = g_untouched;
 	EXPECT_EQ(get_type("absent", &type), no_partition);
 	EXPECT_EQ(type, g_untouched);
-	EXPECT_EQ(board::log(), log_lines{g_not_found});
+	EXPECT_EQ(harness::log(), log_lines{g_not_found});
 }
 
 TEST_F(datapath_type_alone, of_a_name_of_31_characters_is_told)
@@ -94,16 +94,16 @@ class datapath_type_bad_name : public on_partitions, public testing::WithParamIn
 TEST_P(datapath_type_bad_name, is_refused_before_any_lookup)
 {
 	bytes type = g_untouched;
-	EXPECT_EQ(get_type(GetParam() ? board::argument(GetParam()) : board::argument(nullptr), &type), invalid);
+	EXPECT_EQ(get_type(GetParam() ? harness::argument(GetParam()) : harness::argument(nullptr), &type), invalid);
 	EXPECT_EQ(type, g_untouched);
-	EXPECT_EQ(board::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
 	EXPECT_EQ(deeds(), call_list());
 }
 
 TEST_P(datapath_type_bad_name, comes_before_the_missing_answer)
 {
-	EXPECT_EQ(get_type(GetParam() ? board::argument(GetParam()) : board::argument(nullptr), nullptr), invalid);
-	EXPECT_EQ(board::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(get_type(GetParam() ? harness::argument(GetParam()) : harness::argument(nullptr), nullptr), invalid);
+	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
 }
 
 INSTANTIATE_TEST_SUITE_P(that_is, datapath_type_bad_name, testing::Values("", name_of_32, static_cast<const char *>(nullptr)),
@@ -114,25 +114,25 @@ INSTANTIATE_TEST_SUITE_P(that_is, datapath_type_bad_name, testing::Values("", na
 TEST_F(datapath_type, without_an_answer_is_refused_after_the_lookup)
 {
 	EXPECT_EQ(get_type("nand", nullptr), null_pointer);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 	EXPECT_EQ(deeds(), (call_list{"get_mtd_device_nm(\"nand\")", "put_mtd_device(-)"}));
 }
 
 TEST_F(datapath_type_alone, of_an_unknown_name_without_an_answer_is_not_found)
 {
 	EXPECT_EQ(get_type("absent", nullptr), no_partition);
-	EXPECT_EQ(board::log(), log_lines{g_not_found});
+	EXPECT_EQ(harness::log(), log_lines{g_not_found});
 }
 
 class datapath_type_lookup : public on_nand, public testing::WithParamInterface<long long> {};
 
 TEST_P(datapath_type_lookup, that_fails_is_not_found)
 {
-	board::fail("get_mtd_device_nm", GetParam());
+	harness::fail("get_mtd_device_nm", GetParam());
 	bytes type = g_untouched;
 	EXPECT_EQ(get_type("nand", &type), no_partition);
 	EXPECT_EQ(type, g_untouched);
-	EXPECT_EQ(board::log(), log_lines{g_not_found});
+	EXPECT_EQ(harness::log(), log_lines{g_not_found});
 	EXPECT_FALSE(called("put_mtd_device"));
 	EXPECT_EQ(get_type("nand", &type), 0u);
 	EXPECT_EQ(u32_at(type, 0), 0u);

@@ -20,16 +20,16 @@ const uint32_t all_commands[] = {get_nand_part_info,  get_part_num, get_nand_is_
 const log_line not_supported = own_log(ordinary, "Flash cmd not support");
 
 class frame_device : public on_loaded_module {
-	void prepare() override { board::configure("bare"); }
+	void prepare() override { harness::configure("bare"); }
 };
 
 TEST_F(frame_device, opens_any_number_of_times_at_no_cost)
 {
 	for (int i = 0; i < 100; ++i)
-		ASSERT_TRUE(board::device_registered());
-	EXPECT_EQ(board::calls(), call_list{});
-	EXPECT_EQ(board::log(), log_lines{});
-	EXPECT_EQ(board::held(), board::holdings{});
+		ASSERT_TRUE(harness::device_registered());
+	EXPECT_EQ(harness::calls(), call_list{});
+	EXPECT_EQ(harness::log(), log_lines{});
+	EXPECT_EQ(harness::held(), harness::holdings{});
 }
 
 // ------------------------------------------------------------------------------------ commands that are served
@@ -43,9 +43,9 @@ std::string command_name(const testing::TestParamInfo<uint32_t> &row)
 
 TEST_P(frame_served_command, reaches_its_handler)
 {
-	const board::ioctl_result result = board::ioctl(GetParam(), board::unmapped_address());
+	const harness::ioctl_result result = harness::ioctl(GetParam(), harness::unmapped_address());
 	EXPECT_NE(result.code(), unknown_command);
-	const log_lines log = board::log();
+	const log_lines log = harness::log();
 	EXPECT_EQ(std::count(log.begin(), log.end(), not_supported), 0);
 }
 
@@ -53,9 +53,9 @@ INSTANTIATE_TEST_SUITE_P(number, frame_served_command, testing::ValuesIn(all_com
 
 TEST_F(frame_device, hands_the_argument_to_the_handler)
 {
-	std::uint8_t *const answer = board::user_memory(4);
+	std::uint8_t *const answer = harness::user_memory(4);
 	std::fill(answer, answer + 4, std::uint8_t{0xA5});
-	EXPECT_EQ(board::ioctl(get_nand_is_exist, board::user_address(answer)).code(), 0u);
+	EXPECT_EQ(harness::ioctl(get_nand_is_exist, harness::user_address(answer)).code(), 0u);
 	EXPECT_EQ(bytes(answer, answer + 4), bytes(4, 0));
 }
 
@@ -78,7 +78,7 @@ class frame_handler : public frame_device, public testing::WithParamInterface<fi
 
 TEST_P(frame_handler, is_the_commands_own)
 {
-	EXPECT_EQ(board::ioctl(GetParam().command, board::unmapped_address()).code(), GetParam().code);
+	EXPECT_EQ(harness::ioctl(GetParam().command, harness::unmapped_address()).code(), GetParam().code);
 	EXPECT_EQ(steps(), GetParam().calls);
 }
 
@@ -105,14 +105,14 @@ class frame_transfer : public on_loaded_module {
 protected:
 	static uint32_t transfer(uint32_t command)
 	{
-		std::uint8_t *const data = board::user_memory(4);
-		std::uint8_t *const record = board::user_memory(48);
-		const uint64_t address = board::user_address(data);
+		std::uint8_t *const data = harness::user_memory(4);
+		std::uint8_t *const record = harness::user_memory(48);
+		const uint64_t address = harness::user_address(data);
 		std::fill(record, record + 48, std::uint8_t{0});
 		std::copy_n("config", 6, record);
 		record[36] = 4; // length
 		std::copy_n(reinterpret_cast<const std::uint8_t *>(&address), 8, record + 40);
-		return board::ioctl(command, board::user_address(record)).code();
+		return harness::ioctl(command, harness::user_address(record)).code();
 	}
 };
 
@@ -134,10 +134,10 @@ class frame_lookup : public frame_device {
 protected:
 	static uint32_t look_up(uint32_t command)
 	{
-		std::uint8_t *const record = board::user_memory(56);
+		std::uint8_t *const record = harness::user_memory(56);
 		std::fill(record, record + 56, std::uint8_t{0});
 		record[12] = 33; // name length
-		return board::ioctl(command, board::user_address(record)).code();
+		return harness::ioctl(command, harness::user_address(record)).code();
 	}
 };
 
@@ -157,21 +157,21 @@ TEST_F(frame_lookup, of_number_10_is_by_instance)
 
 TEST_F(frame_device, answers_success_with_0)
 {
-	const board::ioctl_result result = board::ioctl(get_nand_is_exist, board::user_address(board::user_memory(4)));
+	const harness::ioctl_result result = harness::ioctl(get_nand_is_exist, harness::user_address(harness::user_memory(4)));
 	EXPECT_EQ(result.value, 0);
 	EXPECT_EQ(result.errno_value, 0);
 }
 
 TEST_F(frame_device, answers_a_small_code_with_its_number)
 {
-	const board::ioctl_result result = board::ioctl(get_nand_is_exist, board::unmapped_address());
+	const harness::ioctl_result result = harness::ioctl(get_nand_is_exist, harness::unmapped_address());
 	EXPECT_EQ(result.value, 1186);
 	EXPECT_EQ(result.errno_value, 0);
 }
 
 TEST_F(frame_device, answers_a_code_with_the_top_bit_without_setting_errno)
 {
-	const board::ioctl_result result = board::ioctl(mtd_read, board::unmapped_address());
+	const harness::ioctl_result result = harness::ioctl(mtd_read, harness::unmapped_address());
 	EXPECT_EQ(result.value, static_cast<int32_t>(0x811B04B7));
 	EXPECT_EQ(result.errno_value, 0);
 	EXPECT_EQ(result.code(), 0x811B04B7u);
@@ -179,7 +179,7 @@ TEST_F(frame_device, answers_a_code_with_the_top_bit_without_setting_errno)
 
 TEST_F(frame_device, answers_the_code_of_all_ones_as_eperm)
 {
-	const board::ioctl_result result = board::ioctl(get_part_num, board::user_address(board::user_memory(4)));
+	const harness::ioctl_result result = harness::ioctl(get_part_num, harness::user_address(harness::user_memory(4)));
 	EXPECT_EQ(result.value, -1);
 	EXPECT_EQ(result.errno_value, EPERM);
 	EXPECT_EQ(result.code(), 0xFFFFFFFFu);
@@ -187,7 +187,7 @@ TEST_F(frame_device, answers_the_code_of_all_ones_as_eperm)
 
 TEST_F(frame_device, answers_an_unknown_command_with_420_and_without_errno)
 {
-	const board::ioctl_result result = board::ioctl(0x80045405, 0);
+	const harness::ioctl_result result = harness::ioctl(0x80045405, 0);
 	EXPECT_EQ(result.value, 420);
 	EXPECT_EQ(result.errno_value, 0);
 }
@@ -196,7 +196,7 @@ TEST_F(frame_device, answers_an_unknown_command_with_420_and_without_errno)
 TEST_F(frame_device, hands_a_code_on_without_a_sign)
 {
 	const auto answer = [](uint32_t command) {
-		return board::call_address("flash_ioctl", {nullptr, command, board::unmapped_address()});
+		return harness::call_address("flash_ioctl", {nullptr, command, harness::unmapped_address()});
 	};
 	EXPECT_EQ(answer(mtd_read), 0x811B04B7u);
 	EXPECT_EQ(answer(mtd_write), 0x811B04B7u);
@@ -246,10 +246,10 @@ class frame_unknown_command : public frame_device, public testing::WithParamInte
 
 TEST_P(frame_unknown_command, gives_420_and_a_message)
 {
-	const board::ioctl_result result = board::ioctl(GetParam(), board::kernel_address());
+	const harness::ioctl_result result = harness::ioctl(GetParam(), harness::kernel_address());
 	EXPECT_EQ(result.value, 420);
 	EXPECT_EQ(result.errno_value, 0);
-	EXPECT_EQ(board::log(), log_lines{not_supported});
+	EXPECT_EQ(harness::log(), log_lines{not_supported});
 	EXPECT_EQ(deeds(), call_list{});
 }
 
@@ -257,33 +257,33 @@ INSTANTIATE_TEST_SUITE_P(number, frame_unknown_command, testing::ValuesIn(near_m
 
 TEST_F(frame_device, serves_number_12_in_its_write_form_only)
 {
-	EXPECT_EQ(board::ioctl(0x8004540C, board::unmapped_address()).code(), unknown_command);
-	EXPECT_EQ(board::ioctl(0x4004540C, board::unmapped_address()).code(), user_unreadable);
+	EXPECT_EQ(harness::ioctl(0x8004540C, harness::unmapped_address()).code(), unknown_command);
+	EXPECT_EQ(harness::ioctl(0x4004540C, harness::unmapped_address()).code(), user_unreadable);
 }
 
 TEST_F(frame_device, serves_number_11_in_its_read_form_only)
 {
-	EXPECT_EQ(board::ioctl(0x4004540B, board::unmapped_address()).code(), unknown_command);
-	EXPECT_EQ(board::ioctl(0x8004540B, board::unmapped_address()).code(), user_unreadable);
+	EXPECT_EQ(harness::ioctl(0x4004540B, harness::unmapped_address()).code(), unknown_command);
+	EXPECT_EQ(harness::ioctl(0x8004540B, harness::unmapped_address()).code(), user_unreadable);
 }
 
 TEST_F(frame_device, does_not_look_at_the_argument_of_an_unknown_command)
 {
-	std::uint8_t *const untouched = board::user_memory(64);
+	std::uint8_t *const untouched = harness::user_memory(64);
 	std::fill(untouched, untouched + 64, std::uint8_t{0x5A});
 	for (uint64_t argument :
-	     {uint64_t{0}, board::user_address(untouched), board::unmapped_address(), board::kernel_address(), ~uint64_t{0}})
-		EXPECT_EQ(board::ioctl(0x4004540D, argument).code(), unknown_command);
+	     {uint64_t{0}, harness::user_address(untouched), harness::unmapped_address(), harness::kernel_address(), ~uint64_t{0}})
+		EXPECT_EQ(harness::ioctl(0x4004540D, argument).code(), unknown_command);
 	EXPECT_EQ(bytes(untouched, untouched + 64), bytes(64, 0x5A));
-	EXPECT_EQ(board::log(), log_lines(5, not_supported));
+	EXPECT_EQ(harness::log(), log_lines(5, not_supported));
 }
 
 TEST_F(frame_device, says_each_unknown_command_anew)
 {
 	for (int i = 0; i < 10; ++i)
-		EXPECT_EQ(board::ioctl(0x5406, 0).code(), unknown_command);
-	EXPECT_EQ(board::log(), log_lines(10, not_supported));
-	EXPECT_EQ(board::held(), board::holdings{});
+		EXPECT_EQ(harness::ioctl(0x5406, 0).code(), unknown_command);
+	EXPECT_EQ(harness::log(), log_lines(10, not_supported));
+	EXPECT_EQ(harness::held(), harness::holdings{});
 }
 
 TEST_F(frame_device, serves_several_threads_at_once)
@@ -292,11 +292,11 @@ TEST_F(frame_device, serves_several_threads_at_once)
 	std::vector<std::thread> running;
 	int wrong[threads] = {};
 	for (std::size_t i = 0; i < threads; ++i) {
-		const uint64_t answer = board::user_address(board::user_memory(4));
+		const uint64_t answer = harness::user_address(harness::user_memory(4));
 		running.emplace_back([answer, &mistakes = wrong[i]] {
 			for (std::size_t round = 0; round < rounds; ++round) {
-				mistakes += board::ioctl(get_nand_is_exist, answer).code() != 0;
-				mistakes += board::ioctl(0x80045405, answer).code() != unknown_command;
+				mistakes += harness::ioctl(get_nand_is_exist, answer).code() != 0;
+				mistakes += harness::ioctl(0x80045405, answer).code() != unknown_command;
 			}
 		});
 	}
@@ -304,8 +304,8 @@ TEST_F(frame_device, serves_several_threads_at_once)
 		one.join();
 	for (int mistakes : wrong)
 		EXPECT_EQ(mistakes, 0);
-	EXPECT_EQ(board::log(), log_lines(threads * rounds, not_supported));
-	EXPECT_EQ(board::held(), board::holdings{});
+	EXPECT_EQ(harness::log(), log_lines(threads * rounds, not_supported));
+	EXPECT_EQ(harness::held(), harness::holdings{});
 }
 
 } // namespace

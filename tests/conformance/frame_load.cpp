@@ -13,28 +13,28 @@ class frame_load : public on_board {
 protected:
 	static void load(std::string_view configuration = "plain")
 	{
-		board::configure(configuration);
-		ASSERT_EQ(board::load(), 0u);
+		harness::configure(configuration);
+		ASSERT_EQ(harness::load(), 0u);
 	}
 };
 
 TEST_F(frame_load, succeeds_and_keeps_the_module)
 {
-	EXPECT_EQ(board::load(), 0u);
-	EXPECT_TRUE(board::loaded());
+	EXPECT_EQ(harness::load(), 0u);
+	EXPECT_TRUE(harness::loaded());
 }
 
 TEST_F(frame_load, offers_the_control_device)
 {
-	EXPECT_FALSE(board::device_registered());
+	EXPECT_FALSE(harness::device_registered());
 	load();
-	EXPECT_TRUE(board::device_registered());
+	EXPECT_TRUE(harness::device_registered());
 }
 
 TEST_F(frame_load, reports_its_end_without_a_failure_text)
 {
 	load();
-	const auto report = board::load_report();
+	const auto report = harness::load_report();
 	ASSERT_TRUE(report);
 	EXPECT_EQ(report->name, "flash_mng");
 	EXPECT_EQ(report->result, 0u);
@@ -43,24 +43,24 @@ TEST_F(frame_load, reports_its_end_without_a_failure_text)
 
 TEST_F(frame_load, reports_when_it_began)
 {
-	board::fail("log_get_timestamp_ms", 0x123456789A);
+	harness::fail("log_get_timestamp_ms", 0x123456789A);
 	load();
-	EXPECT_EQ(board::load_report()->start_ms, 0x123456789Au);
+	EXPECT_EQ(harness::load_report()->start_ms, 0x123456789Au);
 }
 
 TEST_F(frame_load, takes_the_time_before_its_first_message)
 {
 	load();
-	ASSERT_GE(board::calls().size(), 2u);
-	EXPECT_EQ(board::calls()[0], "log_get_timestamp_ms()");
-	EXPECT_EQ(board::calls()[1], message(common, ordinary, "%s MODULE INIT BEGIN"));
+	ASSERT_GE(harness::calls().size(), 2u);
+	EXPECT_EQ(harness::calls()[0], "log_get_timestamp_ms()");
+	EXPECT_EQ(harness::calls()[1], message(common, ordinary, "%s MODULE INIT BEGIN"));
 }
 
 TEST_F(frame_load, begins_with_a_message_to_the_common_log)
 {
 	load();
-	ASSERT_FALSE(board::log().empty());
-	EXPECT_EQ(board::log()[0], load_begins);
+	ASSERT_FALSE(harness::log().empty());
+	EXPECT_EQ(harness::log()[0], load_begins);
 }
 
 TEST_F(frame_load, registers_the_log_before_the_device)
@@ -73,7 +73,7 @@ TEST_F(frame_load, registers_the_log_before_the_device)
 TEST_F(frame_load, ends_with_its_report)
 {
 	load();
-	EXPECT_EQ(board::calls().back(), load_end(0));
+	EXPECT_EQ(harness::calls().back(), load_end(0));
 }
 
 TEST_F(frame_load, takes_its_steps_in_order)
@@ -84,7 +84,7 @@ TEST_F(frame_load, takes_its_steps_in_order)
 
 TEST_F(frame_load, takes_its_steps_in_order_on_a_board_with_user_data)
 {
-	board::add_mtd({.name = "usrdata"});
+	harness::add_mtd({.name = "usrdata"});
 	load();
 	EXPECT_EQ(steps(), joined({registered, usrdata_present, plain_tables, {load_end(0)}}));
 }
@@ -92,14 +92,14 @@ TEST_F(frame_load, takes_its_steps_in_order_on_a_board_with_user_data)
 TEST_F(frame_load, writes_its_messages_in_order)
 {
 	load();
-	EXPECT_EQ(board::log(), joined_lines({{load_begins}, plain_partitions_listed}));
+	EXPECT_EQ(harness::log(), joined_lines({{load_begins}, plain_partitions_listed}));
 }
 
 TEST_F(frame_load, writes_its_messages_in_order_on_a_board_with_user_data)
 {
-	board::add_mtd({.name = "usrdata"});
+	harness::add_mtd({.name = "usrdata"});
 	load();
-	EXPECT_EQ(board::log(), joined_lines({{load_begins, usrdata_found}, plain_partitions_listed}));
+	EXPECT_EQ(harness::log(), joined_lines({{load_begins, usrdata_found}, plain_partitions_listed}));
 }
 
 TEST_F(frame_load, puts_messages_and_steps_in_one_order)
@@ -119,21 +119,21 @@ TEST_F(frame_load, puts_messages_and_steps_in_one_order)
 TEST_F(frame_load, holds_the_entry_its_sections_and_the_partition_table)
 {
 	load();
-	EXPECT_EQ(board::held(), board::holdings{.heap = 3});
+	EXPECT_EQ(harness::held(), harness::holdings{.heap = 3});
 }
 
 TEST_F(frame_load, of_a_bare_board_succeeds)
 {
 	load("bare");
-	EXPECT_TRUE(board::loaded());
-	EXPECT_TRUE(board::device_registered());
-	EXPECT_FALSE(board::load_report()->failure);
+	EXPECT_TRUE(harness::loaded());
+	EXPECT_TRUE(harness::device_registered());
+	EXPECT_FALSE(harness::load_report()->failure);
 }
 
 TEST_F(frame_load, of_a_bare_board_says_what_is_missing)
 {
 	load("bare");
-	EXPECT_EQ(board::log(), (log_lines{load_begins, no_section_table, no_listed_partitions}));
+	EXPECT_EQ(harness::log(), (log_lines{load_begins, no_section_table, no_listed_partitions}));
 }
 
 TEST_F(frame_load, of_a_bare_board_allocates_nothing)
@@ -142,21 +142,21 @@ TEST_F(frame_load, of_a_bare_board_allocates_nothing)
 	EXPECT_EQ(steps(), joined({registered,
 				   usrdata_absent,
 				   {node_count_of(default_instance), list_of(default_instance, "mtd_info"), load_end(0)}}));
-	EXPECT_EQ(board::held(), board::holdings{});
+	EXPECT_EQ(harness::held(), harness::holdings{});
 }
 
 TEST_F(frame_load, of_an_unconfigured_board_succeeds)
 {
 	load("unconfigured");
-	EXPECT_EQ(board::log(), (log_lines{load_begins, no_node_count, no_listed_partitions}));
-	EXPECT_EQ(board::load_report()->result, 0u);
-	EXPECT_FALSE(board::load_report()->failure);
+	EXPECT_EQ(harness::log(), (log_lines{load_begins, no_node_count, no_listed_partitions}));
+	EXPECT_EQ(harness::load_report()->result, 0u);
+	EXPECT_FALSE(harness::load_report()->failure);
 }
 
 TEST_F(frame_load, of_a_board_with_sections_alone)
 {
 	load("sections_only");
-	EXPECT_EQ(board::log(), (log_lines{load_begins, no_listed_partitions}));
+	EXPECT_EQ(harness::log(), (log_lines{load_begins, no_listed_partitions}));
 	EXPECT_EQ(steps(), joined({registered,
 				   usrdata_absent,
 				   configured_from_single_table(default_instance, 2),
@@ -166,7 +166,7 @@ TEST_F(frame_load, of_a_board_with_sections_alone)
 TEST_F(frame_load, of_a_board_with_listed_partitions_alone)
 {
 	load("partitions_only");
-	EXPECT_EQ(board::log(),
+	EXPECT_EQ(harness::log(),
 		  (log_lines{load_begins, no_section_table, partition_listed(default_instance, 0, "part0", 0x10000),
 			     partition_listed(default_instance, 1, "part1", 0x20000), partitions_counted(default_instance, 2)}));
 	EXPECT_EQ(steps(), joined({registered,
@@ -192,7 +192,7 @@ TEST_F(frame_load, of_a_variant_board_reads_the_variants_table_alone)
 TEST_F(frame_load, goes_on_without_sections_when_their_table_is_broken)
 {
 	load("broken_sections");
-	EXPECT_EQ(board::log(),
+	EXPECT_EQ(harness::log(),
 		  (log_lines{load_begins, number_missing(ordinary, "row1", "size"), partition_listed(default_instance, 0, "part0", 0x10000),
 			     partitions_counted(default_instance, 1)}));
 	EXPECT_FALSE(has_entry(default_instance));
@@ -200,25 +200,25 @@ TEST_F(frame_load, goes_on_without_sections_when_their_table_is_broken)
 
 TEST_F(frame_load, again_after_an_unload_does_the_same)
 {
-	board::add_mtd({.name = "usrdata"});
+	harness::add_mtd({.name = "usrdata"});
 	load();
-	const call_list first_calls = board::calls();
-	const log_lines first_log = board::log();
-	board::unload();
-	board::forget();
+	const call_list first_calls = harness::calls();
+	const log_lines first_log = harness::log();
+	harness::unload();
+	harness::forget();
 	load();
-	EXPECT_EQ(board::calls(), first_calls);
-	EXPECT_EQ(board::log(), first_log);
+	EXPECT_EQ(harness::calls(), first_calls);
+	EXPECT_EQ(harness::log(), first_log);
 }
 
 TEST_F(frame_load, again_after_an_unload_may_find_another_board)
 {
 	load();
-	board::unload();
-	board::forget();
+	harness::unload();
+	harness::forget();
 	load("bare");
-	EXPECT_EQ(board::log(), (log_lines{load_begins, no_section_table, no_listed_partitions}));
-	EXPECT_FALSE(board::call_finds("drv_flash_mtd_info_find", {"usrdata"}));
+	EXPECT_EQ(harness::log(), (log_lines{load_begins, no_section_table, no_listed_partitions}));
+	EXPECT_FALSE(harness::call_finds("drv_flash_mtd_info_find", {"usrdata"}));
 }
 
 TEST_F(frame_load, makes_one_flash_config_entry_for_the_default_instance)
@@ -232,8 +232,8 @@ TEST_F(frame_load, makes_one_flash_config_entry_for_the_default_instance)
 TEST_F(frame_load, builds_the_table_of_listed_partitions)
 {
 	load();
-	EXPECT_TRUE(board::call_finds("drv_flash_mtd_info_find", {"config"}));
-	EXPECT_TRUE(board::call_finds("drv_flash_mtd_info_find", {"usrdata"}));
+	EXPECT_TRUE(harness::call_finds("drv_flash_mtd_info_find", {"config"}));
+	EXPECT_TRUE(harness::call_finds("drv_flash_mtd_info_find", {"usrdata"}));
 }
 
 // ------------------------------------------------------------------------------------ failures that a load does not mind
@@ -256,13 +256,13 @@ class frame_load_goes_on : public frame_load, public testing::WithParamInterface
 
 TEST_P(frame_load_goes_on, and_says_what_failed)
 {
-	board::add_mtd({.name = "usrdata"});
-	board::fail(GetParam().function, GetParam().result, GetParam().nth);
+	harness::add_mtd({.name = "usrdata"});
+	harness::fail(GetParam().function, GetParam().result, GetParam().nth);
 	load(GetParam().configuration);
-	EXPECT_EQ(board::faults_hit(), 1u);
-	EXPECT_EQ(board::load_report()->result, 0u);
-	EXPECT_FALSE(board::load_report()->failure);
-	const log_lines log = board::log();
+	EXPECT_EQ(harness::faults_hit(), 1u);
+	EXPECT_EQ(harness::load_report()->result, 0u);
+	EXPECT_FALSE(harness::load_report()->failure);
+	const log_lines log = harness::log();
 	EXPECT_EQ(std::count(log.begin(), log.end(), GetParam().said), 1);
 }
 
@@ -285,10 +285,10 @@ INSTANTIATE_TEST_SUITE_P(without, frame_load_goes_on,
 
 TEST_F(frame_load, goes_on_without_a_word_when_a_variants_name_cannot_be_formed)
 {
-	board::fail("sprintf_s", -1);
+	harness::fail("sprintf_s", -1);
 	load("variants");
-	EXPECT_EQ(board::log(), (log_lines{load_begins, partition_listed(default_instance, 0, "part0", 0x10000),
-					   partitions_counted(default_instance, 1)}));
+	EXPECT_EQ(harness::log(), (log_lines{load_begins, partition_listed(default_instance, 0, "part0", 0x10000),
+					     partitions_counted(default_instance, 1)}));
 }
 
 } // namespace

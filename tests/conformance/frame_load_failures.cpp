@@ -13,9 +13,9 @@ protected:
 	// Loads and expects this result with this failure text.
 	static void load_and_fail(uint32_t result, std::string_view failure)
 	{
-		EXPECT_EQ(board::load(), result);
-		EXPECT_EQ(board::faults_hit(), g_armed);
-		const auto report = board::load_report();
+		EXPECT_EQ(harness::load(), result);
+		EXPECT_EQ(harness::faults_hit(), g_armed);
+		const auto report = harness::load_report();
 		ASSERT_TRUE(report);
 		EXPECT_EQ(report->name, "flash_mng");
 		EXPECT_EQ(report->result, result);
@@ -27,16 +27,16 @@ protected:
 
 	static void fail(std::string_view function, long long result, unsigned nth = 1)
 	{
-		board::fail(function, result, nth);
+		harness::fail(function, result, nth);
 		++g_armed;
 	}
 
 	static void expect_good_load()
 	{
-		board::forget();
-		EXPECT_EQ(board::load(), 0u);
-		EXPECT_TRUE(board::device_registered());
-		EXPECT_EQ(board::log(), joined_lines({{load_begins}, plain_partitions_listed}));
+		harness::forget();
+		EXPECT_EQ(harness::load(), 0u);
+		EXPECT_TRUE(harness::device_registered());
+		EXPECT_EQ(harness::log(), joined_lines({{load_begins}, plain_partitions_listed}));
 	}
 
 	void SetUp() override
@@ -70,7 +70,7 @@ protected:
 TEST_P(frame_log_refused, gives_the_platforms_code)
 {
 	load_without_log();
-	EXPECT_EQ(board::loaded(), stays_after(GetParam()));
+	EXPECT_EQ(harness::loaded(), stays_after(GetParam()));
 }
 
 TEST_P(frame_log_refused, undoes_nothing)
@@ -78,19 +78,19 @@ TEST_P(frame_log_refused, undoes_nothing)
 	load_without_log();
 	EXPECT_EQ(steps(), (call_list{"log_get_timestamp_ms()", "drv_log_register(27, \"flash_mng\", 8192)",
 				      load_end(GetParam(), "log register fail")}));
-	EXPECT_EQ(board::log(), log_lines{load_begins});
-	EXPECT_FALSE(board::device_registered());
+	EXPECT_EQ(harness::log(), log_lines{load_begins});
+	EXPECT_FALSE(harness::device_registered());
 }
 
 TEST_P(frame_log_refused, leaves_nothing_for_an_unload_to_undo)
 {
 	load_without_log();
-	if (!board::loaded())
+	if (!harness::loaded())
 		return expect_good_load();
-	board::forget();
-	board::unload();
+	harness::forget();
+	harness::unload();
 	EXPECT_EQ(deeds(), call_list{});
-	EXPECT_EQ(board::log(), log_lines{unload_ends});
+	EXPECT_EQ(harness::log(), log_lines{unload_ends});
 	expect_good_load();
 }
 
@@ -102,10 +102,10 @@ using frame_kept_module = frame_log_refused;
 TEST_P(frame_kept_module, has_no_tables_and_no_device)
 {
 	load_without_log();
-	ASSERT_TRUE(board::loaded());
+	ASSERT_TRUE(harness::loaded());
 	EXPECT_FALSE(has_entry(default_instance));
-	EXPECT_FALSE(board::call_finds("drv_flash_mtd_info_find", {"config"}));
-	EXPECT_EQ(board::ioctl(0x80045408, 0).errno_value, ENOENT);
+	EXPECT_FALSE(harness::call_finds("drv_flash_mtd_info_find", {"config"}));
+	EXPECT_EQ(harness::ioctl(0x80045408, 0).errno_value, ENOENT);
 }
 
 INSTANTIATE_TEST_SUITE_P(with, frame_kept_module, testing::Values(1, 0x70010002, 0x7FFFFFFF), code_name<uint32_t>);
@@ -126,26 +126,26 @@ protected:
 TEST_P(frame_device_refused, gives_linuxs_code)
 {
 	load_without_device();
-	EXPECT_EQ(board::loaded(), stays_after(code()));
+	EXPECT_EQ(harness::loaded(), stays_after(code()));
 }
 
 TEST_P(frame_device_refused, removes_the_log_alone)
 {
 	load_without_device();
 	EXPECT_EQ(steps(), joined({registered, {log_removed, load_end(code(), "device register fail")}}));
-	EXPECT_EQ(board::log(), log_lines{load_begins});
-	EXPECT_FALSE(board::device_registered());
+	EXPECT_EQ(harness::log(), log_lines{load_begins});
+	EXPECT_FALSE(harness::device_registered());
 }
 
 TEST_P(frame_device_refused, leaves_nothing_for_an_unload_to_undo)
 {
 	load_without_device();
-	if (!board::loaded())
+	if (!harness::loaded())
 		return expect_good_load();
-	board::forget();
-	board::unload();
+	harness::forget();
+	harness::unload();
 	EXPECT_EQ(deeds(), call_list{});
-	EXPECT_EQ(board::log(), log_lines{unload_ends});
+	EXPECT_EQ(harness::log(), log_lines{unload_ends});
 	expect_good_load();
 }
 
@@ -166,8 +166,8 @@ protected:
 TEST_F(frame_entry_refused, fails_the_load)
 {
 	load_without_entry();
-	EXPECT_FALSE(board::loaded());
-	EXPECT_FALSE(board::device_registered());
+	EXPECT_FALSE(harness::loaded());
+	EXPECT_FALSE(harness::device_registered());
 }
 
 TEST_F(frame_entry_refused, removes_the_device_and_then_the_log)
@@ -183,13 +183,13 @@ TEST_F(frame_entry_refused, removes_the_device_and_then_the_log)
 TEST_F(frame_entry_refused, is_said_to_the_common_log)
 {
 	load_without_entry();
-	EXPECT_EQ(board::log(), (log_lines{load_begins, entry_without_memory(default_instance)}));
+	EXPECT_EQ(harness::log(), (log_lines{load_begins, entry_without_memory(default_instance)}));
 }
 
 TEST_F(frame_entry_refused, keeps_the_sections_just_read)
 {
 	load_without_entry();
-	EXPECT_EQ(board::held(), board::holdings{.heap = 1});
+	EXPECT_EQ(harness::held(), harness::holdings{.heap = 1});
 }
 
 TEST_F(frame_entry_refused, does_not_get_to_the_listed_partitions)
@@ -265,7 +265,7 @@ class frame_partitions_refused : public frame_load_failure, public testing::With
 protected:
 	static void load_without_partitions()
 	{
-		board::configure(GetParam().configuration);
+		harness::configure(GetParam().configuration);
 		if (GetParam().function)
 			fail(GetParam().function, std::string_view(GetParam().function) == "linux_kcalloc" ? 0 : 5, GetParam().nth);
 		load_and_fail(GetParam().result, "mtd info init fail");
@@ -275,8 +275,8 @@ protected:
 TEST_P(frame_partitions_refused, fails_the_load)
 {
 	load_without_partitions();
-	EXPECT_FALSE(board::loaded());
-	EXPECT_FALSE(board::device_registered());
+	EXPECT_FALSE(harness::loaded());
+	EXPECT_FALSE(harness::device_registered());
 }
 
 TEST_P(frame_partitions_refused, removes_the_entry_the_device_and_the_log)
@@ -293,19 +293,19 @@ TEST_P(frame_partitions_refused, removes_the_entry_the_device_and_the_log)
 TEST_P(frame_partitions_refused, is_said)
 {
 	load_without_partitions();
-	EXPECT_EQ(board::log(), joined_lines({{load_begins}, GetParam().said}));
+	EXPECT_EQ(harness::log(), joined_lines({{load_begins}, GetParam().said}));
 }
 
 TEST_P(frame_partitions_refused, keeps_nothing)
 {
 	load_without_partitions();
-	EXPECT_EQ(board::held(), board::holdings{});
+	EXPECT_EQ(harness::held(), harness::holdings{});
 }
 
 TEST_P(frame_partitions_refused, does_not_spoil_the_next_load)
 {
 	load_without_partitions();
-	board::configure("plain");
+	harness::configure("plain");
 	expect_good_load();
 }
 
@@ -314,7 +314,7 @@ INSTANTIATE_TEST_SUITE_P(with, frame_partitions_refused, testing::ValuesIn(parti
 
 TEST_F(frame_load_failure, without_sections_has_no_entry_to_remove)
 {
-	board::configure("partitions_only");
+	harness::configure("partitions_only");
 	fail("linux_kcalloc", 0);
 	load_and_fail(no_buffer, "mtd info init fail");
 	EXPECT_EQ(last(steps(), 4),
@@ -336,14 +336,14 @@ TEST_F(frame_load_failure, reports_when_the_load_began)
 	fail("log_get_timestamp_ms", 0x123456789A);
 	fail("misc_register", -12);
 	load_and_fail(static_cast<uint32_t>(-12), "device register fail");
-	EXPECT_EQ(board::load_report()->start_ms, 0x123456789Au);
+	EXPECT_EQ(harness::load_report()->start_ms, 0x123456789Au);
 }
 
 TEST_F(frame_load_failure, leaves_no_device_to_ask)
 {
 	fail("linux_kcalloc", 0, 2);
 	load_and_fail(no_buffer, "mtd info init fail");
-	EXPECT_EQ(board::ioctl(0x80045407, 0).errno_value, ENOENT);
+	EXPECT_EQ(harness::ioctl(0x80045407, 0).errno_value, ENOENT);
 }
 
 TEST_F(frame_load_failure, can_come_several_times_in_a_row)
@@ -352,7 +352,7 @@ TEST_F(frame_load_failure, can_come_several_times_in_a_row)
 		SCOPED_TRACE(i);
 		fail("linux_kcalloc", 0, 2);
 		load_and_fail(no_buffer, "mtd info init fail");
-		EXPECT_EQ(board::held(), board::holdings{});
+		EXPECT_EQ(harness::held(), harness::holdings{});
 	}
 	expect_good_load();
 }
@@ -375,52 +375,52 @@ class frame_load_sweep : public on_board, public testing::WithParamInterface<swe
 protected:
 	static void prepare()
 	{
-		board::reset();
-		board::configure(GetParam().configuration);
-		board::add_mtd({.name = "usrdata"});
+		harness::reset();
+		harness::configure(GetParam().configuration);
+		harness::add_mtd({.name = "usrdata"});
 	}
 
 	static log_lines log_of_good_load()
 	{
 		prepare();
-		EXPECT_EQ(board::load(), 0u);
-		const log_lines log = board::log();
-		board::unload();
+		EXPECT_EQ(harness::load(), 0u);
+		const log_lines log = harness::log();
+		harness::unload();
 		return log;
 	}
 
 	// Loads with an armed fault; whether it was hit. Whatever happened, an unloaded module holds nothing that it should not.
 	static bool load_with_fault()
 	{
-		const uint32_t result = board::load();
-		const bool hit = board::faults_hit() > 0;
-		EXPECT_EQ(board::loaded(), result == 0);
-		EXPECT_EQ(board::device_registered(), result == 0);
-		EXPECT_EQ(board::load_report()->failure.has_value(), result != 0);
+		const uint32_t result = harness::load();
+		const bool hit = harness::faults_hit() > 0;
+		EXPECT_EQ(harness::loaded(), result == 0);
+		EXPECT_EQ(harness::device_registered(), result == 0);
+		EXPECT_EQ(harness::load_report()->failure.has_value(), result != 0);
 		if (hit && GetParam().fails_the_load) {
 			EXPECT_NE(result, 0u);
 		}
-		if (board::loaded())
-			board::unload();
-		EXPECT_EQ(board::held(), kept(result)) << "after the load with the fault";
+		if (harness::loaded())
+			harness::unload();
+		EXPECT_EQ(harness::held(), kept(result)) << "after the load with the fault";
 		return hit;
 	}
 
 	// Only the failed allocation of the entry keeps the sections read for it.
-	static board::holdings kept(uint32_t result)
+	static harness::holdings kept(uint32_t result)
 	{
 		return {.heap = std::string_view(GetParam().function) == "linux_kzalloc" && result != 0 ? 1 : 0};
 	}
 
 	static void expect_good_load(const log_lines &log)
 	{
-		const board::holdings before = board::held();
-		board::forget();
-		EXPECT_EQ(board::load(), 0u);
-		EXPECT_EQ(board::log(), log);
-		if (board::loaded())
-			board::unload();
-		EXPECT_EQ(board::held(), before);
+		const harness::holdings before = harness::held();
+		harness::forget();
+		EXPECT_EQ(harness::load(), 0u);
+		EXPECT_EQ(harness::log(), log);
+		if (harness::loaded())
+			harness::unload();
+		EXPECT_EQ(harness::held(), before);
 	}
 };
 
@@ -431,14 +431,14 @@ TEST_P(frame_load_sweep, once)
 		SCOPED_TRACE(testing::Message() << "call " << nth);
 		ASSERT_LT(nth, 100u);
 		prepare();
-		board::fail(GetParam().function, GetParam().result, nth);
+		harness::fail(GetParam().function, GetParam().result, nth);
 		const bool hit = load_with_fault();
 		if (!hit) {
 			EXPECT_GT(nth, 1u) << "a load never makes this call";
 			return;
 		}
 		expect_good_load(good);
-		board::reset();
+		harness::reset();
 	}
 }
 
@@ -450,7 +450,7 @@ TEST_P(frame_load_sweep, from_then_on)
 		SCOPED_TRACE(testing::Message() << "from call " << nth);
 		ASSERT_LT(nth, 100u);
 		prepare();
-		board::fail_always(GetParam().function, GetParam().result, nth++);
+		harness::fail_always(GetParam().function, GetParam().result, nth++);
 	} while (load_with_fault());
 	prepare();
 	expect_good_load(good);

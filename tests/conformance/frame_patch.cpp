@@ -20,26 +20,26 @@ class frame_patch_hook : public on_loaded_module, public testing::WithParamInter
 
 TEST_P(frame_patch_hook, gives_0)
 {
-	EXPECT_EQ(board::call(GetParam().function, {}), 0u);
+	EXPECT_EQ(harness::call(GetParam().function, {}), 0u);
 }
 
 TEST_P(frame_patch_hook, leaves_a_trace_line)
 {
-	board::call(GetParam().function, {});
-	EXPECT_EQ(board::log(), log_lines{own_log(trace, GetParam().said)});
+	harness::call(GetParam().function, {});
+	EXPECT_EQ(harness::log(), log_lines{own_log(trace, GetParam().said)});
 }
 
 TEST_P(frame_patch_hook, does_nothing_else)
 {
-	board::call(GetParam().function, {});
-	EXPECT_EQ(board::calls(), call_list{message(own, trace, GetParam().said)});
+	harness::call(GetParam().function, {});
+	EXPECT_EQ(harness::calls(), call_list{message(own, trace, GetParam().said)});
 }
 
 TEST_P(frame_patch_hook, leaves_one_line_for_each_call)
 {
 	for (int i = 0; i < 10; ++i)
-		EXPECT_EQ(board::call(GetParam().function, {}), 0u);
-	EXPECT_EQ(board::log(), log_lines(10, own_log(trace, GetParam().said)));
+		EXPECT_EQ(harness::call(GetParam().function, {}), 0u);
+	EXPECT_EQ(harness::log(), log_lines(10, own_log(trace, GetParam().said)));
 }
 
 INSTANTIATE_TEST_SUITE_P(number, frame_patch_hook,
@@ -49,7 +49,7 @@ INSTANTIATE_TEST_SUITE_P(number, frame_patch_hook,
 
 class frame_patch_area : public on_loaded_module {
 protected:
-	static bytes area() { return board::global("g_flash_mng_patch", 40); }
+	static bytes area() { return harness::global("g_flash_mng_patch", 40); }
 };
 
 TEST_F(frame_patch_area, is_zero_at_load)
@@ -59,10 +59,10 @@ TEST_F(frame_patch_area, is_zero_at_load)
 
 TEST_F(frame_patch_area, stays_zero_whatever_is_called)
 {
-	board::call("flash_mng_drv_patch_func1", {});
-	board::call("flash_mng_drv_patch_func2", {});
+	harness::call("flash_mng_drv_patch_func1", {});
+	harness::call("flash_mng_drv_patch_func2", {});
 	for (uint32_t command : {0x80045406u, 0x80045407u, 0x80045408u, 0x8004540Bu, 0x4004540Cu, 0x8004540Du, 0u})
-		board::ioctl(command, board::user_address(board::user_memory(8192)));
+		harness::ioctl(command, harness::user_address(harness::user_memory(8192)));
 	EXPECT_EQ(area(), bytes(40, 0));
 }
 

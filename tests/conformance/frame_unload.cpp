@@ -15,52 +15,52 @@ class frame_unload : public on_board {
 protected:
 	static void load(std::string_view configuration = "plain")
 	{
-		board::configure(configuration);
-		ASSERT_EQ(board::load(), 0u);
-		board::forget();
+		harness::configure(configuration);
+		ASSERT_EQ(harness::load(), 0u);
+		harness::forget();
 	}
 };
 
 TEST_F(frame_unload, takes_its_steps_in_order)
 {
 	load();
-	board::unload();
+	harness::unload();
 	EXPECT_EQ(deeds(), joined({{freed}, entry_released, registrations_removed}));
 }
 
 TEST_F(frame_unload, says_one_line_to_the_common_log)
 {
 	load();
-	board::unload();
-	EXPECT_EQ(board::log(), log_lines{unload_ends});
+	harness::unload();
+	EXPECT_EQ(harness::log(), log_lines{unload_ends});
 }
 
 TEST_F(frame_unload, ends_with_its_line)
 {
 	load();
-	board::unload();
-	EXPECT_EQ(board::calls().back(), message(common, ordinary, "flash_module_exit"));
+	harness::unload();
+	EXPECT_EQ(harness::calls().back(), message(common, ordinary, "flash_module_exit"));
 }
 
 TEST_F(frame_unload, of_a_bare_board_only_deregisters)
 {
 	load("bare");
-	board::unload();
+	harness::unload();
 	EXPECT_EQ(deeds(), registrations_removed);
-	EXPECT_EQ(board::log(), log_lines{unload_ends});
+	EXPECT_EQ(harness::log(), log_lines{unload_ends});
 }
 
 TEST_F(frame_unload, without_listed_partitions)
 {
 	load("sections_only");
-	board::unload();
+	harness::unload();
 	EXPECT_EQ(deeds(), joined({entry_released, registrations_removed}));
 }
 
 TEST_F(frame_unload, without_sections)
 {
 	load("partitions_only");
-	board::unload();
+	harness::unload();
 	EXPECT_EQ(deeds(), joined({{freed}, registrations_removed}));
 }
 
@@ -68,62 +68,62 @@ TEST_F(frame_unload, releases_every_entry)
 {
 	load("tables");
 	for (uint32_t instance : {3u, 5u, 6u})
-		ASSERT_EQ(board::call("drv_flash_init", {instance}), 0u);
-	EXPECT_EQ(board::held(), board::holdings{.heap = 6});
-	board::forget();
-	board::unload();
+		ASSERT_EQ(harness::call("drv_flash_init", {instance}), 0u);
+	EXPECT_EQ(harness::held(), harness::holdings{.heap = 6});
+	harness::forget();
+	harness::unload();
 	EXPECT_EQ(deeds(), joined({repeated(entry_released, 3), registrations_removed}));
-	EXPECT_EQ(board::held(), board::holdings{});
+	EXPECT_EQ(harness::held(), harness::holdings{});
 }
 
 TEST_F(frame_unload, after_the_partition_table_was_released)
 {
 	load();
-	board::call("drv_flash_mtd_info_deinit", {});
-	board::forget();
-	board::unload();
+	harness::call("drv_flash_mtd_info_deinit", {});
+	harness::forget();
+	harness::unload();
 	EXPECT_EQ(deeds(), joined({entry_released, registrations_removed}));
 }
 
 TEST_F(frame_unload, after_the_entry_was_removed)
 {
 	load();
-	ASSERT_EQ(board::call("drv_flash_exit", {default_instance}), 0u);
-	board::forget();
-	board::unload();
+	ASSERT_EQ(harness::call("drv_flash_exit", {default_instance}), 0u);
+	harness::forget();
+	harness::unload();
 	EXPECT_EQ(deeds(), joined({{freed}, registrations_removed}));
 }
 
 TEST_F(frame_unload, ignores_what_the_logs_removal_says)
 {
 	load();
-	board::fail("drv_log_deregister", 5);
-	board::unload();
+	harness::fail("drv_log_deregister", 5);
+	harness::unload();
 	EXPECT_EQ(last(deeds(), 2), registrations_removed);
-	EXPECT_EQ(board::log(), log_lines{unload_ends});
-	EXPECT_FALSE(board::loaded());
+	EXPECT_EQ(harness::log(), log_lines{unload_ends});
+	EXPECT_FALSE(harness::loaded());
 }
 
 TEST_F(frame_unload, keeps_nothing)
 {
-	board::add_mtd({.name = "usrdata"});
+	harness::add_mtd({.name = "usrdata"});
 	load();
-	board::unload();
-	EXPECT_EQ(board::held(), board::holdings{});
+	harness::unload();
+	EXPECT_EQ(harness::held(), harness::holdings{});
 }
 
 TEST_F(frame_unload, takes_the_control_device_away)
 {
 	load();
-	board::unload();
-	EXPECT_FALSE(board::device_registered());
-	EXPECT_EQ(board::ioctl(0x80045407, 0).errno_value, ENOENT);
+	harness::unload();
+	EXPECT_FALSE(harness::device_registered());
+	EXPECT_EQ(harness::ioctl(0x80045407, 0).errno_value, ENOENT);
 }
 
 TEST_F(frame_unload, reports_no_end_of_a_load)
 {
 	load();
-	board::unload();
+	harness::unload();
 	EXPECT_FALSE(called("log_module_init_end"));
 }
 
@@ -132,20 +132,20 @@ TEST_F(frame_unload, leaves_the_module_loadable)
 	for (int cycle = 0; cycle < 20; ++cycle) {
 		SCOPED_TRACE(cycle);
 		load(cycle % 2 ? "plain" : "variants");
-		EXPECT_TRUE(board::device_registered());
-		board::unload();
-		EXPECT_FALSE(board::loaded());
-		EXPECT_EQ(board::held(), board::holdings{});
+		EXPECT_TRUE(harness::device_registered());
+		harness::unload();
+		EXPECT_FALSE(harness::loaded());
+		EXPECT_EQ(harness::held(), harness::holdings{});
 	}
 }
 
 TEST_F(frame_unload, after_commands_were_served)
 {
 	load();
-	board::ioctl(0x80045408, board::user_address(board::user_memory(4)));
-	board::ioctl(0x8004540B, board::unmapped_address());
-	board::forget();
-	board::unload();
+	harness::ioctl(0x80045408, harness::user_address(harness::user_memory(4)));
+	harness::ioctl(0x8004540B, harness::unmapped_address());
+	harness::forget();
+	harness::unload();
 	EXPECT_EQ(deeds(), joined({{freed}, entry_released, registrations_removed}));
 }
 

@@ -34,7 +34,7 @@ public:
 	{
 	}
 
-	uint32_t operator()() const { return board::ioctl(command_, record_.address()).code(); }
+	uint32_t operator()() const { return harness::ioctl(command_, record_.address()).code(); }
 	void fill(uint8_t value) const { std::memset(reinterpret_cast<void *>(data_.address()), value, data_.size()); }
 	bytes data() const { return data_.content(); }
 
@@ -116,7 +116,7 @@ TEST_F(ioctl_concurrency, queries_run_beside_transfers)
 	const auto asker = [&] {
 		int unexpected = 0;
 		for (int round = 0; round < g_rounds; ++round)
-			unexpected += board::ioctl(get_mtd_statistics, statistics.address()).code() != 0;
+			unexpected += harness::ioctl(get_mtd_statistics, statistics.address()).code() != 0;
 		return unexpected;
 	};
 	run({[&] {
@@ -134,7 +134,7 @@ TEST_F(ioctl_concurrency, queries_run_beside_transfers)
 
 TEST_F(ioctl_concurrency, holds_nothing_at_the_end)
 {
-	const board::holdings before = board::held();
+	const harness::holdings before = harness::held();
 	const request one(mtd_read_command, "listed", 0, 0x40), other(mtd_read_command, "listed", 0x100, 0x40);
 	const auto reader = [](const request &read) {
 		return [&] {
@@ -145,7 +145,7 @@ TEST_F(ioctl_concurrency, holds_nothing_at_the_end)
 		};
 	};
 	run({reader(one), reader(other)});
-	EXPECT_EQ(board::held(), before);
+	EXPECT_EQ(harness::held(), before);
 }
 
 } // namespace

@@ -33,7 +33,7 @@ public:
 	{
 	}
 
-	board::ioctl_result ask(uint32_t command) const { return board::ioctl(command, record_.address()); }
+	harness::ioctl_result ask(uint32_t command) const { return harness::ioctl(command, record_.address()); }
 	uint32_t code(uint32_t command) const { return ask(command).code(); }
 
 	// The answer has these settings, and everything else is as it was asked.
@@ -64,7 +64,7 @@ void expect_not_found(const question &asked, uint32_t command)
 {
 	expect_seen_as(asked.ask(command), not_found, 0);
 	asked.expect_untouched();
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 // Two created flashes, one that was only asked for its size, and one whose partition shares a name with the first.
@@ -76,7 +76,7 @@ protected:
 		ASSERT_EQ(create(0x20, {"mtd_00000020_a", "mtd_00000020_b", "shared"}), 0u);
 		ASSERT_EQ(create(0x32, {"mtd_00000032_a", "shared", name_of_32, name_of_31}), 0u);
 		ASSERT_EQ(get_size(0x21), 0u);
-		board::forget();
+		harness::forget();
 	}
 };
 
@@ -97,7 +97,7 @@ TEST_P(ioctl_lookup_by_name, finds_the_flash)
 	const question asked(GetParam().name);
 	expect_seen_as(asked.ask(g_by_name), 0, 0);
 	asked.expect_answer(GetParam().flash);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -131,14 +131,14 @@ INSTANTIATE_TEST_SUITE_P(that_is, ioctl_lookup_by_absent_name,
 TEST_F(ioctl_lookup, by_name_makes_its_calls_in_order)
 {
 	EXPECT_EQ(question("mtd_00000032_a").code(g_by_name), 0u);
-	EXPECT_EQ(board::calls(), (call_list{"linux_copy_from_user(-, -, 56)", "linux_copy_from_user(-, -, 14)", lock_taken, lock_released,
-					     "linux_copy_to_user(-, -, 56)"}));
+	EXPECT_EQ(harness::calls(), (call_list{"linux_copy_from_user(-, -, 56)", "linux_copy_from_user(-, -, 14)", lock_taken,
+					       lock_released, "linux_copy_to_user(-, -, 56)"}));
 }
 
 TEST_F(ioctl_lookup, by_absent_name_writes_nothing)
 {
 	EXPECT_EQ(question("nothing").code(g_by_name), not_found);
-	EXPECT_EQ(board::calls(),
+	EXPECT_EQ(harness::calls(),
 		  (call_list{"linux_copy_from_user(-, -, 56)", "linux_copy_from_user(-, -, 7)", lock_taken, lock_released}));
 }
 
@@ -162,10 +162,10 @@ class ioctl_lookup_length : public ioctl_lookup, public testing::WithParamInterf
 
 TEST_P(ioctl_lookup_length, is_refused_before_the_name_is_read)
 {
-	const question asked(0, GetParam(), board::unmapped_address());
+	const question asked(0, GetParam(), harness::unmapped_address());
 	expect_seen_as(asked.ask(g_by_name), g_bad_length, 0);
 	asked.expect_untouched();
-	EXPECT_EQ(board::calls(), call_list{"linux_copy_from_user(-, -, 56)"});
+	EXPECT_EQ(harness::calls(), call_list{"linux_copy_from_user(-, -, 56)"});
 }
 
 INSTANTIATE_TEST_SUITE_P(of, ioctl_lookup_length, testing::Values(33u, 34u, 0x10000u, 0x80000000u, 0xFFFFFFFFu),
@@ -180,12 +180,12 @@ TEST_F(ioctl_lookup, by_a_name_of_32_bytes_reads_them_all)
 TEST_F(ioctl_lookup, by_an_empty_name_finds_nothing_without_looking)
 {
 	expect_not_found(question(""), g_by_name);
-	EXPECT_EQ(board::calls(), call_list{"linux_copy_from_user(-, -, 56)"});
+	EXPECT_EQ(harness::calls(), call_list{"linux_copy_from_user(-, -, 56)"});
 }
 
 TEST_F(ioctl_lookup, by_an_empty_name_does_not_look_at_its_address)
 {
-	expect_not_found(question(0, 0, board::kernel_address()), g_by_name);
+	expect_not_found(question(0, 0, harness::kernel_address()), g_by_name);
 }
 
 TEST_F(ioctl_lookup, by_a_name_that_begins_with_a_nul_finds_nothing_without_looking)
@@ -208,7 +208,7 @@ TEST_P(ioctl_lookup_name_address, is_unreadable)
 	const question asked(0, 6, make_bad_address(GetParam(), 6));
 	expect_seen_as(asked.ask(g_by_name), g_unreadable, 0);
 	asked.expect_untouched();
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 	EXPECT_FALSE(called("linux_spin_lock"));
 }
 
@@ -233,7 +233,7 @@ TEST_F(ioctl_lookup, by_a_name_of_which_a_byte_is_missing_fails)
 
 TEST_F(ioctl_lookup, by_a_name_with_one_byte_left_uncopied_fails)
 {
-	board::fail("linux_copy_from_user", 1, 2);
+	harness::fail("linux_copy_from_user", 1, 2);
 	const question asked("shared");
 	EXPECT_EQ(asked.code(g_by_name), g_unreadable);
 	asked.expect_untouched();
@@ -243,7 +243,7 @@ TEST_F(ioctl_lookup, by_a_name_with_one_byte_left_uncopied_fails)
 void store_null(uint64_t address)
 {
 	for (const uint64_t half : {address, address + 4})
-		ASSERT_EQ(board::call("drv_flash_get_nand_is_exist", {half}), 0u);
+		ASSERT_EQ(harness::call("drv_flash_get_nand_is_exist", {half}), 0u);
 }
 
 TEST_F(ioctl_lookup, by_name_passes_over_a_name_that_is_missing)
@@ -292,10 +292,10 @@ TEST_F(ioctl_lookup, by_name_finds_new_names_and_not_replaced_ones)
 
 TEST_F(ioctl_lookup, by_name_misses_a_flash_whose_names_could_not_be_copied)
 {
-	board::fail("linux_kstrdup", 0, 2);
+	harness::fail("linux_kstrdup", 0, 2);
 	ASSERT_EQ(create(0x22, {"one", "two", "three"}), copy_failed);
 	ASSERT_EQ(name_count_of(find(0x22)), 3u);
-	board::forget();
+	harness::forget();
 	expect_not_found(question("one"), g_by_name);
 	const question asked = by_instance(0x22);
 	EXPECT_EQ(asked.code(g_by_instance), 0u);
@@ -304,10 +304,10 @@ TEST_F(ioctl_lookup, by_name_misses_a_flash_whose_names_could_not_be_copied)
 
 TEST_F(ioctl_lookup, by_name_misses_a_flash_whose_new_names_found_no_memory)
 {
-	board::fail("linux_kcalloc", 0);
+	harness::fail("linux_kcalloc", 0);
 	ASSERT_EQ(create(0x20, {"one"}), no_memory);
 	ASSERT_EQ(name_count_of(find(0x20)), 3u);
-	board::forget();
+	harness::forget();
 	expect_not_found(question("mtd_00000020_a"), g_by_name);
 	const question asked("shared");
 	EXPECT_EQ(asked.code(g_by_name), 0u);
@@ -324,7 +324,7 @@ class ioctl_lookup_after_failed_create : public ioctl_lookup, public testing::Wi
 
 TEST_P(ioctl_lookup_after_failed_create, finds_the_names)
 {
-	board::fail(GetParam().function, GetParam().result);
+	harness::fail(GetParam().function, GetParam().result);
 	ASSERT_EQ(create(0x22, {"kept"}), 9u);
 	const question asked("kept");
 	EXPECT_EQ(asked.code(g_by_name), 0u);
@@ -350,7 +350,7 @@ TEST_P(ioctl_lookup_by_instance, finds_the_flash)
 	const question asked = by_instance(GetParam().flash.inst_id);
 	expect_seen_as(asked.ask(g_by_instance), 0, 0);
 	asked.expect_answer(GetParam().flash);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 INSTANTIATE_TEST_SUITE_P(of, ioctl_lookup_by_instance,
@@ -361,18 +361,19 @@ INSTANTIATE_TEST_SUITE_P(of, ioctl_lookup_by_instance,
 TEST_F(ioctl_lookup, by_instance_makes_its_calls_in_order)
 {
 	EXPECT_EQ(by_instance(0x32).code(g_by_instance), 0u);
-	EXPECT_EQ(board::calls(), (call_list{"linux_copy_from_user(-, -, 56)", lock_taken, lock_released, "linux_copy_to_user(-, -, 56)"}));
+	EXPECT_EQ(harness::calls(),
+		  (call_list{"linux_copy_from_user(-, -, 56)", lock_taken, lock_released, "linux_copy_to_user(-, -, 56)"}));
 }
 
 TEST_F(ioctl_lookup, by_absent_instance_writes_nothing)
 {
 	expect_not_found(by_instance(0x22), g_by_instance);
-	EXPECT_EQ(board::calls(), (call_list{"linux_copy_from_user(-, -, 56)", lock_taken, lock_released}));
+	EXPECT_EQ(harness::calls(), (call_list{"linux_copy_from_user(-, -, 56)", lock_taken, lock_released}));
 }
 
 TEST_F(ioctl_lookup, by_instance_does_not_look_at_the_name)
 {
-	const question asked(0x20, 0xFFFFFFFF, board::kernel_address());
+	const question asked(0x20, 0xFFFFFFFF, harness::kernel_address());
 	EXPECT_EQ(asked.code(g_by_instance), 0u);
 	asked.expect_answer(unlocked_flash);
 }
@@ -387,7 +388,7 @@ TEST_F(ioctl_lookup, by_instance_compares_all_32_bits)
 
 TEST_F(ioctl_lookup, by_instance_finds_the_settings_of_a_refused_destroy)
 {
-	board::fail("suite_driver_destroy", 1);
+	harness::fail("suite_driver_destroy", 1);
 	ASSERT_EQ(destroy(0x20), 1u);
 	const question asked = by_instance(0x20);
 	EXPECT_EQ(asked.code(g_by_instance), 0u);
@@ -396,17 +397,17 @@ TEST_F(ioctl_lookup, by_instance_finds_the_settings_of_a_refused_destroy)
 
 TEST_F(ioctl_lookup, needs_no_driver)
 {
-	board::call("drv_flash_driver_unregister", {});
+	harness::call("drv_flash_driver_unregister", {});
 	EXPECT_EQ(by_instance(0x20).code(g_by_instance), 0u);
 	EXPECT_EQ(question("shared").code(g_by_name), 0u);
 }
 
 TEST_F(ioctl_lookup, finds_the_default_instance)
 {
-	board::unload();
-	board::configure("spi_default");
-	ASSERT_EQ(board::load(), 0u);
-	board::register_driver();
+	harness::unload();
+	harness::configure("spi_default");
+	ASSERT_EQ(harness::load(), 0u);
+	harness::register_driver();
 	ASSERT_EQ(create(default_instance, {"top"}), 0u);
 	const settings expected = {default_instance, default_instance, 21, 22, 23};
 	const question asked = by_instance(default_instance), named("top");
@@ -427,14 +428,14 @@ protected:
 TEST_P(ioctl_either_lookup, finds_no_destroyed_flash)
 {
 	ASSERT_EQ(destroy(0x20), 0u);
-	board::forget();
+	harness::forget();
 	expect_not_found(good(), GetParam());
 }
 
 TEST_P(ioctl_either_lookup, makes_no_record)
 {
 	const std::vector<uint64_t> before = records();
-	board::forget();
+	harness::forget();
 	expect_not_found(question("mtd_00000022_a", 0x22), GetParam());
 	EXPECT_EQ(records(), before);
 	EXPECT_FALSE(called("xml_is_node_exist"));
@@ -449,7 +450,7 @@ TEST_P(ioctl_either_lookup, writes_not_a_byte_around_its_record)
 	around.insert(around.end(), asked.begin(), asked.end());
 	around.insert(around.end(), 16, 0x22);
 	const user_bytes memory(around);
-	EXPECT_EQ(board::ioctl(GetParam(), memory.address(8)).code(), 0u);
+	EXPECT_EQ(harness::ioctl(GetParam(), memory.address(8)).code(), 0u);
 	const bytes config = in_memory(unlocked_flash);
 	std::copy(config.begin(), config.end(), around.begin() + 8 + g_config_at);
 	EXPECT_EQ(memory.content(), around);
@@ -461,7 +462,7 @@ TEST_P(ioctl_either_lookup, takes_any_alignment)
 	const bytes asked = request(0x20, 6, name.address());
 	const user_bytes memory(g_record_size + 3);
 	std::memcpy(reinterpret_cast<void *>(memory.address(3)), asked.data(), asked.size());
-	EXPECT_EQ(board::ioctl(GetParam(), memory.address(3)).code(), 0u);
+	EXPECT_EQ(harness::ioctl(GetParam(), memory.address(3)).code(), 0u);
 	const bytes content = memory.content();
 	EXPECT_EQ(bytes(content.begin() + 3 + g_config_at, content.begin() + 3 + 48), in_memory(unlocked_flash));
 }
@@ -469,22 +470,22 @@ TEST_P(ioctl_either_lookup, takes_any_alignment)
 TEST_P(ioctl_either_lookup, of_a_record_of_which_a_byte_is_missing_fails)
 {
 	const user_bytes memory(g_record_size - 1);
-	expect_seen_as(board::ioctl(GetParam(), memory.address()), g_unreadable, 0);
+	expect_seen_as(harness::ioctl(GetParam(), memory.address()), g_unreadable, 0);
 	EXPECT_EQ(memory.content(), bytes(g_record_size - 1, 0xEE));
 }
 
 TEST_P(ioctl_either_lookup, of_a_record_with_one_byte_left_uncopied_fails)
 {
-	board::fail("linux_copy_from_user", 1);
+	harness::fail("linux_copy_from_user", 1);
 	const question asked = good();
 	expect_seen_as(asked.ask(GetParam()), g_unreadable, 0);
 	asked.expect_untouched();
-	EXPECT_EQ(board::calls(), call_list{"linux_copy_from_user(-, -, 56)"});
+	EXPECT_EQ(harness::calls(), call_list{"linux_copy_from_user(-, -, 56)"});
 }
 
 TEST_P(ioctl_either_lookup, can_be_asked_again_after_a_failure)
 {
-	board::fail("linux_copy_from_user", 56);
+	harness::fail("linux_copy_from_user", 56);
 	const question asked = good();
 	EXPECT_EQ(asked.code(GetParam()), g_unreadable);
 	EXPECT_EQ(asked.code(GetParam()), 0u);
@@ -497,7 +498,7 @@ TEST_P(ioctl_either_lookup, of_a_read_only_record_gives_the_bytes_that_it_could_
 	asked.record().allow(access::read_only);
 	expect_seen_as(asked.ask(GetParam()), 56, 0);
 	asked.expect_untouched();
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_P(ioctl_either_lookup, of_a_partly_read_only_record_gives_the_bytes_that_it_could_not_write)
@@ -505,15 +506,15 @@ TEST_P(ioctl_either_lookup, of_a_partly_read_only_record_gives_the_bytes_that_it
 	constexpr std::size_t page = 4096, before = 40;
 	const user_bytes name(bytes{'s', 'h', 'a', 'r', 'e', 'd'});
 	const bytes asked = request(0x20, 6, name.address());
-	std::uint8_t *memory = board::user_memory(2 * page);
+	std::uint8_t *memory = harness::user_memory(2 * page);
 	std::uint8_t *record = memory + page - before;
 	std::copy(asked.begin(), asked.end(), record);
-	board::protect(memory + page, page, access::read_only);
-	const board::ioctl_result result = board::ioctl(GetParam(), board::user_address(record));
+	harness::protect(memory + page, page, access::read_only);
+	const harness::ioctl_result result = harness::ioctl(GetParam(), harness::user_address(record));
 	EXPECT_EQ(result.errno_value, 0);
 	EXPECT_GE(result.value, static_cast<long>(g_record_size - before));
 	EXPECT_LE(result.value, static_cast<long>(g_record_size));
-	if (board::world() == board::world_kind::host) {
+	if (harness::world() == harness::world_kind::host) {
 		EXPECT_EQ(result.value, static_cast<long>(g_record_size - before));
 	}
 	EXPECT_EQ(bytes(record + before, record + g_record_size), bytes(asked.begin() + before, asked.end()));
@@ -523,10 +524,10 @@ TEST_P(ioctl_either_lookup, gives_the_count_of_unwritten_bytes_as_it_is)
 {
 	for (long left : {1, 2, 40, 55, 56}) {
 		SCOPED_TRACE(left);
-		board::fail("linux_copy_to_user", left);
+		harness::fail("linux_copy_to_user", left);
 		const question asked = good();
 		expect_seen_as(asked.ask(GetParam()), left, 0);
-		EXPECT_EQ(board::log(), log_lines());
+		EXPECT_EQ(harness::log(), log_lines());
 	}
 }
 
@@ -538,8 +539,8 @@ class ioctl_lookup_address : public ioctl_lookup, public testing::WithParamInter
 TEST_P(ioctl_lookup_address, is_unreadable)
 {
 	const auto &[command, kind] = GetParam();
-	expect_seen_as(board::ioctl(command, make_bad_address(kind, g_record_size)), g_unreadable, 0);
-	EXPECT_EQ(board::calls(), call_list{"linux_copy_from_user(-, -, 56)"});
+	expect_seen_as(harness::ioctl(command, make_bad_address(kind, g_record_size)), g_unreadable, 0);
+	EXPECT_EQ(harness::calls(), call_list{"linux_copy_from_user(-, -, 56)"});
 }
 
 INSTANTIATE_TEST_SUITE_P(that_is, ioctl_lookup_address, testing::Combine(testing::Values(g_by_name, g_by_instance), unreadable_addresses),

@@ -43,9 +43,9 @@ class on_board_with_usrdata : public on_loaded_module {
 protected:
 	void prepare() override
 	{
-		board::configure("no_lists");
-		board::add_mtd({.name = "boot", .size = 0x10000});
-		usrdata = board::add_mtd({.name = "usrdata", .size = 0x30000});
+		harness::configure("no_lists");
+		harness::add_mtd({.name = "boot", .size = 0x10000});
+		usrdata = harness::add_mtd({.name = "usrdata", .size = 0x30000});
 	}
 
 	int usrdata = -1;
@@ -55,8 +55,8 @@ class on_board_without_usrdata : public on_loaded_module {
 protected:
 	void prepare() override
 	{
-		board::configure("no_lists");
-		board::add_mtd({.name = "boot", .size = 0x10000});
+		harness::configure("no_lists");
+		harness::add_mtd({.name = "boot", .size = 0x10000});
 	}
 };
 
@@ -76,25 +76,25 @@ class ioctl_query : public on_board_with_usrdata, public testing::WithParamInter
 TEST_P(ioctl_query, answers)
 {
 	user_bytes reply(GetParam().size);
-	expect_seen_as(board::ioctl(GetParam().command, reply.address()), 0, 0);
+	expect_seen_as(harness::ioctl(GetParam().command, reply.address()), 0, 0);
 	EXPECT_EQ(reply.content(), expected_reply(GetParam()));
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_P(ioctl_query, makes_its_calls_in_order)
 {
 	user_bytes reply(GetParam().size);
-	EXPECT_EQ(board::ioctl(GetParam().command, reply.address()).code(), 0u);
+	EXPECT_EQ(harness::ioctl(GetParam().command, reply.address()).code(), 0u);
 	call_list expected = GetParam().before_copy;
 	expected.push_back("linux_copy_to_user(-, -, " + decimal(GetParam().size) + ")");
 	expected.insert(expected.end(), GetParam().after_copy.begin(), GetParam().after_copy.end());
-	EXPECT_EQ(board::calls(), expected);
+	EXPECT_EQ(harness::calls(), expected);
 }
 
 TEST_P(ioctl_query, writes_its_record_and_not_a_byte_around_it)
 {
 	user_bytes memory(GetParam().size + 24);
-	EXPECT_EQ(board::ioctl(GetParam().command, memory.address(8)).code(), 0u);
+	EXPECT_EQ(harness::ioctl(GetParam().command, memory.address(8)).code(), 0u);
 	bytes expected(8, 0xEE);
 	const bytes reply = expected_reply(GetParam());
 	expected.insert(expected.end(), reply.begin(), reply.end());
@@ -105,7 +105,7 @@ TEST_P(ioctl_query, writes_its_record_and_not_a_byte_around_it)
 TEST_P(ioctl_query, writes_to_any_alignment)
 {
 	user_bytes memory(GetParam().size + 3);
-	EXPECT_EQ(board::ioctl(GetParam().command, memory.address(3)).code(), 0u);
+	EXPECT_EQ(harness::ioctl(GetParam().command, memory.address(3)).code(), 0u);
 	const bytes content = memory.content();
 	EXPECT_EQ(bytes(content.begin() + 3, content.end()), expected_reply(GetParam()));
 }
@@ -113,7 +113,7 @@ TEST_P(ioctl_query, writes_to_any_alignment)
 TEST_P(ioctl_query, reads_nothing_from_the_program)
 {
 	user_bytes reply(GetParam().size, 0xFF);
-	EXPECT_EQ(board::ioctl(GetParam().command, reply.address()).code(), 0u);
+	EXPECT_EQ(harness::ioctl(GetParam().command, reply.address()).code(), 0u);
 	EXPECT_FALSE(called("linux_copy_from_user"));
 	EXPECT_EQ(reply.content(), expected_reply(GetParam()));
 }
@@ -121,31 +121,31 @@ TEST_P(ioctl_query, reads_nothing_from_the_program)
 TEST_P(ioctl_query, to_the_last_bytes_of_its_memory_but_one_fails)
 {
 	user_bytes memory(GetParam().size - 1);
-	expect_seen_as(board::ioctl(GetParam().command, memory.address()), copy_failed, 0);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, GetParam().copy_message)});
+	expect_seen_as(harness::ioctl(GetParam().command, memory.address()), copy_failed, 0);
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, GetParam().copy_message)});
 }
 
 TEST_P(ioctl_query, with_one_byte_left_uncopied_fails)
 {
-	board::fail("linux_copy_to_user", 1);
+	harness::fail("linux_copy_to_user", 1);
 	user_bytes reply(GetParam().size);
-	EXPECT_EQ(board::ioctl(GetParam().command, reply.address()).code(), copy_failed);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, GetParam().copy_message)});
+	EXPECT_EQ(harness::ioctl(GetParam().command, reply.address()).code(), copy_failed);
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, GetParam().copy_message)});
 }
 
 TEST_P(ioctl_query, with_all_bytes_left_uncopied_fails)
 {
-	board::fail("linux_copy_to_user", static_cast<long long>(GetParam().size));
+	harness::fail("linux_copy_to_user", static_cast<long long>(GetParam().size));
 	user_bytes reply(GetParam().size);
-	EXPECT_EQ(board::ioctl(GetParam().command, reply.address()).code(), copy_failed);
+	EXPECT_EQ(harness::ioctl(GetParam().command, reply.address()).code(), copy_failed);
 	EXPECT_EQ(reply.content(), bytes(GetParam().size, 0xEE));
 }
 
 TEST_P(ioctl_query, says_that_the_copy_failed_before_it_frees)
 {
-	board::fail("linux_copy_to_user", 1);
+	harness::fail("linux_copy_to_user", 1);
 	user_bytes reply(GetParam().size);
-	EXPECT_EQ(board::ioctl(GetParam().command, reply.address()).code(), copy_failed);
+	EXPECT_EQ(harness::ioctl(GetParam().command, reply.address()).code(), copy_failed);
 	const call_list names = call_names();
 	const auto copy = std::find(names.begin(), names.end(), "linux_copy_to_user");
 	call_list expected = {"linux_copy_to_user", "drv_log_record"};
@@ -156,16 +156,16 @@ TEST_P(ioctl_query, says_that_the_copy_failed_before_it_frees)
 
 TEST_P(ioctl_query, can_be_asked_again_after_a_failure)
 {
-	EXPECT_EQ(board::ioctl(GetParam().command, 0).code(), copy_failed);
+	EXPECT_EQ(harness::ioctl(GetParam().command, 0).code(), copy_failed);
 	user_bytes reply(GetParam().size);
-	EXPECT_EQ(board::ioctl(GetParam().command, reply.address()).code(), 0u);
+	EXPECT_EQ(harness::ioctl(GetParam().command, reply.address()).code(), 0u);
 	EXPECT_EQ(reply.content(), expected_reply(GetParam()));
 }
 
 TEST_P(ioctl_query, fails_with_each_copy_and_succeeds_next_time)
 {
 	user_bytes reply(GetParam().size);
-	sweep_failures("linux_copy_to_user", 1, [&] { return board::ioctl(GetParam().command, reply.address()).code(); });
+	sweep_failures("linux_copy_to_user", 1, [&] { return harness::ioctl(GetParam().command, reply.address()).code(); });
 }
 
 INSTANTIATE_TEST_SUITE_P(of, ioctl_query, g_queries, [](const auto &row) { return row.param.label; });
@@ -175,10 +175,10 @@ class ioctl_query_address : public on_board_with_usrdata, public testing::WithPa
 TEST_P(ioctl_query_address, fails_with_the_message_of_the_command)
 {
 	const auto &[asked, kind] = GetParam();
-	const board::holdings before = board::held();
-	expect_seen_as(board::ioctl(asked.command, make_bad_address(kind, asked.size)), copy_failed, 0);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, asked.copy_message)});
-	EXPECT_EQ(board::held(), before);
+	const harness::holdings before = harness::held();
+	expect_seen_as(harness::ioctl(asked.command, make_bad_address(kind, asked.size)), copy_failed, 0);
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, asked.copy_message)});
+	EXPECT_EQ(harness::held(), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(that_is, ioctl_query_address, testing::Combine(g_queries, unwritable_addresses),
@@ -191,22 +191,22 @@ class ioctl_part_num_without_usrdata : public on_board_without_usrdata {};
 TEST_F(ioctl_part_num_without_usrdata, is_a_failure_that_a_program_sees_as_eperm)
 {
 	user_bytes reply(4);
-	expect_seen_as(board::ioctl(get_part_num, reply.address()), -1, 1);
+	expect_seen_as(harness::ioctl(get_part_num, reply.address()), -1, 1);
 }
 
 TEST_F(ioctl_part_num_without_usrdata, leaves_the_reply_untouched)
 {
 	user_bytes reply(4);
-	EXPECT_EQ(board::ioctl(get_part_num, reply.address()).code(), failed);
+	EXPECT_EQ(harness::ioctl(get_part_num, reply.address()).code(), failed);
 	EXPECT_EQ(reply.content(), bytes(4, 0xEE));
-	EXPECT_EQ(board::log(), log_lines{g_no_usrdata});
+	EXPECT_EQ(harness::log(), log_lines{g_no_usrdata});
 	EXPECT_EQ(deeds(), call_list{"get_mtd_device_nm(\"\")"});
 }
 
 TEST_F(ioctl_part_num_without_usrdata, does_not_look_at_the_address)
 {
-	EXPECT_EQ(board::ioctl(get_part_num, 0).code(), failed);
-	EXPECT_EQ(board::log(), log_lines{g_no_usrdata});
+	EXPECT_EQ(harness::ioctl(get_part_num, 0).code(), failed);
+	EXPECT_EQ(harness::log(), log_lines{g_no_usrdata});
 }
 
 class ioctl_is_exist_without_usrdata : public on_board_without_usrdata {};
@@ -214,28 +214,29 @@ class ioctl_is_exist_without_usrdata : public on_board_without_usrdata {};
 TEST_F(ioctl_is_exist_without_usrdata, answers_0)
 {
 	user_bytes reply(4);
-	expect_seen_as(board::ioctl(get_nand_is_exist, reply.address()), 0, 0);
+	expect_seen_as(harness::ioctl(get_nand_is_exist, reply.address()), 0, 0);
 	EXPECT_EQ(reply.content(), bytes(4, 0));
-	EXPECT_EQ(board::log(), log_lines());
-	EXPECT_EQ(board::calls(), (call_list{"drv_flash_get_nand_is_exist(-)", "get_mtd_device_nm(\"\")", "linux_copy_to_user(-, -, 4)"}));
+	EXPECT_EQ(harness::log(), log_lines());
+	EXPECT_EQ(harness::calls(),
+		  (call_list{"drv_flash_get_nand_is_exist(-)", "get_mtd_device_nm(\"\")", "linux_copy_to_user(-, -, 4)"}));
 }
 
 TEST_F(ioctl_is_exist_without_usrdata, fails_at_a_null_address)
 {
-	EXPECT_EQ(board::ioctl(get_nand_is_exist, 0).code(), copy_failed);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "Flash get nand is exist fail, copy to user fail")});
+	EXPECT_EQ(harness::ioctl(get_nand_is_exist, 0).code(), copy_failed);
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "Flash get nand is exist fail, copy to user fail")});
 }
 
 class ioctl_is_exist : public on_board_with_usrdata {};
 
 TEST_F(ioctl_is_exist, passes_on_that_the_query_failed_and_copies_nothing)
 {
-	board::fail("drv_flash_get_nand_is_exist", null_pointer);
+	harness::fail("drv_flash_get_nand_is_exist", null_pointer);
 	user_bytes reply(4);
-	EXPECT_EQ(board::ioctl(get_nand_is_exist, reply.address()).code(), null_pointer);
+	EXPECT_EQ(harness::ioctl(get_nand_is_exist, reply.address()).code(), null_pointer);
 	EXPECT_EQ(reply.content(), bytes(4, 0xEE));
-	EXPECT_EQ(board::calls(), call_list{"drv_flash_get_nand_is_exist(-)"});
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::calls(), call_list{"drv_flash_get_nand_is_exist(-)"});
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 class ioctl_part_info_without_usrdata : public on_board_without_usrdata {};
@@ -243,15 +244,15 @@ class ioctl_part_info_without_usrdata : public on_board_without_usrdata {};
 TEST_F(ioctl_part_info_without_usrdata, is_a_failure_that_a_program_sees_as_eperm)
 {
 	user_bytes reply(g_part_info_size);
-	expect_seen_as(board::ioctl(get_nand_part_info, reply.address()), -1, 1);
+	expect_seen_as(harness::ioctl(get_nand_part_info, reply.address()), -1, 1);
 }
 
 TEST_F(ioctl_part_info_without_usrdata, frees_its_buffer_and_leaves_the_reply_untouched)
 {
 	user_bytes reply(g_part_info_size);
-	EXPECT_EQ(board::ioctl(get_nand_part_info, reply.address()).code(), failed);
+	EXPECT_EQ(harness::ioctl(get_nand_part_info, reply.address()).code(), failed);
 	EXPECT_EQ(reply.content(), bytes(g_part_info_size, 0xEE));
-	EXPECT_EQ(board::log(), (log_lines{g_no_usrdata, g_no_part_num}));
+	EXPECT_EQ(harness::log(), (log_lines{g_no_usrdata, g_no_part_num}));
 	EXPECT_EQ(deeds(), (call_list{"linux_kzalloc(520)", "get_mtd_device_nm(\"\")", "kfree(-)"}));
 }
 
@@ -261,37 +262,37 @@ class ioctl_lost_usrdata : public on_board_with_usrdata, public testing::WithPar
 
 TEST_P(ioctl_lost_usrdata, makes_part_num_fail)
 {
-	board::fail("get_mtd_device_nm", GetParam());
+	harness::fail("get_mtd_device_nm", GetParam());
 	user_bytes reply(4);
-	EXPECT_EQ(board::ioctl(get_part_num, reply.address()).code(), failed);
-	EXPECT_EQ(board::log(), log_lines{g_lost_usrdata});
+	EXPECT_EQ(harness::ioctl(get_part_num, reply.address()).code(), failed);
+	EXPECT_EQ(harness::log(), log_lines{g_lost_usrdata});
 	EXPECT_EQ(reply.content(), bytes(4, 0xEE));
 }
 
 TEST_P(ioctl_lost_usrdata, makes_is_exist_answer_0)
 {
-	board::fail("get_mtd_device_nm", GetParam());
+	harness::fail("get_mtd_device_nm", GetParam());
 	user_bytes reply(4);
-	EXPECT_EQ(board::ioctl(get_nand_is_exist, reply.address()).code(), 0u);
+	EXPECT_EQ(harness::ioctl(get_nand_is_exist, reply.address()).code(), 0u);
 	EXPECT_EQ(reply.content(), bytes(4, 0));
 }
 
 TEST_P(ioctl_lost_usrdata, at_the_first_look_up_makes_part_info_fail_with_two_messages)
 {
-	board::fail("get_mtd_device_nm", GetParam());
+	harness::fail("get_mtd_device_nm", GetParam());
 	user_bytes reply(g_part_info_size);
-	EXPECT_EQ(board::ioctl(get_nand_part_info, reply.address()).code(), failed);
-	EXPECT_EQ(board::log(), (log_lines{g_lost_usrdata, g_no_part_num}));
+	EXPECT_EQ(harness::ioctl(get_nand_part_info, reply.address()).code(), failed);
+	EXPECT_EQ(harness::log(), (log_lines{g_lost_usrdata, g_no_part_num}));
 	EXPECT_EQ(reply.content(), bytes(g_part_info_size, 0xEE));
 	EXPECT_EQ(call_names().back(), "kfree");
 }
 
 TEST_P(ioctl_lost_usrdata, at_the_second_look_up_makes_part_info_fail_with_one_message)
 {
-	board::fail("get_mtd_device_nm", GetParam(), 2);
+	harness::fail("get_mtd_device_nm", GetParam(), 2);
 	user_bytes reply(g_part_info_size);
-	EXPECT_EQ(board::ioctl(get_nand_part_info, reply.address()).code(), failed);
-	EXPECT_EQ(board::log(), log_lines{g_lost_usrdata});
+	EXPECT_EQ(harness::ioctl(get_nand_part_info, reply.address()).code(), failed);
+	EXPECT_EQ(harness::log(), log_lines{g_lost_usrdata});
 	EXPECT_EQ(reply.content(), bytes(g_part_info_size, 0xEE));
 	EXPECT_EQ(call_names().back(), "kfree");
 }
@@ -303,45 +304,45 @@ class ioctl_usrdata : public on_board_with_usrdata {};
 
 TEST_F(ioctl_usrdata, that_went_away_is_no_part_any_more)
 {
-	board::remove_mtd(usrdata);
+	harness::remove_mtd(usrdata);
 	user_bytes reply(4);
-	EXPECT_EQ(board::ioctl(get_part_num, reply.address()).code(), failed);
-	EXPECT_EQ(board::log(), log_lines{g_lost_usrdata});
+	EXPECT_EQ(harness::ioctl(get_part_num, reply.address()).code(), failed);
+	EXPECT_EQ(harness::log(), log_lines{g_lost_usrdata});
 }
 
 TEST_F(ioctl_usrdata, that_came_back_larger_is_measured_again)
 {
-	board::remove_mtd(usrdata);
-	board::add_mtd({.name = "usrdata", .size = 0x200000000});
+	harness::remove_mtd(usrdata);
+	harness::add_mtd({.name = "usrdata", .size = 0x200000000});
 	user_bytes reply(g_part_info_size);
-	EXPECT_EQ(board::ioctl(get_nand_part_info, reply.address()).code(), 0u);
+	EXPECT_EQ(harness::ioctl(get_nand_part_info, reply.address()).code(), 0u);
 	EXPECT_EQ(u64_at(reply.content(), 264), 0x200000000u);
 }
 
 TEST_F(ioctl_usrdata, fails_part_info_with_each_look_up_and_succeeds_next_time)
 {
 	user_bytes reply(g_part_info_size);
-	sweep_failures("get_mtd_device_nm", 0, [&] { return board::ioctl(get_nand_part_info, reply.address()).code(); });
+	sweep_failures("get_mtd_device_nm", 0, [&] { return harness::ioctl(get_nand_part_info, reply.address()).code(); });
 }
 
 TEST_F(ioctl_usrdata, fails_part_info_with_each_allocation_and_succeeds_next_time)
 {
 	user_bytes reply(g_part_info_size);
-	sweep_failures("linux_kzalloc", 0, [&] { return board::ioctl(get_nand_part_info, reply.address()).code(); });
+	sweep_failures("linux_kzalloc", 0, [&] { return harness::ioctl(get_nand_part_info, reply.address()).code(); });
 }
 
 TEST_F(ioctl_usrdata, fails_part_num_with_each_look_up_and_succeeds_next_time)
 {
 	user_bytes reply(4);
-	sweep_failures("get_mtd_device_nm", error_no_device, [&] { return board::ioctl(get_part_num, reply.address()).code(); });
+	sweep_failures("get_mtd_device_nm", error_no_device, [&] { return harness::ioctl(get_part_num, reply.address()).code(); });
 }
 
 TEST_F(ioctl_usrdata, without_memory_has_no_part_info)
 {
-	board::fail("linux_kzalloc", 0);
+	harness::fail("linux_kzalloc", 0);
 	user_bytes reply(g_part_info_size);
-	expect_seen_as(board::ioctl(get_nand_part_info, reply.address()), no_memory, 0);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "Flash get nand part info fail, zalloc fail")});
+	expect_seen_as(harness::ioctl(get_nand_part_info, reply.address()), no_memory, 0);
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "Flash get nand part info fail, zalloc fail")});
 	EXPECT_EQ(deeds(), call_list{"linux_kzalloc(520)"});
 	EXPECT_EQ(reply.content(), bytes(g_part_info_size, 0xEE));
 }

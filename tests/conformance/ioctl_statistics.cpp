@@ -33,12 +33,12 @@ log_line copy_error(std::size_t left)
 
 class ioctl_statistics : public on_loaded_module {
 protected:
-	void prepare() override { board::configure("no_lists"); }
+	void prepare() override { harness::configure("no_lists"); }
 
 	uint32_t ask()
 	{
 		user_bytes record(g_record_size);
-		const uint32_t code = board::ioctl(get_mtd_statistics, record.address()).code();
+		const uint32_t code = harness::ioctl(get_mtd_statistics, record.address()).code();
 		record_ = record.content();
 		return code;
 	}
@@ -63,19 +63,19 @@ TEST_F(ioctl_statistics, without_a_device_is_all_zero)
 {
 	EXPECT_EQ(ask(), 0u);
 	EXPECT_EQ(record(), bytes(g_record_size, 0));
-	EXPECT_EQ(board::calls(), (call_list{"vzalloc(7172)", "get_mtd_device(-, 0)", "linux_copy_to_user(-, -, 7172)", "vfree(-)"}));
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::calls(), (call_list{"vzalloc(7172)", "get_mtd_device(-, 0)", "linux_copy_to_user(-, -, 7172)", "vfree(-)"}));
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(ioctl_statistics, of_one_device_describes_it)
 {
-	board::add_mtd({.name = "boot", .size = 0x50000, .type = board::mtd_nor, .erase_size = 0x1000});
+	harness::add_mtd({.name = "boot", .size = 0x50000, .type = harness::mtd_nor, .erase_size = 0x1000});
 	EXPECT_EQ(ask(), 0u);
 	EXPECT_EQ(count(), 1u);
 	const bytes first = entry(0);
 	EXPECT_EQ(u64_at(first, 0), 0x50000u);
 	EXPECT_EQ(u32_at(first, 8), 0u);
-	EXPECT_EQ(u32_at(first, 12), board::mtd_nor);
+	EXPECT_EQ(u32_at(first, 12), harness::mtd_nor);
 	EXPECT_EQ(u32_at(first, 16), 0x1000u);
 	EXPECT_EQ(u32_at(first, 20), 0u);
 	EXPECT_EQ(bytes(first.begin() + 24, first.end()), [] {
@@ -88,43 +88,43 @@ TEST_F(ioctl_statistics, of_one_device_describes_it)
 
 TEST_F(ioctl_statistics, takes_and_releases_one_device_after_the_other)
 {
-	board::add_mtd({.name = "boot"});
-	board::add_mtd({.name = "config"});
+	harness::add_mtd({.name = "boot"});
+	harness::add_mtd({.name = "config"});
 	EXPECT_EQ(ask(), 0u);
-	EXPECT_EQ(board::calls(), (call_list{"vzalloc(7172)", "get_mtd_device(-, 0)", "strcpy_s(-, 32, \"boot\")", "put_mtd_device(-)",
-					     "get_mtd_device(-, 1)", "strcpy_s(-, 32, \"config\")", "put_mtd_device(-)",
-					     "get_mtd_device(-, 2)", "linux_copy_to_user(-, -, 7172)", "vfree(-)"}));
+	EXPECT_EQ(harness::calls(), (call_list{"vzalloc(7172)", "get_mtd_device(-, 0)", "strcpy_s(-, 32, \"boot\")", "put_mtd_device(-)",
+					       "get_mtd_device(-, 1)", "strcpy_s(-, 32, \"config\")", "put_mtd_device(-)",
+					       "get_mtd_device(-, 2)", "linux_copy_to_user(-, -, 7172)", "vfree(-)"}));
 }
 
 TEST_F(ioctl_statistics, ends_at_the_first_missing_number)
 {
 	for (const char *name : {"zero", "one", "two", "three"})
-		board::add_mtd({.name = name});
-	board::remove_mtd(2);
+		harness::add_mtd({.name = name});
+	harness::remove_mtd(2);
 	EXPECT_EQ(ask(), 0u);
 	EXPECT_EQ(count(), 2u);
 	EXPECT_EQ(name_in(entry(0)), "zero");
 	EXPECT_EQ(name_in(entry(1)), "one");
 	EXPECT_TRUE(zero_from(2));
-	EXPECT_FALSE(std::ranges::count(board::calls(), "get_mtd_device(-, 3)"));
+	EXPECT_FALSE(std::ranges::count(harness::calls(), "get_mtd_device(-, 3)"));
 }
 
 TEST_F(ioctl_statistics, without_device_0_is_empty)
 {
-	board::add_mtd({.name = "zero"});
-	board::add_mtd({.name = "one"});
-	board::remove_mtd(0);
+	harness::add_mtd({.name = "zero"});
+	harness::add_mtd({.name = "one"});
+	harness::remove_mtd(0);
 	EXPECT_EQ(ask(), 0u);
 	EXPECT_EQ(record(), bytes(g_record_size, 0));
 }
 
 TEST_F(ioctl_statistics, is_fresh_at_each_call)
 {
-	board::add_mtd({.name = "zero"});
-	board::add_mtd({.name = "one"});
+	harness::add_mtd({.name = "zero"});
+	harness::add_mtd({.name = "one"});
 	EXPECT_EQ(ask(), 0u);
 	EXPECT_EQ(count(), 2u);
-	board::remove_mtd(1);
+	harness::remove_mtd(1);
 	EXPECT_EQ(ask(), 0u);
 	EXPECT_EQ(count(), 1u);
 	EXPECT_TRUE(zero_from(1));
@@ -132,9 +132,9 @@ TEST_F(ioctl_statistics, is_fresh_at_each_call)
 
 TEST_F(ioctl_statistics, holds_no_device_afterwards)
 {
-	const int boot = board::add_mtd({.name = "boot"});
+	const int boot = harness::add_mtd({.name = "boot"});
 	EXPECT_EQ(ask(), 0u);
-	EXPECT_EQ(board::mtd_use_count(boot), 0);
+	EXPECT_EQ(harness::mtd_use_count(boot), 0);
 }
 
 class ioctl_statistics_count : public ioctl_statistics {
@@ -143,12 +143,12 @@ protected:
 	static void add_devices(uint32_t first, uint32_t end)
 	{
 		for (uint32_t i = first; i < end; ++i)
-			board::add_mtd({.name = name_of(i), .size = 0x10000 * (i + 1)});
+			harness::add_mtd({.name = name_of(i), .size = 0x10000 * (i + 1)});
 	}
 
 	void expect_list(uint32_t listed)
 	{
-		board::forget();
+		harness::forget();
 		EXPECT_EQ(ask(), 0u);
 		EXPECT_EQ(count(), listed);
 		EXPECT_TRUE(zero_from(listed));
@@ -178,18 +178,18 @@ TEST_F(ioctl_statistics_count, is_that_of_the_devices)
 // Making so many devices takes a real kernel seconds: one case looks at everything about the last ones.
 TEST_F(ioctl_statistics_count, is_128_at_most_and_no_further_device_is_looked_at)
 {
-	const board::mtd_spec long_name = {.name = std::string(32, 'm'), .size = 0x10000};
+	const harness::mtd_spec long_name = {.name = std::string(32, 'm'), .size = 0x10000};
 	add_devices(0, g_most - 1);
 	expect_list(g_most - 1);
 
-	board::add_mtd(long_name);
+	harness::add_mtd(long_name);
 	EXPECT_EQ(ask(), copy_failed);
 	EXPECT_TRUE(untouched());
-	board::remove_mtd(g_most - 1);
+	harness::remove_mtd(g_most - 1);
 
 	add_devices(g_most - 1, g_most);
 	expect_list(g_most);
-	board::add_mtd(long_name);
+	harness::add_mtd(long_name);
 	expect_list(g_most);
 }
 
@@ -198,8 +198,8 @@ class ioctl_statistics_missing : public ioctl_statistics, public testing::WithPa
 TEST_P(ioctl_statistics_missing, device_ends_the_list)
 {
 	for (const char *name : {"zero", "one", "two"})
-		board::add_mtd({.name = name});
-	board::fail("get_mtd_device", GetParam(), 2);
+		harness::add_mtd({.name = name});
+	harness::fail("get_mtd_device", GetParam(), 2);
 	EXPECT_EQ(ask(), 0u);
 	EXPECT_EQ(count(), 1u);
 	EXPECT_TRUE(zero_from(1));
@@ -222,9 +222,9 @@ class ioctl_statistics_entry : public ioctl_statistics, public testing::WithPara
 
 TEST_P(ioctl_statistics_entry, holds_what_the_kernel_knows)
 {
-	board::add_mtd({.name = "before"});
+	harness::add_mtd({.name = "before"});
 	const mtd_spec &spec = GetParam().spec;
-	const int index = board::add_mtd(spec);
+	const int index = harness::add_mtd(spec);
 	ASSERT_EQ(index, 1);
 	EXPECT_EQ(ask(), 0u);
 	ASSERT_EQ(count(), 2u);
@@ -242,10 +242,10 @@ mtd_spec partition(uint32_t flags)
 }
 
 INSTANTIATE_TEST_SUITE_P(of, ioctl_statistics_entry,
-			 testing::Values(described{"ram", {.name = "ram", .type = board::mtd_ram}, 0},
-					 described{"nor", {.name = "nor", .type = board::mtd_nor}, 0},
-					 described{"nand", {.name = "nand", .type = board::mtd_nand}, 0},
-					 described{"mlc", {.name = "mlc", .type = board::mtd_mlc_nand}, 0},
+			 testing::Values(described{"ram", {.name = "ram", .type = harness::mtd_ram}, 0},
+					 described{"nor", {.name = "nor", .type = harness::mtd_nor}, 0},
+					 described{"nand", {.name = "nand", .type = harness::mtd_nand}, 0},
+					 described{"mlc", {.name = "mlc", .type = harness::mtd_mlc_nand}, 0},
 					 described{"rom", {.name = "rom", .type = 2}, 0},
 					 described{"small_blocks", {.name = "small", .size = 0x4000, .erase_size = 0x200}, 0},
 					 described{"large_blocks", {.name = "large", .size = 0x400000, .erase_size = 0x200000}, 0},
@@ -264,7 +264,7 @@ class ioctl_statistics_name : public ioctl_statistics, public testing::WithParam
 TEST_P(ioctl_statistics_name, that_fits_ends_in_nul_and_zeros)
 {
 	const std::string name(GetParam(), 'm');
-	board::add_mtd({.name = name});
+	harness::add_mtd({.name = name});
 	EXPECT_EQ(ask(), 0u);
 	bytes expected(32);
 	std::copy(name.begin(), name.end(), expected.begin());
@@ -279,9 +279,9 @@ class ioctl_statistics_long_name : public ioctl_statistics, public testing::With
 TEST_P(ioctl_statistics_long_name, makes_the_command_fail)
 {
 	const std::string name(GetParam(), 'm');
-	board::add_mtd({.name = name});
+	harness::add_mtd({.name = name});
 	EXPECT_EQ(ask(), copy_failed);
-	EXPECT_EQ(board::log(), log_lines{bad_name(name)});
+	EXPECT_EQ(harness::log(), log_lines{bad_name(name)});
 	EXPECT_TRUE(untouched());
 	EXPECT_EQ(call_names(), (call_list{"vzalloc", "get_mtd_device", "strcpy_s", "drv_log_record", "put_mtd_device", "vfree"}));
 }
@@ -289,13 +289,13 @@ TEST_P(ioctl_statistics_long_name, makes_the_command_fail)
 TEST_P(ioctl_statistics_long_name, behind_good_ones_makes_the_command_fail_too)
 {
 	const std::string name(GetParam(), 'm');
-	board::add_mtd({.name = "good"});
-	const int index = board::add_mtd({.name = name});
-	board::add_mtd({.name = "good too"});
+	harness::add_mtd({.name = "good"});
+	const int index = harness::add_mtd({.name = name});
+	harness::add_mtd({.name = "good too"});
 	EXPECT_EQ(ask(), copy_failed);
-	EXPECT_EQ(board::log(), log_lines{bad_name(name)});
+	EXPECT_EQ(harness::log(), log_lines{bad_name(name)});
 	EXPECT_TRUE(untouched());
-	EXPECT_EQ(board::mtd_use_count(index), 0);
+	EXPECT_EQ(harness::mtd_use_count(index), 0);
 	EXPECT_FALSE(called("linux_copy_to_user"));
 	EXPECT_EQ(times_called("get_mtd_device"), 2);
 }
@@ -305,29 +305,29 @@ INSTANTIATE_TEST_SUITE_P(of, ioctl_statistics_long_name, testing::Values(32, 33,
 
 TEST_F(ioctl_statistics, of_a_nameless_device_fails)
 {
-	const int index = board::add_mtd({.name = "", .nameless = true});
+	const int index = harness::add_mtd({.name = "", .nameless = true});
 	EXPECT_EQ(ask(), copy_failed);
-	EXPECT_EQ(board::log(), log_lines{bad_name("(null)")});
+	EXPECT_EQ(harness::log(), log_lines{bad_name("(null)")});
 	EXPECT_TRUE(untouched());
 	EXPECT_EQ(call_names(), (call_list{"vzalloc", "get_mtd_device", "drv_log_record", "put_mtd_device", "vfree"}));
-	EXPECT_EQ(board::mtd_use_count(index), 0);
+	EXPECT_EQ(harness::mtd_use_count(index), 0);
 }
 
 TEST_F(ioctl_statistics, of_a_nameless_device_behind_a_good_one_fails)
 {
-	board::add_mtd({.name = "good"});
-	board::add_mtd({.name = "", .nameless = true});
+	harness::add_mtd({.name = "good"});
+	harness::add_mtd({.name = "", .nameless = true});
 	EXPECT_EQ(ask(), copy_failed);
-	EXPECT_EQ(board::log(), log_lines{bad_name("(null)")});
+	EXPECT_EQ(harness::log(), log_lines{bad_name("(null)")});
 	EXPECT_TRUE(untouched());
 }
 
 TEST_F(ioctl_statistics, does_not_reach_a_long_name_behind_a_gap)
 {
 	for (const char *name : {"zero", "one"})
-		board::add_mtd({.name = name});
-	board::add_mtd({.name = std::string(40, 'm')});
-	board::remove_mtd(1);
+		harness::add_mtd({.name = name});
+	harness::add_mtd({.name = std::string(40, 'm')});
+	harness::remove_mtd(1);
 	EXPECT_EQ(ask(), 0u);
 	EXPECT_EQ(count(), 1u);
 }
@@ -336,11 +336,11 @@ class ioctl_statistics_name_copy : public ioctl_statistics, public testing::With
 
 TEST_P(ioctl_statistics_name_copy, that_fails_makes_the_command_fail)
 {
-	board::add_mtd({.name = "zero"});
-	board::add_mtd({.name = "one"});
-	board::fail("strcpy_s", GetParam(), 2);
+	harness::add_mtd({.name = "zero"});
+	harness::add_mtd({.name = "one"});
+	harness::fail("strcpy_s", GetParam(), 2);
 	EXPECT_EQ(ask(), copy_failed);
-	EXPECT_EQ(board::log(), log_lines{bad_name("one")});
+	EXPECT_EQ(harness::log(), log_lines{bad_name("one")});
 	EXPECT_TRUE(untouched());
 	EXPECT_EQ(call_names(), (call_list{"vzalloc", "get_mtd_device", "strcpy_s", "put_mtd_device", "get_mtd_device", "strcpy_s",
 					   "drv_log_record", "put_mtd_device", "vfree"}));
@@ -353,20 +353,20 @@ INSTANTIATE_TEST_SUITE_P(given_as, ioctl_statistics_name_copy, testing::Values(1
 
 TEST_F(ioctl_statistics, without_memory_fails)
 {
-	board::add_mtd({.name = "zero"});
-	board::fail("vzalloc", 0);
+	harness::add_mtd({.name = "zero"});
+	harness::fail("vzalloc", 0);
 	user_bytes record(g_record_size);
-	expect_seen_as(board::ioctl(get_mtd_statistics, record.address()), no_memory, 0);
-	EXPECT_EQ(board::log(), log_lines{own_log(serious, "Failed to alloc mtd statistics buf")});
+	expect_seen_as(harness::ioctl(get_mtd_statistics, record.address()), no_memory, 0);
+	EXPECT_EQ(harness::log(), log_lines{own_log(serious, "Failed to alloc mtd statistics buf")});
 	EXPECT_EQ(deeds(), call_list{"vzalloc(7172)"});
 	EXPECT_EQ(record.content(), bytes(g_record_size, 0xEE));
 }
 
 TEST_F(ioctl_statistics, writes_7172_bytes_and_not_one_around_them)
 {
-	board::add_mtd({.name = "zero"});
+	harness::add_mtd({.name = "zero"});
 	user_bytes memory(g_record_size + 24);
-	EXPECT_EQ(board::ioctl(get_mtd_statistics, memory.address(8)).code(), 0u);
+	EXPECT_EQ(harness::ioctl(get_mtd_statistics, memory.address(8)).code(), 0u);
 	const bytes content = memory.content();
 	EXPECT_EQ(bytes(content.begin(), content.begin() + 8), bytes(8, 0xEE));
 	EXPECT_EQ(u32_at(content, 8), 1u);
@@ -376,9 +376,9 @@ TEST_F(ioctl_statistics, writes_7172_bytes_and_not_one_around_them)
 
 TEST_F(ioctl_statistics, writes_to_any_alignment)
 {
-	board::add_mtd({.name = "zero"});
+	harness::add_mtd({.name = "zero"});
 	user_bytes memory(g_record_size + 1);
-	EXPECT_EQ(board::ioctl(get_mtd_statistics, memory.address(1)).code(), 0u);
+	EXPECT_EQ(harness::ioctl(get_mtd_statistics, memory.address(1)).code(), 0u);
 	EXPECT_EQ(u32_at(memory.content(), 1), 1u);
 	EXPECT_EQ(memory.content()[5 + 24], 'z');
 }
@@ -393,12 +393,12 @@ class ioctl_statistics_address : public ioctl_statistics, public testing::WithPa
 
 TEST_P(ioctl_statistics_address, leaves_every_byte_uncopied)
 {
-	board::add_mtd({.name = "zero"});
-	const board::holdings before = board::held();
-	expect_seen_as(board::ioctl(get_mtd_statistics, make_bad_address(GetParam(), g_record_size)), copy_failed, 0);
-	EXPECT_EQ(board::log(), log_lines{copy_error(g_record_size)});
+	harness::add_mtd({.name = "zero"});
+	const harness::holdings before = harness::held();
+	expect_seen_as(harness::ioctl(get_mtd_statistics, make_bad_address(GetParam(), g_record_size)), copy_failed, 0);
+	EXPECT_EQ(harness::log(), log_lines{copy_error(g_record_size)});
 	EXPECT_EQ(call_names().back(), "vfree");
-	EXPECT_EQ(board::held(), before);
+	EXPECT_EQ(harness::held(), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(that_is, ioctl_statistics_address, unwritable_addresses, name_of_address);
@@ -407,9 +407,9 @@ class ioctl_statistics_rest : public ioctl_statistics, public testing::WithParam
 
 TEST_P(ioctl_statistics_rest, that_stays_uncopied_is_in_the_message)
 {
-	board::fail("linux_copy_to_user", static_cast<long long>(GetParam()));
+	harness::fail("linux_copy_to_user", static_cast<long long>(GetParam()));
 	EXPECT_EQ(ask(), copy_failed);
-	EXPECT_EQ(board::log(), log_lines{copy_error(GetParam())});
+	EXPECT_EQ(harness::log(), log_lines{copy_error(GetParam())});
 	EXPECT_EQ(call_names(), (call_list{"vzalloc", "get_mtd_device", "linux_copy_to_user", "drv_log_record", "vfree"}));
 }
 
@@ -418,9 +418,9 @@ INSTANTIATE_TEST_SUITE_P(of, ioctl_statistics_rest, testing::Values(1, 4, 7171, 
 TEST_F(ioctl_statistics, to_memory_one_byte_short_fails)
 {
 	user_bytes memory(g_record_size - 1);
-	EXPECT_EQ(board::ioctl(get_mtd_statistics, memory.address()).code(), copy_failed);
-	ASSERT_EQ(board::log().size(), 1u);
-	const log_line message = board::log().front();
+	EXPECT_EQ(harness::ioctl(get_mtd_statistics, memory.address()).code(), copy_failed);
+	ASSERT_EQ(harness::log().size(), 1u);
+	const log_line message = harness::log().front();
 	const std::string start = copy_error(0).text;
 	EXPECT_TRUE(message.text.starts_with(start.substr(0, start.size() - 1))) << message.text;
 	const unsigned long left = std::stoul("0" + message.text.substr(std::min(start.size() - 1, message.text.size())));
@@ -433,8 +433,8 @@ TEST_F(ioctl_statistics, to_memory_with_one_byte_missing_says_how_many_are_missi
 {
 	CONFORMANCE_HOST_ONLY("how many bytes of a partly mapped range are copied is the processor's affair");
 	user_bytes memory(g_record_size - 1);
-	EXPECT_EQ(board::ioctl(get_mtd_statistics, memory.address()).code(), copy_failed);
-	EXPECT_EQ(board::log(), log_lines{copy_error(1)});
+	EXPECT_EQ(harness::ioctl(get_mtd_statistics, memory.address()).code(), copy_failed);
+	EXPECT_EQ(harness::log(), log_lines{copy_error(1)});
 }
 
 // ---------------------------------------------------------------------------------------------------------------- sweeps
@@ -449,11 +449,11 @@ class ioctl_statistics_failure : public ioctl_statistics, public testing::WithPa
 TEST_P(ioctl_statistics_failure, holds_nothing_and_the_next_call_succeeds)
 {
 	for (const char *name : {"zero", "one", "two"})
-		board::add_mtd({.name = name});
+		harness::add_mtd({.name = name});
 	sweep_failures(
 		GetParam().function, GetParam().result, [&] { return ask(); },
 		[&](bool succeeded) {
-			EXPECT_EQ(board::held().mtd_references, 0);
+			EXPECT_EQ(harness::held().mtd_references, 0);
 			EXPECT_EQ(succeeded ? count() : 3u, 3u);
 		});
 }

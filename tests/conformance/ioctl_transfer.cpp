@@ -83,8 +83,8 @@ protected:
 	{
 		user_bytes data(16);
 		EXPECT_EQ(command(name, offset, len, data.address()), code);
-		EXPECT_EQ(board::calls(), call_list{"linux_copy_from_user(-, -, 48)"});
-		EXPECT_EQ(board::log(), log_lines());
+		EXPECT_EQ(harness::calls(), call_list{"linux_copy_from_user(-, -, 48)"});
+		EXPECT_EQ(harness::log(), log_lines());
 		EXPECT_EQ(data.content(), bytes(16, 0xEE));
 		expect_unchanged(listed);
 	}
@@ -125,7 +125,7 @@ TEST_P(ioctl_transfer, looks_a_name_up_by_its_letters_case_and_length)
 {
 	for (const char *name : {"Listed", "LISTED", "liste", "listed_", "listed ", " listed", "x"}) {
 		SCOPED_TRACE(name);
-		board::forget();
+		harness::forget();
 		expect_refused_at_once(name, 0, 16, not_listed);
 	}
 }
@@ -149,7 +149,7 @@ TEST_P(ioctl_transfer, ignores_what_follows_the_end_of_the_name)
 {
 	bytes record = io_record(std::string("listed\0garbage", 14), 0, 4, user_bytes(4).address());
 	const user_bytes memory(record);
-	EXPECT_EQ(board::ioctl(number_of(way()), memory.address()).code(), 0u);
+	EXPECT_EQ(harness::ioctl(number_of(way()), memory.address()).code(), 0u);
 }
 
 TEST_P(ioctl_transfer, of_a_name_of_31_characters)
@@ -164,7 +164,7 @@ TEST_P(ioctl_transfer, does_not_write_the_record_back)
 	user_bytes data(16);
 	const bytes record = io_record("listed", 0x10, 16, data.address());
 	const user_bytes memory(record);
-	EXPECT_EQ(board::ioctl(number_of(way()), memory.address()).code(), 0u);
+	EXPECT_EQ(harness::ioctl(number_of(way()), memory.address()).code(), 0u);
 	EXPECT_EQ(memory.content(), record);
 }
 
@@ -173,7 +173,7 @@ TEST_P(ioctl_transfer, takes_its_record_from_read_only_memory)
 	user_bytes data(16);
 	user_bytes memory(io_record("listed", 0x10, 16, data.address()));
 	memory.allow(access::read_only);
-	EXPECT_EQ(board::ioctl(number_of(way()), memory.address()).code(), 0u);
+	EXPECT_EQ(harness::ioctl(number_of(way()), memory.address()).code(), 0u);
 }
 
 TEST_P(ioctl_transfer, takes_its_record_from_any_alignment)
@@ -182,28 +182,28 @@ TEST_P(ioctl_transfer, takes_its_record_from_any_alignment)
 	const bytes record = io_record("listed", 0x10, 16, data.address());
 	user_bytes memory(io_record_size + 3);
 	std::memcpy(reinterpret_cast<void *>(memory.address(3)), record.data(), record.size());
-	EXPECT_EQ(board::ioctl(number_of(way()), memory.address(3)).code(), 0u);
+	EXPECT_EQ(harness::ioctl(number_of(way()), memory.address(3)).code(), 0u);
 }
 
 TEST_P(ioctl_transfer, with_a_record_one_byte_short_is_refused)
 {
 	const user_bytes memory(bytes(io_record_size - 1));
-	EXPECT_EQ(board::ioctl(number_of(way()), memory.address()).code(), user_unreadable);
-	EXPECT_EQ(board::calls(), call_list{"linux_copy_from_user(-, -, 48)"});
+	EXPECT_EQ(harness::ioctl(number_of(way()), memory.address()).code(), user_unreadable);
+	EXPECT_EQ(harness::calls(), call_list{"linux_copy_from_user(-, -, 48)"});
 }
 
 TEST_P(ioctl_transfer, with_one_byte_of_the_record_uncopied_is_refused)
 {
-	board::fail("linux_copy_from_user", 1);
+	harness::fail("linux_copy_from_user", 1);
 	user_bytes data(16);
 	EXPECT_EQ(command("listed", 0, 16, data.address()), user_unreadable);
-	EXPECT_EQ(board::calls(), call_list{"linux_copy_from_user(-, -, 48)"});
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::calls(), call_list{"linux_copy_from_user(-, -, 48)"});
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_P(ioctl_transfer, shows_an_unreadable_record_as_a_negative_number_without_errno)
 {
-	expect_seen_as(board::ioctl(number_of(way()), 0), static_cast<int>(user_unreadable), 0);
+	expect_seen_as(harness::ioctl(number_of(way()), 0), static_cast<int>(user_unreadable), 0);
 }
 
 TEST_P(ioctl_transfer, shows_an_unlisted_name_as_a_negative_number_without_errno)
@@ -221,23 +221,24 @@ TEST_P(ioctl_transfer, shows_success_as_0)
 
 TEST_P(ioctl_transfer, without_memory_for_the_data_fails_silently)
 {
-	board::fail(way() == direction::read ? "vzalloc" : "vmalloc", 0);
+	harness::fail(way() == direction::read ? "vzalloc" : "vmalloc", 0);
 	user_bytes data(16);
 	EXPECT_EQ(command("listed", 0, 16, data.address()), no_buffer);
-	EXPECT_EQ(board::log(), log_lines());
-	EXPECT_EQ(board::calls(), (call_list{"linux_copy_from_user(-, -, 48)", way() == direction::read ? "vzalloc(16)" : "vmalloc(16)"}));
+	EXPECT_EQ(harness::log(), log_lines());
+	EXPECT_EQ(harness::calls(),
+		  (call_list{"linux_copy_from_user(-, -, 48)", way() == direction::read ? "vzalloc(16)" : "vmalloc(16)"}));
 	expect_unchanged(listed);
 }
 
 TEST_P(ioctl_transfer, of_more_bytes_than_there_is_memory_fails_silently)
 {
-	const board::expected_report report("vmalloc: allocation failure");
+	const harness::expected_report report("vmalloc: allocation failure");
 	user_bytes data(16);
 	for (uint32_t len : {0x80000001u, 0xFFFFFFF0u, 0xFFFFFFFFu}) {
 		SCOPED_TRACE(hexadecimal(len));
-		board::forget();
+		harness::forget();
 		EXPECT_EQ(command("listed", 0, len, data.address()), no_buffer);
-		EXPECT_EQ(board::log(), log_lines());
+		EXPECT_EQ(harness::log(), log_lines());
 		EXPECT_EQ(deeds().back(), (way() == direction::read ? "vzalloc(" : "vmalloc(") + decimal(len) + ")");
 		EXPECT_FALSE(called("get_mtd_device_nm"));
 	}
@@ -247,7 +248,7 @@ TEST_P(ioctl_transfer, of_a_listed_partition_without_a_device_fails)
 {
 	user_bytes data(16);
 	EXPECT_EQ(command("absent", 0, 16, data.address()), no_partition);
-	EXPECT_EQ(board::log(), (log_lines{g_no_device, no_info(way(), "absent", no_partition)}));
+	EXPECT_EQ(harness::log(), (log_lines{g_no_device, no_info(way(), "absent", no_partition)}));
 	EXPECT_EQ(names_from_last("get_mtd_device_nm"), (call_list{"get_mtd_device_nm", "drv_log_record", "vfree", "drv_log_record"}));
 	EXPECT_EQ(data.content(), bytes(16, 0xEE));
 }
@@ -256,7 +257,7 @@ TEST_P(ioctl_transfer, of_a_listed_empty_name_fails_in_the_name_check)
 {
 	user_bytes data(16);
 	EXPECT_EQ(command("", 0, 16, data.address()), invalid);
-	EXPECT_EQ(board::log(), (log_lines{g_bad_name, no_info(way(), "", invalid)}));
+	EXPECT_EQ(harness::log(), (log_lines{g_bad_name, no_info(way(), "", invalid)}));
 	EXPECT_FALSE(called("get_mtd_device_nm"));
 	EXPECT_EQ(call_names().back(), "drv_log_record");
 }
@@ -265,20 +266,20 @@ TEST_P(ioctl_transfer, of_a_device_that_cannot_be_taken_fails)
 {
 	for (long long result : {0LL, error_no_device, error_last}) {
 		SCOPED_TRACE(result);
-		board::forget();
-		board::fail("get_mtd_device_nm", result);
+		harness::forget();
+		harness::fail("get_mtd_device_nm", result);
 		user_bytes data(16);
 		EXPECT_EQ(command("listed", 0, 16, data.address()), no_partition);
-		EXPECT_EQ(board::log(), (log_lines{g_no_device, no_info(way(), "listed", no_partition)}));
+		EXPECT_EQ(harness::log(), (log_lines{g_no_device, no_info(way(), "listed", no_partition)}));
 	}
 }
 
 TEST_P(ioctl_transfer, whose_path_cannot_be_formed_fails)
 {
-	board::fail("snprintf_s", -1);
+	harness::fail("snprintf_s", -1);
 	user_bytes data(16);
 	EXPECT_EQ(command("listed", 0, 16, data.address()), path_failed);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "Flash mng mtd_devname:/dev/mtd2 fail")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "Flash mng mtd_devname:/dev/mtd2 fail")});
 	EXPECT_EQ(names_from_last("snprintf_s"), (call_list{"snprintf_s", "vfree", "drv_log_record"}));
 	EXPECT_EQ(data.content(), bytes(16, 0xEE));
 	expect_unchanged(listed);
@@ -287,10 +288,10 @@ TEST_P(ioctl_transfer, whose_path_cannot_be_formed_fails)
 TEST_P(ioctl_transfer, whose_path_is_said_to_be_formed_and_is_not_names_no_device)
 {
 	constexpr uint32_t bad_path = 0x70050002; // a status of the flash service
-	board::fail("snprintf_s", 0);
+	harness::fail("snprintf_s", 0);
 	user_bytes data(16);
 	EXPECT_EQ(command("listed", 0, 16, data.address()), bad_path);
-	EXPECT_EQ(board::log().back(), command_failure(way(), 0, 16, bad_path, ""));
+	EXPECT_EQ(harness::log().back(), command_failure(way(), 0, 16, bad_path, ""));
 	EXPECT_EQ(data.content(), bytes(16, 0xEE));
 	expect_unchanged(listed);
 }
@@ -298,26 +299,26 @@ TEST_P(ioctl_transfer, whose_path_is_said_to_be_formed_and_is_not_names_no_devic
 TEST_P(ioctl_transfer, forms_its_path_from_the_number_of_the_device)
 {
 	add({.name = "whole", .size = 0x40000, .index = 9});
-	board::fail("plat_mtd_read_buf", 5);
+	harness::fail("plat_mtd_read_buf", 5);
 	user_bytes data(16);
 	EXPECT_EQ(command("whole", 0, 16, data.address()), 5u);
 	EXPECT_EQ(calls_of("snprintf_s"), call_list{"snprintf_s(-, 32, 31, \"/dev/mtd%d\")"});
 	EXPECT_EQ(calls_of("plat_mtd_read_buf").front().substr(0, 29), "plat_mtd_read_buf(\"/dev/mtd9\"");
-	EXPECT_EQ(board::log().back(), command_failure(way(), 0, 16, 5, "/dev/mtd9"));
+	EXPECT_EQ(harness::log().back(), command_failure(way(), 0, 16, 5, "/dev/mtd9"));
 }
 
 TEST_P(ioctl_transfer, takes_the_total_road_whatever_the_partition_is_made_of)
 {
-	for (uint32_t type : {board::mtd_nor, board::mtd_ram, board::mtd_mlc_nand}) {
+	for (uint32_t type : {harness::mtd_nor, harness::mtd_ram, harness::mtd_mlc_nand}) {
 		SCOPED_TRACE(type);
 		const int index = add({.name = "listed_nor", .size = 0x20000, .type = type});
 		user_bytes data(pattern(16));
-		board::forget();
+		harness::forget();
 		EXPECT_EQ(command("listed_nor", 0x40, 16, data.address()), 0u);
 		EXPECT_EQ(times_called("linux_mutex_lock"), 1);
 		EXPECT_FALSE(called("filp_open"));
-		EXPECT_EQ(board::mtd_content(index, 0x40, 16), data.content());
-		board::remove_mtd(index);
+		EXPECT_EQ(harness::mtd_content(index, 0x40, 16), data.content());
+		harness::remove_mtd(index);
 	}
 }
 
@@ -326,7 +327,7 @@ TEST_P(ioctl_transfer, of_a_partition_of_4_gib_is_not_bound_to_its_size)
 	const int giant = add({.name = "giant", .size = 0x100000000});
 	user_bytes data(pattern(16));
 	EXPECT_EQ(command("giant", 0x40, 16, data.address()), 0u);
-	EXPECT_EQ(board::mtd_content(giant, 0x40, 16), data.content());
+	EXPECT_EQ(harness::mtd_content(giant, 0x40, 16), data.content());
 }
 
 TEST_P(ioctl_transfer, follows_the_first_entry_of_a_name_listed_twice)
@@ -346,9 +347,9 @@ class ioctl_transfer_record : public on_partitions, public testing::WithParamInt
 TEST_P(ioctl_transfer_record, that_cannot_be_read_is_refused_silently)
 {
 	const auto [way, kind] = GetParam();
-	EXPECT_EQ(board::ioctl(number_of(way), make_bad_address(kind, io_record_size)).code(), user_unreadable);
-	EXPECT_EQ(board::calls(), call_list{"linux_copy_from_user(-, -, 48)"});
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::ioctl(number_of(way), make_bad_address(kind, io_record_size)).code(), user_unreadable);
+	EXPECT_EQ(harness::calls(), call_list{"linux_copy_from_user(-, -, 48)"});
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 INSTANTIATE_TEST_SUITE_P(to, ioctl_transfer_record,
@@ -367,7 +368,7 @@ TEST_P(ioctl_transfer_without_table, is_always_refused)
 		SCOPED_TRACE(name);
 		EXPECT_EQ(io_command(number_of(GetParam()), name, 0, 16, data.address()).code(), not_listed);
 	}
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 INSTANTIATE_TEST_SUITE_P(to, ioctl_transfer_without_table, testing::Values(direction::read, direction::write),
@@ -390,7 +391,7 @@ TEST_P(ioctl_transfer_long_name, is_not_listed)
 	const auto &[way, asked] = GetParam();
 	user_bytes data(16);
 	EXPECT_EQ(io_command(number_of(way), asked.name, asked.offset, 16, data.address()).code(), not_listed);
-	EXPECT_EQ(board::calls(), call_list{"linux_copy_from_user(-, -, 48)"});
+	EXPECT_EQ(harness::calls(), call_list{"linux_copy_from_user(-, -, 48)"});
 }
 
 INSTANTIATE_TEST_SUITE_P(to, ioctl_transfer_long_name,
@@ -410,16 +411,16 @@ protected:
 	void prepare() override
 	{
 		on_partitions::prepare();
-		board::lie_about_count(6);
+		harness::lie_about_count(6);
 	}
 };
 
 TEST_P(ioctl_transfer_left_over_entry, is_stopped_by_the_name_check)
 {
 	user_bytes data(16);
-	EXPECT_EQ(u32_at(board::global("g_flash_mtd_info_list_num", 4), 0), 6u);
+	EXPECT_EQ(u32_at(harness::global("g_flash_mtd_info_list_num", 4), 0), 6u);
 	EXPECT_EQ(io_command(number_of(GetParam()), "", 0, 16, data.address()).code(), invalid);
-	EXPECT_EQ(board::log(), (log_lines{g_bad_name, no_info(GetParam(), "", invalid)}));
+	EXPECT_EQ(harness::log(), (log_lines{g_bad_name, no_info(GetParam(), "", invalid)}));
 	EXPECT_FALSE(called("linux_mutex_lock"));
 }
 
@@ -438,17 +439,17 @@ TEST_F(ioctl_read, makes_its_calls_in_order)
 				      "snprintf_s(-, 32, 31, \"/dev/mtd%d\")", "vzalloc(272)", "linux_mutex_lock(-)",
 				      "plat_mtd_read_buf(\"/dev/mtd2\", 0, -, 272)", "mutex_unlock(-)", "memcpy_s(-, 16, -, 16)",
 				      "vfree(-)", "linux_copy_to_user(-, -, 16)", "vfree(-)"}));
-	EXPECT_EQ(board::log(), log_lines{total_read_trace(0x100, 0x10)});
+	EXPECT_EQ(harness::log(), log_lines{total_read_trace(0x100, 0x10)});
 	EXPECT_EQ(data.content(), original(listed, 0x100, 0x10));
 }
 
 TEST_F(ioctl_read, leaves_the_flash_alone)
 {
-	const auto before = board::mtd_count(listed);
+	const auto before = harness::mtd_count(listed);
 	user_bytes data(0x1000);
 	EXPECT_EQ(io_command(mtd_read_command, "listed", 0, 0x1000, data.address()).code(), 0u);
-	EXPECT_EQ(board::mtd_count(listed).erases, before.erases);
-	EXPECT_EQ(board::mtd_count(listed).writes, before.writes);
+	EXPECT_EQ(harness::mtd_count(listed).erases, before.erases);
+	EXPECT_EQ(harness::mtd_count(listed).writes, before.writes);
 	expect_unchanged(listed);
 }
 
@@ -465,7 +466,7 @@ TEST_F(ioctl_read, may_write_over_its_own_record)
 	user_bytes memory(io_record_size);
 	const bytes record = io_record("listed", 0x200, io_record_size, memory.address());
 	std::memcpy(reinterpret_cast<void *>(memory.address()), record.data(), record.size());
-	EXPECT_EQ(board::ioctl(mtd_read_command, memory.address()).code(), 0u);
+	EXPECT_EQ(harness::ioctl(mtd_read_command, memory.address()).code(), 0u);
 	EXPECT_EQ(memory.content(), original(listed, 0x200, io_record_size));
 }
 
@@ -484,24 +485,24 @@ TEST_F(ioctl_read, beyond_the_partition_gives_the_status_of_the_service_and_two_
 	user_bytes data(16);
 	const uint32_t status = io_command(mtd_read_command, "listed", nand_size - 15, 16, data.address()).code();
 	EXPECT_NE(status, 0u);
-	EXPECT_EQ(board::log(), (log_lines{total_read_trace(nand_size - 15, 16), total_read_failure(nand_size + 1, status),
-					   command_failure(direction::read, nand_size - 15, 16, status)}));
+	EXPECT_EQ(harness::log(), (log_lines{total_read_trace(nand_size - 15, 16), total_read_failure(nand_size + 1, status),
+					     command_failure(direction::read, nand_size - 15, 16, status)}));
 	EXPECT_EQ(data.content(), bytes(16, 0xEE));
 }
 
 TEST_F(ioctl_read, without_memory_for_the_image_says_so_at_the_end_alone)
 {
-	board::fail("vzalloc", 0, 2);
+	harness::fail("vzalloc", 0, 2);
 	user_bytes data(16);
 	EXPECT_EQ(io_command(mtd_read_command, "listed", 0x100, 16, data.address()).code(), no_buffer);
-	EXPECT_EQ(board::log(), (log_lines{total_read_trace(0x100, 16), command_failure(direction::read, 0x100, 16, no_buffer)}));
+	EXPECT_EQ(harness::log(), (log_lines{total_read_trace(0x100, 16), command_failure(direction::read, 0x100, 16, no_buffer)}));
 	EXPECT_EQ(names_from_last("vzalloc"), (call_list{"vzalloc", "drv_log_record", "vfree"}));
 	EXPECT_FALSE(called("linux_mutex_lock"));
 }
 
 TEST_F(ioctl_read, says_that_the_transfer_failed_before_it_frees_the_data)
 {
-	board::fail("plat_mtd_read_buf", 5);
+	harness::fail("plat_mtd_read_buf", 5);
 	user_bytes data(16);
 	EXPECT_EQ(io_command(mtd_read_command, "listed", 0, 16, data.address()).code(), 5u);
 	EXPECT_EQ(names_from_last("mutex_unlock"), (call_list{"mutex_unlock", "vfree", "drv_log_record", "drv_log_record", "vfree"}));
@@ -509,10 +510,10 @@ TEST_F(ioctl_read, says_that_the_transfer_failed_before_it_frees_the_data)
 
 TEST_F(ioctl_read, says_that_the_copy_failed_before_it_frees_the_data)
 {
-	board::fail("linux_copy_to_user", 1);
+	harness::fail("linux_copy_to_user", 1);
 	user_bytes data(16);
 	EXPECT_EQ(io_command(mtd_read_command, "listed", 0, 16, data.address()).code(), user_unwritable);
-	EXPECT_EQ(board::log(), (log_lines{total_read_trace(0, 16), g_not_copied}));
+	EXPECT_EQ(harness::log(), (log_lines{total_read_trace(0, 16), g_not_copied}));
 	EXPECT_EQ(names_from_last("linux_copy_to_user"), (call_list{"linux_copy_to_user", "drv_log_record", "vfree"}));
 }
 
@@ -520,20 +521,20 @@ TEST_F(ioctl_read, to_memory_one_byte_short_fails)
 {
 	user_bytes data(15);
 	EXPECT_EQ(io_command(mtd_read_command, "listed", 0, 16, data.address()).code(), user_unwritable);
-	EXPECT_EQ(board::log(), (log_lines{total_read_trace(0, 16), g_not_copied}));
+	EXPECT_EQ(harness::log(), (log_lines{total_read_trace(0, 16), g_not_copied}));
 }
 
 TEST_F(ioctl_read, of_too_many_bytes_for_one_copy_fails_after_the_read)
 {
-	const board::expected_report report("at linux_copy_to_user");
+	const harness::expected_report report("at linux_copy_to_user");
 	constexpr uint32_t len = 0x80000000;
-	board::fail_always("vzalloc", 0x1000);
-	board::fail_always("vfree", 0);
-	board::fail("plat_mtd_read_buf", 0);
-	board::fail("memcpy_s", 0);
+	harness::fail_always("vzalloc", 0x1000);
+	harness::fail_always("vfree", 0);
+	harness::fail("plat_mtd_read_buf", 0);
+	harness::fail("memcpy_s", 0);
 	user_bytes data(16);
 	EXPECT_EQ(io_command(mtd_read_command, "listed", 0, len, data.address()).code(), user_unwritable);
-	EXPECT_EQ(board::log(), (log_lines{total_read_trace(0, len), g_not_copied}));
+	EXPECT_EQ(harness::log(), (log_lines{total_read_trace(0, len), g_not_copied}));
 	EXPECT_EQ(times_called("plat_mtd_read_buf"), 1);
 	EXPECT_EQ(times_called("vfree"), 2);
 }
@@ -542,11 +543,11 @@ class ioctl_read_address : public on_listed, public testing::WithParamInterface<
 
 TEST_P(ioctl_read_address, of_the_data_fails_after_the_partition_was_read)
 {
-	const board::holdings before = board::held();
+	const harness::holdings before = harness::held();
 	EXPECT_EQ(io_command(mtd_read_command, "listed", 0x40, 16, make_bad_address(GetParam(), 16)).code(), user_unwritable);
-	EXPECT_EQ(board::log(), (log_lines{total_read_trace(0x40, 16), g_not_copied}));
+	EXPECT_EQ(harness::log(), (log_lines{total_read_trace(0x40, 16), g_not_copied}));
 	EXPECT_EQ(times_called("plat_mtd_read_buf"), 1);
-	EXPECT_EQ(board::held(), before);
+	EXPECT_EQ(harness::held(), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(that_is, ioctl_read_address, unwritable_addresses, name_of_address);
@@ -558,7 +559,7 @@ TEST_P(ioctl_read_wrap, of_the_range_fails_for_want_of_an_image)
 	const auto [offset, len] = GetParam();
 	user_bytes data(0x20);
 	EXPECT_EQ(io_command(mtd_read_command, "listed", offset, len, data.address()).code(), no_buffer);
-	EXPECT_EQ(board::log(), (log_lines{total_read_trace(offset, len), command_failure(direction::read, offset, len, no_buffer)}));
+	EXPECT_EQ(harness::log(), (log_lines{total_read_trace(offset, len), command_failure(direction::read, offset, len, no_buffer)}));
 	EXPECT_FALSE(called("linux_mutex_lock"));
 	EXPECT_FALSE(called("plat_mtd_read_buf"));
 	EXPECT_FALSE(called("memcpy_s"));
@@ -608,7 +609,7 @@ TEST_F(ioctl_write, makes_its_calls_in_order)
 				      "vzalloc(131072)", "linux_mutex_lock(-)", "plat_mtd_read_buf(\"/dev/mtd2\", 0, -, 131072)",
 				      "memcpy_s(-, 130816, -, 16)", "plat_mtd_update_buf(\"/dev/mtd2\", 0, -, 131072)", "mutex_unlock(-)",
 				      "vfree(-)", "vfree(-)"}));
-	EXPECT_EQ(board::log(), log_lines{total_write_note(0x100, 0x10)});
+	EXPECT_EQ(harness::log(), log_lines{total_write_note(0x100, 0x10)});
 	expect_changed(listed, 0x100, pattern(0x10));
 }
 
@@ -641,7 +642,7 @@ TEST_F(ioctl_write, may_write_its_own_record_to_the_flash)
 	user_bytes memory(io_record_size);
 	const bytes record = io_record("listed", 0x200, io_record_size, memory.address());
 	std::memcpy(reinterpret_cast<void *>(memory.address()), record.data(), record.size());
-	EXPECT_EQ(board::ioctl(mtd_write_command, memory.address()).code(), 0u);
+	EXPECT_EQ(harness::ioctl(mtd_write_command, memory.address()).code(), 0u);
 	expect_changed(listed, 0x200, record);
 }
 
@@ -660,17 +661,17 @@ TEST_F(ioctl_write, is_read_back_by_a_kernel_caller_and_by_a_program)
 TEST_F(ioctl_write, fetches_the_data_before_the_device_is_looked_for)
 {
 	EXPECT_EQ(io_command(mtd_write_command, "absent", 0, 16, 0).code(), user_unreadable);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 	EXPECT_FALSE(called("get_mtd_device_nm"));
 }
 
 TEST_F(ioctl_write, with_one_byte_of_the_data_uncopied_fails_silently)
 {
-	board::fail("linux_copy_from_user", 1, 2);
+	harness::fail("linux_copy_from_user", 1, 2);
 	user_bytes data(16);
 	EXPECT_EQ(io_command(mtd_write_command, "listed", 0, 16, data.address()).code(), user_unreadable);
-	EXPECT_EQ(board::log(), log_lines());
-	EXPECT_EQ(board::calls(),
+	EXPECT_EQ(harness::log(), log_lines());
+	EXPECT_EQ(harness::calls(),
 		  (call_list{"linux_copy_from_user(-, -, 48)", "vmalloc(16)", "linux_copy_from_user(-, -, 16)", "vfree(-)"}));
 	expect_unchanged(listed);
 }
@@ -679,18 +680,18 @@ TEST_F(ioctl_write, of_data_one_byte_short_fails_silently)
 {
 	user_bytes data(15);
 	EXPECT_EQ(io_command(mtd_write_command, "listed", 0, 16, data.address()).code(), user_unreadable);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 	expect_unchanged(listed);
 }
 
 TEST_F(ioctl_write, of_too_many_bytes_for_one_copy_fails_before_any_copy)
 {
-	const board::expected_report report("at linux_copy_from_user");
-	board::fail("vmalloc", 0x1000);
-	board::fail("vfree", 0);
+	const harness::expected_report report("at linux_copy_from_user");
+	harness::fail("vmalloc", 0x1000);
+	harness::fail("vfree", 0);
 	user_bytes data(16);
 	EXPECT_EQ(io_command(mtd_write_command, "listed", 0, 0x80000000, data.address()).code(), user_unreadable);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 	EXPECT_EQ(call_names().back(), "vfree");
 	EXPECT_FALSE(called("get_mtd_device_nm"));
 }
@@ -700,7 +701,7 @@ TEST_F(ioctl_write, to_a_partition_without_usable_bytes_fails)
 	const int index = add({.name = "no_usable", .size = 0x10000});
 	user_bytes data(16);
 	EXPECT_EQ(io_command(mtd_write_command, "no_usable", 0, 16, data.address()).code(), empty_range);
-	EXPECT_EQ(board::log(),
+	EXPECT_EQ(harness::log(),
 		  (log_lines{total_write_note(0, 16, 0, "/dev/mtd3"), command_failure(direction::write, 0, 16, empty_range, "/dev/mtd3")}));
 	EXPECT_EQ(call_names().back(), "drv_log_record");
 	expect_unchanged(index);
@@ -708,17 +709,17 @@ TEST_F(ioctl_write, to_a_partition_without_usable_bytes_fails)
 
 TEST_F(ioctl_write, without_memory_for_the_image_says_so_at_the_end_alone)
 {
-	board::fail("vzalloc", 0);
+	harness::fail("vzalloc", 0);
 	user_bytes data(16);
 	EXPECT_EQ(io_command(mtd_write_command, "listed", 0x100, 16, data.address()).code(), no_buffer);
-	EXPECT_EQ(board::log(), (log_lines{total_write_note(0x100, 16), command_failure(direction::write, 0x100, 16, no_buffer)}));
+	EXPECT_EQ(harness::log(), (log_lines{total_write_note(0x100, 16), command_failure(direction::write, 0x100, 16, no_buffer)}));
 	EXPECT_EQ(names_from_last("vzalloc"), (call_list{"vzalloc", "vfree", "drv_log_record"}));
 	expect_unchanged(listed);
 }
 
 TEST_F(ioctl_write, frees_the_data_before_it_says_that_the_transfer_failed)
 {
-	board::fail("plat_mtd_update_buf", 5);
+	harness::fail("plat_mtd_update_buf", 5);
 	user_bytes data(16);
 	EXPECT_EQ(io_command(mtd_write_command, "listed", 0, 16, data.address()).code(), 5u);
 	EXPECT_EQ(names_from_last("mutex_unlock"), (call_list{"mutex_unlock", "vfree", "drv_log_record", "vfree", "drv_log_record"}));
@@ -728,13 +729,13 @@ class ioctl_write_address : public on_listed, public testing::WithParamInterface
 
 TEST_P(ioctl_write_address, of_the_data_fails_silently_without_touching_the_partition)
 {
-	const board::holdings before = board::held();
+	const harness::holdings before = harness::held();
 	EXPECT_EQ(io_command(mtd_write_command, "listed", 0x40, 16, make_bad_address(GetParam(), 16)).code(), user_unreadable);
-	EXPECT_EQ(board::log(), log_lines());
-	EXPECT_EQ(board::calls(),
+	EXPECT_EQ(harness::log(), log_lines());
+	EXPECT_EQ(harness::calls(),
 		  (call_list{"linux_copy_from_user(-, -, 48)", "vmalloc(16)", "linux_copy_from_user(-, -, 16)", "vfree(-)"}));
 	expect_unchanged(listed);
-	EXPECT_EQ(board::held(), before);
+	EXPECT_EQ(harness::held(), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(that_is, ioctl_write_address, unreadable_addresses, name_of_address);
@@ -752,8 +753,8 @@ TEST_P(ioctl_write_beyond, the_usable_bytes_fails_in_the_copy)
 	user_bytes data(len);
 	const uint32_t code = io_command(mtd_write_command, "listed", offset, len, data.address()).code();
 	EXPECT_NE(code, 0u);
-	EXPECT_EQ(board::log(), (log_lines{total_write_note(offset, len), patch_failure(offset, len, code),
-					   command_failure(direction::write, offset, len, code)}));
+	EXPECT_EQ(harness::log(), (log_lines{total_write_note(offset, len), patch_failure(offset, len, code),
+					     command_failure(direction::write, offset, len, code)}));
 	EXPECT_EQ(calls_of("memcpy_s"), call_list{"memcpy_s(-, " + decimal(limit) + ", -, " + decimal(len) + ")"});
 	EXPECT_FALSE(called("plat_mtd_update_buf"));
 	expect_unchanged(listed);
@@ -797,41 +798,41 @@ class ioctl_result_of_service : public on_listed, public testing::WithParamInter
 
 TEST_P(ioctl_result_of_service, is_seen_by_a_program_that_reads)
 {
-	board::fail("plat_mtd_read_buf", GetParam().code);
+	harness::fail("plat_mtd_read_buf", GetParam().code);
 	user_bytes data(16);
 	expect_seen_as(io_command(mtd_read_command, "listed", 0x100, 16, data.address()), GetParam().value, GetParam().errno_value);
-	EXPECT_EQ(board::log(), (log_lines{total_read_trace(0x100, 16), total_read_failure(272, GetParam().code),
-					   command_failure(direction::read, 0x100, 16, GetParam().code)}));
+	EXPECT_EQ(harness::log(), (log_lines{total_read_trace(0x100, 16), total_read_failure(272, GetParam().code),
+					     command_failure(direction::read, 0x100, 16, GetParam().code)}));
 	EXPECT_EQ(data.content(), bytes(16, 0xEE));
 }
 
 TEST_P(ioctl_result_of_service, is_seen_by_a_program_whose_data_cannot_be_cut_out)
 {
-	board::fail("memcpy_s", GetParam().code);
+	harness::fail("memcpy_s", GetParam().code);
 	user_bytes data(16);
 	expect_seen_as(io_command(mtd_read_command, "listed", 0x100, 16, data.address()), GetParam().value, GetParam().errno_value);
-	EXPECT_EQ(board::log(), (log_lines{total_read_trace(0x100, 16), total_read_failure(272, GetParam().code),
-					   command_failure(direction::read, 0x100, 16, GetParam().code)}));
+	EXPECT_EQ(harness::log(), (log_lines{total_read_trace(0x100, 16), total_read_failure(272, GetParam().code),
+					     command_failure(direction::read, 0x100, 16, GetParam().code)}));
 }
 
 TEST_P(ioctl_result_of_service, is_seen_by_a_program_that_writes)
 {
-	board::fail("plat_mtd_update_buf", GetParam().code);
+	harness::fail("plat_mtd_update_buf", GetParam().code);
 	user_bytes data(16);
 	expect_seen_as(io_command(mtd_write_command, "listed", 0x100, 16, data.address()), GetParam().value, GetParam().errno_value);
-	EXPECT_EQ(board::log(), (log_lines{total_write_note(0x100, 16),
-					   own_log(serious, "mtd total write: write buf len 131072 fail " + hexadecimal(GetParam().code)),
-					   command_failure(direction::write, 0x100, 16, GetParam().code)}));
+	EXPECT_EQ(harness::log(), (log_lines{total_write_note(0x100, 16),
+					     own_log(serious, "mtd total write: write buf len 131072 fail " + hexadecimal(GetParam().code)),
+					     command_failure(direction::write, 0x100, 16, GetParam().code)}));
 }
 
 TEST_P(ioctl_result_of_service, is_seen_by_a_program_whose_write_cannot_read_the_partition)
 {
-	board::fail("plat_mtd_read_buf", GetParam().code);
+	harness::fail("plat_mtd_read_buf", GetParam().code);
 	user_bytes data(16);
 	expect_seen_as(io_command(mtd_write_command, "listed", 0x100, 16, data.address()), GetParam().value, GetParam().errno_value);
-	EXPECT_EQ(board::log(), (log_lines{total_write_note(0x100, 16),
-					   own_log(serious, "mtd total write: read buf len 131072 fail " + hexadecimal(GetParam().code)),
-					   command_failure(direction::write, 0x100, 16, GetParam().code)}));
+	EXPECT_EQ(harness::log(), (log_lines{total_write_note(0x100, 16),
+					     own_log(serious, "mtd total write: read buf len 131072 fail " + hexadecimal(GetParam().code)),
+					     command_failure(direction::write, 0x100, 16, GetParam().code)}));
 	expect_unchanged(listed);
 }
 
@@ -859,11 +860,11 @@ protected:
 	void SetUp() override
 	{
 		on_listed::SetUp();
-		data_ = board::user_memory(0x40);
+		data_ = harness::user_memory(0x40);
 		put(pattern(0x40, 60));
 	}
 
-	uint32_t run() { return io_command(number_of(GetParam().way), "listed", 0x123, 0x40, board::user_address(data_)).code(); }
+	uint32_t run() { return io_command(number_of(GetParam().way), "listed", 0x123, 0x40, harness::user_address(data_)).code(); }
 
 	void check(bool succeeded)
 	{
@@ -878,7 +879,7 @@ protected:
 			expect_changed(listed, 0x123, pattern(0x40, 60));
 		else
 			expect_unchanged(listed);
-		board::set_mtd_content(listed, 0x123, original(listed, 0x123, 0x40));
+		harness::set_mtd_content(listed, 0x123, original(listed, 0x123, 0x40));
 	}
 
 private:
@@ -895,11 +896,11 @@ TEST_P(ioctl_transfer_failure, holds_nothing_and_the_next_try_succeeds)
 
 TEST_P(ioctl_transfer_failure, holds_nothing_when_it_stays)
 {
-	const board::holdings before = board::held();
-	board::fail_always(GetParam().function, GetParam().result);
+	const harness::holdings before = harness::held();
+	harness::fail_always(GetParam().function, GetParam().result);
 	for (int i = 0; i < 3; ++i)
 		EXPECT_NE(run(), 0u);
-	EXPECT_EQ(board::held(), before);
+	EXPECT_EQ(harness::held(), before);
 	expect_unchanged(listed);
 }
 

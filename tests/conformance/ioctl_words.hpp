@@ -15,16 +15,16 @@ inline constexpr uint32_t get_nand_part_info = 0x80045406, get_part_num = 0x8004
 // Bytes of the calling program, filled with a value, that end at the end of what the program may touch.
 class user_bytes {
 public:
-	explicit user_bytes(std::size_t size, uint8_t fill = 0xEE) : memory_(board::user_memory(size)), size_(size)
+	explicit user_bytes(std::size_t size, uint8_t fill = 0xEE) : memory_(harness::user_memory(size)), size_(size)
 	{
 		std::memset(memory_, fill, size);
 	}
 	explicit user_bytes(const bytes &content) : user_bytes(content.size()) { std::copy(content.begin(), content.end(), memory_); }
 
-	uint64_t address(std::size_t offset = 0) const { return board::user_address(memory_ + offset); }
+	uint64_t address(std::size_t offset = 0) const { return harness::user_address(memory_ + offset); }
 	std::size_t size() const { return size_; }
 	bytes content() const { return {memory_, memory_ + size_}; }
-	void allow(access mode) { board::protect(memory_, size_, mode); }
+	void allow(access mode) { harness::protect(memory_, size_, mode); }
 
 private:
 	std::uint8_t *memory_;
@@ -58,13 +58,13 @@ inline uint64_t make_bad_address(bad_address kind, std::size_t size)
 	case bad_address::null:
 		return 0;
 	case bad_address::kernel:
-		return board::kernel_address();
+		return harness::kernel_address();
 	case bad_address::unmapped:
-		return board::unmapped_address();
+		return harness::unmapped_address();
 	case bad_address::read_only:
-		return board::user_address(board::user_memory(size, access::read_only));
+		return harness::user_address(harness::user_memory(size, access::read_only));
 	case bad_address::forbidden:
-		return board::user_address(board::user_memory(size, access::none));
+		return harness::user_address(harness::user_memory(size, access::none));
 	default:
 		return UINT64_MAX;
 	}
@@ -81,7 +81,7 @@ inline const auto unreadable_addresses =
 	testing::Values(bad_address::null, bad_address::kernel, bad_address::unmapped, bad_address::forbidden, bad_address::last);
 
 // What a program gets for a code.
-inline void expect_seen_as(const board::ioctl_result &result, long value, int errno_value)
+inline void expect_seen_as(const harness::ioctl_result &result, long value, int errno_value)
 {
 	EXPECT_EQ(result.value, value);
 	EXPECT_EQ(result.errno_value, errno_value);
@@ -100,10 +100,10 @@ inline bytes io_record(std::string_view name, uint32_t offset, uint32_t length, 
 	return record;
 }
 
-inline board::ioctl_result io_command(uint32_t command, std::string_view name, uint32_t offset, uint32_t length, uint64_t buffer)
+inline harness::ioctl_result io_command(uint32_t command, std::string_view name, uint32_t offset, uint32_t length, uint64_t buffer)
 {
 	const user_bytes record(io_record(name, offset, length, buffer));
-	return board::ioctl(command, record.address());
+	return harness::ioctl(command, record.address());
 }
 
 } // namespace conformance

@@ -54,7 +54,7 @@ inline call_list steps()
 
 inline call_list steps_and_messages()
 {
-	return without_lock_sizes(board::calls());
+	return without_lock_sizes(harness::calls());
 }
 
 inline call_list joined(std::initializer_list<call_list> parts)
@@ -151,7 +151,7 @@ inline uint64_t entry_of(uint32_t instance)
 {
 	const bytes untouched(8, 0xA5);
 	bytes entry = untouched;
-	const uint32_t code = board::call("get_flash_cfg", {instance, &entry});
+	const uint32_t code = harness::call("get_flash_cfg", {instance, &entry});
 	if (code == 0)
 		return u64_at(entry, 0);
 	EXPECT_EQ(code, failed);

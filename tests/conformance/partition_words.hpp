@@ -23,7 +23,7 @@ inline constexpr long long error_io = -5, error_no_device = -19, error_invalid =
 // The names of the calls seen so far, messages included.
 inline call_list call_names()
 {
-	call_list names = board::calls();
+	call_list names = harness::calls();
 	for (std::string &call : names)
 		call.erase(call.find('('));
 	return names;
@@ -38,7 +38,7 @@ inline long times_called(std::string_view name)
 // The seen calls of one name, with their arguments.
 inline call_list calls_of(std::string_view name)
 {
-	call_list kept = board::calls();
+	call_list kept = harness::calls();
 	std::erase_if(kept, [&](const std::string &call) { return call.substr(0, call.find('(')) != name; });
 	return kept;
 }
@@ -87,11 +87,11 @@ protected:
 
 	virtual const char *configuration() const { return "transfers"; }
 
-	void prepare() override { board::configure(configuration()); }
+	void prepare() override { harness::configure(configuration()); }
 
-	void add_nor() { add({.name = "nor", .size = nor_size, .type = board::mtd_nor, .index = nor}); }
-	void add_nand() { add({.name = "nand", .size = nand_size, .type = board::mtd_nand, .index = nand}); }
-	void add_listed() { add({.name = "listed", .size = nand_size, .type = board::mtd_nand, .index = listed}); }
+	void add_nor() { add({.name = "nor", .size = nor_size, .type = harness::mtd_nor, .index = nor}); }
+	void add_nand() { add({.name = "nand", .size = nand_size, .type = harness::mtd_nand, .index = nand}); }
+	void add_listed() { add({.name = "listed", .size = nand_size, .type = harness::mtd_nand, .index = listed}); }
 
 	// Adds a device, from number 3 on if it does not ask for one; its first bytes, all of them on a small one, follow a pattern of its
 	// own.
@@ -99,10 +99,10 @@ protected:
 	{
 		if (!spec.index)
 			spec.index = next_++;
-		const int index = board::add_mtd(spec);
+		const int index = harness::add_mtd(spec);
 		const auto known = static_cast<std::size_t>(std::min<uint64_t>(spec.size, most_known));
 		content_[index] = pattern(known, static_cast<uint32_t>(index) + 11);
-		board::set_mtd_content(index, 0, content_[index]);
+		harness::set_mtd_content(index, 0, content_[index]);
 		return index;
 	}
 
@@ -116,7 +116,7 @@ protected:
 	void expect_unchanged(int index) const
 	{
 		const bytes &known = content_.at(index);
-		EXPECT_TRUE(board::mtd_content(index, 0, known.size()) == known) << "mtd" << index << " was changed";
+		EXPECT_TRUE(harness::mtd_content(index, 0, known.size()) == known) << "mtd" << index << " was changed";
 	}
 
 	// The device holds `data` at `offset` and everywhere else what it held at first.
@@ -124,7 +124,7 @@ protected:
 	{
 		bytes expected = content_.at(index);
 		std::copy(data.begin(), data.end(), expected.begin() + static_cast<std::ptrdiff_t>(offset));
-		EXPECT_TRUE(board::mtd_content(index, 0, expected.size()) == expected)
+		EXPECT_TRUE(harness::mtd_content(index, 0, expected.size()) == expected)
 			<< "mtd" << index << " does not hold what was written";
 	}
 
@@ -176,14 +176,14 @@ protected:
 	}
 };
 
-inline uint32_t mtd_read(board::argument name, uint32_t offset, bytes *buf, uint32_t len)
+inline uint32_t mtd_read(harness::argument name, uint32_t offset, bytes *buf, uint32_t len)
 {
-	return board::call("drv_flash_mtd_read", {std::move(name), offset, buf, len});
+	return harness::call("drv_flash_mtd_read", {std::move(name), offset, buf, len});
 }
 
-inline uint32_t mtd_write(board::argument name, uint32_t offset, bytes buf, uint32_t len)
+inline uint32_t mtd_write(harness::argument name, uint32_t offset, bytes buf, uint32_t len)
 {
-	return board::call("drv_flash_mtd_write", {std::move(name), offset, &buf, len});
+	return harness::call("drv_flash_mtd_write", {std::move(name), offset, &buf, len});
 }
 
 // The two exported transfers, for what they have in common.
@@ -194,9 +194,9 @@ inline std::string as_case_name(direction way)
 	return way == direction::read ? "read" : "write";
 }
 
-inline uint32_t transfer(direction way, board::argument name, uint32_t offset, bytes *buf, uint32_t len)
+inline uint32_t transfer(direction way, harness::argument name, uint32_t offset, bytes *buf, uint32_t len)
 {
-	return board::call(way == direction::read ? "drv_flash_mtd_read" : "drv_flash_mtd_write", {std::move(name), offset, buf, len});
+	return harness::call(way == direction::read ? "drv_flash_mtd_read" : "drv_flash_mtd_write", {std::move(name), offset, buf, len});
 }
 
 // A failed call of `function` makes `operation` fail; whichever of its calls it was, nothing stays held and the next try succeeds.
@@ -205,23 +205,23 @@ inline void sweep_failures(
 	std::string_view function, long long result, const std::function<uint32_t()> &operation,
 	const std::function<void(bool)> &check = [](bool) {})
 {
-	const board::holdings before = board::held();
+	const harness::holdings before = harness::held();
 	for (unsigned nth = 1;; ++nth) {
 		SCOPED_TRACE(testing::Message() << function << " call " << nth << " gives " << result);
 		ASSERT_LT(nth, 1000u);
-		const unsigned hit = board::faults_hit();
-		board::fail(function, result, nth);
+		const unsigned hit = harness::faults_hit();
+		harness::fail(function, result, nth);
 		const uint32_t code = operation();
-		if (board::faults_hit() == hit) {
+		if (harness::faults_hit() == hit) {
 			EXPECT_GT(nth, 1u) << "the operation never makes this call";
 			EXPECT_EQ(code, 0u);
 			return;
 		}
 		EXPECT_NE(code, 0u);
-		EXPECT_EQ(board::held(), before);
+		EXPECT_EQ(harness::held(), before);
 		check(false);
 		EXPECT_EQ(operation(), 0u) << "the next try";
-		EXPECT_EQ(board::held(), before);
+		EXPECT_EQ(harness::held(), before);
 		check(true);
 	}
 }

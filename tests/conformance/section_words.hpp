@@ -32,17 +32,17 @@ protected:
 
 inline uint32_t section_read(uint32_t instance, uint32_t section, uint32_t offset, bytes *buf, uint32_t len)
 {
-	return board::call("drv_flash_read", {instance, section, offset, buf, len});
+	return harness::call("drv_flash_read", {instance, section, offset, buf, len});
 }
 
 inline uint32_t section_write(uint32_t instance, uint32_t section, uint32_t offset, bytes buf, uint32_t len)
 {
-	return board::call("drv_flash_write", {instance, section, offset, &buf, len});
+	return harness::call("drv_flash_write", {instance, section, offset, &buf, len});
 }
 
 inline uint32_t section_transfer(direction way, uint32_t instance, uint32_t section, uint32_t offset, bytes *buf, uint32_t len)
 {
-	return board::call(way == direction::read ? "drv_flash_read" : "drv_flash_write", {instance, section, offset, buf, len});
+	return harness::call(way == direction::read ? "drv_flash_read" : "drv_flash_write", {instance, section, offset, buf, len});
 }
 
 template <typename type> type by(direction way, type for_read, type for_write)

@@ -39,7 +39,7 @@ std::function<int()> repeatedly(const std::function<bool()> &as_expected)
 void release_all()
 {
 	for (uint64_t record : records())
-		board::call("release_flash_info_alloc", {record});
+		harness::call("release_flash_info_alloc", {record});
 }
 
 // A lookup that can be asked again and again; an answer must be that of the flash and whole.
@@ -58,7 +58,7 @@ public:
 	uint32_t code() const
 	{
 		std::memset(at(16), 0, settings_size);
-		return board::ioctl(command_, record_.address()).code();
+		return harness::ioctl(command_, record_.address()).code();
 	}
 
 	bool answers() const { return code() == 0 && answer_is_right(); }
@@ -89,7 +89,7 @@ protected:
 	void SetUp() override
 	{
 		on_spi_board_with_driver::SetUp();
-		before_ = board::held();
+		before_ = harness::held();
 	}
 
 	// Whatever is registered can be released, and then nothing is left.
@@ -97,11 +97,11 @@ protected:
 	{
 		release_all();
 		EXPECT_EQ(records(), std::vector<uint64_t>());
-		EXPECT_EQ(board::held(), before_);
+		EXPECT_EQ(harness::held(), before_);
 	}
 
 private:
-	board::holdings before_;
+	harness::holdings before_;
 };
 
 TEST_F(spi_concurrency, two_first_finds_give_each_its_own_record_or_the_same)
@@ -181,7 +181,7 @@ TEST_F(spi_concurrency, lookups_find_an_old_flash_whatever_happens_to_newer_ones
 
 TEST_F(spi_concurrency, lookups_by_name_run_beside_creates_whose_copies_fail)
 {
-	board::fail_always("linux_kstrdup", 0, 3);
+	harness::fail_always("linux_kstrdup", 0, 3);
 	const lookup first(g_by_name, unlocked_flash, "one"), last(g_by_name, unlocked_flash, "three");
 	// The two copies that succeed belong to the first create.
 	run({repeatedly([] {
@@ -252,10 +252,10 @@ TEST_F(spi_concurrency, a_destroy_during_a_size_leaves_the_record_to_the_size)
 {
 	ASSERT_EQ(create(0x21, {"a"}), 0u);
 	stopped_call size("suite_driver_get_size", [] { return get_size(0x21); });
-	const board::holdings meanwhile = board::held();
+	const harness::holdings meanwhile = harness::held();
 	EXPECT_EQ(destroy(0x21), 0u);
 	EXPECT_EQ(records(), std::vector<uint64_t>());
-	EXPECT_EQ(board::held(), meanwhile) << "the size still uses it";
+	EXPECT_EQ(harness::held(), meanwhile) << "the size still uses it";
 	EXPECT_EQ(size.let_go(), 0u);
 	EXPECT_EQ(calls_of("drv_hard_unlock"), call_list{hard_unlock(locked_flash)}) << "with the settings of the record";
 	expect_all_given_back();
@@ -328,7 +328,7 @@ TEST_F(spi_concurrency, names_stay_found_while_others_are_under_construction)
 TEST_F(spi_concurrency, refused_destroys_run_beside_sizes_and_keep_the_record)
 {
 	const uint64_t record = find(0x20);
-	board::fail_always("suite_driver_destroy", 3);
+	harness::fail_always("suite_driver_destroy", 3);
 	run({repeatedly([] { return destroy(0x20) == 3; }), repeatedly([] { return get_size(0x20) == 0; })});
 	EXPECT_EQ(records(), std::vector<uint64_t>{record});
 }
@@ -355,8 +355,8 @@ TEST_F(spi_concurrency, a_driver_comes_and_goes_beside_sizes)
 		     return code == 0 || code == no_driver;
 	     }),
 	     repeatedly([] {
-		     board::call("drv_flash_driver_unregister", {});
-		     board::register_driver();
+		     harness::call("drv_flash_driver_unregister", {});
+		     harness::register_driver();
 		     return true;
 	     })});
 	EXPECT_EQ(get_size(0x20), 0u);

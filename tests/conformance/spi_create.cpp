@@ -6,7 +6,7 @@
 namespace conformance {
 namespace {
 
-const board::parts_spec g_three_parts = {
+const harness::parts_spec g_three_parts = {
 	.parts = {{"mtd_00000020_a", 0, 0x1000}, {"mtd_00000020_b", 0x1000, 0x20000}, {"c", 0xFFFFFFFF, 0}}};
 const std::vector<std::string> g_three_names = {"mtd_00000020_a", "mtd_00000020_b", "c"};
 
@@ -67,16 +67,16 @@ protected:
 TEST_P(spi_create_of, makes_names_then_locks_then_asks_the_driver)
 {
 	find(GetParam().flash.inst_id);
-	board::forget();
+	harness::forget();
 	EXPECT_EQ(create(GetParam().flash.inst_id, g_three_parts), 0u);
 	EXPECT_EQ(deeds_of_create(), joined({g_three_names_made, asked(GetParam().flash)}));
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_P(spi_create_of, hands_the_parts_to_the_driver_as_they_are)
 {
 	EXPECT_EQ(create(GetParam().flash.inst_id, g_three_parts), 0u);
-	EXPECT_EQ(board::created_parts(), g_three_parts.parts);
+	EXPECT_EQ(harness::created_parts(), g_three_parts.parts);
 }
 
 TEST_P(spi_create_of, keeps_the_names)
@@ -106,7 +106,7 @@ TEST_F(spi_create, makes_a_record_at_first_use)
 
 TEST_F(spi_create, takes_many_parts)
 {
-	board::parts_spec parts;
+	harness::parts_spec parts;
 	std::vector<std::string> names;
 	for (uint32_t i = 0; i < 200; ++i) {
 		names.push_back("part" + decimal(i));
@@ -114,12 +114,12 @@ TEST_F(spi_create, takes_many_parts)
 	}
 	EXPECT_EQ(create(0x20, parts), 0u);
 	expect_names(find(0x20), names);
-	EXPECT_EQ(board::created_parts(), parts.parts);
+	EXPECT_EQ(harness::created_parts(), parts.parts);
 }
 
 TEST_F(spi_create, takes_fewer_parts_than_there_are)
 {
-	board::parts_spec parts = g_three_parts;
+	harness::parts_spec parts = g_three_parts;
 	parts.part_num = 2;
 	EXPECT_EQ(create(0x20, parts), 0u);
 	expect_names(find(0x20), {"mtd_00000020_a", "mtd_00000020_b"});
@@ -155,28 +155,28 @@ TEST_F(spi_create, takes_equal_names)
 TEST_F(spi_create_without_driver, fails_and_makes_no_record)
 {
 	EXPECT_EQ(create(0x20, {"a"}), no_driver);
-	EXPECT_EQ(board::log(), log_lines{no_create_function(0x20)});
-	EXPECT_EQ(board::calls(), call_list{message(own, serious, "inst 0x%x flash create funcs NULL")});
+	EXPECT_EQ(harness::log(), log_lines{no_create_function(0x20)});
+	EXPECT_EQ(harness::calls(), call_list{message(own, serious, "inst 0x%x flash create funcs NULL")});
 	EXPECT_EQ(records(), std::vector<uint64_t>());
 }
 
 TEST_F(spi_create_without_driver, fails_before_the_parts_are_looked_at)
 {
-	EXPECT_EQ(board::call("drv_flash_create", {0x20, nullptr}), no_driver);
-	EXPECT_EQ(board::log(), log_lines{no_create_function(0x20)});
+	EXPECT_EQ(harness::call("drv_flash_create", {0x20, nullptr}), no_driver);
+	EXPECT_EQ(harness::log(), log_lines{no_create_function(0x20)});
 }
 
 TEST_F(spi_create_without_driver, fails_too_with_one_that_lacks_the_function)
 {
-	board::register_driver({.create = false});
+	harness::register_driver({.create = false});
 	EXPECT_EQ(create(default_instance, {"a"}), no_driver);
-	EXPECT_EQ(board::log(), log_lines{no_create_function(default_instance)});
+	EXPECT_EQ(harness::log(), log_lines{no_create_function(default_instance)});
 	EXPECT_EQ(deeds(), call_list());
 }
 
 TEST_F(spi_create_without_driver, succeeds_with_one_that_has_only_the_function)
 {
-	board::register_driver({.get_size = false, .destroy = false});
+	harness::register_driver({.get_size = false, .destroy = false});
 	EXPECT_EQ(create(0x20, {"a"}), 0u);
 }
 
@@ -184,15 +184,15 @@ TEST_F(spi_create_without_driver, succeeds_with_one_that_has_only_the_function)
 
 TEST_F(spi_create, without_parts_info_says_so_and_goes_on_to_fail)
 {
-	EXPECT_EQ(board::call("drv_flash_create", {0x20, nullptr}), failed);
-	EXPECT_EQ(board::log(), (log_lines{own_log(serious, "inst 0x20 flash create parts info is NULL"), no_names(0x20, 0xFFFFFFFF)}));
+	EXPECT_EQ(harness::call("drv_flash_create", {0x20, nullptr}), failed);
+	EXPECT_EQ(harness::log(), (log_lines{own_log(serious, "inst 0x20 flash create parts info is NULL"), no_names(0x20, 0xFFFFFFFF)}));
 	EXPECT_EQ(calls_of("drv_log_record"), (call_list{message(own, serious, "inst 0x%x flash create parts info is NULL"),
 							 message(own, serious, "inst 0x%x init mtdname failed, ret=%#x")}));
 }
 
 TEST_F(spi_create, without_parts_info_makes_a_record)
 {
-	EXPECT_EQ(board::call("drv_flash_create", {0x21, nullptr}), failed);
+	EXPECT_EQ(harness::call("drv_flash_create", {0x21, nullptr}), failed);
 	EXPECT_EQ(instances(), std::vector<uint32_t>{0x21});
 	expect_no_names(find(0x21));
 	EXPECT_FALSE(called("linux_kcalloc"));
@@ -202,17 +202,17 @@ TEST_F(spi_create, without_parts_info_makes_a_record)
 
 TEST_F(spi_create, without_parts_info_says_so_before_the_record_is_looked_up)
 {
-	EXPECT_EQ(board::call("drv_flash_create", {bare_instance, nullptr}), failed);
-	EXPECT_EQ(board::log(), (log_lines{own_log(serious, "inst 0x39 flash create parts info is NULL"), no_parent(bare_instance),
-					   no_record(bare_instance)}));
+	EXPECT_EQ(harness::call("drv_flash_create", {bare_instance, nullptr}), failed);
+	EXPECT_EQ(harness::log(), (log_lines{own_log(serious, "inst 0x39 flash create parts info is NULL"), no_parent(bare_instance),
+					     no_record(bare_instance)}));
 }
 
 TEST_F(spi_create, of_no_parts_fails)
 {
-	board::parts_spec parts = g_three_parts;
+	harness::parts_spec parts = g_three_parts;
 	parts.part_num = 0;
 	EXPECT_EQ(create(0x20, parts), failed);
-	EXPECT_EQ(board::log(), log_lines{no_names(0x20, 0xFFFFFFFF)});
+	EXPECT_EQ(harness::log(), log_lines{no_names(0x20, 0xFFFFFFFF)});
 	EXPECT_FALSE(called("linux_kcalloc"));
 	EXPECT_FALSE(called("suite_driver_create"));
 	expect_no_names(find(0x20));
@@ -221,7 +221,7 @@ TEST_F(spi_create, of_no_parts_fails)
 TEST_F(spi_create, of_parts_at_no_address_fails)
 {
 	EXPECT_EQ(create(0x20, {.parts = {}, .part_num = 3, .null_parts = true}), failed);
-	EXPECT_EQ(board::log(), log_lines{no_names(0x20, 0xFFFFFFFF)});
+	EXPECT_EQ(harness::log(), log_lines{no_names(0x20, 0xFFFFFFFF)});
 	EXPECT_FALSE(called("suite_driver_create"));
 	expect_no_names(find(0x20));
 }
@@ -229,15 +229,15 @@ TEST_F(spi_create, of_parts_at_no_address_fails)
 TEST_F(spi_create, of_no_parts_leaves_earlier_names)
 {
 	ASSERT_EQ(create(0x20, g_three_parts), 0u);
-	EXPECT_EQ(create(0x20, board::parts_spec()), failed);
-	EXPECT_EQ(board::call("drv_flash_create", {0x20, nullptr}), failed);
+	EXPECT_EQ(create(0x20, harness::parts_spec()), failed);
+	EXPECT_EQ(harness::call("drv_flash_create", {0x20, nullptr}), failed);
 	expect_names(find(0x20), g_three_names);
 }
 
 TEST_F(spi_create, of_an_instance_without_settings_fails)
 {
 	EXPECT_EQ(create(bare_instance, {"a"}), failed);
-	EXPECT_EQ(board::log(), (log_lines{no_parent(bare_instance), no_record(bare_instance)}));
+	EXPECT_EQ(harness::log(), (log_lines{no_parent(bare_instance), no_record(bare_instance)}));
 	EXPECT_FALSE(called("linux_kcalloc"));
 }
 
@@ -245,9 +245,9 @@ TEST_F(spi_create, of_an_instance_without_settings_fails)
 
 TEST_F(spi_create, without_memory_for_the_array_fails)
 {
-	board::fail("linux_kcalloc", 0);
+	harness::fail("linux_kcalloc", 0);
 	EXPECT_EQ(create(0x21, g_three_parts), no_memory);
-	EXPECT_EQ(board::log(), (log_lines{no_room_for_names(3), no_names(0x21, 0x4AA)}));
+	EXPECT_EQ(harness::log(), (log_lines{no_room_for_names(3), no_names(0x21, 0x4AA)}));
 	EXPECT_EQ(last(deeds_of_create(), 1), call_list{array_of(3)});
 	EXPECT_EQ(instances(), std::vector<uint32_t>{0x21});
 	expect_no_names(find(0x21), 0);
@@ -255,7 +255,7 @@ TEST_F(spi_create, without_memory_for_the_array_fails)
 
 TEST_F(spi_create, says_the_format_of_its_message_about_the_array)
 {
-	board::fail("linux_kcalloc", 0);
+	harness::fail("linux_kcalloc", 0);
 	create(0x20, g_three_parts);
 	EXPECT_EQ(calls_of("drv_log_record"), (call_list{message(own, serious, "Malloc %u fail for init mtdname"),
 							 message(own, serious, "inst 0x%x init mtdname failed, ret=%#x")}));
@@ -264,7 +264,7 @@ TEST_F(spi_create, says_the_format_of_its_message_about_the_array)
 TEST_F(spi_create, without_memory_for_the_array_forgets_earlier_names_but_not_their_count)
 {
 	ASSERT_EQ(create(0x20, g_three_parts), 0u);
-	board::fail("linux_kcalloc", 0);
+	harness::fail("linux_kcalloc", 0);
 	EXPECT_EQ(create(0x20, {"x"}), no_memory);
 	expect_no_names(find(0x20), 3);
 	expect_leak({.heap = 4});
@@ -274,10 +274,10 @@ class spi_create_part_num : public spi_create, public testing::WithParamInterfac
 
 TEST_P(spi_create_part_num, is_too_large_for_memory)
 {
-	board::parts_spec parts = g_three_parts;
+	harness::parts_spec parts = g_three_parts;
 	parts.part_num = GetParam();
 	EXPECT_EQ(create(0x20, parts), no_memory);
-	EXPECT_EQ(board::log(), (log_lines{no_room_for_names(GetParam()), no_names(0x20, 0x4AA)}));
+	EXPECT_EQ(harness::log(), (log_lines{no_room_for_names(GetParam()), no_names(0x20, 0x4AA)}));
 	EXPECT_EQ(last(deeds_of_create(), 1), call_list{array_of(GetParam())});
 	expect_no_names(find(0x20));
 }
@@ -291,17 +291,17 @@ class spi_create_failed_copy : public spi_create, public testing::WithParamInter
 TEST_P(spi_create_failed_copy, frees_what_was_copied_before)
 {
 	find(0x21);
-	board::forget();
-	board::fail("linux_kstrdup", 0, GetParam());
+	harness::forget();
+	harness::fail("linux_kstrdup", 0, GetParam());
 	EXPECT_EQ(create(0x21, g_three_parts), copy_failed);
 	call_list expected(g_three_names_made.begin(), g_three_names_made.begin() + 1 + GetParam());
 	EXPECT_EQ(deeds_of_create(), joined({expected, repeated({freed}, GetParam())}));
-	EXPECT_EQ(board::log(), log_lines{no_names(0x21, 0x4A2)});
+	EXPECT_EQ(harness::log(), log_lines{no_names(0x21, 0x4A2)});
 }
 
 TEST_P(spi_create_failed_copy, leaves_no_names_but_their_count)
 {
-	board::fail("linux_kstrdup", 0, GetParam());
+	harness::fail("linux_kstrdup", 0, GetParam());
 	EXPECT_EQ(create(0x20, g_three_parts), copy_failed);
 	EXPECT_EQ(instances(), std::vector<uint32_t>{0x20});
 	expect_no_names(find(0x20), 3);
@@ -309,7 +309,7 @@ TEST_P(spi_create_failed_copy, leaves_no_names_but_their_count)
 
 TEST_P(spi_create_failed_copy, can_be_tried_again)
 {
-	board::fail("linux_kstrdup", 0, GetParam());
+	harness::fail("linux_kstrdup", 0, GetParam());
 	EXPECT_EQ(create(0x20, g_three_parts), copy_failed);
 	EXPECT_EQ(create(0x20, g_three_parts), 0u);
 	expect_names(find(0x20), g_three_names);
@@ -318,7 +318,7 @@ TEST_P(spi_create_failed_copy, can_be_tried_again)
 TEST_P(spi_create_failed_copy, forgets_earlier_names)
 {
 	ASSERT_EQ(create(0x20, {"a"}), 0u);
-	board::fail("linux_kstrdup", 0, GetParam());
+	harness::fail("linux_kstrdup", 0, GetParam());
 	EXPECT_EQ(create(0x20, g_three_parts), copy_failed);
 	expect_no_names(find(0x20), 3);
 	expect_leak({.heap = 2});
@@ -329,7 +329,7 @@ INSTANTIATE_TEST_SUITE_P(number, spi_create_failed_copy, testing::Values(1u, 2u,
 TEST_F(spi_create, a_second_time_replaces_the_names_and_keeps_the_old_memory)
 {
 	ASSERT_EQ(create(0x20, g_three_parts), 0u);
-	board::forget();
+	harness::forget();
 	EXPECT_EQ(create(0x20, {"x", "y"}), 0u);
 	expect_names(find(0x20), {"x", "y"});
 	EXPECT_FALSE(called("kfree"));
@@ -351,7 +351,7 @@ TEST_P(spi_create_allocation, that_fails_ends_it_and_keeps_nothing)
 	sweep_failures(GetParam(), 0, [] {
 		const uint32_t code = create(0x21, g_three_parts);
 		for (uint64_t record : records())
-			board::call("release_flash_info_alloc", {record});
+			harness::call("release_flash_info_alloc", {record});
 		return code;
 	});
 }
@@ -364,8 +364,8 @@ INSTANTIATE_TEST_SUITE_P(by, spi_create_allocation, testing::Values("linux_kzall
 TEST_F(spi_create_without_driver, has_names_set_up_by_their_own_function)
 {
 	const uint64_t record = find(0x20);
-	board::forget();
-	EXPECT_EQ(board::call("drv_flash_init_info_mtdname", {record, &g_three_parts}), 0u);
+	harness::forget();
+	EXPECT_EQ(harness::call("drv_flash_init_info_mtdname", {record, &g_three_parts}), 0u);
 	EXPECT_EQ(deeds_of_create(), g_three_names_made);
 	expect_names(record, g_three_names);
 }
@@ -373,30 +373,30 @@ TEST_F(spi_create_without_driver, has_names_set_up_by_their_own_function)
 TEST_F(spi_create_without_driver, has_no_names_set_up_without_parts)
 {
 	const uint64_t record = find(0x20);
-	const board::parts_spec none;
-	board::forget();
-	EXPECT_EQ(board::call("drv_flash_init_info_mtdname", {record, nullptr}), failed);
-	EXPECT_EQ(board::call("drv_flash_init_info_mtdname", {record, &none}), failed);
-	EXPECT_EQ(board::calls(), call_list());
+	const harness::parts_spec none;
+	harness::forget();
+	EXPECT_EQ(harness::call("drv_flash_init_info_mtdname", {record, nullptr}), failed);
+	EXPECT_EQ(harness::call("drv_flash_init_info_mtdname", {record, &none}), failed);
+	EXPECT_EQ(harness::calls(), call_list());
 }
 
 TEST_F(spi_create_without_driver, has_no_names_set_up_without_memory_for_the_array)
 {
 	const uint64_t record = find(0x20);
-	board::forget();
-	board::fail("linux_kcalloc", 0);
-	EXPECT_EQ(board::call("drv_flash_init_info_mtdname", {record, &g_three_parts}), no_memory);
-	EXPECT_EQ(board::log(), log_lines{no_room_for_names(3)});
+	harness::forget();
+	harness::fail("linux_kcalloc", 0);
+	EXPECT_EQ(harness::call("drv_flash_init_info_mtdname", {record, &g_three_parts}), no_memory);
+	EXPECT_EQ(harness::log(), log_lines{no_room_for_names(3)});
 	expect_no_names(record);
 }
 
 TEST_F(spi_create_without_driver, has_no_names_set_up_when_one_cannot_be_copied)
 {
 	const uint64_t record = find(0x20);
-	board::forget();
-	board::fail("linux_kstrdup", 0, 2);
-	EXPECT_EQ(board::call("drv_flash_init_info_mtdname", {record, &g_three_parts}), copy_failed);
-	EXPECT_EQ(board::log(), log_lines());
+	harness::forget();
+	harness::fail("linux_kstrdup", 0, 2);
+	EXPECT_EQ(harness::call("drv_flash_init_info_mtdname", {record, &g_three_parts}), copy_failed);
+	EXPECT_EQ(harness::log(), log_lines());
 	expect_no_names(record, 3);
 }
 
@@ -406,43 +406,43 @@ class spi_create_status : public spi_create, public testing::WithParamInterface<
 
 TEST_P(spi_create_status, of_the_driver_is_passed_on_in_silence_and_undoes_nothing)
 {
-	board::fail("suite_driver_create", GetParam());
+	harness::fail("suite_driver_create", GetParam());
 	EXPECT_EQ(create(0x20, g_three_parts), GetParam());
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 	expect_names(find(0x20), g_three_names);
 }
 
 TEST_P(spi_create_status, of_the_driver_is_passed_on_after_the_lock_is_released)
 {
-	board::fail("suite_driver_create", GetParam());
+	harness::fail("suite_driver_create", GetParam());
 	EXPECT_EQ(create(0x22, {"a"}), GetParam());
 	EXPECT_EQ(deeds_beside_registry().back(), hard_unlock(create_locked_flash));
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_P(spi_create_status, of_a_refused_lock_is_passed_on_and_the_names_stay)
 {
-	board::fail("drv_hard_trylock", GetParam());
+	harness::fail("drv_hard_trylock", GetParam());
 	EXPECT_EQ(create(0x22, g_three_parts), GetParam());
-	EXPECT_EQ(board::log(), log_lines{own_log(serious, "inst 0x22 create mtd lock failed, rc=" + hexadecimal(GetParam()))});
+	EXPECT_EQ(harness::log(), log_lines{own_log(serious, "inst 0x22 create mtd lock failed, rc=" + hexadecimal(GetParam()))});
 	EXPECT_EQ(deeds_beside_registry().back(), hard_lock(create_locked_flash));
 	expect_names(find(0x22), g_three_names);
 }
 
 TEST_P(spi_create_status, of_a_failed_release_is_passed_on)
 {
-	board::fail("drv_hard_unlock", GetParam());
+	harness::fail("drv_hard_unlock", GetParam());
 	EXPECT_EQ(create(0x22, g_three_parts), GetParam());
-	EXPECT_EQ(board::log(), log_lines{own_log(serious, "inst 0x22 create mtd unlock failed, rc=" + hexadecimal(GetParam()))});
+	EXPECT_EQ(harness::log(), log_lines{own_log(serious, "inst 0x22 create mtd unlock failed, rc=" + hexadecimal(GetParam()))});
 	expect_names(find(0x22), g_three_names);
 }
 
 TEST_P(spi_create_status, of_a_failed_release_replaces_that_of_the_driver)
 {
-	board::fail("suite_driver_create", 5);
-	board::fail("drv_hard_unlock", GetParam());
+	harness::fail("suite_driver_create", 5);
+	harness::fail("drv_hard_unlock", GetParam());
 	EXPECT_EQ(create(0x21, {"a"}), GetParam());
-	EXPECT_EQ(board::log(), log_lines{own_log(serious, "inst 0x21 create mtd unlock failed, rc=" + hexadecimal(GetParam()))});
+	EXPECT_EQ(harness::log(), log_lines{own_log(serious, "inst 0x21 create mtd unlock failed, rc=" + hexadecimal(GetParam()))});
 }
 
 INSTANTIATE_TEST_SUITE_P(value, spi_create_status, testing::Values(1u, 0x70030012u, 0x80000000u, 0xFFFFFFFFu),
@@ -450,19 +450,19 @@ INSTANTIATE_TEST_SUITE_P(value, spi_create_status, testing::Values(1u, 0x7003001
 
 TEST_F(spi_create, says_the_formats_of_its_lock_messages)
 {
-	board::fail("drv_hard_trylock", 1);
+	harness::fail("drv_hard_trylock", 1);
 	create(0x21, {"a"});
 	EXPECT_EQ(calls_of("drv_log_record"), call_list{message(own, serious, "inst %#x create mtd lock failed, rc=%#x")});
-	board::call("release_flash_info_alloc", {find(0x21)});
-	board::forget();
-	board::fail("drv_hard_unlock", 1);
+	harness::call("release_flash_info_alloc", {find(0x21)});
+	harness::forget();
+	harness::fail("drv_hard_unlock", 1);
 	create(0x21, {"a"});
 	EXPECT_EQ(calls_of("drv_log_record"), call_list{message(own, serious, "inst %#x create mtd unlock failed, rc=%#x")});
 }
 
 TEST_F(spi_create, tries_its_lock_once)
 {
-	board::fail_always("drv_hard_trylock", 1);
+	harness::fail_always("drv_hard_trylock", 1);
 	EXPECT_EQ(create(0x21, {"a"}), 1u);
 	EXPECT_EQ(times_called("drv_hard_trylock"), 1);
 }
@@ -471,33 +471,33 @@ TEST_F(spi_create, tries_its_lock_once)
 
 TEST_F(spi_create, of_a_driver_that_goes_away_meanwhile_fails_and_keeps_the_names)
 {
-	board::unregister_driver_at("linux_kcalloc");
+	harness::unregister_driver_at("linux_kcalloc");
 	EXPECT_EQ(create(0x20, g_three_parts), no_driver);
-	EXPECT_EQ(board::log(), log_lines{no_create_function(0x20)});
+	EXPECT_EQ(harness::log(), log_lines{no_create_function(0x20)});
 	expect_names(find(0x20), g_three_names);
 }
 
 TEST_F(spi_create, of_a_driver_that_goes_away_under_the_lock_releases_it)
 {
-	board::unregister_driver_at("drv_hard_trylock");
+	harness::unregister_driver_at("drv_hard_trylock");
 	EXPECT_EQ(create(0x22, {"a"}), no_driver);
 	EXPECT_EQ(last(deeds_beside_registry(), 2), (call_list{hard_lock(create_locked_flash), hard_unlock(create_locked_flash)}));
-	EXPECT_EQ(board::log(), log_lines{no_create_function(0x22)});
+	EXPECT_EQ(harness::log(), log_lines{no_create_function(0x22)});
 }
 
 TEST_F(spi_create, of_a_driver_that_goes_away_gives_way_to_a_failed_release)
 {
-	board::unregister_driver_at("drv_hard_trylock");
-	board::fail("drv_hard_unlock", 6);
+	harness::unregister_driver_at("drv_hard_trylock");
+	harness::fail("drv_hard_unlock", 6);
 	EXPECT_EQ(create(0x22, {"a"}), 6u);
-	EXPECT_EQ(board::log(), (log_lines{no_create_function(0x22), own_log(serious, "inst 0x22 create mtd unlock failed, rc=0x6")}));
+	EXPECT_EQ(harness::log(), (log_lines{no_create_function(0x22), own_log(serious, "inst 0x22 create mtd unlock failed, rc=0x6")}));
 }
 
 TEST_F(spi_create, of_a_driver_replaced_by_one_without_the_function_fails)
 {
-	board::replace_driver_at("linux_kcalloc", {.create = false});
+	harness::replace_driver_at("linux_kcalloc", {.create = false});
 	EXPECT_EQ(create(0x20, {"a"}), no_driver);
-	EXPECT_EQ(board::log(), log_lines{no_create_function(0x20)});
+	EXPECT_EQ(harness::log(), log_lines{no_create_function(0x20)});
 }
 
 } // namespace

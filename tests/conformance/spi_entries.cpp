@@ -12,7 +12,7 @@ constexpr uint32_t g_untouched_number = 0xEEEEEEEE;
 
 class spi_entries : public on_spi_board {
 protected:
-	uint32_t select(uint32_t instance, uint32_t card) { return board::call("drv_flash_get_spi_info", {instance, card, &block}); }
+	uint32_t select(uint32_t instance, uint32_t card) { return harness::call("drv_flash_get_spi_info", {instance, card, &block}); }
 
 	uint32_t field(std::size_t position) const { return u32_at(block, 4 * position); }
 
@@ -47,7 +47,7 @@ TEST_P(spi_entry_selection, says_which_entries_before_it_differ)
 	log_lines expected;
 	for (uint32_t i = 0; i < position; ++i)
 		expected.push_back(entry_differs(0x10, i));
-	EXPECT_EQ(board::log(), expected);
+	EXPECT_EQ(harness::log(), expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(at, spi_entry_selection, testing::Values(0u, 1u, 2u), [](const auto &row) { return as_case_name(row.param); });
@@ -62,7 +62,7 @@ TEST_F(spi_entries, leave_the_instances_to_the_caller)
 TEST_F(spi_entries, of_which_none_matches_say_so_one_by_one)
 {
 	EXPECT_EQ(select(0x10, 4), failed);
-	EXPECT_EQ(board::log(), (log_lines{entry_differs(0x10, 0), entry_differs(0x10, 1), entry_differs(0x10, 2)}));
+	EXPECT_EQ(harness::log(), (log_lines{entry_differs(0x10, 0), entry_differs(0x10, 1), entry_differs(0x10, 2)}));
 	EXPECT_EQ(block, bytes(settings_size, g_untouched));
 }
 
@@ -91,44 +91,44 @@ TEST_F(spi_entries, that_both_match_give_the_first)
 TEST_F(spi_entries, that_are_none_fail_without_a_message)
 {
 	EXPECT_EQ(select(0x48, no_card), failed);
-	EXPECT_EQ(board::calls(), call_list{entry_count(0x48)});
+	EXPECT_EQ(harness::calls(), call_list{entry_count(0x48)});
 	EXPECT_EQ(block, bytes(settings_size, g_untouched));
 }
 
 TEST_F(spi_entries, with_a_gap_end_the_selection_there)
 {
 	EXPECT_EQ(select(0x41, no_card), xml_no_entry);
-	EXPECT_EQ(board::log(), (log_lines{entry_differs(0x41, 0), element_unreadable("entry1", "flash_id")}));
+	EXPECT_EQ(harness::log(), (log_lines{entry_differs(0x41, 0), element_unreadable("entry1", "flash_id")}));
 	EXPECT_EQ(deeds(), joined({{entry_count(0x41)}, entry_asked(0x41, "entry0"), entry_asked(0x41, "entry1")}));
 }
 
 TEST_F(spi_entries, with_a_gap_are_good_up_to_it)
 {
 	EXPECT_EQ(select(0x41, 7), xml_no_element);
-	EXPECT_EQ(board::log(), log_lines{element_unreadable("entry0", "sfc_chip_id")});
+	EXPECT_EQ(harness::log(), log_lines{element_unreadable("entry0", "sfc_chip_id")});
 }
 
 TEST_F(spi_entries, of_which_one_has_no_card_end_the_selection_there)
 {
 	EXPECT_EQ(select(0x42, no_card), xml_no_element);
-	EXPECT_EQ(board::log(), log_lines{element_unreadable("entry0", "flash_id")});
+	EXPECT_EQ(harness::log(), log_lines{element_unreadable("entry0", "flash_id")});
 	EXPECT_EQ(block, bytes(settings_size, g_untouched));
 }
 
 TEST_F(spi_entries, whose_card_is_no_number_end_the_selection_there)
 {
 	EXPECT_EQ(select(0x43, no_card), xml_bad_number);
-	EXPECT_EQ(board::log(), log_lines{element_unreadable("entry0", "flash_id")});
+	EXPECT_EQ(harness::log(), log_lines{element_unreadable("entry0", "flash_id")});
 }
 
 class spi_entries_count : public spi_entries, public testing::WithParamInterface<uint32_t> {};
 
 TEST_P(spi_entries_count, that_is_unreadable_is_a_failure_of_its_own)
 {
-	board::fail("xml_get_entry_num", GetParam());
+	harness::fail("xml_get_entry_num", GetParam());
 	EXPECT_EQ(select(0x10, 1), no_entry_count);
-	EXPECT_EQ(board::log(), log_lines{own_log(serious, "inst 0x10 node spi_flash_info get entry list failed")});
-	EXPECT_EQ(board::calls(), (call_list{entry_count(0x10), message(own, serious, "inst %#x node %s get entry list failed")}));
+	EXPECT_EQ(harness::log(), log_lines{own_log(serious, "inst 0x10 node spi_flash_info get entry list failed")});
+	EXPECT_EQ(harness::calls(), (call_list{entry_count(0x10), message(own, serious, "inst %#x node %s get entry list failed")}));
 	EXPECT_EQ(block, bytes(settings_size, g_untouched));
 }
 
@@ -138,36 +138,36 @@ INSTANTIATE_TEST_SUITE_P(with_status, spi_entries_count, testing::Values(1u, xml
 TEST_F(spi_entries, of_an_instance_without_the_node_cannot_be_counted)
 {
 	EXPECT_EQ(select(bare_instance, 1), no_entry_count);
-	EXPECT_EQ(board::log(), log_lines{own_log(serious, "inst 0x39 node spi_flash_info get entry list failed")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(serious, "inst 0x39 node spi_flash_info get entry list failed")});
 }
 
 TEST_F(spi_entries, with_a_count_that_is_not_told_are_none)
 {
-	board::fail("xml_get_entry_num", 0);
+	harness::fail("xml_get_entry_num", 0);
 	EXPECT_EQ(select(0x10, 1), failed);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(spi_entries, whose_name_is_empty_are_asked_for_all_the_same)
 {
-	board::fail("sprintf_s", 0);
+	harness::fail("sprintf_s", 0);
 	EXPECT_EQ(select(0x10, 1), xml_no_entry);
 	EXPECT_EQ(deeds(), (call_list{entry_count(0x10), entry_named, element_of(0x10, "", "flash_id")}));
-	EXPECT_EQ(board::log(), log_lines{element_unreadable("", "flash_id")});
+	EXPECT_EQ(harness::log(), log_lines{element_unreadable("", "flash_id")});
 }
 
 TEST_F(spi_entries, whose_card_is_not_told_are_those_of_card_0)
 {
-	board::fail("xml_get_element_value_u32", 0);
+	harness::fail("xml_get_element_value_u32", 0);
 	EXPECT_EQ(select(0x10, 0), 0u);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(spi_entries, whose_name_cannot_be_formed_fail_without_a_message)
 {
-	board::fail("sprintf_s", -1, 2);
+	harness::fail("sprintf_s", -1, 2);
 	EXPECT_EQ(select(0x10, 3), failed);
-	EXPECT_EQ(board::log(), log_lines{entry_differs(0x10, 0)});
+	EXPECT_EQ(harness::log(), log_lines{entry_differs(0x10, 0)});
 	EXPECT_EQ(times_called("xml_get_element_value_u32"), 1);
 }
 
@@ -198,16 +198,16 @@ protected:
 TEST_P(spi_required_setting, that_is_missing_ends_the_reading)
 {
 	EXPECT_EQ(select(GetParam().flawed_instance, no_card), xml_no_element);
-	EXPECT_EQ(board::log(), log_lines{element_unreadable("entry0", GetParam().element)});
+	EXPECT_EQ(harness::log(), log_lines{element_unreadable("entry0", GetParam().element)});
 	EXPECT_EQ(calls_of("xml_get_element_value_u32").back(), element_of(GetParam().flawed_instance, "entry0", GetParam().element));
 	expect_written({1, 2, 3});
 }
 
 TEST_P(spi_required_setting, that_cannot_be_read_gives_the_parsers_status)
 {
-	board::fail("xml_get_element_value_u32", 0x1234, GetParam().read);
+	harness::fail("xml_get_element_value_u32", 0x1234, GetParam().read);
 	EXPECT_EQ(select(0x20, no_card), 0x1234u);
-	EXPECT_EQ(board::log(), log_lines{element_unreadable("entry0", GetParam().element)});
+	EXPECT_EQ(harness::log(), log_lines{element_unreadable("entry0", GetParam().element)});
 	expect_written({1, 2, 3});
 }
 
@@ -219,7 +219,7 @@ class spi_optional_settings : public spi_entries {
 protected:
 	uint32_t read(uint32_t instance, const char *entry = "entry0")
 	{
-		return board::call("drv_flash_get_unrequired_spi_cfg", {instance, entry, &block});
+		return harness::call("drv_flash_get_unrequired_spi_cfg", {instance, entry, &block});
 	}
 
 	void expect_lock(uint32_t type, uint32_t value, uint32_t unlock_value) const
@@ -240,8 +240,8 @@ TEST_F(spi_optional_settings, are_read)
 TEST_F(spi_optional_settings, are_read_in_order)
 {
 	read(0x22);
-	EXPECT_EQ(board::calls(), (call_list{element_of(0x22, "entry0", "hardlock_type"), element_of(0x22, "entry0", "hardlock_val"),
-					     element_of(0x22, "entry0", "hardunlock_val")}));
+	EXPECT_EQ(harness::calls(), (call_list{element_of(0x22, "entry0", "hardlock_type"), element_of(0x22, "entry0", "hardlock_val"),
+					       element_of(0x22, "entry0", "hardunlock_val")}));
 }
 
 TEST_F(spi_optional_settings, are_read_from_the_entry_that_is_named)
@@ -254,14 +254,14 @@ TEST_F(spi_optional_settings, that_are_missing_have_defaults)
 {
 	EXPECT_EQ(read(0x20), xml_no_element);
 	expect_lock(1, 0xFFFFFFFF, 0xFFFFFFFF);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(spi_optional_settings, that_are_no_numbers_have_defaults)
 {
 	EXPECT_EQ(read(0x49), xml_bad_number);
 	expect_lock(1, 0xFFFFFFFF, 0xFFFFFFFF);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(spi_optional_settings, are_read_one_by_one)
@@ -273,7 +273,7 @@ TEST_F(spi_optional_settings, are_read_one_by_one)
 TEST_F(spi_optional_settings, are_of_no_consequence_to_the_selection)
 {
 	EXPECT_EQ(select(0x49, no_card), 0u);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 	EXPECT_EQ(field(5), 1u);
 }
 
@@ -287,10 +287,10 @@ class spi_unread_optional_setting : public spi_optional_settings, public testing
 
 TEST_P(spi_unread_optional_setting, has_its_default_and_the_others_their_values)
 {
-	board::fail("xml_get_element_value_u32", 0x99, GetParam().read);
+	harness::fail("xml_get_element_value_u32", 0x99, GetParam().read);
 	EXPECT_EQ(read(0x22), GetParam().status);
 	expect_lock(GetParam().expected.hardlock_type, GetParam().expected.hardlock_val, GetParam().expected.hardunlock_val);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 // The status is that of the last read.
@@ -306,13 +306,13 @@ class spi_element : public on_spi_board {
 protected:
 	static uint32_t read_number(const char *node, const char *entry, const char *element, bytes *value)
 	{
-		return board::call("drv_flash_xml_get_value_u32", {0x50, node, entry, element, value});
+		return harness::call("drv_flash_xml_get_value_u32", {0x50, node, entry, element, value});
 	}
 
 	static uint32_t read_text(const char *node, const char *entry, const char *element, bytes *text)
 	{
-		return board::call("drv_flash_xml_get_attr_string",
-				   {0x50, node, entry, element, text, static_cast<uint32_t>(text->size())});
+		return harness::call("drv_flash_xml_get_attr_string",
+				     {0x50, node, entry, element, text, static_cast<uint32_t>(text->size())});
 	}
 };
 
@@ -321,7 +321,7 @@ TEST_F(spi_element, is_read_as_a_number)
 	bytes value(4, g_untouched);
 	EXPECT_EQ(read_number("spi_flash_map", "whole", "size", &value), 0u);
 	EXPECT_EQ(u32_at(value, 0), 0x2000u);
-	EXPECT_EQ(board::calls(), call_list{element_of(0x50, "whole", "size", "spi_flash_map")});
+	EXPECT_EQ(harness::calls(), call_list{element_of(0x50, "whole", "size", "spi_flash_map")});
 }
 
 TEST_F(spi_element, that_is_no_number_gives_the_parsers_status)
@@ -329,14 +329,14 @@ TEST_F(spi_element, that_is_no_number_gives_the_parsers_status)
 	bytes value(4, g_untouched);
 	EXPECT_EQ(read_number("spi_flash_map", "bad_size", "size", &value), xml_bad_number);
 	EXPECT_EQ(value, bytes(4, g_untouched));
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(spi_element, of_an_absent_node_gives_the_parsers_status)
 {
 	bytes value(4, g_untouched);
 	EXPECT_EQ(read_number("no_such_node", "whole", "size", &value), xml_no_node);
-	EXPECT_EQ(board::calls(), call_list{element_of(0x50, "whole", "size", "no_such_node")});
+	EXPECT_EQ(harness::calls(), call_list{element_of(0x50, "whole", "size", "no_such_node")});
 }
 
 TEST_F(spi_element, is_read_as_a_text)
@@ -344,7 +344,7 @@ TEST_F(spi_element, is_read_as_a_text)
 	bytes text(7, g_untouched);
 	EXPECT_EQ(read_text("spi_flash_map", "whole", "mtd_name", &text), 0u);
 	EXPECT_EQ(text, (bytes{'k', 'e', 'r', 'n', 'e', 'l', 0}));
-	EXPECT_EQ(board::calls(),
+	EXPECT_EQ(harness::calls(),
 		  call_list{"xml_get_element_string(0x50, \"flash_mng\", \"spi_flash_map\", \"whole\", \"mtd_name\", -, 7)"});
 }
 
@@ -352,7 +352,7 @@ TEST_F(spi_element, too_long_for_its_buffer_gives_the_parsers_status)
 {
 	bytes text(6, g_untouched);
 	EXPECT_EQ(read_text("spi_flash_map", "whole", "mtd_name", &text), xml_text_too_long);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(spi_element, of_an_absent_entry_gives_the_parsers_status)
@@ -365,12 +365,12 @@ class spi_element_status : public spi_element, public testing::WithParamInterfac
 
 TEST_P(spi_element_status, of_the_parser_is_passed_on)
 {
-	board::fail("xml_get_element_value_u32", GetParam());
-	board::fail("xml_get_element_string", GetParam());
+	harness::fail("xml_get_element_value_u32", GetParam());
+	harness::fail("xml_get_element_string", GetParam());
 	bytes value(4), text(32);
 	EXPECT_EQ(read_number("spi_flash_map", "whole", "size", &value), GetParam());
 	EXPECT_EQ(read_text("spi_flash_map", "whole", "mtd_name", &text), GetParam());
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 INSTANTIATE_TEST_SUITE_P(value, spi_element_status, testing::Values(1u, 0x7FFFFFFFu, 0xFFFFFFFFu),

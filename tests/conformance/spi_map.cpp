@@ -37,7 +37,7 @@ class spi_map : public on_spi_board {
 protected:
 	uint32_t parse(const char *entry, uint32_t instance = g_instance)
 	{
-		return board::call("drv_flash_spi_chip_entry_parse", {instance, entry, &part});
+		return harness::call("drv_flash_spi_chip_entry_parse", {instance, entry, &part});
 	}
 
 	uint32_t offset() const { return u32_at(part, 0); }
@@ -65,14 +65,14 @@ TEST_F(spi_map, gives_name_offset_and_size)
 	EXPECT_EQ(name(), "mtd_00000050_kernel");
 	EXPECT_EQ(offset(), 0x1000u);
 	EXPECT_EQ(size(), 0x2000u);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(spi_map, is_read_in_order)
 {
 	EXPECT_EQ(parse("whole"), 0u);
-	EXPECT_EQ(board::calls(), (call_list{text_of("whole"), g_name_formed, presence_of("whole", "offset"), presence_of("whole", "size"),
-					     number_of("whole", "offset"), number_of("whole", "size")}));
+	EXPECT_EQ(harness::calls(), (call_list{text_of("whole"), g_name_formed, presence_of("whole", "offset"),
+					       presence_of("whole", "size"), number_of("whole", "offset"), number_of("whole", "size")}));
 }
 
 TEST_F(spi_map, names_a_partition_after_its_instance_in_eight_digits)
@@ -110,8 +110,8 @@ class spi_map_long_name : public spi_map, public testing::WithParamInterface<con
 TEST_P(spi_map_long_name, does_not_fit)
 {
 	EXPECT_EQ(parse(GetParam()), failed);
-	EXPECT_EQ(board::log(), log_lines{g_name_does_not_fit});
-	EXPECT_EQ(board::calls(), (call_list{text_of(GetParam()), g_name_formed, message(own, serious, "set mtd name failed")}));
+	EXPECT_EQ(harness::log(), log_lines{g_name_does_not_fit});
+	EXPECT_EQ(harness::calls(), (call_list{text_of(GetParam()), g_name_formed, message(own, serious, "set mtd name failed")}));
 	EXPECT_EQ(offset(), g_untouched_number);
 	EXPECT_EQ(size(), g_untouched_number);
 }
@@ -121,34 +121,34 @@ INSTANTIATE_TEST_SUITE_P(characters, spi_map_long_name, testing::Values("of_19",
 TEST_F(spi_map, cannot_read_a_name_of_32_characters)
 {
 	EXPECT_EQ(parse("of_32"), xml_text_too_long);
-	EXPECT_EQ(board::log(), log_lines{element_unreadable("of_32", "mtd_name")});
-	EXPECT_EQ(board::calls(), (call_list{text_of("of_32"), message(own, serious, "<%s> get %s failed")}));
+	EXPECT_EQ(harness::log(), log_lines{element_unreadable("of_32", "mtd_name")});
+	EXPECT_EQ(harness::calls(), (call_list{text_of("of_32"), message(own, serious, "<%s> get %s failed")}));
 	EXPECT_EQ(part, bytes(g_part_size, g_untouched));
 }
 
 TEST_F(spi_map, needs_a_name)
 {
 	EXPECT_EQ(parse("nameless"), xml_no_element);
-	EXPECT_EQ(board::log(), log_lines{element_unreadable("nameless", "mtd_name")});
+	EXPECT_EQ(harness::log(), log_lines{element_unreadable("nameless", "mtd_name")});
 	EXPECT_EQ(part, bytes(g_part_size, g_untouched));
 }
 
 TEST_F(spi_map, needs_the_entry)
 {
 	EXPECT_EQ(parse("no_such_entry"), xml_no_entry);
-	EXPECT_EQ(board::log(), log_lines{element_unreadable("no_such_entry", "mtd_name")});
+	EXPECT_EQ(harness::log(), log_lines{element_unreadable("no_such_entry", "mtd_name")});
 }
 
 TEST_F(spi_map, needs_the_node)
 {
 	EXPECT_EQ(parse("whole", 0x20), xml_no_node);
-	EXPECT_EQ(board::log(), log_lines{element_unreadable("whole", "mtd_name")});
+	EXPECT_EQ(harness::log(), log_lines{element_unreadable("whole", "mtd_name")});
 }
 
 TEST_F(spi_map, without_offset_gives_the_name)
 {
 	EXPECT_EQ(parse("no_offset"), 0u);
-	EXPECT_EQ(board::log(), log_lines{not_present("no_offset", "offset")});
+	EXPECT_EQ(harness::log(), log_lines{not_present("no_offset", "offset")});
 	EXPECT_EQ(deeds(), (call_list{text_of("no_offset"), g_name_formed, presence_of("no_offset", "offset")}));
 	expect_only_named("mtd_00000050_k");
 }
@@ -156,7 +156,7 @@ TEST_F(spi_map, without_offset_gives_the_name)
 TEST_F(spi_map, without_size_gives_the_name)
 {
 	EXPECT_EQ(parse("no_size"), 0u);
-	EXPECT_EQ(board::log(), log_lines{not_present("no_size", "size")});
+	EXPECT_EQ(harness::log(), log_lines{not_present("no_size", "size")});
 	EXPECT_EQ(deeds(),
 		  (call_list{text_of("no_size"), g_name_formed, presence_of("no_size", "offset"), presence_of("no_size", "size")}));
 	expect_only_named("mtd_00000050_k");
@@ -165,14 +165,14 @@ TEST_F(spi_map, without_size_gives_the_name)
 TEST_F(spi_map, without_both_misses_the_offset)
 {
 	EXPECT_EQ(parse("only_named"), 0u);
-	EXPECT_EQ(board::log(), log_lines{not_present("only_named", "offset")});
+	EXPECT_EQ(harness::log(), log_lines{not_present("only_named", "offset")});
 	expect_only_named("mtd_00000050_k");
 }
 
 TEST_F(spi_map, with_a_bad_offset_fails)
 {
 	EXPECT_EQ(parse("bad_offset"), xml_bad_number);
-	EXPECT_EQ(board::log(), log_lines{element_unreadable("bad_offset", "offset")});
+	EXPECT_EQ(harness::log(), log_lines{element_unreadable("bad_offset", "offset")});
 	EXPECT_EQ(deeds().back(), number_of("bad_offset", "offset"));
 	expect_only_named("mtd_00000050_k");
 }
@@ -180,7 +180,7 @@ TEST_F(spi_map, with_a_bad_offset_fails)
 TEST_F(spi_map, with_a_bad_size_fails_with_the_offset_written)
 {
 	EXPECT_EQ(parse("bad_size"), xml_bad_number);
-	EXPECT_EQ(board::log(), log_lines{element_unreadable("bad_size", "size")});
+	EXPECT_EQ(harness::log(), log_lines{element_unreadable("bad_size", "size")});
 	EXPECT_EQ(name(), "mtd_00000050_k");
 	EXPECT_EQ(offset(), 1u);
 	EXPECT_EQ(size(), g_untouched_number);
@@ -190,23 +190,23 @@ class spi_map_status : public spi_map, public testing::WithParamInterface<uint32
 
 TEST_P(spi_map_status, for_the_name_is_passed_on)
 {
-	board::fail("xml_get_element_string", GetParam());
+	harness::fail("xml_get_element_string", GetParam());
 	EXPECT_EQ(parse("whole"), GetParam());
-	EXPECT_EQ(board::log(), log_lines{element_unreadable("whole", "mtd_name")});
+	EXPECT_EQ(harness::log(), log_lines{element_unreadable("whole", "mtd_name")});
 }
 
 TEST_P(spi_map_status, for_the_offset_is_passed_on)
 {
-	board::fail("xml_get_element_value_u32", GetParam());
+	harness::fail("xml_get_element_value_u32", GetParam());
 	EXPECT_EQ(parse("whole"), GetParam());
-	EXPECT_EQ(board::log(), log_lines{element_unreadable("whole", "offset")});
+	EXPECT_EQ(harness::log(), log_lines{element_unreadable("whole", "offset")});
 }
 
 TEST_P(spi_map_status, for_the_size_is_passed_on)
 {
-	board::fail("xml_get_element_value_u32", GetParam(), 2);
+	harness::fail("xml_get_element_value_u32", GetParam(), 2);
 	EXPECT_EQ(parse("whole"), GetParam());
-	EXPECT_EQ(board::log(), log_lines{element_unreadable("whole", "size")});
+	EXPECT_EQ(harness::log(), log_lines{element_unreadable("whole", "size")});
 }
 
 INSTANTIATE_TEST_SUITE_P(of_parser, spi_map_status, testing::Values(1u, 0x80000000u, 0xFFFFFFFFu),
@@ -214,29 +214,29 @@ INSTANTIATE_TEST_SUITE_P(of_parser, spi_map_status, testing::Values(1u, 0x800000
 
 TEST_F(spi_map, whose_name_cannot_be_formed_fails)
 {
-	board::fail("sprintf_s", -1);
+	harness::fail("sprintf_s", -1);
 	EXPECT_EQ(parse("whole"), failed);
-	EXPECT_EQ(board::log(), log_lines{g_name_does_not_fit});
+	EXPECT_EQ(harness::log(), log_lines{g_name_does_not_fit});
 }
 
 TEST_F(spi_map, whose_name_is_formed_without_a_character_goes_on)
 {
-	board::fail("sprintf_s", 0);
+	harness::fail("sprintf_s", 0);
 	EXPECT_EQ(parse("whole"), 0u);
 	EXPECT_NE(offset(), g_untouched_number);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(spi_map, with_a_name_that_was_left_without_an_end_is_refused)
 {
-	board::forge("xml_get_element_string", 0, 5, bytes(g_name_size, 'n'));
+	harness::forge("xml_get_element_string", 0, 5, bytes(g_name_size, 'n'));
 	EXPECT_EQ(parse("whole"), failed);
-	EXPECT_EQ(board::log(), log_lines{g_name_does_not_fit});
+	EXPECT_EQ(harness::log(), log_lines{g_name_does_not_fit});
 }
 
 TEST_F(spi_map, with_a_name_that_is_not_told_names_the_instance)
 {
-	board::fail("xml_get_element_string", 0);
+	harness::fail("xml_get_element_string", 0);
 	EXPECT_EQ(parse("whole"), 0u);
 	EXPECT_EQ(name(), "mtd_00000050_");
 }

@@ -24,15 +24,15 @@ void everything_works() {}
 
 void no_memory_for_the_array()
 {
-	board::fail("linux_kcalloc", 0);
+	harness::fail("linux_kcalloc", 0);
 }
 
 void no_memory_for_the_second_name()
 {
-	board::fail("linux_kstrdup", 0, 2);
+	harness::fail("linux_kstrdup", 0, 2);
 }
 
-const board::parts_spec g_new_parts = {.parts = {{"new"}, {"newer"}}};
+const harness::parts_spec g_new_parts = {.parts = {{"new"}, {"newer"}}};
 
 class spi_names : public on_spi_board_with_driver, public testing::WithParamInterface<change> {
 protected:
@@ -50,7 +50,7 @@ protected:
 		GetParam().prepare();
 	}
 
-	uint32_t change_names() const { return board::call("drv_flash_init_info_mtdname", {record_, &g_new_parts}); }
+	uint32_t change_names() const { return harness::call("drv_flash_init_info_mtdname", {record_, &g_new_parts}); }
 
 	void expect_changed() const
 	{
@@ -84,7 +84,7 @@ TEST_P(spi_names, are_the_new_ones_before_the_lock_is_released)
 TEST_P(spi_names, are_changed_in_one_hold_of_the_lock)
 {
 	expect_change();
-	board::forget();
+	harness::forget();
 	EXPECT_EQ(change_names(), GetParam().code);
 	EXPECT_EQ(calls_of("linux_spin_lock").size(), 1u);
 	EXPECT_EQ(calls_of("linux_spin_unlock").size(), 1u);

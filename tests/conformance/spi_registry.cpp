@@ -16,8 +16,8 @@ TEST_F(spi_registry, starts_empty)
 
 TEST_F(spi_registry, is_not_filled_by_a_load)
 {
-	board::unload();
-	ASSERT_EQ(board::load(), 0u);
+	harness::unload();
+	ASSERT_EQ(harness::load(), 0u);
 	EXPECT_FALSE(called("xml_is_node_exist"));
 	EXPECT_EQ(records(), std::vector<uint64_t>());
 }
@@ -54,19 +54,19 @@ TEST_F(spi_registry, makes_a_record_without_the_lock_and_links_it_with_it)
 
 TEST_F(spi_registry, finds_a_record_again)
 {
-	const long before = board::held().heap;
+	const long before = harness::held().heap;
 	const uint64_t record = find(0x20);
 	EXPECT_EQ(find(0x20), record);
 	EXPECT_EQ(records(), std::vector<uint64_t>{record});
-	EXPECT_EQ(board::held().heap, before + 1);
+	EXPECT_EQ(harness::held().heap, before + 1);
 }
 
 TEST_F(spi_registry, reads_the_xml_once)
 {
 	find(0x20);
-	board::forget();
+	harness::forget();
 	find(0x20);
-	EXPECT_EQ(board::calls(), registry_searched);
+	EXPECT_EQ(harness::calls(), registry_searched);
 }
 
 TEST_F(spi_registry, is_in_order_of_first_use)
@@ -91,20 +91,20 @@ TEST_F(spi_registry, finds_the_last_of_many)
 	for (uint32_t instance : {0x20u, 0x21u, 0x22u, 0x23u, 0x24u, 0x31u, 0x32u, 0x33u})
 		find(instance);
 	const uint64_t last = records().back();
-	board::forget();
+	harness::forget();
 	EXPECT_EQ(find(0x33), last);
-	EXPECT_EQ(board::calls(), registry_searched);
+	EXPECT_EQ(harness::calls(), registry_searched);
 }
 
 TEST_F(spi_registry, without_settings_gives_nothing_each_time)
 {
-	const board::holdings before = board::held();
+	const harness::holdings before = harness::held();
 	const log_lines lines = {no_parent(bare_instance), no_record(bare_instance)};
 	EXPECT_EQ(find(bare_instance), 0u);
 	EXPECT_EQ(find(bare_instance), 0u);
-	EXPECT_EQ(board::log(), joined_lines({lines, lines}));
+	EXPECT_EQ(harness::log(), joined_lines({lines, lines}));
 	EXPECT_EQ(records(), std::vector<uint64_t>());
-	EXPECT_EQ(board::held(), before);
+	EXPECT_EQ(harness::held(), before);
 }
 
 TEST_F(spi_registry, frees_a_record_without_settings_before_it_says_so)
@@ -127,11 +127,11 @@ class spi_registry_flawed : public spi_registry, public testing::WithParamInterf
 
 TEST_P(spi_registry_flawed, settings_make_no_record)
 {
-	const board::holdings before = board::held();
+	const harness::holdings before = harness::held();
 	EXPECT_EQ(find(GetParam()), 0u);
-	EXPECT_EQ(board::log().back(), no_record(GetParam()));
+	EXPECT_EQ(harness::log().back(), no_record(GetParam()));
 	EXPECT_EQ(records(), std::vector<uint64_t>());
-	EXPECT_EQ(board::held(), before);
+	EXPECT_EQ(harness::held(), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(instance, spi_registry_flawed,
@@ -140,9 +140,9 @@ INSTANTIATE_TEST_SUITE_P(instance, spi_registry_flawed,
 
 TEST_F(spi_registry, without_memory_makes_no_record)
 {
-	board::fail("linux_kzalloc", 0);
+	harness::fail("linux_kzalloc", 0);
 	EXPECT_EQ(find(0x20), 0u);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "inst 0x20 flash alloc fail")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "inst 0x20 flash alloc fail")});
 	EXPECT_EQ(steps_and_messages(),
 		  joined({registry_searched, {record_allocated, message(own, ordinary, "inst 0x%x flash alloc fail")}}));
 	EXPECT_EQ(records(), std::vector<uint64_t>());
@@ -151,7 +151,7 @@ TEST_F(spi_registry, without_memory_makes_no_record)
 TEST_F(spi_registry, without_memory_still_finds_old_records)
 {
 	const uint64_t record = find(0x20);
-	board::fail_always("linux_kzalloc", 0);
+	harness::fail_always("linux_kzalloc", 0);
 	EXPECT_EQ(find(0x20), record);
 	EXPECT_EQ(find(0x21), 0u);
 }
@@ -165,11 +165,11 @@ class spi_registry_failure : public spi_registry, public testing::WithParamInter
 
 TEST_P(spi_registry_failure, is_not_remembered)
 {
-	const board::holdings before = board::held();
-	board::fail(GetParam().function, GetParam().result);
+	const harness::holdings before = harness::held();
+	harness::fail(GetParam().function, GetParam().result);
 	EXPECT_EQ(find(0x21), 0u);
-	EXPECT_EQ(board::held(), before);
-	board::forget();
+	EXPECT_EQ(harness::held(), before);
+	harness::forget();
 	const uint64_t record = find(0x21);
 	ASSERT_NE(record, 0u);
 	EXPECT_EQ(settings_of(record), in_memory(locked_flash));
@@ -186,11 +186,11 @@ TEST_F(spi_registry, fails_with_each_required_setting)
 {
 	for (unsigned read = 1; read <= 4; ++read) {
 		SCOPED_TRACE(read);
-		const board::holdings before = board::held();
-		board::fail("xml_get_element_value_u32", xml_bad_number, read);
+		const harness::holdings before = harness::held();
+		harness::fail("xml_get_element_value_u32", xml_bad_number, read);
 		EXPECT_EQ(find(0x20), 0u);
-		EXPECT_EQ(board::log().back(), no_record(0x20));
-		EXPECT_EQ(board::held(), before);
+		EXPECT_EQ(harness::log().back(), no_record(0x20));
+		EXPECT_EQ(harness::held(), before);
 	}
 	EXPECT_NE(find(0x20), 0u);
 }
@@ -199,21 +199,21 @@ TEST_F(spi_registry, fails_with_each_required_setting)
 
 TEST_F(spi_registry, releases_a_record)
 {
-	const board::holdings before = board::held();
+	const harness::holdings before = harness::held();
 	const uint64_t record = find(0x20);
-	board::forget();
-	board::call("release_flash_info_alloc", {record});
-	EXPECT_EQ(board::calls(), (call_list{lock_taken, unlinked, lock_released, freed}));
+	harness::forget();
+	harness::call("release_flash_info_alloc", {record});
+	EXPECT_EQ(harness::calls(), (call_list{lock_taken, unlinked, lock_released, freed}));
 	EXPECT_EQ(records(), std::vector<uint64_t>());
-	EXPECT_EQ(board::held(), before);
+	EXPECT_EQ(harness::held(), before);
 }
 
 TEST_F(spi_registry, releases_nothing_for_null)
 {
 	const uint64_t record = find(0x20);
-	board::forget();
-	board::call("release_flash_info_alloc", {nullptr});
-	EXPECT_EQ(board::calls(), call_list());
+	harness::forget();
+	harness::call("release_flash_info_alloc", {nullptr});
+	EXPECT_EQ(harness::calls(), call_list());
 	EXPECT_EQ(records(), std::vector<uint64_t>{record});
 }
 
@@ -224,7 +224,7 @@ TEST_P(spi_registry_release, keeps_the_others_in_order)
 	for (uint32_t instance : {0x20u, 0x21u, 0x22u})
 		find(instance);
 	std::vector<uint64_t> expected = records();
-	board::call("release_flash_info_alloc", {expected[GetParam()]});
+	harness::call("release_flash_info_alloc", {expected[GetParam()]});
 	expected.erase(expected.begin() + static_cast<std::ptrdiff_t>(GetParam()));
 	EXPECT_EQ(records(), expected);
 }
@@ -236,8 +236,8 @@ TEST_F(spi_registry, makes_a_released_record_anew_at_the_tail)
 {
 	find(0x20);
 	find(0x22);
-	board::call("release_flash_info_alloc", {find(0x20)});
-	board::forget();
+	harness::call("release_flash_info_alloc", {find(0x20)});
+	harness::forget();
 	ASSERT_NE(find(0x20), 0u);
 	EXPECT_EQ(instances(), (std::vector<uint32_t>{0x22, 0x20}));
 	EXPECT_EQ(deeds_beside_registry(), joined({{record_allocated}, settings_read(0x20), {record_linked}}));
@@ -245,18 +245,18 @@ TEST_F(spi_registry, makes_a_released_record_anew_at_the_tail)
 
 TEST_F(spi_registry_of_created, releases_the_names_after_the_record_is_out_of_the_list)
 {
-	const board::holdings before = board::held();
+	const harness::holdings before = harness::held();
 	ASSERT_EQ(create(0x20, {"a", "b", "c"}), 0u);
-	board::forget();
-	board::call("release_flash_info_alloc", {find(0x20)});
-	EXPECT_EQ(board::calls(), joined({registry_searched, {lock_taken, unlinked, lock_released}, repeated({freed}, 5)}));
-	EXPECT_EQ(board::held(), before);
+	harness::forget();
+	harness::call("release_flash_info_alloc", {find(0x20)});
+	EXPECT_EQ(harness::calls(), joined({registry_searched, {lock_taken, unlinked, lock_released}, repeated({freed}, 5)}));
+	EXPECT_EQ(harness::held(), before);
 }
 
 TEST_F(spi_registry_of_created, makes_a_released_record_anew_without_names)
 {
 	ASSERT_EQ(create(0x20, {"a", "b"}), 0u);
-	board::call("release_flash_info_alloc", {find(0x20)});
+	harness::call("release_flash_info_alloc", {find(0x20)});
 	expect_no_names(find(0x20));
 }
 
@@ -272,9 +272,9 @@ TEST_F(spi_registry_of_created, releases_names_and_keeps_their_count)
 {
 	ASSERT_EQ(create(0x20, {"a", "b", "c"}), 0u);
 	const uint64_t record = find(0x20);
-	board::forget();
-	board::call("release_flash_mtd_name_alloc", {record, 3});
-	EXPECT_EQ(board::calls(), repeated({freed}, 4));
+	harness::forget();
+	harness::call("release_flash_mtd_name_alloc", {record, 3});
+	EXPECT_EQ(harness::calls(), repeated({freed}, 4));
 	expect_no_names(record, 3);
 	EXPECT_EQ(records(), std::vector<uint64_t>{record});
 }
@@ -283,9 +283,9 @@ TEST_F(spi_registry_of_created, releases_only_the_array_for_a_count_of_0)
 {
 	ASSERT_EQ(create(0x20, {"a", "b", "c"}), 0u);
 	const uint64_t record = find(0x20);
-	board::forget();
-	board::call("release_flash_mtd_name_alloc", {record, 0});
-	EXPECT_EQ(board::calls(), call_list{freed});
+	harness::forget();
+	harness::call("release_flash_mtd_name_alloc", {record, 0});
+	EXPECT_EQ(harness::calls(), call_list{freed});
 	expect_no_names(record, 3);
 	expect_leak({.heap = 3});
 }
@@ -294,9 +294,9 @@ TEST_F(spi_registry_of_created, releases_the_first_names_for_a_smaller_count)
 {
 	ASSERT_EQ(create(0x20, {"a", "b", "c"}), 0u);
 	const uint64_t record = find(0x20);
-	board::forget();
-	board::call("release_flash_mtd_name_alloc", {record, 2});
-	EXPECT_EQ(board::calls(), repeated({freed}, 3));
+	harness::forget();
+	harness::call("release_flash_mtd_name_alloc", {record, 2});
+	EXPECT_EQ(harness::calls(), repeated({freed}, 3));
 	expect_no_names(record, 3);
 	expect_leak({.heap = 1});
 }
@@ -305,19 +305,19 @@ TEST_F(spi_registry_of_created, releases_names_once)
 {
 	ASSERT_EQ(create(0x20, {"a"}), 0u);
 	const uint64_t record = find(0x20);
-	board::call("release_flash_mtd_name_alloc", {record, 1});
-	board::forget();
-	board::call("release_flash_mtd_name_alloc", {record, 1});
-	EXPECT_EQ(board::calls(), call_list());
+	harness::call("release_flash_mtd_name_alloc", {record, 1});
+	harness::forget();
+	harness::call("release_flash_mtd_name_alloc", {record, 1});
+	EXPECT_EQ(harness::calls(), call_list());
 }
 
 TEST_F(spi_registry, releases_no_names_where_there_are_none)
 {
 	const uint64_t record = find(0x20);
-	board::forget();
-	board::call("release_flash_mtd_name_alloc", {record, 5});
-	board::call("release_flash_mtd_name_alloc", {nullptr, 5});
-	EXPECT_EQ(board::calls(), call_list());
+	harness::forget();
+	harness::call("release_flash_mtd_name_alloc", {record, 5});
+	harness::call("release_flash_mtd_name_alloc", {nullptr, 5});
+	EXPECT_EQ(harness::calls(), call_list());
 	expect_no_names(record);
 }
 
@@ -326,8 +326,8 @@ TEST_F(spi_registry, releases_no_names_where_there_are_none)
 TEST_F(spi_registry, is_left_as_it_is_by_an_unload)
 {
 	find(0x20);
-	board::forget();
-	board::unload();
+	harness::forget();
+	harness::unload();
 	EXPECT_FALSE(called("linux_spin_lock"));
 	expect_leak({.heap = 1});
 }
@@ -335,30 +335,30 @@ TEST_F(spi_registry, is_left_as_it_is_by_an_unload)
 TEST_F(spi_registry_of_created, begins_empty_after_the_next_load_and_what_was_left_is_all_that_differs)
 {
 	const auto load_again = [] {
-		board::unload();
-		board::forget();
-		EXPECT_EQ(board::load(), 0u);
-		return board::calls();
+		harness::unload();
+		harness::forget();
+		EXPECT_EQ(harness::load(), 0u);
+		return harness::calls();
 	};
 	const call_list fresh = load_again();
-	const board::holdings before = board::held();
-	board::register_driver();
+	const harness::holdings before = harness::held();
+	harness::register_driver();
 	ASSERT_EQ(create(0x20, {"a", "b"}), 0u);
 	ASSERT_NE(find(0x21), 0u);
 
 	EXPECT_EQ(load_again(), fresh);
 	EXPECT_EQ(records(), std::vector<uint64_t>());
-	EXPECT_EQ(board::global("g_flash_funcs", 8), bytes(8, 0));
-	board::holdings after = before;
+	EXPECT_EQ(harness::global("g_flash_funcs", 8), bytes(8, 0));
+	harness::holdings after = before;
 	after.heap += 5; // two records, a list of names and its two names
-	EXPECT_EQ(board::held(), after);
+	EXPECT_EQ(harness::held(), after);
 	expect_leak({.heap = 5});
 }
 
 TEST_F(spi_registry_of_created, keeps_names_over_an_unload)
 {
 	ASSERT_EQ(create(0x20, {"a", "b"}), 0u);
-	board::unload();
+	harness::unload();
 	expect_leak({.heap = 4});
 }
 

@@ -10,7 +10,7 @@ constexpr uint8_t g_untouched = 0xEE;
 
 class spi_search : public on_spi_board {
 protected:
-	uint32_t search(uint32_t instance) { return board::call("drv_flash_get_sfc_config", {instance, &block}); }
+	uint32_t search(uint32_t instance) { return harness::call("drv_flash_get_sfc_config", {instance, &block}); }
 
 	void expect_untouched() const { EXPECT_EQ(block, bytes(settings_size, g_untouched)); }
 
@@ -49,20 +49,20 @@ INSTANTIATE_TEST_SUITE_P(of, spi_search_finds,
 TEST_F(spi_search, in_the_instance_itself_is_one_pass)
 {
 	EXPECT_EQ(search(0x20), 0u);
-	EXPECT_EQ(board::calls(), settings_read(0x20));
+	EXPECT_EQ(harness::calls(), settings_read(0x20));
 }
 
 TEST_F(spi_search, in_the_parent_is_two_passes)
 {
 	EXPECT_EQ(search(0x31), 0u);
-	EXPECT_EQ(board::calls(), joined({{existence(0x31), parent_of(0x31)}, settings_read(0x10)}));
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::calls(), joined({{existence(0x31), parent_of(0x31)}, settings_read(0x10)}));
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(spi_search, in_the_parent_says_which_cards_differ)
 {
 	EXPECT_EQ(search(0x33), 0u);
-	EXPECT_EQ(board::log(), (log_lines{entry_differs(0x10, 0), entry_differs(0x10, 1)}));
+	EXPECT_EQ(harness::log(), (log_lines{entry_differs(0x10, 0), entry_differs(0x10, 1)}));
 }
 
 TEST_F(spi_search, prefers_the_instances_own_settings)
@@ -75,7 +75,7 @@ TEST_F(spi_search, prefers_the_instances_own_settings)
 TEST_F(spi_search, in_the_instance_itself_wants_no_card)
 {
 	EXPECT_EQ(search(0x40), failed);
-	EXPECT_EQ(board::log(), log_lines{entry_differs(0x40, 0)});
+	EXPECT_EQ(harness::log(), log_lines{entry_differs(0x40, 0)});
 	expect_untouched();
 }
 
@@ -88,21 +88,21 @@ TEST_F(spi_search, does_not_go_on_to_the_parent_after_a_mismatch)
 TEST_F(spi_search, without_a_matching_card_fails)
 {
 	EXPECT_EQ(search(0x34), failed);
-	EXPECT_EQ(board::log(), (log_lines{entry_differs(0x10, 0), entry_differs(0x10, 1), entry_differs(0x10, 2)}));
+	EXPECT_EQ(harness::log(), (log_lines{entry_differs(0x10, 0), entry_differs(0x10, 1), entry_differs(0x10, 2)}));
 	expect_untouched();
 }
 
 TEST_F(spi_search, of_a_carrier_by_itself_finds_no_card)
 {
 	EXPECT_EQ(search(0x10), failed);
-	EXPECT_EQ(board::log(), (log_lines{entry_differs(0x10, 0), entry_differs(0x10, 1), entry_differs(0x10, 2)}));
+	EXPECT_EQ(harness::log(), (log_lines{entry_differs(0x10, 0), entry_differs(0x10, 1), entry_differs(0x10, 2)}));
 }
 
 TEST_F(spi_search, never_looks_at_a_grandparent)
 {
 	EXPECT_EQ(search(0x35), failed);
 	EXPECT_EQ(deeds(), (call_list{existence(0x35), parent_of(0x35), existence(0x12), parent_of(0x12)}));
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "there is no spi config info, inst_id 0x35")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "there is no spi config info, inst_id 0x35")});
 	expect_untouched();
 }
 
@@ -110,7 +110,7 @@ TEST_F(spi_search, asks_for_a_grandparent_all_the_same)
 {
 	EXPECT_EQ(search(0x36), failed);
 	EXPECT_EQ(deeds(), (call_list{existence(0x36), parent_of(0x36), existence(0x13), parent_of(0x13)}));
-	EXPECT_EQ(board::log(), log_lines{no_parent(0x36)});
+	EXPECT_EQ(harness::log(), log_lines{no_parent(0x36)});
 	expect_untouched();
 }
 
@@ -118,14 +118,14 @@ TEST_F(spi_search, in_a_parent_that_is_not_described_fails_at_its_parent)
 {
 	EXPECT_EQ(search(0x38), failed);
 	EXPECT_EQ(deeds(), (call_list{existence(0x38), parent_of(0x38), existence(0x99), parent_of(0x99)}));
-	EXPECT_EQ(board::log(), log_lines{no_parent(0x38)});
+	EXPECT_EQ(harness::log(), log_lines{no_parent(0x38)});
 }
 
 TEST_F(spi_search, of_an_instance_without_parent_fails)
 {
 	EXPECT_EQ(search(bare_instance), failed);
 	EXPECT_EQ(deeds(), (call_list{existence(bare_instance), parent_of(bare_instance)}));
-	EXPECT_EQ(board::log(), log_lines{no_parent(bare_instance)});
+	EXPECT_EQ(harness::log(), log_lines{no_parent(bare_instance)});
 	expect_untouched();
 }
 
@@ -133,20 +133,20 @@ TEST_F(spi_search, of_an_unknown_instance_fails)
 {
 	EXPECT_EQ(search(unknown_instance), failed);
 	EXPECT_EQ(deeds(), (call_list{existence(unknown_instance), parent_of(unknown_instance)}));
-	EXPECT_EQ(board::log(), log_lines{no_parent(unknown_instance)});
+	EXPECT_EQ(harness::log(), log_lines{no_parent(unknown_instance)});
 }
 
 TEST_F(spi_search, names_instance_0_as_the_kernel_prints_it)
 {
 	EXPECT_EQ(search(0), failed);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "can not get parent inst id, invalid inst_id 0x0")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "can not get parent inst id, invalid inst_id 0x0")});
 }
 
 TEST_F(spi_search, of_the_default_instance_has_nowhere_else_to_look)
 {
 	EXPECT_EQ(search(default_instance), failed);
 	EXPECT_EQ(deeds(), call_list{existence(default_instance)});
-	EXPECT_EQ(board::log(), log_lines{no_settings});
+	EXPECT_EQ(harness::log(), log_lines{no_settings});
 	expect_untouched();
 }
 
@@ -154,34 +154,34 @@ TEST_F(spi_search, ends_at_the_default_instance)
 {
 	EXPECT_EQ(search(0x37), failed);
 	EXPECT_EQ(deeds(), (call_list{existence(0x37), parent_of(0x37), existence(default_instance)}));
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "there is no spi config info, inst_id 0x37")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "there is no spi config info, inst_id 0x37")});
 }
 
 TEST_F(spi_search, ends_its_failed_searches_with_their_message)
 {
 	EXPECT_EQ(search(default_instance), failed);
-	EXPECT_EQ(board::calls().back(), message(own, ordinary, "there is no spi config info, inst_id %#x"));
+	EXPECT_EQ(harness::calls().back(), message(own, ordinary, "there is no spi config info, inst_id %#x"));
 	EXPECT_EQ(search(bare_instance), failed);
-	EXPECT_EQ(board::calls().back(), message(own, ordinary, "can not get parent inst id, invalid inst_id %#x"));
+	EXPECT_EQ(harness::calls().back(), message(own, ordinary, "can not get parent inst id, invalid inst_id %#x"));
 }
 
 TEST_F(spi_search, passes_a_parser_status_on_without_a_message_of_its_own)
 {
 	EXPECT_EQ(search(0x41), xml_no_entry);
-	EXPECT_EQ(board::log(), (log_lines{entry_differs(0x41, 0), element_unreadable("entry1", "flash_id")}));
+	EXPECT_EQ(harness::log(), (log_lines{entry_differs(0x41, 0), element_unreadable("entry1", "flash_id")}));
 }
 
 TEST_F(spi_search, passes_a_status_of_the_parents_settings_on)
 {
 	EXPECT_EQ(search(0x4B), xml_no_element);
-	EXPECT_EQ(board::log(), log_lines{element_unreadable("entry0", "sfc_chip_id")});
+	EXPECT_EQ(harness::log(), log_lines{element_unreadable("entry0", "sfc_chip_id")});
 }
 
 TEST_F(spi_search, passes_an_unreadable_count_on)
 {
-	board::fail("xml_get_entry_num", 7);
+	harness::fail("xml_get_entry_num", 7);
 	EXPECT_EQ(search(0x20), no_entry_count);
-	EXPECT_EQ(board::log(), log_lines{own_log(serious, "inst 0x20 node spi_flash_info get entry list failed")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(serious, "inst 0x20 node spi_flash_info get entry list failed")});
 	expect_untouched();
 }
 
@@ -198,16 +198,16 @@ class spi_search_existence : public spi_search, public testing::WithParamInterfa
 
 TEST_P(spi_search_existence, that_cannot_be_told_counts_as_absent)
 {
-	board::fail("xml_is_node_exist", GetParam());
+	harness::fail("xml_is_node_exist", GetParam());
 	EXPECT_EQ(search(0x21), failed);
 	EXPECT_EQ(deeds(), (call_list{existence(0x21), parent_of(0x21)}));
-	EXPECT_EQ(board::log(), log_lines{no_parent(0x21)});
+	EXPECT_EQ(harness::log(), log_lines{no_parent(0x21)});
 	expect_untouched();
 }
 
 TEST_P(spi_search_existence, that_cannot_be_told_leads_to_the_parent)
 {
-	board::fail("xml_is_node_exist", GetParam());
+	harness::fail("xml_is_node_exist", GetParam());
 	EXPECT_EQ(search(0x20), 0u);
 	EXPECT_EQ(u32_at(block, 4), 0x10u);
 	EXPECT_EQ(u32_at(block, 8), 21u);
@@ -215,10 +215,10 @@ TEST_P(spi_search_existence, that_cannot_be_told_leads_to_the_parent)
 
 TEST_P(spi_search_existence, of_the_parents_node_that_cannot_be_told_fails_at_its_parent)
 {
-	board::fail("xml_is_node_exist", GetParam(), 2);
+	harness::fail("xml_is_node_exist", GetParam(), 2);
 	EXPECT_EQ(search(0x31), failed);
 	EXPECT_EQ(deeds(), (call_list{existence(0x31), parent_of(0x31), existence(0x10), parent_of(0x10)}));
-	EXPECT_EQ(board::log(), log_lines{no_parent(0x31)});
+	EXPECT_EQ(harness::log(), log_lines{no_parent(0x31)});
 }
 
 INSTANTIATE_TEST_SUITE_P(with_status, spi_search_existence, testing::Values(1u, xml_no_node, 0xFFFFFFFFu),
@@ -228,17 +228,17 @@ class spi_search_parent : public spi_search, public testing::WithParamInterface<
 
 TEST_P(spi_search_parent, that_cannot_be_told_ends_the_search)
 {
-	board::fail("drv_common_parse_parent_id_card_id", GetParam());
+	harness::fail("drv_common_parse_parent_id_card_id", GetParam());
 	EXPECT_EQ(search(0x31), failed);
 	EXPECT_EQ(deeds(), (call_list{existence(0x31), parent_of(0x31)}));
-	EXPECT_EQ(board::log(), log_lines{no_parent(0x31)});
+	EXPECT_EQ(harness::log(), log_lines{no_parent(0x31)});
 }
 
 TEST_P(spi_search_parent, of_the_parent_that_cannot_be_told_ends_the_search)
 {
-	board::fail("drv_common_parse_parent_id_card_id", GetParam(), 2);
+	harness::fail("drv_common_parse_parent_id_card_id", GetParam(), 2);
 	EXPECT_EQ(search(0x35), failed);
-	EXPECT_EQ(board::log(), log_lines{no_parent(0x35)});
+	EXPECT_EQ(harness::log(), log_lines{no_parent(0x35)});
 }
 
 INSTANTIATE_TEST_SUITE_P(with_status, spi_search_parent, testing::Values(1u, 0x70030003u, 0xFFFFFFFFu),
@@ -246,15 +246,15 @@ INSTANTIATE_TEST_SUITE_P(with_status, spi_search_parent, testing::Values(1u, 0x7
 
 TEST_F(spi_search, with_a_parent_that_is_not_told_ends_at_the_default_instance)
 {
-	board::fail("drv_common_parse_parent_id_card_id", 0);
+	harness::fail("drv_common_parse_parent_id_card_id", 0);
 	EXPECT_EQ(search(0x31), failed);
 	EXPECT_EQ(deeds(), (call_list{existence(0x31), parent_of(0x31), existence(default_instance)}));
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "there is no spi config info, inst_id 0x31")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "there is no spi config info, inst_id 0x31")});
 }
 
 TEST_F(spi_search, with_an_existence_that_is_not_told_finds_nothing)
 {
-	board::fail_always("xml_is_node_exist", 0);
+	harness::fail_always("xml_is_node_exist", 0);
 	EXPECT_EQ(search(0x31), failed);
 	EXPECT_FALSE(called("xml_get_entry_num"));
 }
@@ -266,7 +266,7 @@ protected:
 	{
 		bytes told(4);
 		std::memcpy(told.data(), &existence, sizeof(existence));
-		board::forge("xml_is_node_exist", status, 3, told, nth);
+		harness::forge("xml_is_node_exist", status, 3, told, nth);
 	}
 };
 
@@ -276,30 +276,30 @@ TEST_F(spi_search_told_with_failure, existence_in_both_passes_succeeds_with_noth
 	tell(1, 6, 2);
 	EXPECT_EQ(search(0x35), 0u);
 	EXPECT_EQ(deeds(), (call_list{existence(0x35), parent_of(0x35), existence(0x12), parent_of(0x12)}));
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 	expect_untouched();
 }
 
 TEST_F(spi_search_told_with_failure, existence_in_the_first_pass_lasts_when_the_second_tells_nothing)
 {
 	tell(1, 5, 1);
-	board::fail("xml_is_node_exist", 6, 2);
+	harness::fail("xml_is_node_exist", 6, 2);
 	EXPECT_EQ(search(0x35), 0u);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(spi_search_told_with_failure, existence_in_the_first_pass_is_withdrawn_by_the_second)
 {
 	tell(1, 5, 1);
 	EXPECT_EQ(search(0x35), failed);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "there is no spi config info, inst_id 0x35")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "there is no spi config info, inst_id 0x35")});
 }
 
 TEST_F(spi_search_told_with_failure, existence_in_the_second_pass_succeeds)
 {
 	tell(1, 0xFFFFFFFF, 2);
 	EXPECT_EQ(search(0x35), 0u);
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 	EXPECT_FALSE(called("xml_get_entry_num"));
 }
 
@@ -308,7 +308,7 @@ TEST_F(spi_search_told_with_failure, existence_at_the_default_instance_succeeds)
 	tell(1, 5, 1);
 	EXPECT_EQ(search(default_instance), 0u);
 	EXPECT_EQ(deeds(), call_list{existence(default_instance)});
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(spi_search_told_with_failure, existence_does_not_outweigh_a_parent_that_cannot_be_told)
@@ -316,7 +316,7 @@ TEST_F(spi_search_told_with_failure, existence_does_not_outweigh_a_parent_that_c
 	tell(1, 5, 1);
 	tell(1, 5, 2);
 	EXPECT_EQ(search(0x36), failed);
-	EXPECT_EQ(board::log(), log_lines{no_parent(0x36)});
+	EXPECT_EQ(harness::log(), log_lines{no_parent(0x36)});
 }
 
 TEST_F(spi_search_told_with_failure, existence_makes_a_record_of_zeros)
@@ -333,13 +333,13 @@ TEST_F(spi_search_told_with_failure, any_other_existence_is_none)
 	tell(2, 0, 1);
 	tell(0xFFFFFFFF, 0, 2);
 	EXPECT_EQ(search(0x35), failed);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "there is no spi config info, inst_id 0x35")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "there is no spi config info, inst_id 0x35")});
 	EXPECT_FALSE(called("xml_get_entry_num"));
 }
 
 class spi_search_of_default : public spi_search {
 protected:
-	void prepare() override { board::configure("spi_default"); }
+	void prepare() override { harness::configure("spi_default"); }
 };
 
 TEST_F(spi_search_of_default, finds_its_own_settings)

@@ -8,7 +8,7 @@ namespace {
 
 uint64_t registered_driver()
 {
-	return u64_at(board::global("g_flash_funcs", 8), 0);
+	return u64_at(harness::global("g_flash_funcs", 8), 0);
 }
 
 log_line no_size_function(uint32_t instance)
@@ -27,42 +27,42 @@ TEST_F(spi_driver, is_none_after_a_load)
 
 TEST_F(spi_driver, is_the_third_argument)
 {
-	EXPECT_EQ(board::call("drv_flash_driver_register", {1, 2, 0x1122334455667788u}), 0u);
+	EXPECT_EQ(harness::call("drv_flash_driver_register", {1, 2, 0x1122334455667788u}), 0u);
 	EXPECT_EQ(registered_driver(), 0x1122334455667788u);
-	EXPECT_EQ(board::call("drv_flash_driver_register", {UINT64_MAX, UINT64_MAX, nullptr}), 0u);
+	EXPECT_EQ(harness::call("drv_flash_driver_register", {UINT64_MAX, UINT64_MAX, nullptr}), 0u);
 	EXPECT_EQ(registered_driver(), 0u);
 }
 
 TEST_F(spi_driver, replaces_an_earlier_one)
 {
-	EXPECT_EQ(board::call("drv_flash_driver_register", {0, 0, 0x1000}), 0u);
-	EXPECT_EQ(board::call("drv_flash_driver_register", {0, 0, 0x2000}), 0u);
+	EXPECT_EQ(harness::call("drv_flash_driver_register", {0, 0, 0x1000}), 0u);
+	EXPECT_EQ(harness::call("drv_flash_driver_register", {0, 0, 0x2000}), 0u);
 	EXPECT_EQ(registered_driver(), 0x2000u);
-	board::call("drv_flash_driver_unregister", {});
+	harness::call("drv_flash_driver_unregister", {});
 }
 
 TEST_F(spi_driver, is_gone_when_it_unregisters)
 {
-	board::register_driver();
+	harness::register_driver();
 	EXPECT_NE(registered_driver(), 0u);
-	board::call("drv_flash_driver_unregister", {});
+	harness::call("drv_flash_driver_unregister", {});
 	EXPECT_EQ(registered_driver(), 0u);
-	board::call("drv_flash_driver_unregister", {});
+	harness::call("drv_flash_driver_unregister", {});
 	EXPECT_EQ(registered_driver(), 0u);
 }
 
 TEST_F(spi_driver, comes_and_goes_in_silence)
 {
-	board::register_driver();
-	board::call("drv_flash_driver_unregister", {});
-	EXPECT_EQ(board::calls(), call_list());
+	harness::register_driver();
+	harness::call("drv_flash_driver_unregister", {});
+	EXPECT_EQ(harness::calls(), call_list());
 }
 
 TEST_F(spi_driver, keeps_the_registry_when_it_unregisters)
 {
-	board::register_driver();
+	harness::register_driver();
 	ASSERT_EQ(create(0x20, {"a"}), 0u);
-	board::call("drv_flash_driver_unregister", {});
+	harness::call("drv_flash_driver_unregister", {});
 	EXPECT_EQ(instances(), std::vector<uint32_t>{0x20});
 	expect_names(find(0x20), {"a"});
 }
@@ -90,23 +90,23 @@ protected:
 TEST_P(spi_size_of, is_what_the_driver_says)
 {
 	bytes size(8);
-	EXPECT_EQ(board::call("drv_flash_get_size", {GetParam().flash.inst_id, 0, &size}), 0u);
-	EXPECT_EQ(u64_at(size, 0), board::suite_flash_size);
+	EXPECT_EQ(harness::call("drv_flash_get_size", {GetParam().flash.inst_id, 0, &size}), 0u);
+	EXPECT_EQ(u64_at(size, 0), harness::suite_flash_size);
 }
 
 TEST_P(spi_size_of, is_asked_with_its_settings_and_its_lock)
 {
 	find(GetParam().flash.inst_id);
-	board::forget();
+	harness::forget();
 	EXPECT_EQ(get_size(GetParam().flash.inst_id), 0u);
 	EXPECT_EQ(deeds_beside_registry(), asked(GetParam().flash));
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_P(spi_size_of, is_asked_again_without_the_xml)
 {
 	EXPECT_EQ(get_size(GetParam().flash.inst_id), 0u);
-	board::forget();
+	harness::forget();
 	EXPECT_EQ(get_size(GetParam().flash.inst_id), 0u);
 	EXPECT_EQ(deeds_beside_registry(), asked(GetParam().flash));
 }
@@ -131,59 +131,59 @@ TEST_F(spi_size, makes_a_record_at_first_use)
 TEST_F(spi_size, ignores_its_second_argument)
 {
 	bytes size(8);
-	EXPECT_EQ(board::call("drv_flash_get_size", {0x20, UINT64_MAX, &size}), 0u);
-	EXPECT_EQ(u64_at(size, 0), board::suite_flash_size);
+	EXPECT_EQ(harness::call("drv_flash_get_size", {0x20, UINT64_MAX, &size}), 0u);
+	EXPECT_EQ(u64_at(size, 0), harness::suite_flash_size);
 }
 
 TEST_F(spi_size, of_an_instance_without_settings_fails)
 {
 	bytes size(8, 0xEE);
-	EXPECT_EQ(board::call("drv_flash_get_size", {bare_instance, 0, &size}), failed);
-	EXPECT_EQ(board::log(), (log_lines{no_parent(bare_instance), no_record(bare_instance)}));
+	EXPECT_EQ(harness::call("drv_flash_get_size", {bare_instance, 0, &size}), failed);
+	EXPECT_EQ(harness::log(), (log_lines{no_parent(bare_instance), no_record(bare_instance)}));
 	EXPECT_EQ(size, bytes(8, 0xEE));
 	EXPECT_FALSE(called("suite_driver_get_size"));
 }
 
 TEST_F(spi_size, without_memory_for_the_record_fails)
 {
-	board::fail("linux_kzalloc", 0);
+	harness::fail("linux_kzalloc", 0);
 	EXPECT_EQ(get_size(0x20), failed);
-	EXPECT_EQ(board::log(), log_lines{own_log(ordinary, "inst 0x20 flash alloc fail")});
+	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "inst 0x20 flash alloc fail")});
 }
 
 TEST_F(spi_size, to_nowhere_fails_before_the_instance_is_looked_up)
 {
-	EXPECT_EQ(board::call("drv_flash_get_size", {0x20, 0, nullptr}), null_pointer);
-	EXPECT_EQ(board::log(), log_lines{own_log(serious, "inst 0x20 flash size is NULL")});
-	EXPECT_EQ(board::calls(), call_list{message(own, serious, "inst 0x%x flash size is NULL")});
+	EXPECT_EQ(harness::call("drv_flash_get_size", {0x20, 0, nullptr}), null_pointer);
+	EXPECT_EQ(harness::log(), log_lines{own_log(serious, "inst 0x20 flash size is NULL")});
+	EXPECT_EQ(harness::calls(), call_list{message(own, serious, "inst 0x%x flash size is NULL")});
 	EXPECT_EQ(records(), std::vector<uint64_t>());
 }
 
 TEST_F(spi_driver, that_is_missing_has_no_size)
 {
 	EXPECT_EQ(get_size(0x20), no_driver);
-	EXPECT_EQ(board::log(), log_lines{no_size_function(0x20)});
-	EXPECT_EQ(board::calls(), call_list{message(own, serious, "inst 0x%x flash funcs NULL")});
+	EXPECT_EQ(harness::log(), log_lines{no_size_function(0x20)});
+	EXPECT_EQ(harness::calls(), call_list{message(own, serious, "inst 0x%x flash funcs NULL")});
 	EXPECT_EQ(records(), std::vector<uint64_t>());
 }
 
 TEST_F(spi_driver, that_is_missing_comes_before_a_null_address)
 {
-	EXPECT_EQ(board::call("drv_flash_get_size", {0x20, 0, nullptr}), no_driver);
-	EXPECT_EQ(board::log(), log_lines{no_size_function(0x20)});
+	EXPECT_EQ(harness::call("drv_flash_get_size", {0x20, 0, nullptr}), no_driver);
+	EXPECT_EQ(harness::log(), log_lines{no_size_function(0x20)});
 }
 
 TEST_F(spi_driver, without_the_function_has_no_size)
 {
-	board::register_driver({.get_size = false});
+	harness::register_driver({.get_size = false});
 	EXPECT_EQ(get_size(default_instance), no_driver);
-	EXPECT_EQ(board::log(), log_lines{no_size_function(default_instance)});
+	EXPECT_EQ(harness::log(), log_lines{no_size_function(default_instance)});
 	EXPECT_EQ(deeds(), call_list());
 }
 
 TEST_F(spi_driver, with_only_that_function_has_a_size)
 {
-	board::register_driver({.create = false, .destroy = false});
+	harness::register_driver({.create = false, .destroy = false});
 	EXPECT_EQ(get_size(0x20), 0u);
 }
 
@@ -192,47 +192,47 @@ class spi_size_status : public spi_size, public testing::WithParamInterface<uint
 TEST_P(spi_size_status, of_the_driver_is_passed_on_in_silence)
 {
 	bytes size(8, 0xEE);
-	board::fail("suite_driver_get_size", GetParam());
-	EXPECT_EQ(board::call("drv_flash_get_size", {0x20, 0, &size}), GetParam());
-	EXPECT_EQ(board::log(), log_lines());
+	harness::fail("suite_driver_get_size", GetParam());
+	EXPECT_EQ(harness::call("drv_flash_get_size", {0x20, 0, &size}), GetParam());
+	EXPECT_EQ(harness::log(), log_lines());
 	EXPECT_EQ(size, bytes(8, 0xEE));
 	EXPECT_EQ(instances(), std::vector<uint32_t>{0x20});
 }
 
 TEST_P(spi_size_status, of_the_driver_is_passed_on_after_the_lock_is_released)
 {
-	board::fail("suite_driver_get_size", GetParam());
+	harness::fail("suite_driver_get_size", GetParam());
 	EXPECT_EQ(get_size(0x21), GetParam());
 	EXPECT_EQ(last(deeds_beside_registry(), 3),
 		  (call_list{hard_lock(locked_flash), driver_call("get_size", locked_flash), hard_unlock(locked_flash)}));
-	EXPECT_EQ(board::log(), log_lines());
+	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_P(spi_size_status, of_a_refused_lock_is_passed_on)
 {
 	find(0x21);
-	board::forget();
-	board::fail("drv_hard_trylock", GetParam());
+	harness::forget();
+	harness::fail("drv_hard_trylock", GetParam());
 	EXPECT_EQ(get_size(0x21), GetParam());
-	EXPECT_EQ(board::log(),
+	EXPECT_EQ(harness::log(),
 		  log_lines{own_log(serious, "get flash size lock failed, inst_id:0x21, lock_type:0, rc=" + hexadecimal(GetParam()))});
 	EXPECT_EQ(deeds_beside_registry(), call_list{hard_lock(locked_flash)});
 }
 
 TEST_P(spi_size_status, of_a_failed_release_is_passed_on)
 {
-	board::fail("drv_hard_unlock", GetParam());
+	harness::fail("drv_hard_unlock", GetParam());
 	EXPECT_EQ(get_size(0x21), GetParam());
-	EXPECT_EQ(board::log(),
+	EXPECT_EQ(harness::log(),
 		  log_lines{own_log(serious, "inst:0x21 get flash size unlock failed, lock_type:0, rc=" + hexadecimal(GetParam()))});
 }
 
 TEST_P(spi_size_status, of_a_failed_release_replaces_that_of_the_driver)
 {
-	board::fail("suite_driver_get_size", 5);
-	board::fail("drv_hard_unlock", GetParam());
+	harness::fail("suite_driver_get_size", 5);
+	harness::fail("drv_hard_unlock", GetParam());
 	EXPECT_EQ(get_size(0x21), GetParam());
-	EXPECT_EQ(board::log().size(), 1u);
+	EXPECT_EQ(harness::log().size(), 1u);
 }
 
 INSTANTIATE_TEST_SUITE_P(value, spi_size_status, testing::Values(1u, 0x70030012u, 0x80000000u, 0xFFFFFFFFu),
@@ -240,12 +240,12 @@ INSTANTIATE_TEST_SUITE_P(value, spi_size_status, testing::Values(1u, 0x70030012u
 
 TEST_F(spi_size, says_the_formats_of_its_lock_messages)
 {
-	board::fail("drv_hard_trylock", 1);
+	harness::fail("drv_hard_trylock", 1);
 	get_size(0x21);
 	EXPECT_EQ(calls_of("drv_log_record"),
 		  call_list{message(own, serious, "get flash size lock failed, inst_id:%#x, lock_type:%u, rc=%#x")});
-	board::forget();
-	board::fail("drv_hard_unlock", 1);
+	harness::forget();
+	harness::fail("drv_hard_unlock", 1);
 	get_size(0x21);
 	EXPECT_EQ(calls_of("drv_log_record"),
 		  call_list{message(own, serious, "inst:%#x get flash size unlock failed, lock_type:%u, rc=%#x")});
@@ -253,7 +253,7 @@ TEST_F(spi_size, says_the_formats_of_its_lock_messages)
 
 TEST_F(spi_size, tries_its_lock_once)
 {
-	board::fail("drv_hard_trylock", 1);
+	harness::fail("drv_hard_trylock", 1);
 	EXPECT_EQ(get_size(0x21), 1u);
 	EXPECT_EQ(times_called("drv_hard_trylock"), 1);
 	EXPECT_EQ(get_size(0x21), 0u);
@@ -271,43 +271,43 @@ TEST_F(spi_size, releases_its_lock_for_the_next)
 TEST_F(spi_size, of_a_driver_that_goes_away_meanwhile_fails)
 {
 	find(0x20);
-	board::forget();
-	board::unregister_driver_at("linux_spin_lock");
+	harness::forget();
+	harness::unregister_driver_at("linux_spin_lock");
 	EXPECT_EQ(get_size(0x20), no_driver);
-	EXPECT_EQ(board::log(), log_lines{no_size_function(0x20)});
+	EXPECT_EQ(harness::log(), log_lines{no_size_function(0x20)});
 	EXPECT_EQ(deeds_beside_registry(), call_list());
 }
 
 TEST_F(spi_size, of_a_driver_that_goes_away_under_the_lock_releases_it)
 {
 	find(0x21);
-	board::forget();
-	board::unregister_driver_at("drv_hard_trylock");
+	harness::forget();
+	harness::unregister_driver_at("drv_hard_trylock");
 	EXPECT_EQ(get_size(0x21), no_driver);
 	EXPECT_EQ(deeds_beside_registry(), (call_list{hard_lock(locked_flash), hard_unlock(locked_flash)}));
-	EXPECT_EQ(board::log(), log_lines{no_size_function(0x21)});
+	EXPECT_EQ(harness::log(), log_lines{no_size_function(0x21)});
 }
 
 TEST_F(spi_size, of_a_driver_that_goes_away_gives_way_to_a_failed_release)
 {
-	board::unregister_driver_at("drv_hard_trylock");
-	board::fail("drv_hard_unlock", 6);
+	harness::unregister_driver_at("drv_hard_trylock");
+	harness::fail("drv_hard_unlock", 6);
 	EXPECT_EQ(get_size(0x21), 6u);
-	EXPECT_EQ(board::log(),
+	EXPECT_EQ(harness::log(),
 		  (log_lines{no_size_function(0x21), own_log(serious, "inst:0x21 get flash size unlock failed, lock_type:0, rc=0x6")}));
 }
 
 TEST_F(spi_size, of_a_driver_replaced_by_one_without_the_function_fails)
 {
-	board::replace_driver_at("drv_hard_trylock", {.get_size = false});
+	harness::replace_driver_at("drv_hard_trylock", {.get_size = false});
 	EXPECT_EQ(get_size(0x21), no_driver);
-	EXPECT_EQ(board::log(), log_lines{no_size_function(0x21)});
+	EXPECT_EQ(harness::log(), log_lines{no_size_function(0x21)});
 	EXPECT_EQ(last(deeds_beside_registry(), 1), call_list{hard_unlock(locked_flash)});
 }
 
 TEST_F(spi_size, of_a_driver_replaced_by_one_with_the_function_is_good)
 {
-	board::replace_driver_at("drv_hard_trylock", {.create = false, .destroy = false});
+	harness::replace_driver_at("drv_hard_trylock", {.create = false, .destroy = false});
 	EXPECT_EQ(get_size(0x21), 0u);
 	EXPECT_TRUE(called("suite_driver_get_size"));
 }

@@ -127,22 +127,22 @@ inline const call_list registry_searched = {lock_taken, lock_released};
 // Addresses of the records, oldest first.
 inline std::vector<uint64_t> records()
 {
-	const uint64_t first = u64_at(board::global("g_spi_flash_info_list", 16), 0);
-	const uint64_t head = u64_at(board::memory(first, 16), 8); // the first record's backward link
+	const uint64_t first = u64_at(harness::global("g_spi_flash_info_list", 16), 0);
+	const uint64_t head = u64_at(harness::memory(first, 16), 8); // the first record's backward link
 	std::vector<uint64_t> found;
-	for (uint64_t record = first; record != head; record = u64_at(board::memory(record, 16), 0))
+	for (uint64_t record = first; record != head; record = u64_at(harness::memory(record, 16), 0))
 		found.push_back(record);
 	return found;
 }
 
 inline uint64_t find(uint32_t instance)
 {
-	return board::call_address("drv_flash_find_flash_info", {instance});
+	return harness::call_address("drv_flash_find_flash_info", {instance});
 }
 
 inline bytes settings_of(uint64_t record)
 {
-	return board::memory(record + 16, settings_size);
+	return harness::memory(record + 16, settings_size);
 }
 
 inline std::vector<uint32_t> instances()
@@ -155,17 +155,17 @@ inline std::vector<uint32_t> instances()
 
 inline uint64_t names_of(uint64_t record)
 {
-	return u64_at(board::memory(record + 48, 8), 0);
+	return u64_at(harness::memory(record + 48, 8), 0);
 }
 
 inline uint32_t name_count_of(uint64_t record)
 {
-	return u32_at(board::memory(record + 56, 4), 0);
+	return u32_at(harness::memory(record + 56, 4), 0);
 }
 
 inline uint64_t name_address_of(uint64_t record, std::size_t position)
 {
-	return u64_at(board::memory(names_of(record) + 8 * position, 8), 0);
+	return u64_at(harness::memory(names_of(record) + 8 * position, 8), 0);
 }
 
 // The record holds copies of exactly these names.
@@ -176,7 +176,7 @@ inline void expect_names(uint64_t record, const std::vector<std::string> &names)
 	for (std::size_t i = 0; i < names.size(); ++i) {
 		bytes expected(names[i].begin(), names[i].end());
 		expected.push_back(0);
-		EXPECT_EQ(board::memory(name_address_of(record, i), expected.size()), expected) << "name " << i;
+		EXPECT_EQ(harness::memory(name_address_of(record, i), expected.size()), expected) << "name " << i;
 	}
 }
 
@@ -191,17 +191,17 @@ inline void expect_no_names(uint64_t record, uint32_t count = 0)
 inline uint32_t get_size(uint32_t instance)
 {
 	bytes size(8);
-	return board::call("drv_flash_get_size", {instance, 0, &size});
+	return harness::call("drv_flash_get_size", {instance, 0, &size});
 }
 
-inline uint32_t create(uint32_t instance, const board::parts_spec &parts)
+inline uint32_t create(uint32_t instance, const harness::parts_spec &parts)
 {
-	return board::call("drv_flash_create", {instance, &parts});
+	return harness::call("drv_flash_create", {instance, &parts});
 }
 
 inline uint32_t create(uint32_t instance, std::initializer_list<const char *> names)
 {
-	board::parts_spec parts;
+	harness::parts_spec parts;
 	for (const char *name : names)
 		parts.parts.push_back({.name = name});
 	return create(instance, parts);
@@ -209,7 +209,7 @@ inline uint32_t create(uint32_t instance, std::initializer_list<const char *> na
 
 inline uint32_t destroy(uint32_t instance)
 {
-	return board::call("drv_flash_destroy", {instance});
+	return harness::call("drv_flash_destroy", {instance});
 }
 
 // The calls seen so far without messages and without the registry's lock.
@@ -240,13 +240,13 @@ inline std::string hard_unlock(const settings &flash)
 // A loaded module on the board "spi" without a flash driver. At its end the registry is emptied, so that only what is lost stays.
 class on_spi_board : public on_loaded_module {
 protected:
-	void prepare() override { board::configure("spi"); }
+	void prepare() override { harness::configure("spi"); }
 
 	void TearDown() override
 	{
-		if (board::loaded())
+		if (harness::loaded())
 			for (uint64_t record : records())
-				board::call("release_flash_info_alloc", {record});
+				harness::call("release_flash_info_alloc", {record});
 		on_loaded_module::TearDown();
 	}
 };
@@ -256,8 +256,8 @@ protected:
 	void SetUp() override
 	{
 		on_spi_board::SetUp();
-		board::register_driver();
-		board::forget();
+		harness::register_driver();
+		harness::forget();
 	}
 };
 

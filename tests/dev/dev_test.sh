@@ -40,7 +40,7 @@ new_clone() {
 	for staged in tests/powercut/client bench/kernel tests/torture/calls tests/guest/lab; do
 		mkdir -p "$dev_scratch/$1/$staged"
 	done
-	: >"$dev_scratch/$1/tests/conformance/calls.def"
+	: >"$dev_scratch/$1/simulation/calls.def"
 	cp -a "$dev_source/tests/gate" "$dev_source/tests/packages" "$dev_source/tests/limited" "$dev_scratch/$1/tests/"
 }
 
@@ -412,11 +412,11 @@ report_of() {
 
 # Two shares of a suite of three cases; the second one says what the file given holds, or nothing.
 count_shares() {
-	mkdir -p "$dev_scratch/desk/suites" "$dev_scratch/desk/results"
-	printf '#!/bin/sh\nprintf "all/frame.\\n  one/0  # GetParam() = 1\\n  two/0\\n  three/0\\n"\n' >"$dev_scratch/desk/program"
-	chmod +x "$dev_scratch/desk/program"
-	echo "2 $dev_scratch/desk/program" >"$dev_scratch/desk/suites/shared"
-	report_of one/0 two/0 >"$dev_scratch/desk/results/shared.1.xml"
+	mkdir -p "$dev_scratch/host/suites" "$dev_scratch/host/results"
+	printf '#!/bin/sh\nprintf "all/frame.\\n  one/0  # GetParam() = 1\\n  two/0\\n  three/0\\n"\n' >"$dev_scratch/host/program"
+	chmod +x "$dev_scratch/host/program"
+	echo "2 $dev_scratch/host/program" >"$dev_scratch/host/suites/shared"
+	report_of one/0 two/0 >"$dev_scratch/host/results/shared.1.xml"
 	cat >"$dev_scratch/clone/count_shares" <<'PART'
 set -eu
 root=$PWD
@@ -426,20 +426,20 @@ forget_limits
 count_suite "a suite" "$1" shared
 show_total
 PART
-	start first clone sh ./count_shares "$dev_scratch/desk"
+	start first clone sh ./count_shares "$dev_scratch/host"
 	ends_with "$1" "$(pid_of first)"
 }
 
 shares() {
 	begin_case "shares of a suite"
-	mkdir -p "$dev_scratch/desk/results"
-	report_of three/0 >"$dev_scratch/desk/results/shared.2.xml"
+	mkdir -p "$dev_scratch/host/results"
+	report_of three/0 >"$dev_scratch/host/results/shared.2.xml"
 	count_shares 0
 	output_has first "4 passed, 0 failed, 0 skipped"
 
 	begin_case "a share that a limit ended"
-	rm "$dev_scratch/desk/results/shared.2.xml"
-	echo "ended at its limit of 1 s" >"$dev_scratch/desk/results/shared.2.limit"
+	rm "$dev_scratch/host/results/shared.2.xml"
+	echo "ended at its limit of 1 s" >"$dev_scratch/host/results/shared.2.limit"
 	count_shares 1
 	output_has first "no report shared.2.xml; ended at its limit of 1 s"
 	output_has first "2 passed, 2 failed, 0 skipped"
@@ -447,8 +447,8 @@ shares() {
 		dev_wrong "does not say so above the total"
 
 	begin_case "a share that ran twice"
-	rm "$dev_scratch/desk/results/shared.2.limit"
-	report_of two/0 >"$dev_scratch/desk/results/shared.2.xml"
+	rm "$dev_scratch/host/results/shared.2.limit"
+	report_of two/0 >"$dev_scratch/host/results/shared.2.xml"
 	count_shares 1
 	output_has first "> all/frame.two/0"
 	output_has first "< all/frame.three/0"

@@ -71,9 +71,9 @@ struct ended {
 };
 
 // The folder in which the examples of a document run.
-class desk {
+class host {
 public:
-	desk()
+	host()
 	{
 		m_folder.write("board.xml", content_of("board/xml/plain.xml"));
 		m_folder.write("config.img", std::string(100, 'c'));
@@ -103,14 +103,14 @@ private:
 	scratch m_folder;
 };
 
-void expect_runs(const desk &place, const std::string &commands)
+void expect_runs(const host &place, const std::string &commands)
 {
 	const ended program = place.shell(commands);
 	EXPECT_EQ(program.exit, 0) << commands << program.output;
 }
 
 // A source file by itself, against the headers that are installed.
-void expect_compiles(const desk &place, const block &one)
+void expect_compiles(const host &place, const block &one)
 {
 	const bool is_c = one.language == "c";
 	place.save(is_c ? "example.c" : "example.cpp", one.text);
@@ -120,7 +120,7 @@ void expect_compiles(const desk &place, const block &one)
 }
 
 // A board description, or instances of one.
-void expect_is_board(const desk &place, std::string text)
+void expect_is_board(const host &place, std::string text)
 {
 	if (text.find("<board") == text.npos)
 		text = "<board name=\"example\">\n" + text + "</board>\n";
@@ -155,7 +155,7 @@ TEST_P(document, says_of_each_example_whether_it_is_run)
 
 TEST_P(document, has_examples_that_work)
 {
-	const desk place;
+	const host place;
 	ended last = {0, ""};
 	std::string previous;
 	for (const block &one : blocks()) {
@@ -213,20 +213,20 @@ TEST(manual_page, of_flash_board_has_examples_that_work)
 {
 	const std::string examples = documents::display_of_manual(content_of("docs/man/flash-board.1"), 1);
 	EXPECT_NE(examples.find("flash-board map board.xml --mtd board.mtd -o board.svg\n"), examples.npos) << examples;
-	expect_runs(desk(), examples);
+	expect_runs(host(), examples);
 }
 
 TEST(manual_page, of_the_board_has_an_example_without_findings)
 {
 	const std::string example = documents::display_of_manual(content_of("docs/man/flash_mng-board.5"), 0);
 	EXPECT_TRUE(example.starts_with("<board ")) << example;
-	expect_is_board(desk(), example);
+	expect_is_board(host(), example);
 }
 
-// The desk itself.
-TEST(desk, tells_what_does_not_work)
+// The host itself.
+TEST(host, tells_what_does_not_work)
 {
-	const desk place;
+	const host place;
 	EXPECT_EQ(place.shell("true\nfalse\ntrue\n").exit, 1);
 	EXPECT_EQ(place.shell("flash-board check none.xml\n").exit, 3);
 	EXPECT_EQ(place.shell("flashctl info none\n").exit, 3);

@@ -2,7 +2,7 @@
 //
 // The examples of a document: its fenced blocks, each with the mark in the line above it, <!-- mark -->, if there is one.
 //
-//	run			a shell runs it on the desk; all of a document in one folder, in their order
+//	run			a shell runs it on the host; all of a document in one folder, in their order
 //	run on the board	a shell runs it on the virtual board
 //	not run: REASON		it is not run, or not compiled
 //	output			what the block before it printed

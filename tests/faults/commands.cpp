@@ -19,10 +19,10 @@ public:
 	std::uint8_t *get()
 	{
 		if (!memory_)
-			memory_ = board::user_memory(size_);
+			memory_ = harness::user_memory(size_);
 		return memory_;
 	}
-	uint64_t address() { return board::user_address(get()); }
+	uint64_t address() { return harness::user_address(get()); }
 	bytes content() { return {get(), get() + size_}; }
 	void fill(uint8_t value) { std::memset(get(), value, size_); }
 	void set(const bytes &content) { std::memcpy(get(), content.data(), content.size()); }
@@ -48,12 +48,12 @@ template <typename record> bytes in_bytes(const record &value)
 
 uint32_t issue(uint32_t command, const shared_memory &record)
 {
-	return board::ioctl(command, record->address()).code();
+	return harness::ioctl(command, record->address()).code();
 }
 
 // A command that only answers.
 operation asking(
-	const char *name, uint32_t command, const char *scenario, std::vector<board::mtd_spec> devices, const bytes &answer,
+	const char *name, uint32_t command, const char *scenario, std::vector<harness::mtd_spec> devices, const bytes &answer,
 	const std::function<bool(const bytes &)> &in_part = [](const bytes &) { return false; })
 {
 	const auto record = in_program(answer.size());
@@ -67,9 +67,9 @@ operation asking(
 		.done_in_part = [=] { return in_part(record->content()); }};
 }
 
-std::vector<board::mtd_spec> with_usrdata()
+std::vector<harness::mtd_spec> with_usrdata()
 {
-	return {device("nor", board::mtd_nor), device("usrdata", board::mtd_nand)};
+	return {device("nor", harness::mtd_nor), device("usrdata", harness::mtd_nand)};
 }
 
 bytes usrdata_record()
@@ -80,15 +80,15 @@ bytes usrdata_record()
 	return in_bytes(info);
 }
 
-std::vector<board::mtd_spec> many_devices(std::size_t count)
+std::vector<harness::mtd_spec> many_devices(std::size_t count)
 {
-	std::vector<board::mtd_spec> devices;
+	std::vector<harness::mtd_spec> devices;
 	for (std::size_t i = 0; i < count; ++i)
-		devices.push_back(device("part" + std::to_string(i), board::mtd_nor, erase_size));
+		devices.push_back(device("part" + std::to_string(i), harness::mtd_nor, erase_size));
 	return devices;
 }
 
-flash_mtd_statistics statistics_of(const std::vector<board::mtd_spec> &devices, std::size_t count)
+flash_mtd_statistics statistics_of(const std::vector<harness::mtd_spec> &devices, std::size_t count)
 {
 	flash_mtd_statistics statistics = {};
 	statistics.count = static_cast<uint32_t>(count);
@@ -104,7 +104,7 @@ flash_mtd_statistics statistics_of(const std::vector<board::mtd_spec> &devices, 
 }
 
 // The devices up to the one that was not found.
-std::function<bool(const bytes &)> first_ones(const std::vector<board::mtd_spec> &devices)
+std::function<bool(const bytes &)> first_ones(const std::vector<harness::mtd_spec> &devices)
 {
 	return [devices](const bytes &record) {
 		const uint32_t count = conformance::u32_at(record, 0);
@@ -112,7 +112,7 @@ std::function<bool(const bytes &)> first_ones(const std::vector<board::mtd_spec>
 	};
 }
 
-operation statistics(const char *scenario, const std::vector<board::mtd_spec> &devices)
+operation statistics(const char *scenario, const std::vector<harness::mtd_spec> &devices)
 {
 	return asking("FLASH_MNG_GET_MTD_STATISTICS", FLASH_MNG_GET_MTD_STATISTICS, scenario, devices,
 		      in_bytes(statistics_of(devices, std::min<std::size_t>(devices.size(), FLASH_MNG_STAT_ENTRIES))), first_ones(devices));
@@ -128,7 +128,7 @@ bytes io_request(const std::string &name, uint32_t offset, uint32_t length, uint
 	return in_bytes(request);
 }
 
-operation reading(const char *scenario, const board::mtd_spec &on, uint32_t offset, uint32_t length)
+operation reading(const char *scenario, const harness::mtd_spec &on, uint32_t offset, uint32_t length)
 {
 	const auto record = in_program(sizeof(flash_mtd_io_arg)), buffer = in_program(length);
 	return {.name = "FLASH_MNG_MTD_READ",
@@ -144,13 +144,13 @@ operation reading(const char *scenario, const board::mtd_spec &on, uint32_t offs
 		.done = [=] { return buffer->content() == content_of(0, offset, length); }};
 }
 
-operation writing(const char *scenario, const board::mtd_spec &on, uint32_t offset, uint32_t length)
+operation writing(const char *scenario, const harness::mtd_spec &on, uint32_t offset, uint32_t length)
 {
 	const auto record = in_program(sizeof(flash_mtd_io_arg)), buffer = in_program(length);
 	return {.name = "FLASH_MNG_MTD_WRITE",
 		.scenario = scenario,
 		.board = "transfers",
-		.devices = {on, device("beside", board::mtd_nand)},
+		.devices = {on, device("beside", harness::mtd_nand)},
 		.start =
 			[=] {
 				buffer->set(fresh_data(length));
@@ -178,7 +178,7 @@ operation finding(const char *command_name, uint32_t command, const char *scenar
 		.board = "spi",
 		.start =
 			[=]() mutable {
-				board::register_driver();
+				harness::register_driver();
 				conformance::create(0x20, {"first0", "first1"});
 				conformance::create(0x32, {"second0", "second1"});
 				name->set({partition.begin(), partition.end()});
@@ -194,7 +194,7 @@ operation finding(const char *command_name, uint32_t command, const char *scenar
 		.settle =
 			[] {
 				for (uint64_t flash : conformance::records())
-					board::call("release_flash_info_alloc", {flash});
+					harness::call("release_flash_info_alloc", {flash});
 			}};
 }
 
@@ -212,7 +212,7 @@ operation finding_by_instance(const char *scenario, const conformance::settings 
 
 operations commands()
 {
-	using namespace board;
+	using namespace harness;
 	return {
 		asking("FLASH_MNG_GET_NAND_PART_INFO", FLASH_MNG_GET_NAND_PART_INFO, "present", with_usrdata(), usrdata_record()),
 		asking("FLASH_MNG_GET_PART_NUM", FLASH_MNG_GET_PART_NUM, "present", with_usrdata(), in_bytes(1)),

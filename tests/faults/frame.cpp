@@ -20,11 +20,11 @@ const loadable g_boards[] = {
 	{"sections", false, true, 1}, {"sections_only", true, true, 0}, {"partitions_only", true, false, 2}, {"spi", false, false, 0},
 };
 
-std::vector<board::mtd_spec> devices_of(const loadable &on)
+std::vector<harness::mtd_spec> devices_of(const loadable &on)
 {
-	std::vector<board::mtd_spec> devices = {device("nor", board::mtd_nor)};
+	std::vector<harness::mtd_spec> devices = {device("nor", harness::mtd_nor)};
 	if (on.has_usrdata)
-		devices.push_back(device("usrdata", board::mtd_nand));
+		devices.push_back(device("usrdata", harness::mtd_nand));
 	return devices;
 }
 
@@ -35,31 +35,31 @@ std::string scenario_of(const loadable &on)
 
 uint32_t listed_partitions()
 {
-	return conformance::u32_at(board::global("g_flash_mtd_info_list_num", 4), 0);
+	return conformance::u32_at(harness::global("g_flash_mtd_info_list_num", 4), 0);
 }
 
 bool has_usrdata()
 {
-	return board::global("g_usrdata_mtd_name", 1)[0] != 0;
+	return harness::global("g_usrdata_mtd_name", 1)[0] != 0;
 }
 
 bool serves(const loadable &on)
 {
-	return board::loaded() && board::device_registered() && conformance::has_entry(0xFFFFFFFF) == on.has_sections &&
+	return harness::loaded() && harness::device_registered() && conformance::has_entry(0xFFFFFFFF) == on.has_sections &&
 	       listed_partitions() == on.partitions && has_usrdata() == on.has_usrdata;
 }
 
 // Without sections, without listed partitions or without user data, but nothing half.
 bool serves_in_part(const loadable &on)
 {
-	return board::loaded() && board::device_registered() && (on.has_sections || !conformance::has_entry(0xFFFFFFFF)) &&
+	return harness::loaded() && harness::device_registered() && (on.has_sections || !conformance::has_entry(0xFFFFFFFF)) &&
 	       (listed_partitions() == on.partitions || listed_partitions() == 0) && (on.has_usrdata || !has_usrdata());
 }
 
 void unload_if_loaded()
 {
-	if (board::loaded())
-		board::unload();
+	if (harness::loaded())
+		harness::unload();
 }
 
 operation loading(const loadable &on)
@@ -69,7 +69,7 @@ operation loading(const loadable &on)
 		.board = on.board,
 		.devices = devices_of(on),
 		.on_loaded_module = false,
-		.run = board::load,
+		.run = harness::load,
 		.done = [=] { return serves(on); },
 		.done_in_part = [=] { return serves_in_part(on); },
 		.settle = unload_if_loaded,
@@ -83,18 +83,18 @@ operation unloading(const loadable &on)
 		.board = on.board,
 		.devices = devices_of(on),
 		.on_loaded_module = false,
-		.start = [] { board::load(); },
+		.start = [] { harness::load(); },
 		.run =
 			[] {
-				board::unload();
+				harness::unload();
 				return 0u;
 			},
-		.done = [] { return !board::loaded() && !board::device_registered() && board::held() == board::holdings{}; }};
+		.done = [] { return !harness::loaded() && !harness::device_registered() && harness::held() == harness::holdings{}; }};
 }
 
 operation without_task(const char *function)
 {
-	return {.name = function, .scenario = "called", .board = "plain", .run = [=] { return board::call(function, {}); }};
+	return {.name = function, .scenario = "called", .board = "plain", .run = [=] { return harness::call(function, {}); }};
 }
 
 } // namespace

@@ -14,11 +14,11 @@
 #include <string_view>
 #include <vector>
 
-#include "board.hpp"
+#include "harness.hpp"
 
 namespace faults {
 
-using board::bytes;
+using harness::bytes;
 
 // The bytes that an operation writes: a device by its number, and what has to be there afterwards.
 struct target {
@@ -36,10 +36,10 @@ struct kept_memory {
 inline constexpr kept_memory sections_without_entry = {"linux_kzalloc", 1};
 
 struct operation {
-	std::string name;			   // an exported function, a command, "load" or "unload"
-	std::string scenario;			   // a word for the situation
-	std::string board;			   // configuration, a file of tests/conformance/boards
-	std::vector<board::mtd_spec> devices = {}; // numbered from 0; each gets a content of its own
+	std::string name;			     // an exported function, a command, "load" or "unload"
+	std::string scenario;			     // a word for the situation
+	std::string board;			     // configuration, a file of tests/conformance/boards
+	std::vector<harness::mtd_spec> devices = {}; // numbered from 0; each gets a content of its own
 	bool on_loaded_module = true;
 
 	// Brings about the situation.

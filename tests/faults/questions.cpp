@@ -16,7 +16,7 @@ bytes as_bytes(uint64_t value, std::size_t size)
 }
 
 // A question by name.
-operation about(const char *function, const char *scenario, const board::mtd_spec &on, const bytes &answer)
+operation about(const char *function, const char *scenario, const harness::mtd_spec &on, const bytes &answer)
 {
 	const auto buffer = shared(answer.size());
 	const std::string name = on.name;
@@ -27,7 +27,7 @@ operation about(const char *function, const char *scenario, const board::mtd_spe
 		.start = emptying(buffer),
 		.run =
 			[=] {
-				return board::call(function, {name, buffer.get()});
+				return harness::call(function, {name, buffer.get()});
 			},
 		.done = holds(buffer, answer)};
 }
@@ -39,9 +39,9 @@ operation about_usrdata(const char *function, const char *scenario, const bytes 
 	return {.name = function,
 		.scenario = scenario,
 		.board = "plain",
-		.devices = {device("nor", board::mtd_nor), device("usrdata", board::mtd_nand)},
+		.devices = {device("nor", harness::mtd_nor), device("usrdata", harness::mtd_nand)},
 		.start = emptying(buffer),
-		.run = [=] { return board::call(function, {buffer.get()}); },
+		.run = [=] { return harness::call(function, {buffer.get()}); },
 		.done = holds(buffer, answer),
 		.done_in_part = holds(buffer, answer_in_part)};
 }
@@ -59,7 +59,7 @@ bytes usrdata_record()
 
 operations questions()
 {
-	using namespace board;
+	using namespace harness;
 	return {
 		about("drv_flash_get_mtd_size", "nor", device("nor", mtd_nor), as_bytes(0x4000, 8)),
 		about("drv_flash_get_mtd_size", "nand", device("nand", mtd_nand, 0x8000), as_bytes(0x8000, 8)),

@@ -52,7 +52,7 @@ void create_old(uint32_t instance)
 std::function<void()> finding(registry found, uint32_t instance)
 {
 	return [=] {
-		board::register_driver();
+		harness::register_driver();
 		if (found == registry::known)
 			conformance::find(instance);
 		if (found == registry::created)
@@ -63,7 +63,7 @@ std::function<void()> finding(registry found, uint32_t instance)
 void empty_registry()
 {
 	for (uint64_t record : conformance::records())
-		board::call("release_flash_info_alloc", {record});
+		harness::call("release_flash_info_alloc", {record});
 }
 
 bytes settings_of_only_record()
@@ -105,7 +105,7 @@ operation asking_for_size(const flash &flash, registry found)
 {
 	const auto size = shared(8);
 	bytes expected(8);
-	std::memcpy(expected.data(), &board::suite_flash_size, expected.size());
+	std::memcpy(expected.data(), &harness::suite_flash_size, expected.size());
 	return {.name = "drv_flash_get_size",
 		.scenario = scenario_of(flash, found),
 		.board = "spi",
@@ -116,14 +116,14 @@ operation asking_for_size(const flash &flash, registry found)
 			},
 		.run =
 			[=] {
-				return board::call("drv_flash_get_size", {flash.config.inst_id, 0, size.get()});
+				return harness::call("drv_flash_get_size", {flash.config.inst_id, 0, size.get()});
 			},
 		.done = [=] { return *size == expected && has_settings(flash); },
 		.done_in_part = [=] { return *size == expected && has_other_settings(flash); },
 		.settle = empty_registry};
 }
 
-bool has_names(const board::parts_spec &parts)
+bool has_names(const harness::parts_spec &parts)
 {
 	const uint64_t record = conformance::records().at(0);
 
@@ -133,15 +133,15 @@ bool has_names(const board::parts_spec &parts)
 		const std::string &name = parts.parts[i].name;
 		bytes expected(name.begin(), name.end());
 		expected.push_back(0);
-		if (board::memory(conformance::name_address_of(record, i), expected.size()) != expected)
+		if (harness::memory(conformance::name_address_of(record, i), expected.size()) != expected)
 			return false;
 	}
 	return true;
 }
 
-board::parts_spec parts_named(std::size_t count)
+harness::parts_spec parts_named(std::size_t count)
 {
-	board::parts_spec parts;
+	harness::parts_spec parts;
 	for (std::size_t i = 0; i < count; ++i)
 		parts.parts.push_back({"new" + std::to_string(i), static_cast<uint32_t>(i) * 0x10000, 0x10000});
 	return parts;
@@ -155,8 +155,8 @@ operation creating(const flash &flash, registry found, std::size_t count)
 		.board = "spi",
 		.start = finding(found, flash.config.inst_id),
 		.run = [=] { return conformance::create(flash.config.inst_id, parts); },
-		.done = [=] { return board::created_parts() == parts.parts && has_names(parts) && has_settings(flash); },
-		.done_in_part = [=] { return board::created_parts() == parts.parts && has_names(parts) && has_other_settings(flash); },
+		.done = [=] { return harness::created_parts() == parts.parts && has_names(parts) && has_settings(flash); },
+		.done_in_part = [=] { return harness::created_parts() == parts.parts && has_names(parts) && has_other_settings(flash); },
 		.settle = empty_registry,
 		// Readers may hold on to the names that are replaced.
 		.kept = found == registry::created ? g_old_allocations : 0};
@@ -187,13 +187,13 @@ operation registering()
 	return {.name = "drv_flash_driver_register",
 		.scenario = "first",
 		.board = "spi",
-		.start = [] { board::call("drv_flash_driver_unregister", {}); },
+		.start = [] { harness::call("drv_flash_driver_unregister", {}); },
 		.run =
 			[] {
-				board::register_driver();
+				harness::register_driver();
 				return 0u;
 			},
-		.done = [] { return board::global("g_flash_funcs", 8) != bytes(8); }};
+		.done = [] { return harness::global("g_flash_funcs", 8) != bytes(8); }};
 }
 
 operation unregistering()
@@ -201,13 +201,13 @@ operation unregistering()
 	return {.name = "drv_flash_driver_unregister",
 		.scenario = "registered",
 		.board = "spi",
-		.start = [] { board::register_driver(); },
+		.start = [] { harness::register_driver(); },
 		.run =
 			[] {
-				board::call("drv_flash_driver_unregister", {});
+				harness::call("drv_flash_driver_unregister", {});
 				return 0u;
 			},
-		.done = [] { return board::global("g_flash_funcs", 8) == bytes(8); }};
+		.done = [] { return harness::global("g_flash_funcs", 8) == bytes(8); }};
 }
 
 } // namespace

@@ -23,29 +23,29 @@ operation reading_sections(const instance &of)
 	return {.name = "drv_flash_init",
 		.scenario = of.scenario,
 		.board = "tables",
-		.devices = {device("nor", board::mtd_nor), device("usrdata", board::mtd_nand)},
-		.run = [=] { return board::call("drv_flash_init", {of.id}); },
+		.devices = {device("nor", harness::mtd_nor), device("usrdata", harness::mtd_nand)},
+		.run = [=] { return harness::call("drv_flash_init", {of.id}); },
 		.done = [=] { return conformance::has_entry(of.id); },
 		.done_in_part = [] { return true; }, // with an entry or without: held memory tells of a half one
 		.settle =
 			[=] {
 				if (conformance::has_entry(of.id))
-					board::call("drv_flash_exit", {of.id});
+					harness::call("drv_flash_exit", {of.id});
 			},
 		.kept_after = sections_without_entry};
 }
 
 operation listing_partitions()
 {
-	const auto count = [] { return conformance::u32_at(board::global("g_flash_mtd_info_list_num", 4), 0); };
+	const auto count = [] { return conformance::u32_at(harness::global("g_flash_mtd_info_list_num", 4), 0); };
 	return {.name = "drv_flash_mtd_info_init",
 		.scenario = "of_another_instance",
 		.board = "tables",
-		.start = [] { board::call("drv_flash_mtd_info_deinit", {}); },
-		.run = [] { return board::call("drv_flash_mtd_info_init", {2}); },
+		.start = [] { harness::call("drv_flash_mtd_info_deinit", {}); },
+		.run = [] { return harness::call("drv_flash_mtd_info_init", {2}); },
 		.done = [=] { return count() == 1; },
 		.done_in_part = [=] { return count() == 0; },
-		.settle = [] { board::call("drv_flash_mtd_info_deinit", {}); }};
+		.settle = [] { harness::call("drv_flash_mtd_info_deinit", {}); }};
 }
 
 // An entry of a partition map, read into a part.
@@ -65,7 +65,7 @@ operation reading_part()
 		.start = emptying(part),
 		.run =
 			[=] {
-				return board::call("drv_flash_spi_chip_entry_parse", {0x50, "whole", part.get()});
+				return harness::call("drv_flash_spi_chip_entry_parse", {0x50, "whole", part.get()});
 			},
 		.done = [=] { return has(0x1000, 0x2000); },
 		.done_in_part = [=] { return has(untouched_number, untouched_number); }};

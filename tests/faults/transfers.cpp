@@ -11,7 +11,7 @@ constexpr uint32_t g_default_instance = 0xFFFFFFFF;
 
 struct range {
 	const char *scenario;
-	board::mtd_spec on;
+	harness::mtd_spec on;
 	uint32_t offset;
 	uint32_t length;
 };
@@ -27,7 +27,7 @@ operation read_by_name(const range &range)
 		.start = emptying(buffer),
 		.run =
 			[=] {
-				return board::call("drv_flash_mtd_read", {name, range.offset, buffer.get(), range.length});
+				return harness::call("drv_flash_mtd_read", {name, range.offset, buffer.get(), range.length});
 			},
 		.done = holds(buffer, content_of(0, range.offset, range.length))};
 }
@@ -39,10 +39,10 @@ operation write_by_name(const range &range)
 	return {.name = "drv_flash_mtd_write",
 		.scenario = range.scenario,
 		.board = "transfers",
-		.devices = {range.on, device("beside", board::mtd_nand)},
+		.devices = {range.on, device("beside", harness::mtd_nand)},
 		.run =
 			[=] {
-				return board::call("drv_flash_mtd_write", {name, range.offset, buffer.get(), range.length});
+				return harness::call("drv_flash_mtd_write", {name, range.offset, buffer.get(), range.length});
 			},
 		.written = target{0, range.offset, *buffer}};
 }
@@ -55,7 +55,7 @@ operations by_name(const range &range)
 // A section of the board "sections": its first device is the one that the section lies on.
 struct section_range {
 	const char *scenario;
-	board::mtd_spec on;
+	harness::mtd_spec on;
 	uint32_t section;
 	uint32_t address; // where the section begins
 	uint32_t offset;
@@ -72,8 +72,8 @@ operation read_by_section(const section_range &range)
 		.start = emptying(buffer),
 		.run =
 			[=] {
-				return board::call("drv_flash_read",
-						   {g_default_instance, range.section, range.offset, buffer.get(), range.length});
+				return harness::call("drv_flash_read",
+						     {g_default_instance, range.section, range.offset, buffer.get(), range.length});
 			},
 		.done = holds(buffer, content_of(0, range.offset - range.address, range.length))};
 }
@@ -84,11 +84,11 @@ operation write_by_section(const section_range &range)
 	return {.name = "drv_flash_write",
 		.scenario = range.scenario,
 		.board = "sections",
-		.devices = {range.on, device("beside", board::mtd_nand)},
+		.devices = {range.on, device("beside", harness::mtd_nand)},
 		.run =
 			[=] {
-				return board::call("drv_flash_write",
-						   {g_default_instance, range.section, range.offset, buffer.get(), range.length});
+				return harness::call("drv_flash_write",
+						     {g_default_instance, range.section, range.offset, buffer.get(), range.length});
 			},
 		.written = target{0, range.offset - range.address, *buffer}};
 }
@@ -104,7 +104,7 @@ const char *const g_longest_name = "abcdefghijklmnopqrstuvwxyz01234";
 
 operations transfers()
 {
-	using namespace board;
+	using namespace harness;
 	operations all;
 
 	for (const range &range : {

@@ -86,20 +86,20 @@ std::vector<std::size_t> struck_positions(const std::vector<std::string> &trace,
 trial::trial(const operation &operation) : operation_(operation)
 {
 	std::signal(SIGABRT, show_current_attempt);
-	board::reset();
-	board::configure(operation.board);
+	harness::reset();
+	harness::configure(operation.board);
 	for (std::size_t i = 0; i < operation.devices.size(); ++i) {
-		const int device = board::add_mtd(operation.devices[i]);
+		const int device = harness::add_mtd(operation.devices[i]);
 		contents_.push_back(conformance::pattern(operation.devices[i].size, static_cast<uint32_t>(i) + 1));
-		board::set_mtd_content(device, 0, contents_.back());
+		harness::set_mtd_content(device, 0, contents_.back());
 	}
-	if (operation.on_loaded_module && board::load() != 0)
+	if (operation.on_loaded_module && harness::load() != 0)
 		complain("the module does not load");
 }
 
 trial::~trial()
 {
-	board::reset();
+	harness::reset();
 }
 
 unsigned long trial::injected()
@@ -175,12 +175,12 @@ void trial::try_flash_faults()
 {
 	if (!operation_.written)
 		return;
-	const board::mtd_activity untouched = activity_;
-	try_flash_faults(board::flash_operation::erase, untouched.erases);
-	try_flash_faults(board::flash_operation::write, untouched.writes);
+	const harness::mtd_activity untouched = activity_;
+	try_flash_faults(harness::flash_operation::erase, untouched.erases);
+	try_flash_faults(harness::flash_operation::write, untouched.writes);
 }
 
-void trial::try_flash_faults(board::flash_operation operation, uint64_t count)
+void trial::try_flash_faults(harness::flash_operation operation, uint64_t count)
 {
 	for (uint64_t nth = 1; nth <= count && complaints_ < g_most_complaints; ++nth) {
 		flash_fault_ = flash_fault{operation, nth};
@@ -200,27 +200,27 @@ uint32_t trial::run_once(const std::vector<fault> &faults)
 	for (const fault &fault : faults)
 		attempt_ += "; " + described(fault);
 	if (flash_fault_)
-		attempt_ += (flash_fault_->operation == board::flash_operation::erase ? "; erase no. " : "; write no. ") +
+		attempt_ += (flash_fault_->operation == harness::flash_operation::erase ? "; erase no. " : "; write no. ") +
 			    std::to_string(flash_fault_->nth) + " of the flash";
 	attempt_.copy(g_current_attempt.data(), g_current_attempt.size() - 1);
 	g_current_attempt[std::min(attempt_.size(), g_current_attempt.size() - 1)] = '\0';
 
 	if (target)
-		board::set_mtd_content(target->device, 0, contents_[static_cast<std::size_t>(target->device)]);
-	before_ = board::held();
+		harness::set_mtd_content(target->device, 0, contents_[static_cast<std::size_t>(target->device)]);
+	before_ = harness::held();
 	operation_.start();
 	simulation::reset_calls();
 	simulation::forget_log();
 	for (const fault &fault : faults)
 		simulation::arm(function_of(fault.call), fault.result, fault.nth, fault.sticky);
-	const board::mtd_activity before = target ? board::mtd_count(target->device) : board::mtd_activity{};
+	const harness::mtd_activity before = target ? harness::mtd_count(target->device) : harness::mtd_activity{};
 	if (flash_fault_)
-		board::fail_flash(target->device, flash_fault_->operation, flash_fault_->nth);
+		harness::fail_flash(target->device, flash_fault_->operation, flash_fault_->nth);
 	const uint32_t code = operation_.run();
-	const board::mtd_activity after = target ? board::mtd_count(target->device) : board::mtd_activity{};
+	const harness::mtd_activity after = target ? harness::mtd_count(target->device) : harness::mtd_activity{};
 	activity_ = {after.erases - before.erases, after.writes - before.writes};
-	hits_ = board::faults_hit();
-	trace_ = board::calls();
+	hits_ = harness::faults_hit();
+	trace_ = harness::calls();
 	struck_ = struck_positions(trace_, faults);
 	simulation::reset_calls();
 	g_injected += hits_;
@@ -272,7 +272,7 @@ void trial::judge_success()
 void trial::judge_flash(bool must_be_written)
 {
 	for (std::size_t i = 0; i < contents_.size(); ++i) {
-		const bytes present = board::mtd_content(static_cast<int>(i), 0, contents_[i].size());
+		const bytes present = harness::mtd_content(static_cast<int>(i), 0, contents_[i].size());
 		const bool is_old = present == contents_[i];
 
 		if (!operation_.written || operation_.written->device != static_cast<int>(i)) {
@@ -328,13 +328,13 @@ void trial::judge_flash_fault(uint32_t code)
 	if (is_silent ? code != 0 : !is_told)
 		complain("the code " + std::to_string(code) + " is not what is documented of a flash that fails");
 	for (std::size_t i = 0; i < contents_.size(); ++i) {
-		const bytes present = board::mtd_content(static_cast<int>(i), 0, contents_[i].size());
+		const bytes present = harness::mtd_content(static_cast<int>(i), 0, contents_[i].size());
 		const bool is_target = operation_.written->device == static_cast<int>(i);
 		if (is_target ? !may_be_left(present) : present != contents_[i])
 			complain("mtd" + std::to_string(i) +
 				 " was changed beyond the erase blocks of the range, or in them to something new");
 		// RAM is written sector by sector, and most of these do not change.
-		if (is_target && operation_.devices[i].type != board::mtd_ram && present == written_content())
+		if (is_target && operation_.devices[i].type != harness::mtd_ram && present == written_content())
 			complain("the flash failed, and all is written");
 	}
 }
@@ -354,13 +354,13 @@ void trial::judge_end()
 
 	operation_.settle();
 	repair_platform();
-	board::holdings expected = before_;
+	harness::holdings expected = before_;
 	expected.heap += operation_.kept;
 	if (kept_after.allocations && is_struck(kept_after.function))
 		expected.heap += kept_after.allocations;
-	if (const auto held = board::held(); held != expected)
+	if (const auto held = harness::held(); held != expected)
 		complain("held before: " + testing::PrintToString(expected) + "; now: " + testing::PrintToString(held));
-	if (board::loaded() != operation_.on_loaded_module)
+	if (harness::loaded() != operation_.on_loaded_module)
 		complain("the module is loaded where it should not be, or the other way round");
 }
 

@@ -23,7 +23,7 @@ struct fault {
 
 // One erase or write of the flash that the operation writes to made to fail.
 struct flash_fault {
-	board::flash_operation operation;
+	harness::flash_operation operation;
 	uint64_t nth; // from 1
 };
 
@@ -55,7 +55,7 @@ private:
 	void try_with(const std::vector<fault> &faults);
 	void try_untouched();
 	void try_flash_faults();
-	void try_flash_faults(board::flash_operation operation, uint64_t count);
+	void try_flash_faults(harness::flash_operation operation, uint64_t count);
 
 	uint32_t run_once(const std::vector<fault> &faults);
 	void judge_faulted(const std::vector<fault> &faults, uint32_t code);
@@ -72,9 +72,9 @@ private:
 
 	const operation &operation_;
 	std::vector<bytes> contents_; // of the devices, before the operation
-	board::holdings before_;
+	harness::holdings before_;
 	std::optional<flash_fault> flash_fault_; // of the next run
-	board::mtd_activity activity_ = {};	 // of the flash to be written, in the latest run
+	harness::mtd_activity activity_ = {};	 // of the flash to be written, in the latest run
 	std::vector<std::string> trace_;	 // of the latest run
 	std::vector<std::size_t> struck_;	 // positions in it that faults struck
 	unsigned hits_ = 0;			 // faults that came to be in it

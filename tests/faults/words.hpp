@@ -12,7 +12,7 @@ namespace faults {
 
 inline constexpr uint32_t erase_size = 0x1000;
 
-inline board::mtd_spec device(const std::string &name, uint32_t type, uint64_t size = 0x4000)
+inline harness::mtd_spec device(const std::string &name, uint32_t type, uint64_t size = 0x4000)
 {
 	return {.name = name, .size = size, .type = type, .erase_size = erase_size};
 }

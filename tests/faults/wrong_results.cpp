@@ -186,7 +186,7 @@ constexpr std::string_view g_never_failing[] = {
 
 constexpr std::string_view g_functions[] = {
 #define FLASH_CALL(name, arguments) #name,
-#include "../conformance/calls.def"
+#include "calls.def"
 #undef FLASH_CALL
 };
 

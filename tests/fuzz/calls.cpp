@@ -96,14 +96,14 @@ bytes fresh(input &from, std::size_t size)
 }
 
 // A place for an answer of the kernel's own callers, now and then none.
-board::argument answer(input &from, bytes &place)
+harness::argument answer(input &from, bytes &place)
 {
-	return from.one_in(8) ? board::argument(nullptr) : board::argument(&place);
+	return from.one_in(8) ? harness::argument(nullptr) : harness::argument(&place);
 }
 
-board::argument name_argument(input &from, std::string_view name)
+harness::argument name_argument(input &from, std::string_view name)
 {
-	return from.one_in(16) ? board::argument(nullptr) : board::argument(std::string(name));
+	return from.one_in(16) ? harness::argument(nullptr) : harness::argument(std::string(name));
 }
 
 } // namespace
@@ -136,7 +136,7 @@ made_call caller::ask(input &from)
 			 {FLASH_MNG_GET_NAND_IS_EXIST, sizeof(uint32_t)},
 			 {FLASH_MNG_GET_MTD_STATISTICS, sizeof(flash_mtd_statistics)}};
 	const auto &[command, size] = from.of(questions);
-	return {.code = board::ioctl(command, records_.place(from, size)).code()};
+	return {.code = harness::ioctl(command, records_.place(from, size)).code()};
 }
 
 made_call caller::find(input &from)
@@ -149,7 +149,7 @@ made_call caller::find(input &from)
 	record.name = data_.place(from, record.name_length, bytes(name.begin(), name.end()));
 	const uint64_t address = records_.place(from, sizeof(record), bytes_of(record));
 	interfere(from, address, bytes_of(record));
-	const uint32_t code = board::ioctl(by_name ? FLASH_MNG_FIND_CONFIG : FLASH_MNG_FIND_CONFIG_BY_INST, address).code();
+	const uint32_t code = harness::ioctl(by_name ? FLASH_MNG_FIND_CONFIG : FLASH_MNG_FIND_CONFIG_BY_INST, address).code();
 	data_.give_back();
 	return {.code = code};
 }
@@ -168,7 +168,7 @@ made_call caller::request(input &from)
 	if (made.touched && write)
 		made.data = at(buffer, length);
 	interfere(from, address, bytes_of(record));
-	made.code = board::ioctl(write ? FLASH_MNG_MTD_WRITE : FLASH_MNG_MTD_READ, address).code();
+	made.code = harness::ioctl(write ? FLASH_MNG_MTD_WRITE : FLASH_MNG_MTD_READ, address).code();
 	data_.give_back();
 	if (made.touched && !write)
 		made.data = at(buffer, length);
@@ -181,7 +181,7 @@ made_call caller::any_command(input &from)
 	// Known transfers are made with records of their own.
 	if (number == FLASH_MNG_MTD_READ || number == FLASH_MNG_MTD_WRITE)
 		return request(from);
-	return {.code = board::ioctl(number, records_.place(from, sizeof(flash_mtd_statistics))).code()};
+	return {.code = harness::ioctl(number, records_.place(from, sizeof(flash_mtd_statistics))).code()};
 }
 
 made_call caller::transfer(input &from)
@@ -192,8 +192,8 @@ made_call caller::transfer(input &from)
 	const uint32_t offset = from.start_of(length);
 	bytes buffer = fresh(from, std::min<std::size_t>(length, most_bytes));
 	made_call made = {.what = write ? kind::write : kind::read, .touched = range_in(name, offset, length)};
-	made.code = board::call(write ? "drv_flash_mtd_write" : "drv_flash_mtd_read",
-				{name_argument(from, name), offset, answer(from, buffer), length});
+	made.code = harness::call(write ? "drv_flash_mtd_write" : "drv_flash_mtd_read",
+				  {name_argument(from, name), offset, answer(from, buffer), length});
 	made.data = std::move(buffer);
 	return made;
 }
@@ -208,7 +208,7 @@ made_call caller::section(input &from)
 	bytes buffer = fresh(from, std::min<std::size_t>(length, most_bytes));
 	made_call made = {
 		.what = write ? kind::write : kind::read, .touched = range_in_section(inst_id, id, address, length), .by_section = true};
-	made.code = board::call(write ? "drv_flash_write" : "drv_flash_read", {inst_id, id, address, answer(from, buffer), length});
+	made.code = harness::call(write ? "drv_flash_write" : "drv_flash_read", {inst_id, id, address, answer(from, buffer), length});
 	made.data = std::move(buffer);
 	return made;
 }
@@ -220,19 +220,19 @@ made_call caller::ask_kernel(input &from)
 	bytes size(sizeof(uint64_t));
 	switch (from.byte() % 7) {
 	case 0:
-		return {.code = board::call("drv_flash_get_nand_part_size_info", {answer(from, info)})};
+		return {.code = harness::call("drv_flash_get_nand_part_size_info", {answer(from, info)})};
 	case 1:
-		return {.code = board::call("drv_flash_get_nand_part_num", {answer(from, number)})};
+		return {.code = harness::call("drv_flash_get_nand_part_num", {answer(from, number)})};
 	case 2:
-		return {.code = board::call("drv_flash_get_nand_is_exist", {answer(from, number)})};
+		return {.code = harness::call("drv_flash_get_nand_is_exist", {answer(from, number)})};
 	case 3:
-		return {.code = board::call("drv_flash_get_mtd_size", {name_argument(from, name_of(from)), answer(from, size)})};
+		return {.code = harness::call("drv_flash_get_mtd_size", {name_argument(from, name_of(from)), answer(from, size)})};
 	case 4:
-		return {.code = board::call("drv_flash_get_type", {name_argument(from, name_of(from)), answer(from, number)})};
+		return {.code = harness::call("drv_flash_get_type", {name_argument(from, name_of(from)), answer(from, number)})};
 	case 5:
-		return {.code = board::call("flash_mng_drv_patch_func1", {})};
+		return {.code = harness::call("flash_mng_drv_patch_func1", {})};
 	default:
-		return {.code = board::call("flash_mng_drv_patch_func2", {})};
+		return {.code = harness::call("flash_mng_drv_patch_func2", {})};
 	}
 }
 
@@ -245,29 +245,30 @@ made_call caller::spi_flash(input &from)
 	const uint32_t choice = from.byte();
 	switch (choice % 6) {
 	case 0:
-		board::register_driver({.get_size = choice < 240, .create = choice < 248, .destroy = choice < 244});
+		harness::register_driver({.get_size = choice < 240, .create = choice < 248, .destroy = choice < 244});
 		break;
 	case 1:
 		if (choice > 128)
-			board::call("drv_flash_driver_unregister", {});
+			harness::call("drv_flash_driver_unregister", {});
 		break;
 	case 2:
 	case 3: {
-		board::parts_spec spec;
+		harness::parts_spec spec;
 		for (uint32_t count = from.byte() % 4; count; --count)
 			spec.parts.push_back({std::string(name_of(from)), from.size(), from.size()});
 		spec.null_parts = from.one_in(16);
 		made.flash = flash_call::create;
-		made.code = board::call("drv_flash_create", {inst_id, from.one_in(16) ? board::argument(nullptr) : board::argument(&spec)});
+		made.code = harness::call("drv_flash_create",
+					  {inst_id, from.one_in(16) ? harness::argument(nullptr) : harness::argument(&spec)});
 		break;
 	}
 	case 4:
 		made.flash = flash_call::destroy;
-		made.code = board::call("drv_flash_destroy", {inst_id});
+		made.code = harness::call("drv_flash_destroy", {inst_id});
 		break;
 	default:
 		made.flash = flash_call::size;
-		made.code = board::call("drv_flash_get_size", {inst_id, from.number(), answer(from, size)});
+		made.code = harness::call("drv_flash_get_size", {inst_id, from.number(), answer(from, size)});
 	}
 	return made;
 }

@@ -21,8 +21,8 @@ struct device {
 	uint32_t type;
 };
 inline constexpr std::array devices = {
-	device{"boot", board::mtd_nand}, device{"config", board::mtd_nand}, device{"usrdata", board::mtd_nand},
-	device{"nor", board::mtd_nor},	 device{"ram", board::mtd_ram},
+	device{"boot", harness::mtd_nand}, device{"config", harness::mtd_nand}, device{"usrdata", harness::mtd_nand},
+	device{"nor", harness::mtd_nor},   device{"ram", harness::mtd_ram},
 };
 
 // Bytes of a device that a call reads or writes.

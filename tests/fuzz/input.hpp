@@ -8,11 +8,11 @@
 #include <iterator>
 #include <span>
 
-#include "board.hpp"
+#include "harness.hpp"
 
 namespace fuzz {
 
-using board::bytes;
+using harness::bytes;
 
 class input {
 public:

@@ -74,7 +74,7 @@ public:
 	{
 		if (unlocks_)
 			simulation::reset_hard_locks();
-		if (deregisters_ && !board::loaded())
+		if (deregisters_ && !harness::loaded())
 			simulation::reset_log();
 	}
 

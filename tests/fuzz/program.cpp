@@ -10,35 +10,35 @@ namespace {
 
 bool inside(const uint8_t *start, std::size_t length, uint64_t address, std::size_t size)
 {
-	const uint64_t first = board::user_address(start);
+	const uint64_t first = harness::user_address(start);
 	return address >= first && address <= first + length && size <= first + length - address;
 }
 
 } // namespace
 
 piece::piece(std::size_t size)
-	: size_(size), writable_(board::user_memory(size)), read_only_(board::user_memory(size, board::access::read_only))
+	: size_(size), writable_(harness::user_memory(size)), read_only_(harness::user_memory(size, harness::access::read_only))
 {
 }
 
 uint64_t piece::place(input &from, std::size_t size, const bytes &content)
 {
 	const std::size_t used = std::min(size, size_);
-	uint64_t address = board::user_address(writable_) + size_ - used;
+	uint64_t address = harness::user_address(writable_) + size_ - used;
 	switch (from.byte() % 32) {
 	case 0:
 		return 0;
 	case 1:
-		return board::unmapped_address();
+		return harness::unmapped_address();
 	case 2:
-		return board::kernel_address();
+		return harness::kernel_address();
 	case 3:
 		return ~uint64_t(0) - from.byte();
 	case 4:
 		address += (used + 1) / 2;
 		break;
 	case 5:
-		address = board::user_address(read_only_) + size_ - used;
+		address = harness::user_address(read_only_) + size_ - used;
 		break;
 	}
 	put(address, content);
@@ -63,12 +63,12 @@ void piece::change(uint64_t address, const bytes &content) const
 
 void piece::take_away() const
 {
-	board::protect(writable_, size_, board::access::none);
+	harness::protect(writable_, size_, harness::access::none);
 }
 
 void piece::give_back() const
 {
-	board::protect(writable_, size_, board::access::read_write);
+	harness::protect(writable_, size_, harness::access::read_write);
 }
 
 void piece::put(uint64_t address, const bytes &content) const
@@ -79,11 +79,11 @@ void piece::put(uint64_t address, const bytes &content) const
 	const std::size_t fits = std::min<std::size_t>(content.size(), static_cast<std::size_t>(end - start));
 
 	if (!into_writable)
-		board::protect(read_only_, size_, board::access::read_write);
+		harness::protect(read_only_, size_, harness::access::read_write);
 	if (fits)
 		std::memcpy(start, content.data(), fits);
 	if (!into_writable)
-		board::protect(read_only_, size_, board::access::read_only);
+		harness::protect(read_only_, size_, harness::access::read_only);
 }
 
 } // namespace fuzz

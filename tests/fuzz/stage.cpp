@@ -17,8 +17,8 @@ uint64_t g_calls_made;
 // The board is power-on fresh before the memory of the calling program is made.
 caller on_fresh_board(std::string_view configuration)
 {
-	board::reset();
-	board::configure(configuration);
+	harness::reset();
+	harness::configure(configuration);
 	return {};
 }
 
@@ -51,32 +51,32 @@ uint64_t calls_made()
 stage::stage(std::string_view configuration) : caller_(on_fresh_board(configuration))
 {
 	for (std::size_t i = 0; i < devices.size(); ++i) {
-		board::add_mtd({.name = devices[i].name, .size = device_size, .type = devices[i].type, .erase_size = erase_size});
+		harness::add_mtd({.name = devices[i].name, .size = device_size, .type = devices[i].type, .erase_size = erase_size});
 		contents_.push_back(first_content(i));
-		board::set_mtd_content(static_cast<int>(i), 0, contents_.back());
+		harness::set_mtd_content(static_cast<int>(i), 0, contents_.back());
 	}
 	reload();
-	board::forget();
+	harness::forget();
 }
 
 stage::~stage()
 {
 	unload();
-	board::reset();
+	harness::reset();
 }
 
 std::vector<std::string> stage::step(input &from)
 {
-	const board::holdings before = board::held();
+	const harness::holdings before = harness::held();
 	made_call call = {.what = kind::reload};
-	if (board::loaded())
+	if (harness::loaded())
 		call = caller_.make(from);
 	if (call.what == kind::reload)
 		call = reload();
 	++g_calls_made;
 	judge_held(before, call);
 	judge_flash(call);
-	auto trace = board::calls();
+	auto trace = harness::calls();
 	simulation::reset_calls();
 	simulation::forget_log();
 	return trace;
@@ -86,26 +86,26 @@ made_call stage::reload()
 {
 	unload();
 	kept_ = std::exchange(next_kept_, 0);
-	const uint32_t code = board::load();
-	if (!board::loaded())
+	const uint32_t code = harness::load();
+	if (!harness::loaded())
 		unload();
 	return {.what = kind::reload, .code = code};
 }
 
 void stage::unload()
 {
-	if (board::loaded())
-		board::unload();
+	if (harness::loaded())
+		harness::unload();
 	flashes_.forget();
-	const long left = board::held().heap - unloaded_heap_;
+	const long left = harness::held().heap - unloaded_heap_;
 	if (left < 0 || left > kept_)
 		wrong(std::to_string(left) + " heap allocations stay after the unload");
 	unloaded_heap_ += left;
 }
 
-void stage::judge_held(const board::holdings &before, const made_call &call)
+void stage::judge_held(const harness::holdings &before, const made_call &call)
 {
-	const board::holdings now = board::held();
+	const harness::holdings now = harness::held();
 	if (now.virtual_memory || now.mtd_references || now.open_files || now.locks)
 		wrong("virtual memory, a device, a file or a lock is still held");
 	if (!flashes_.enter(call.flash, call.inst_id, call.code, now.heap - before.heap))
@@ -122,7 +122,7 @@ void stage::judge_flash(const made_call &call)
 	if (is_transfer(call) && call.code == 0 && exact && !call.touched)
 		wrong("a transfer that cannot be made succeeds");
 	for (std::size_t i = 0; i < devices.size(); ++i) {
-		bytes present = board::mtd_content(static_cast<int>(i), 0, device_size);
+		bytes present = harness::mtd_content(static_cast<int>(i), 0, device_size);
 		if (!exact)
 			contents_[i] = present;
 		if (call.what == kind::write && call.touched && call.touched->device == i) {

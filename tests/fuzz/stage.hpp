@@ -34,7 +34,7 @@ public:
 private:
 	made_call reload();
 	void unload();
-	void judge_held(const board::holdings &before, const made_call &call);
+	void judge_held(const harness::holdings &before, const made_call &call);
 	void judge_flash(const made_call &call);
 
 	caller caller_;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// flash-board simulate against the real module: boards made up on the desk, with what was said there about each.
+// flash-board simulate against the real module: boards made up on the host, with what was said there about each.
 #include <nlohmann/json.hpp>
 
 #include <fstream>
@@ -24,9 +24,9 @@ json as_printed(const std::string &text)
 json messages()
 {
 	json all = json::array();
-	for (const log_line &line : board::log())
+	for (const log_line &line : harness::log())
 		all.push_back({{"log", line.module_id ? "flash_mng" : "common"}, {"level", line.level}, {"text", as_printed(line.text)}});
-	board::forget();
+	harness::forget();
 	return all;
 }
 
@@ -45,8 +45,8 @@ protected:
 		const json all = json::parse(file);
 		expected = all["simulated"];
 		for (const json &one : all["layout"])
-			board::add_mtd({.name = one["name"], .size = one["size"], .erase_size = one["erase_size"]});
-		board::configure("agreement/" + std::to_string(GetParam()));
+			harness::add_mtd({.name = one["name"], .size = one["size"], .erase_size = one["erase_size"]});
+		harness::configure("agreement/" + std::to_string(GetParam()));
 		board_text = all["board"];
 	}
 
@@ -55,17 +55,18 @@ protected:
 		for (const json &one : expected["sections"]) {
 			bytes byte(1);
 			const uint32_t last = one["offset"].get<uint32_t>() + one["size"].get<uint32_t>() - 1;
-			EXPECT_EQ(board::call("drv_flash_read", {g_default_instance, one["id"].get<uint32_t>(), last, &byte, 1}),
+			EXPECT_EQ(harness::call("drv_flash_read", {g_default_instance, one["id"].get<uint32_t>(), last, &byte, 1}),
 				  one["last_byte"].get<uint32_t>())
 				<< one;
 		}
-		board::forget();
+		harness::forget();
 	}
 
 	void compare_flash(const json &one) const
 	{
 		bytes config(32);
-		EXPECT_EQ(board::call("drv_flash_get_sfc_config", {one["instance"].get<uint32_t>(), &config}), one["code"].get<uint32_t>());
+		EXPECT_EQ(harness::call("drv_flash_get_sfc_config", {one["instance"].get<uint32_t>(), &config}),
+			  one["code"].get<uint32_t>());
 		const char *const fields[] = {"described_by", "chip", "controller", "chip_select", "lock_type"};
 		for (std::size_t i = 0; one["code"] == 0 && i < std::size(fields); i++)
 			EXPECT_EQ(u32_at(config, 4 * (i + 1)), one[fields[i]].get<uint32_t>()) << fields[i];
@@ -77,7 +78,7 @@ protected:
 			if (one["instance"] != instance)
 				continue;
 			bytes part(40);
-			EXPECT_EQ(board::call("drv_flash_spi_chip_entry_parse", {instance, one["entry"].get<std::string>(), &part}),
+			EXPECT_EQ(harness::call("drv_flash_spi_chip_entry_parse", {instance, one["entry"].get<std::string>(), &part}),
 				  one["code"].get<uint32_t>());
 			if (one["code"] != 0)
 				continue;
@@ -94,21 +95,21 @@ protected:
 TEST_P(agreement, of_simulation_and_module)
 {
 	SCOPED_TRACE(board_text);
-	ASSERT_EQ(board::load(), expected["load_code"].get<uint32_t>());
-	const auto failure = board::load_report()->failure;
+	ASSERT_EQ(harness::load(), expected["load_code"].get<uint32_t>());
+	const auto failure = harness::load_report()->failure;
 	EXPECT_EQ(failure ? json(*failure) : json(), expected["failure"]);
 	EXPECT_EQ(messages(), expected["load_messages"]);
 	if (expected["load_code"] != 0)
 		return;
-	EXPECT_EQ(text_in(board::global("g_usrdata_mtd_name", 32)), expected["user_data_partition"]);
-	EXPECT_EQ(u32_at(board::global("g_flash_mtd_info_list_num", 4), 0), expected["partitions"].size());
+	EXPECT_EQ(text_in(harness::global("g_usrdata_mtd_name", 32)), expected["user_data_partition"]);
+	EXPECT_EQ(u32_at(harness::global("g_flash_mtd_info_list_num", 4), 0), expected["partitions"].size());
 	compare_sections();
 	for (const json &one : expected["spi_flashes"]) {
 		compare_flash(one);
 		compare_map(one["instance"]);
 	}
 	EXPECT_EQ(messages(), expected["search_messages"]);
-	board::unload();
+	harness::unload();
 }
 
 INSTANTIATE_TEST_SUITE_P(boards, agreement, testing::Range(0, g_boards));

@@ -40,8 +40,8 @@ class manual_examples : public on_loaded_module {
 protected:
 	void prepare() override
 	{
-		board::configure("transfers");
-		board::add_mtd({.name = "usrdata", .size = 0x20000, .erase_size = 0x4000});
+		harness::configure("transfers");
+		harness::add_mtd({.name = "usrdata", .size = 0x20000, .erase_size = 0x4000});
 	}
 };
 
@@ -58,7 +58,7 @@ protected:
 	{
 		on_board::SetUp();
 		for (const auto *name : {"boot", "usrdata"})
-			board::add_mtd({.name = name, .size = 0x100000, .erase_size = 0x20000});
+			harness::add_mtd({.name = name, .size = 0x100000, .erase_size = 0x20000});
 		guest::write_file(board_selector, "cards");
 		for (const auto *name : {"flash_mng", "spi_flash_driver", "demo_client"})
 			ASSERT_EQ(guest::insert_module(guest::module_file(name)), 0) << name;

@@ -87,18 +87,18 @@ protected:
 
 	void prepare() override
 	{
-		board::configure("transfers");
-		listed_ = board::add_mtd({.name = name_, .size = size_, .type = board::mtd_mlc_nand, .erase_size = block_});
-		board::set_mtd_content(listed_, 0, before_);
+		harness::configure("transfers");
+		listed_ = harness::add_mtd({.name = name_, .size = size_, .type = harness::mtd_mlc_nand, .erase_size = block_});
+		harness::set_mtd_content(listed_, 0, before_);
 		if (lonely_)
 			return;
-		board::add_mtd({.name = "usrdata"});
-		board::add_mtd({.name = "nor", .type = board::mtd_nor});
+		harness::add_mtd({.name = "usrdata"});
+		harness::add_mtd({.name = "nor", .type = harness::mtd_nor});
 	}
 
 	words write_of(const scratch_file &file) const { return {"write", name_, file.path(), "--offset", std::to_string(offset_)}; }
 
-	bytes content() const { return board::mtd_content(listed_, 0, size_); }
+	bytes content() const { return harness::mtd_content(listed_, 0, size_); }
 
 	bytes with_new_data() const
 	{
@@ -166,7 +166,7 @@ TEST_F(flashctl_on_board, plans_writes_verifies_and_leaves_out)
 	dry_run.push_back("--dry-run");
 	EXPECT_EQ(flashctl(dry_run)["result"]["action"], "planned");
 	EXPECT_EQ(content(), before_);
-	EXPECT_EQ(board::mtd_count(listed_).erases, 0u);
+	EXPECT_EQ(harness::mtd_count(listed_).erases, 0u);
 
 	const json written = flashctl(write_of(file));
 	expect_ended(written, 0, "done");
@@ -174,13 +174,13 @@ TEST_F(flashctl_on_board, plans_writes_verifies_and_leaves_out)
 	EXPECT_EQ(written["result"]["erase_blocks"], 2);
 	EXPECT_EQ(written["result"]["compared_bytes"], size_);
 	EXPECT_EQ(content(), with_new_data());
-	EXPECT_EQ(board::mtd_count(listed_).erases, 2u);
+	EXPECT_EQ(harness::mtd_count(listed_).erases, 2u);
 
 	const json again = flashctl(write_of(file));
 	expect_ended(again, 0, "done");
 	EXPECT_EQ(again["result"]["action"], "unchanged");
 	EXPECT_EQ(again["result"]["found_sha256"], json());
-	EXPECT_EQ(board::mtd_count(listed_).erases, 2u);
+	EXPECT_EQ(harness::mtd_count(listed_).erases, 2u);
 }
 
 TEST_F(flashctl_on_board, verifies_and_finds_the_first_difference)
@@ -189,7 +189,7 @@ TEST_F(flashctl_on_board, verifies_and_finds_the_first_difference)
 	other[200] ^= 1;
 	const scratch_file right(bytes(before_.begin(), before_.begin() + length_)), wrong(other);
 	expect_ended(flashctl({"verify", name_, right.path()}), 0, "done");
-	board::set_mtd_content(listed_, offset_, data_);
+	harness::set_mtd_content(listed_, offset_, data_);
 	const json report = flashctl({"verify", name_, wrong.path(), "--offset", std::to_string(offset_)});
 	expect_ended(report, 7, "mismatch");
 	EXPECT_EQ(report["result"]["difference"],
@@ -213,15 +213,15 @@ TEST_F(flashctl_on_board, ends_with_the_status_of_what_was_wrong)
 	expect_ended(unlisted, 9, "unsupported");
 	EXPECT_EQ(unlisted["error"]["code"]["value"], not_listed);
 	expect_ended(flashctl(write_of(file), {.errors = "/dev/console"}), 10, "declined"); // a terminal, but nobody at it
-	board::fail("vzalloc", 0);
+	harness::fail("vzalloc", 0);
 	expect_ended(flashctl(write_of(file)), 11, "no_memory");
 	EXPECT_EQ(content(), before_);
-	EXPECT_EQ(board::mtd_count(listed_).erases, 0u);
+	EXPECT_EQ(harness::mtd_count(listed_).erases, 0u);
 }
 
 TEST_F(flashctl_on_board, says_that_the_module_is_not_loaded)
 {
-	board::unload();
+	harness::unload();
 	const json report = flashctl({"list"});
 	expect_ended(report, 5, "no_module");
 	EXPECT_NE(report["error"]["hint"].get<std::string>().find("modprobe flash_mng"), std::string::npos) << report;
@@ -230,12 +230,12 @@ TEST_F(flashctl_on_board, says_that_the_module_is_not_loaded)
 TEST_F(flashctl_on_board, keeps_a_second_writer_out)
 {
 	const scratch_file file(data_);
-	board::forget();
-	board::stop_at("plat_mtd_update_buf");
+	harness::forget();
+	harness::stop_at("plat_mtd_update_buf");
 	guest::started_program first(command_line(write_of(file)));
 	EXPECT_TRUE(comes_to_call("plat_mtd_update_buf"));
 	expect_ended(flashctl({"write", name_, "/bin/busybox", "--length", "16"}), 8, "busy");
-	board::go_on();
+	harness::go_on();
 	expect_ended(told(first.end()), 0, "done");
 	EXPECT_EQ(content(), with_new_data());
 }
@@ -275,7 +275,7 @@ TEST_F(flashctl_on_board, does_not_write_for_a_group_that_cannot_keep_others_out
 TEST_F(flashctl_on_board, does_not_believe_an_update_that_did_nothing)
 {
 	const scratch_file file(data_);
-	board::fail("plat_mtd_update_buf", 0);
+	harness::fail("plat_mtd_update_buf", 0);
 	const json report = flashctl(write_of(file));
 	expect_ended(report, 7, "mismatch");
 	EXPECT_EQ(report["result"]["difference"]["first"], offset_) << report;
@@ -289,11 +289,11 @@ TEST_F(flashctl_on_board, does_not_believe_reads_that_did_nothing)
 	const scratch_file file(data_);
 	for (unsigned nth = 1; nth <= 3; ++nth) {
 		SCOPED_TRACE(nth);
-		board::set_mtd_content(listed_, 0, before_);
-		board::fail("plat_mtd_read_buf", 0, nth);
-		const unsigned hit = board::faults_hit();
+		harness::set_mtd_content(listed_, 0, before_);
+		harness::fail("plat_mtd_read_buf", 0, nth);
+		const unsigned hit = harness::faults_hit();
 		const json report = flashctl(write_of(file));
-		EXPECT_EQ(board::faults_hit(), hit + 1);
+		EXPECT_EQ(harness::faults_hit(), hit + 1);
 		expect_ended(report, 7, "mismatch");
 		EXPECT_TRUE(report["result"]["difference_around"].is_object()) << report;
 	}
@@ -310,7 +310,7 @@ TEST_F(flashctl_on_board, backs_up_and_restores)
 	const std::string image = guest::read_file(folder + "/" + backup["result"]["images"][0]["file"].get<std::string>());
 	EXPECT_EQ(bytes(image.begin(), image.end()), bytes(before_.begin(), before_.begin() + usable_));
 
-	board::set_mtd_content(listed_, offset_, data_);
+	harness::set_mtd_content(listed_, offset_, data_);
 	const json planned = flashctl({"restore", folder, "--dry-run"});
 	expect_ended(planned, 0, "done");
 	EXPECT_EQ(planned["result"]["images"][0]["action"], "planned") << planned;
@@ -348,7 +348,7 @@ protected:
 		for (const failing_call &call : calls) {
 			for (unsigned nth = 1; write_fails(file, call, nth); ++nth)
 				++failures;
-			board::go_on();
+			harness::go_on();
 		}
 		EXPECT_GE(failures, calls.size());
 	}
@@ -358,13 +358,13 @@ private:
 	bool write_fails(const scratch_file &file, const failing_call &call, unsigned nth)
 	{
 		SCOPED_TRACE(testing::Message() << call.function << ", call " << nth);
-		board::set_mtd_content(listed_, 0, before_);
-		board::fail(call.function, call.result, nth);
-		const unsigned hit = board::faults_hit();
+		harness::set_mtd_content(listed_, 0, before_);
+		harness::fail(call.function, call.result, nth);
+		const unsigned hit = harness::faults_hit();
 		const json report = flashctl(write_of(file));
 		const bytes found = content();
 		EXPECT_TRUE(found == with_new_data() || (report["exit"] != 0 && found == before_)) << report;
-		if (board::faults_hit() > hit)
+		if (harness::faults_hit() > hit)
 			return true;
 		expect_ended(report, 0, "done");
 		return false;

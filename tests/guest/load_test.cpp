@@ -50,8 +50,8 @@ bool says(const ended_program &ended, const char *text)
 
 long starts()
 {
-	const log_lines lines = board::log();
-	return std::ranges::count(lines, std::string(begin_text), &board::log_line::text);
+	const log_lines lines = harness::log();
+	return std::ranges::count(lines, std::string(begin_text), &harness::log_line::text);
 }
 
 class board_loaders : public on_board {
@@ -59,7 +59,7 @@ protected:
 	static void choose(const std::string &configuration)
 	{
 		guest::write_file("/sys/kernel/debug/xml_parser/reload", "conformance/" + configuration);
-		board::forget();
+		harness::forget();
 	}
 };
 
@@ -69,8 +69,8 @@ TEST_F(board_loaders, get_a_code_from_0x80000000_on_without_an_errno)
 	const long result = finit_module();
 	EXPECT_EQ(errno, 0);
 	EXPECT_EQ(result, static_cast<int32_t>(xml_attribute_unreadable));
-	EXPECT_FALSE(board::loaded());
-	EXPECT_FALSE(board::device_registered());
+	EXPECT_FALSE(harness::loaded());
+	EXPECT_FALSE(harness::device_registered());
 }
 
 TEST_F(board_loaders, of_busybox_take_such_a_code_for_success_and_start_it_twice)
@@ -78,8 +78,8 @@ TEST_F(board_loaders, of_busybox_take_such_a_code_for_success_and_start_it_twice
 	choose("broken_size");
 	EXPECT_EQ(load_by_insmod().exit, 0);
 	EXPECT_EQ(starts(), 2);
-	EXPECT_FALSE(board::loaded());
-	EXPECT_FALSE(board::device_registered());
+	EXPECT_FALSE(harness::loaded());
+	EXPECT_FALSE(harness::device_registered());
 }
 
 TEST_F(board_loaders, that_look_at_the_device_say_that_such_a_load_failed_and_why)
@@ -95,12 +95,12 @@ TEST_F(board_loaders, that_look_at_the_device_say_that_such_a_load_failed_and_wh
 TEST_F(board_loaders, that_look_at_the_device_take_out_a_module_that_was_kept)
 {
 	choose("plain");
-	board::fail("drv_log_register", 0x123);
+	harness::fail("drv_log_register", 0x123);
 	const ended_program ended = load_and_look();
 	EXPECT_EQ(ended.exit, 1);
 	EXPECT_TRUE(says(ended, "log register fail")) << ended.output;
 	EXPECT_TRUE(says(ended, "suspiciously returned")) << ended.output;
-	EXPECT_FALSE(board::loaded());
+	EXPECT_FALSE(harness::loaded());
 }
 
 TEST_F(board_loaders, that_look_at_the_device_are_content_when_it_serves)
@@ -109,7 +109,7 @@ TEST_F(board_loaders, that_look_at_the_device_are_content_when_it_serves)
 	const ended_program first = load_and_look();
 	EXPECT_EQ(first.exit, 0) << first.output;
 	EXPECT_EQ(first.output, "");
-	EXPECT_TRUE(board::device_registered());
+	EXPECT_TRUE(harness::device_registered());
 	EXPECT_EQ(starts(), 1);
 	EXPECT_EQ(load_and_look().exit, 0);
 	EXPECT_EQ(starts(), 1);

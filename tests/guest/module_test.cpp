@@ -29,14 +29,14 @@ uint32_t caller_parameter(const std::string &name)
 
 TEST_F(board_module, exports_are_linked_by_another_module)
 {
-	ASSERT_EQ(board::load(), 0u);
-	board::forget();
+	ASSERT_EQ(harness::load(), 0u);
+	harness::forget();
 	ASSERT_EQ(guest::insert_module(guest::module_file("flash_caller")), 0);
 	EXPECT_EQ(caller_parameter("patch1_result"), 0u);
 	EXPECT_EQ(caller_parameter("patch2_result"), 0u);
 	EXPECT_EQ(caller_parameter("is_exist_result"), 0u);
 	EXPECT_EQ(caller_parameter("is_exist"), 0u);
-	const log_lines lines = board::log();
+	const log_lines lines = harness::log();
 	ASSERT_GE(lines.size(), 2u);
 	EXPECT_EQ(lines[0], own_log(trace, "flash_mng patch func1 entry"));
 	EXPECT_EQ(lines[1], own_log(trace, "flash_mng patch func2 entry"));
@@ -46,33 +46,33 @@ TEST_F(board_module, exports_are_linked_by_another_module)
 
 TEST_F(board_module, exports_are_gone_after_the_unload)
 {
-	ASSERT_EQ(board::load(), 0u);
-	board::unload();
+	ASSERT_EQ(harness::load(), 0u);
+	harness::unload();
 	EXPECT_EQ(guest::insert_module(guest::module_file("flash_caller")), ENOENT);
 }
 
 TEST_F(board_module, an_open_device_keeps_it_loaded)
 {
-	ASSERT_EQ(board::load(), 0u);
+	ASSERT_EQ(harness::load(), 0u);
 	const int file = open(FLASH_MNG_DEVICE, O_RDWR | O_CLOEXEC);
 	ASSERT_GE(file, 0);
 	EXPECT_EQ(guest::remove_module("flash_mng"), EWOULDBLOCK);
 	close(file);
-	board::unload();
-	EXPECT_FALSE(board::loaded());
+	harness::unload();
+	EXPECT_FALSE(harness::loaded());
 	EXPECT_FALSE(guest::file_exists(FLASH_MNG_DEVICE));
 }
 
 TEST_F(board_module, is_not_loaded_twice)
 {
-	ASSERT_EQ(board::load(), 0u);
+	ASSERT_EQ(harness::load(), 0u);
 	EXPECT_EQ(guest::insert_module(guest::module_file("flash_mng")), EEXIST);
-	EXPECT_TRUE(board::device_registered());
+	EXPECT_TRUE(harness::device_registered());
 }
 
 TEST_F(board_module, its_device_is_for_root_with_a_minor_of_its_own)
 {
-	ASSERT_EQ(board::load(), 0u);
+	ASSERT_EQ(harness::load(), 0u);
 	EXPECT_NE(guest::read_file("/proc/misc").find(" flash_mng\n"), std::string::npos);
 	struct stat node = {};
 	ASSERT_EQ(stat(FLASH_MNG_DEVICE, &node), 0);
@@ -87,9 +87,9 @@ protected:
 
 	void prepare() override
 	{
-		config_ = board::add_mtd({.name = "config", .size = 0x40000});
-		board::add_mtd({.name = "usrdata", .size = 0x80000});
-		board::set_mtd_content(config_, 0, pattern(0x40000));
+		config_ = harness::add_mtd({.name = "config", .size = 0x40000});
+		harness::add_mtd({.name = "usrdata", .size = 0x80000});
+		harness::set_mtd_content(config_, 0, pattern(0x40000));
 	}
 
 	int config_ = -1;
@@ -102,45 +102,45 @@ uint32_t transfer(uint32_t command, uint32_t offset, void *data, uint32_t length
 	range.offset = offset;
 	range.length = length;
 	range.buffer = reinterpret_cast<uint64_t>(data);
-	return board::ioctl(command, board::user_address(&range)).code();
+	return harness::ioctl(command, harness::user_address(&range)).code();
 }
 
 TEST_F(board_callers, killed_while_reading_leave_nothing_behind)
 {
-	const board::holdings at_rest = board::held();
+	const harness::holdings at_rest = harness::held();
 	bytes data(usable_);
 	for (int round = 0; round < 10; ++round) {
-		board::forget();
+		harness::forget();
 		guest::endless_process reader([&] { transfer(mtd_read_command, 0, data.data(), usable_); });
 		EXPECT_TRUE(comes_true([] { return called("plat_mtd_read_buf"); }));
 		usleep(1700 * round);
 	}
-	EXPECT_EQ(board::held(), at_rest);
-	EXPECT_EQ(board::mtd_use_count(config_), 0);
+	EXPECT_EQ(harness::held(), at_rest);
+	EXPECT_EQ(harness::mtd_use_count(config_), 0);
 	EXPECT_EQ(transfer(mtd_read_command, 0, data.data(), usable_), 0u);
-	EXPECT_EQ(data, board::mtd_content(config_, 0, usable_));
+	EXPECT_EQ(data, harness::mtd_content(config_, 0, usable_));
 }
 
 TEST_F(board_callers, killed_while_writing_leave_whole_transfers)
 {
-	const board::holdings at_rest = board::held();
-	const bytes before = board::mtd_content(config_, usable_, 0x20000);
+	const harness::holdings at_rest = harness::held();
+	const bytes before = harness::mtd_content(config_, usable_, 0x20000);
 	bytes ones(0x1000, 0x11), twos(0x1000, 0x22);
 	for (int round = 0; round < 10; ++round) {
-		const uint64_t writes = board::mtd_count(config_).writes;
+		const uint64_t writes = harness::mtd_count(config_).writes;
 		guest::endless_process writer([&] {
 			transfer(mtd_write_command, 0x3000, ones.data(), 0x1000);
 			transfer(mtd_write_command, 0x3000, twos.data(), 0x1000);
 		});
-		EXPECT_TRUE(comes_true([&] { return board::mtd_count(config_).writes > writes; }));
+		EXPECT_TRUE(comes_true([&] { return harness::mtd_count(config_).writes > writes; }));
 		usleep(1700 * round);
 	}
-	EXPECT_EQ(board::held(), at_rest);
-	EXPECT_EQ(board::mtd_use_count(config_), 0);
-	const bytes written = board::mtd_content(config_, 0x3000, 0x1000);
+	EXPECT_EQ(harness::held(), at_rest);
+	EXPECT_EQ(harness::mtd_use_count(config_), 0);
+	const bytes written = harness::mtd_content(config_, 0x3000, 0x1000);
 	EXPECT_TRUE(written == ones || written == twos);
-	EXPECT_EQ(board::mtd_content(config_, 0, 0x3000), pattern(0x3000));
-	EXPECT_EQ(board::mtd_content(config_, usable_, 0x20000), before);
+	EXPECT_EQ(harness::mtd_content(config_, 0, 0x3000), pattern(0x3000));
+	EXPECT_EQ(harness::mtd_content(config_, usable_, 0x20000), before);
 	EXPECT_EQ(transfer(mtd_write_command, 0x3000, ones.data(), 0x1000), 0u);
 }
 
@@ -154,8 +154,8 @@ TEST_F(board_callers, killed_with_the_device_open_let_the_module_go)
 		EXPECT_TRUE(comes_true([] { return std::stoi(guest::read_file("/sys/module/flash_mng/refcnt")) > 0; }));
 		EXPECT_EQ(guest::remove_module("flash_mng"), EWOULDBLOCK);
 	}
-	board::unload();
-	EXPECT_FALSE(board::loaded());
+	harness::unload();
+	EXPECT_FALSE(harness::loaded());
 }
 
 // A command answered to a 32-bit program and to this 64-bit one.
@@ -194,7 +194,7 @@ std::string in_hexadecimal(const bytes &content)
 answer answer_to_64_bits(uint32_t command, std::size_t size)
 {
 	const user_bytes record(size);
-	const uint32_t code = board::ioctl(command, record.address()).code();
+	const uint32_t code = harness::ioctl(command, record.address()).code();
 	return {code, in_hexadecimal(record.content())};
 }
 
@@ -227,15 +227,15 @@ TEST_F(board_callers_of_32_bits, read_partitions)
 {
 	const answer told = answer_to_32_bits({std::to_string(mtd_read_command), "48", "config", "5", "100"});
 	EXPECT_EQ(told.code, 0u);
-	EXPECT_EQ(told.bytes, in_hexadecimal(board::mtd_content(config_, 5, 100)));
+	EXPECT_EQ(told.bytes, in_hexadecimal(harness::mtd_content(config_, 5, 100)));
 }
 
 TEST_F(board_callers_of_32_bits, write_partitions)
 {
 	const answer told = answer_to_32_bits({std::to_string(mtd_write_command), "48", "config", "5", "100"});
 	EXPECT_EQ(told.code, 0u);
-	EXPECT_EQ(told.bytes, in_hexadecimal(board::mtd_content(config_, 5, 100)));
-	EXPECT_EQ(board::mtd_content(config_, 0, 5), pattern(5));
+	EXPECT_EQ(told.bytes, in_hexadecimal(harness::mtd_content(config_, 5, 100)));
+	EXPECT_EQ(harness::mtd_content(config_, 0, 5), pattern(5));
 }
 
 class board_lookups_of_32_bits : public with_a_32_bit_program<on_spi_board_with_driver> {

@@ -47,7 +47,7 @@ private:
 // Runs a program to its end.
 ended_program run_program(const std::vector<std::string> &command, const surroundings &around = {});
 
-// Waits, for two minutes at most, until something has happened; a busy desk can make a board very slow.
+// Waits, for two minutes at most, until something has happened; a busy host can make a board very slow.
 bool comes_true(const std::function<bool()> &happened);
 
 // A child of this process that does its work for ever, until it is killed at the end of the scope at the latest.

@@ -87,7 +87,7 @@ class board_section_waiter : public on_sections, public testing::WithParamInterf
 
 TEST_P(board_section_waiter, that_is_killed_opens_nothing)
 {
-	const board::holdings at_rest = board::held();
+	const harness::holdings at_rest = harness::held();
 	const shared_transfer transfer(GetParam());
 	stopped_reader holder;
 	EXPECT_TRUE(guest::comes_true([] { return called("kernel_read"); }));
@@ -101,11 +101,11 @@ TEST_P(board_section_waiter, that_is_killed_opens_nothing)
 	EXPECT_TRUE(transfer.untouched());
 	EXPECT_EQ(times_called("filp_open"), 1) << "the holder's alone";
 	EXPECT_FALSE(called("up"));
-	EXPECT_EQ(board::log(), log_lines{interrupted_said(GetParam(), -EINTR)});
+	EXPECT_EQ(harness::log(), log_lines{interrupted_said(GetParam(), -EINTR)});
 
 	EXPECT_EQ(holder.let_go(), 0u);
 	EXPECT_EQ(holder.data(), original(nor, 0, g_length));
-	EXPECT_EQ(board::held(), at_rest);
+	EXPECT_EQ(harness::held(), at_rest);
 	expect_unchanged(nor);
 }
 

@@ -14,7 +14,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "board.hpp"
+#include "harness.hpp"
 #include "lab_device.hpp"
 
 namespace {
@@ -56,7 +56,7 @@ class spi_platform : public testing::Test {
 protected:
 	void SetUp() override
 	{
-		board::reset();
+		harness::reset();
 		guest::write_file(board_selector, "cards");
 		insert("flash_mng");
 		insert("spi_flash_driver");
@@ -69,7 +69,7 @@ protected:
 		}
 		EXPECT_EQ(guest::read_file("/proc/mtd"), "dev:    size   erasesize  name\n");
 		EXPECT_EQ(guest::read_file(held_locks), "");
-		board::reset();
+		harness::reset();
 		guest::write_file(board_selector, "plain");
 	}
 };

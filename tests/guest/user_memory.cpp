@@ -9,7 +9,7 @@
 
 #include <sys/mman.h>
 
-#include "../conformance/board.hpp"
+#include "harness.hpp"
 #include "parts.hpp"
 
 namespace {
@@ -29,14 +29,14 @@ std::size_t whole_pages(std::size_t size)
 	return (size + page_size - 1) / page_size * page_size;
 }
 
-int protection(board::access mode)
+int protection(harness::access mode)
 {
 	switch (mode) {
-	case board::access::read_write:
+	case harness::access::read_write:
 		return PROT_READ | PROT_WRITE;
-	case board::access::read_only:
+	case harness::access::read_only:
 		return PROT_READ;
-	case board::access::none:
+	case harness::access::none:
 		break;
 	}
 	return PROT_NONE;
@@ -61,7 +61,7 @@ void release_user_memory()
 
 } // namespace guest
 
-namespace board {
+namespace harness {
 
 std::uint8_t *user_memory(std::size_t size, access mode)
 {
@@ -89,4 +89,4 @@ void protect(void *memory, std::size_t size, access mode)
 		throw_error("user memory cannot be protected");
 }
 
-} // namespace board
+} // namespace harness

@@ -43,9 +43,9 @@ protected:
 	}
 	~simulation_test() override { simulation::reset(); }
 
-	static board::bytes counted(std::size_t size)
+	static harness::bytes counted(std::size_t size)
 	{
-		board::bytes content(size);
+		harness::bytes content(size);
 		std::iota(content.begin(), content.end(), std::uint8_t(1));
 		return content;
 	}
@@ -160,7 +160,7 @@ TEST_F(fault_test, a_struck_call_is_traced_and_does_nothing)
 TEST_F(fault_test, a_forged_call_stores_its_content_and_does_nothing_else)
 {
 	u32 parent = 1, card = 2;
-	const board::bytes forged = {9, 8, 7, 6};
+	const harness::bytes forged = {9, 8, 7, 6};
 	simulation::forge("drv_common_parse_parent_id_card_id", 5, 2, forged, 2);
 	EXPECT_EQ(drv_common_parse_parent_id_card_id(77, &parent, &card), INSTANCE_UNKNOWN);
 	EXPECT_EQ(card, 2u);
@@ -212,9 +212,9 @@ TEST_F(memory_test, zeroes_what_Linux_zeroes)
 	auto *image = static_cast<std::uint8_t *>(vzalloc(64));
 	auto *raw = static_cast<std::uint8_t *>(vmalloc(64));
 
-	EXPECT_EQ(board::bytes(heap, heap + 64), board::bytes(64, 0));
-	EXPECT_EQ(board::bytes(image, image + 64), board::bytes(64, 0));
-	EXPECT_NE(board::bytes(raw, raw + 64), board::bytes(64, 0));
+	EXPECT_EQ(harness::bytes(heap, heap + 64), harness::bytes(64, 0));
+	EXPECT_EQ(harness::bytes(image, image + 64), harness::bytes(64, 0));
+	EXPECT_NE(harness::bytes(raw, raw + 64), harness::bytes(64, 0));
 	EXPECT_EQ(simulation::heap_allocations(), 1);
 	EXPECT_EQ(simulation::virtual_allocations(), 2);
 	kfree(heap);
@@ -437,10 +437,10 @@ TEST_F(mtd_test, takes_the_lowest_free_number)
 TEST_F(mtd_test, huge_devices_are_sparse)
 {
 	const int number = simulation::add_mtd({.name = "huge", .size = std::uint64_t(8) << 30});
-	const board::bytes content{1, 2, 3};
+	const harness::bytes content{1, 2, 3};
 
 	simulation::set_mtd_content(number, (std::uint64_t(8) << 30) - 3, content.data(), 3);
-	EXPECT_EQ(simulation::mtd_content(number, (std::uint64_t(8) << 30) - 4, 4), (board::bytes{0xff, 1, 2, 3}));
+	EXPECT_EQ(simulation::mtd_content(number, (std::uint64_t(8) << 30) - 4, 4), (harness::bytes{0xff, 1, 2, 3}));
 	EXPECT_EQ(simulation::mtd_count(number).writes, 0u);
 }
 
@@ -476,15 +476,15 @@ TEST_F(mtd_death_test, refuses_unbalanced_references)
 
 TEST_F(file_test, reads_and_moves_its_own_position)
 {
-	const int number = simulation::add_mtd({.name = "nor", .type = board::mtd_nor});
+	const int number = simulation::add_mtd({.name = "nor", .type = harness::mtd_nor});
 	const auto content = counted(8);
-	board::bytes read(4);
+	harness::bytes read(4);
 
 	simulation::set_mtd_content(number, 0x100, content.data(), content.size());
 	auto *file = filp_open(("/dev/mtdblock" + std::to_string(number)).c_str(), 0, 0);
 	EXPECT_EQ(vfs_llseek(file, 0x102, 0), 0x102);
 	EXPECT_EQ(kernel_read(file, read.data(), 4, linux_file_position(file)), 4);
-	EXPECT_EQ(read, (board::bytes{3, 4, 5, 6}));
+	EXPECT_EQ(read, (harness::bytes{3, 4, 5, 6}));
 	EXPECT_EQ(*linux_file_position(file), 0x106);
 	EXPECT_EQ(simulation::open_files(), 1);
 	EXPECT_EQ(simulation::mtd_use_count(number), 1);
@@ -499,8 +499,8 @@ TEST_F(file_test, reads_and_moves_its_own_position)
 
 TEST_F(file_test, ends_where_the_device_ends)
 {
-	const int number = simulation::add_mtd({.name = "nor", .size = 0x10000, .type = board::mtd_nor});
-	board::bytes data(8, 7);
+	const int number = simulation::add_mtd({.name = "nor", .size = 0x10000, .type = harness::mtd_nor});
+	harness::bytes data(8, 7);
 	auto *file = filp_open("/dev/mtdblock0", 2, 0);
 
 	EXPECT_EQ(vfs_llseek(file, 0x10001, 0), -EINVAL);
@@ -513,7 +513,7 @@ TEST_F(file_test, ends_where_the_device_ends)
 	EXPECT_EQ(vfs_llseek(file, 0xfffe, 0), 0xfffe);
 	EXPECT_EQ(kernel_write(file, data.data() + 2, 6, linux_file_position(file)), 2);
 	EXPECT_EQ(vfs_fsync(file, 0), 0);
-	EXPECT_EQ(simulation::mtd_content(number, 0xfffd, 3), (board::bytes{0xff, 7, 7}));
+	EXPECT_EQ(simulation::mtd_content(number, 0xfffd, 3), (harness::bytes{0xff, 7, 7}));
 	filp_close(file, nullptr);
 }
 
@@ -533,7 +533,7 @@ protected:
 
 	long write(struct file *file) const { return kernel_write(file, content.data(), length, linux_file_position(file)); }
 	bool is_written() const { return simulation::mtd_content(number, place, length) == content; }
-	bool is_blank(std::uint64_t offset) const { return simulation::mtd_content(number, offset, 1) == board::bytes{0xff}; }
+	bool is_blank(std::uint64_t offset) const { return simulation::mtd_content(number, offset, 1) == harness::bytes{0xff}; }
 
 	// The system call ends, and with it what it has closed is released.
 	static void close_and_return(struct file *file)
@@ -542,8 +542,8 @@ protected:
 		filp_close(file, nullptr);
 	}
 
-	const board::bytes content = counted(length);
-	const int number = simulation::add_mtd({.name = "nor", .type = board::mtd_nor, .erase_size = 0x1000});
+	const harness::bytes content = counted(length);
+	const int number = simulation::add_mtd({.name = "nor", .type = harness::mtd_nor, .erase_size = 0x1000});
 };
 
 TEST_F(write_back_test, comes_with_the_flush)
@@ -552,7 +552,7 @@ TEST_F(write_back_test, comes_with_the_flush)
 
 	EXPECT_EQ(write(file), length);
 	EXPECT_EQ(simulation::mtd_count(number).erases, 0u);
-	EXPECT_EQ(simulation::mtd_content(number, place, length), board::bytes(length, 0xff));
+	EXPECT_EQ(simulation::mtd_content(number, place, length), harness::bytes(length, 0xff));
 	EXPECT_EQ(vfs_fsync(file, 0), 0);
 	EXPECT_TRUE(is_written());
 	close_and_return(file);
@@ -594,7 +594,7 @@ TEST_F(write_back_test, comes_with_the_end_of_the_thread)
 TEST_F(write_back_test, is_not_awaited_by_readers)
 {
 	auto *file = open_at_place(O_RDWR), *other = open_at_place(O_RDONLY);
-	board::bytes read(length);
+	harness::bytes read(length);
 
 	write(file);
 	EXPECT_EQ(kernel_read(other, read.data(), length, linux_file_position(other)), length);
@@ -607,10 +607,10 @@ TEST_F(write_back_test, is_not_awaited_by_readers)
 TEST_F(write_back_test, that_cannot_erase_fails_the_flush_and_leaves_the_flash)
 {
 	auto *file = open_at_place(O_RDWR);
-	const board::bytes old(0x1000, 0x33);
+	const harness::bytes old(0x1000, 0x33);
 
 	simulation::set_mtd_content(number, 0, old.data(), old.size());
-	simulation::fail_flash(number, board::flash_operation::erase, 2);
+	simulation::fail_flash(number, harness::flash_operation::erase, 2);
 	EXPECT_EQ(write(file), length);
 	EXPECT_EQ(vfs_fsync(file, 0), -EIO);
 	EXPECT_FALSE(is_blank(place)) << "the first block is written";
@@ -623,13 +623,13 @@ TEST_F(write_back_test, that_cannot_erase_fails_the_flush_and_leaves_the_flash)
 TEST_F(write_back_test, that_cannot_program_leaves_the_block_erased)
 {
 	auto *file = open_at_place(O_RDWR);
-	const board::bytes old(0x1000, 0x33);
+	const harness::bytes old(0x1000, 0x33);
 
 	simulation::set_mtd_content(number, 0x1000, old.data(), old.size());
-	simulation::fail_flash(number, board::flash_operation::write, 2);
+	simulation::fail_flash(number, harness::flash_operation::write, 2);
 	EXPECT_EQ(write(file), length);
 	EXPECT_EQ(vfs_fsync(file, 0), -EIO);
-	EXPECT_EQ(simulation::mtd_content(number, 0x1000, 0x1000), board::bytes(0x1000, 0xff));
+	EXPECT_EQ(simulation::mtd_content(number, 0x1000, 0x1000), harness::bytes(0x1000, 0xff));
 	close_and_return(file);
 }
 
@@ -637,23 +637,23 @@ TEST_F(write_back_test, that_cannot_program_leaves_the_block_erased)
 TEST_F(write_back_test, that_fails_takes_the_next_page_with_it)
 {
 	auto *file = filp_open("/dev/mtdblock0", O_RDWR, 0);
-	const board::bytes old(0x3000, 0x33);
+	const harness::bytes old(0x3000, 0x33);
 
 	simulation::set_mtd_content(number, 0, old.data(), old.size());
-	simulation::fail_flash(number, board::flash_operation::erase, 1);
-	const board::bytes fresh(0x3000, 0x44);
+	simulation::fail_flash(number, harness::flash_operation::erase, 1);
+	const harness::bytes fresh(0x3000, 0x44);
 	EXPECT_EQ(kernel_write(file, fresh.data(), 0x3000, linux_file_position(file)), 0x3000);
 	EXPECT_EQ(vfs_fsync(file, 0), -EIO);
 	close_and_return(file);
-	EXPECT_EQ(simulation::mtd_content(number, 0, 0x2000), board::bytes(0x2000, 0x33));
-	EXPECT_EQ(simulation::mtd_content(number, 0x2000, 0x1000), board::bytes(0x1000, 0x44));
+	EXPECT_EQ(simulation::mtd_content(number, 0, 0x2000), harness::bytes(0x2000, 0x33));
+	EXPECT_EQ(simulation::mtd_content(number, 0x2000, 0x1000), harness::bytes(0x1000, 0x44));
 }
 
 TEST_F(write_back_test, error_is_the_result_of_a_synchronous_write)
 {
 	auto *file = open_at_place(O_RDWR | O_SYNC);
 
-	simulation::fail_flash(number, board::flash_operation::erase, 1);
+	simulation::fail_flash(number, harness::flash_operation::erase, 1);
 	EXPECT_EQ(write(file), -EIO);
 	close_and_return(file);
 }
@@ -663,7 +663,7 @@ TEST_F(write_back_test, error_of_the_last_close_is_told_to_nobody)
 	auto *file = open_at_place(O_RDWR);
 
 	write(file);
-	simulation::fail_flash(number, board::flash_operation::erase, 1);
+	simulation::fail_flash(number, harness::flash_operation::erase, 1);
 	EXPECT_EQ(filp_close(file, nullptr), 0);
 	{
 		const simulation::system_call around;
@@ -674,7 +674,7 @@ TEST_F(write_back_test, error_of_the_last_close_is_told_to_nobody)
 
 TEST_F(write_back_test, of_ram_is_in_place)
 {
-	const int ram = simulation::add_mtd({.name = "ram", .type = board::mtd_ram});
+	const int ram = simulation::add_mtd({.name = "ram", .type = harness::mtd_ram});
 	auto *file = filp_open("/dev/mtdblock1", O_RDWR | O_SYNC, 0);
 
 	EXPECT_EQ(write(file), length);
@@ -697,25 +697,25 @@ class block_number_test : public simulation_test {};
 
 TEST_F(block_number_test, stays_taken_until_the_task_returns_to_user_space)
 {
-	const int number = simulation::add_mtd({.name = "nor", .type = board::mtd_nor});
+	const int number = simulation::add_mtd({.name = "nor", .type = harness::mtd_nor});
 	{
 		const simulation::system_call around;
 		const simulation::system_call one_within_the_other;
 		filp_close(filp_open("/dev/mtdblock0", O_RDONLY, 0), nullptr);
 		simulation::remove_mtd(number);
-		EXPECT_EQ(simulation::add_mtd({.name = "nor", .type = board::mtd_nor}), number);
+		EXPECT_EQ(simulation::add_mtd({.name = "nor", .type = harness::mtd_nor}), number);
 		EXPECT_EQ(reinterpret_cast<long>(filp_open("/dev/mtdblock0", O_RDONLY, 0)), -ENOENT);
 		EXPECT_EQ(simulation::mtd_use_count(number), 0);
 	}
 	EXPECT_EQ(reinterpret_cast<long>(filp_open("/dev/mtdblock0", O_RDONLY, 0)), -ENOENT) << "it never gets one";
 	simulation::remove_mtd(number);
-	simulation::add_mtd({.name = "nor", .type = board::mtd_nor});
+	simulation::add_mtd({.name = "nor", .type = harness::mtd_nor});
 	filp_close(filp_open("/dev/mtdblock0", O_RDONLY, 0), nullptr);
 }
 
 TEST_F(file_test, honours_the_open_mode)
 {
-	simulation::add_mtd({.name = "nor", .type = board::mtd_nor});
+	simulation::add_mtd({.name = "nor", .type = harness::mtd_nor});
 	char byte = 0;
 	auto *reader = filp_open("/dev/mtdblock0", 0, 0);
 	auto *writer = filp_open("/dev/mtdblock0", 1, 0);
@@ -767,12 +767,12 @@ TEST_F(flash_buffer_test, reports_what_the_flash_reports)
 	const int number = simulation::add_mtd({.name = "nand", .erase_size = 0x1000});
 	const auto content = counted(0x10);
 
-	simulation::fail_flash(number, board::flash_operation::erase, 1);
+	simulation::fail_flash(number, harness::flash_operation::erase, 1);
 	EXPECT_EQ(plat_mtd_update_buf("/dev/mtd0", 0, content.data(), content.size()), FLASH_BUFFER_ERASE_FAILED);
-	simulation::fail_flash(number, board::flash_operation::write, 2);
+	simulation::fail_flash(number, harness::flash_operation::write, 2);
 	EXPECT_EQ(plat_mtd_update_buf("/dev/mtd0", 0xff8, content.data(), content.size()), FLASH_BUFFER_WRITE_FAILED);
 	EXPECT_EQ(simulation::mtd_content(number, 0xff8, 0x10),
-		  (board::bytes{1, 2, 3, 4, 5, 6, 7, 8, 255, 255, 255, 255, 255, 255, 255, 255}));
+		  (harness::bytes{1, 2, 3, 4, 5, 6, 7, 8, 255, 255, 255, 255, 255, 255, 255, 255}));
 	EXPECT_EQ(plat_mtd_update_buf("/dev/mtd0", 0xff8, content.data(), content.size()), 0u) << "the next try";
 }
 
@@ -781,27 +781,27 @@ TEST_F(flash_buffer_test, reports_what_the_flash_reports)
 TEST_F(user_copy_test, copies_both_ways)
 {
 	const auto content = counted(16);
-	board::bytes back(16);
-	auto *user = simulation::user_memory(16, board::access::read_write);
+	harness::bytes back(16);
+	auto *user = simulation::user_memory(16, harness::access::read_write);
 
-	EXPECT_EQ(linux_copy_to_user(board::user_address(user), content.data(), 16), 0u);
-	EXPECT_EQ(board::bytes(user, user + 16), content);
-	EXPECT_EQ(linux_copy_from_user(back.data(), board::user_address(user), 16), 0u);
+	EXPECT_EQ(linux_copy_to_user(harness::user_address(user), content.data(), 16), 0u);
+	EXPECT_EQ(harness::bytes(user, user + 16), content);
+	EXPECT_EQ(linux_copy_from_user(back.data(), harness::user_address(user), 16), 0u);
 	EXPECT_EQ(back, content);
 }
 
 TEST_F(user_copy_test, copies_of_records_are_copies_of_their_size)
 {
-	auto *user = simulation::user_memory(sizeof(flash_find_config_arg), board::access::read_write);
+	auto *user = simulation::user_memory(sizeof(flash_find_config_arg), harness::access::read_write);
 	flash_find_config_arg query = {};
 	flash_find_config_arg back = {};
 
 	query.inst_id = 7;
 	query.name = 9;
-	EXPECT_EQ(linux_copy_config_query_to_user(board::user_address(user), &query), 0u);
-	EXPECT_EQ(linux_copy_config_query_from_user(&back, board::user_address(user)), 0u);
+	EXPECT_EQ(linux_copy_config_query_to_user(harness::user_address(user), &query), 0u);
+	EXPECT_EQ(linux_copy_config_query_from_user(&back, harness::user_address(user)), 0u);
 	EXPECT_EQ(std::memcmp(&back, &query, sizeof(query)), 0);
-	EXPECT_EQ(linux_copy_config_query_to_user(board::user_address(user) + 16, &query), 16u);
+	EXPECT_EQ(linux_copy_config_query_to_user(harness::user_address(user) + 16, &query), 16u);
 	EXPECT_EQ(simulation::calls(), (std::vector<std::string>{"linux_copy_to_user(-, -, 56)", "linux_copy_from_user(-, -, 56)",
 								 "linux_copy_to_user(-, -, 56)"}));
 }
@@ -809,12 +809,12 @@ TEST_F(user_copy_test, copies_of_records_are_copies_of_their_size)
 TEST_F(user_copy_test, stops_at_the_end_of_the_mapping)
 {
 	const auto content = counted(16);
-	board::bytes back(16, 0xee);
-	auto *user = simulation::user_memory(10, board::access::read_write);
+	harness::bytes back(16, 0xee);
+	auto *user = simulation::user_memory(10, harness::access::read_write);
 
-	EXPECT_EQ(linux_copy_to_user(board::user_address(user), content.data(), 16), 6u);
-	EXPECT_EQ(board::bytes(user, user + 10), counted(10));
-	EXPECT_EQ(linux_copy_from_user(back.data(), board::user_address(user), 16), 6u);
+	EXPECT_EQ(linux_copy_to_user(harness::user_address(user), content.data(), 16), 6u);
+	EXPECT_EQ(harness::bytes(user, user + 10), counted(10));
+	EXPECT_EQ(linux_copy_from_user(back.data(), harness::user_address(user), 16), 6u);
 	auto expected = counted(10);
 	expected.resize(16, 0);
 	EXPECT_EQ(back, expected);
@@ -822,50 +822,50 @@ TEST_F(user_copy_test, stops_at_the_end_of_the_mapping)
 
 TEST_F(user_copy_test, spans_pages_until_the_first_forbidden_one)
 {
-	board::bytes content(3 * 4096, 5);
-	auto *user = simulation::user_memory(3 * 4096, board::access::read_write);
+	harness::bytes content(3 * 4096, 5);
+	auto *user = simulation::user_memory(3 * 4096, harness::access::read_write);
 
-	EXPECT_EQ(linux_copy_to_user(board::user_address(user), content.data(), 3 * 4096), 0u);
-	simulation::protect(user + 4096, 1, board::access::read_only);
-	EXPECT_EQ(linux_copy_to_user(board::user_address(user) + 100, content.data(), 8192), 8192u - (4096 - 100));
-	EXPECT_EQ(linux_copy_from_user(content.data(), board::user_address(user), 3 * 4096), 0u);
-	simulation::protect(user + 8192, 4096, board::access::none);
-	EXPECT_EQ(linux_copy_from_user(content.data(), board::user_address(user), 3 * 4096), 4096u);
+	EXPECT_EQ(linux_copy_to_user(harness::user_address(user), content.data(), 3 * 4096), 0u);
+	simulation::protect(user + 4096, 1, harness::access::read_only);
+	EXPECT_EQ(linux_copy_to_user(harness::user_address(user) + 100, content.data(), 8192), 8192u - (4096 - 100));
+	EXPECT_EQ(linux_copy_from_user(content.data(), harness::user_address(user), 3 * 4096), 0u);
+	simulation::protect(user + 8192, 4096, harness::access::none);
+	EXPECT_EQ(linux_copy_from_user(content.data(), harness::user_address(user), 3 * 4096), 4096u);
 }
 
 TEST_F(user_copy_test, refuses_what_is_no_user_memory)
 {
-	board::bytes data(8, 0xee);
+	harness::bytes data(8, 0xee);
 
 	for (std::uint64_t address : {kernel_address, simulation::unmapped_address, std::uint64_t(0), ~std::uint64_t(0),
 				      (std::uint64_t(1) << 48) - 4, reinterpret_cast<std::uint64_t>(data.data())}) {
 		EXPECT_EQ(linux_copy_to_user(address, data.data(), 8), 8u);
-		board::bytes read(8, 0xee);
+		harness::bytes read(8, 0xee);
 		EXPECT_EQ(linux_copy_from_user(read.data(), address, 8), 8u);
-		EXPECT_EQ(read, board::bytes(8, 0));
+		EXPECT_EQ(read, harness::bytes(8, 0));
 	}
 	EXPECT_EQ(linux_copy_from_user(data.data(), 0, 0), 0u);
 }
 
 TEST_F(user_copy_test, refuses_absurd_counts_untouched)
 {
-	auto *user = simulation::user_memory(16, board::access::read_write);
-	board::bytes data(16, 0xee);
+	auto *user = simulation::user_memory(16, harness::access::read_write);
+	harness::bytes data(16, 0xee);
 
-	EXPECT_EQ(linux_copy_to_user(board::user_address(user), data.data(), 0x80000000), 0x80000000u);
-	EXPECT_EQ(linux_copy_from_user(data.data(), board::user_address(user), 0x80000000), 0x80000000u);
-	EXPECT_EQ(data, board::bytes(16, 0xee));
+	EXPECT_EQ(linux_copy_to_user(harness::user_address(user), data.data(), 0x80000000), 0x80000000u);
+	EXPECT_EQ(linux_copy_from_user(data.data(), harness::user_address(user), 0x80000000), 0x80000000u);
+	EXPECT_EQ(data, harness::bytes(16, 0xee));
 	EXPECT_EQ(user[0], 0);
 }
 
 TEST_F(user_copy_death_test, refuses_to_leave_a_kernel_object)
 {
-	auto *user = simulation::user_memory(32, board::access::read_write);
+	auto *user = simulation::user_memory(32, harness::access::read_write);
 	void *object = linux_kzalloc(16);
 
-	EXPECT_DEATH(linux_copy_to_user(board::user_address(user), object, 17), "leave a kernel object");
-	EXPECT_DEATH(linux_copy_from_user(static_cast<char *>(object) + 8, board::user_address(user), 9), "leave a kernel object");
-	EXPECT_EQ(linux_copy_from_user(static_cast<char *>(object) + 8, board::user_address(user), 8), 0u);
+	EXPECT_DEATH(linux_copy_to_user(harness::user_address(user), object, 17), "leave a kernel object");
+	EXPECT_DEATH(linux_copy_from_user(static_cast<char *>(object) + 8, harness::user_address(user), 9), "leave a kernel object");
+	EXPECT_EQ(linux_copy_from_user(static_cast<char *>(object) + 8, harness::user_address(user), 8), 0u);
 	kfree(object);
 }
 
@@ -875,7 +875,7 @@ TEST_F(flash_buffer_test, reads_what_it_wrote)
 {
 	const int number = simulation::add_mtd({.name = "data", .index = 11});
 	const auto content = counted(100);
-	board::bytes read(100);
+	harness::bytes read(100);
 
 	EXPECT_EQ(plat_mtd_update_buf("/dev/mtd11", 0xfff0, content.data(), 100), 0u);
 	EXPECT_EQ(plat_mtd_read_buf("/dev/mtd11", 0xfff0, read.data(), 100), 0u);
@@ -887,7 +887,7 @@ TEST_F(flash_buffer_test, reads_what_it_wrote)
 TEST_F(flash_buffer_test, leaves_blocks_alone_that_do_not_change)
 {
 	const int number = simulation::add_mtd({.name = "data", .erase_size = 0x1000});
-	board::bytes image(0x4000, 0xff);
+	harness::bytes image(0x4000, 0xff);
 
 	image[0x1234] = 0;
 	EXPECT_EQ(plat_mtd_update_buf("/dev/mtd0", 0, image.data(), image.size()), 0u);
@@ -953,7 +953,7 @@ TEST_F(log_test, keeps_messages_in_order)
 	const char *volatile nobody = nullptr;
 	drv_log_record(27, 3, 0, "name:%s", nobody);
 
-	const std::vector<board::log_line> expected{
+	const std::vector<harness::log_line> expected{
 		{0, 2, "flash_mng MODULE INIT BEGIN"}, {27, 1, "ends in a line feed\n"}, {27, 3, "name:(null)"}};
 	EXPECT_EQ(simulation::log(), expected);
 	simulation::forget_log();

@@ -81,7 +81,7 @@ board_package_is_used() {
 	dpkg-deb -x "$package_dir"/flash-mng-tools_*_arm64.deb "$board_root" || return 1
 	says "flashctl $(package_version)" qemu-aarch64 -L /usr/aarch64-linux-gnu "$board_root/usr/bin/flashctl" --version || return 1
 	qemu-aarch64 -L /usr/aarch64-linux-gnu "$board_root/usr/bin/flashctl" explain 0x811B04AA | grep -q FLASH_MNG_NO_BUFFER || return 1
-	[ ! -e "$board_root/usr/bin/flash-board" ] || wrong "flash-board is for the desk" || return 1
+	[ ! -e "$board_root/usr/bin/flash-board" ] || wrong "flash-board is for the host" || return 1
 	aarch64-linux-gnu-g++ -std=c++20 -Wall -Wextra -Werror -I"$scratch/usr/include" \
 		"$scratch/usr/share/doc/libflash-mng-dev/examples/list_partitions.cpp" -o "$scratch/board_example" || return 1
 	qemu-aarch64 -L /usr/aarch64-linux-gnu "$scratch/board_example" 2>&1 | grep -q '^/dev/flash_mng: ' ||

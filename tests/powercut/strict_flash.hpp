@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// One flash device on the desk, as strict as flash, whose power can be cut at any step of any erase or program operation. It implements
-// the functions of desk_linux.h. A cut leaves the caller by an exception, as no line of the kernel runs any more.
+// One flash device on the host, as strict as flash, whose power can be cut at any step of any erase or program operation. It implements
+// the functions of host_linux.h. A cut leaves the caller by an exception, as no line of the kernel runs any more.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "desk_linux.h"
+#include "host_linux.h"
 
 namespace powercut {
 
@@ -90,7 +90,7 @@ public:
 	// Nothing allocated, locked or referenced any more.
 	bool at_rest() const;
 
-	// What the functions of desk_linux.h say. An error of a read comes with the content; one of an erase or a write, and that memory is
+	// What the functions of host_linux.h say. An error of a read comes with the content; one of an erase or a write, and that memory is
 	// short, with nothing done.
 	struct answers {
 		int read = 0;
@@ -103,7 +103,7 @@ public:
 	};
 	void answer_with(const answers &wanted) { answers_ = wanted; }
 
-	// The functions of desk_linux.h.
+	// The functions of host_linux.h.
 	mtd_info *device(int index);
 	void release(const mtd_info *mtd);
 	bool block_is_bad(std::uint64_t address) const;

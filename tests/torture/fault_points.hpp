@@ -29,7 +29,7 @@ struct platform_switch {
 	std::string function;
 };
 
-// All but two, which are tried on the desk alone: after drv_log_deregister has failed, the log that stays registered refuses the next load;
+// All but two, which are tried on the host alone: after drv_log_deregister has failed, the log that stays registered refuses the next load;
 // after xml_get_element_value_u32 has, a flash keeps the default of a lock value, which the lock refuses, for as long as it is known.
 const std::vector<platform_switch> &platform_switches();
 

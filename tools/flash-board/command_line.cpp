@@ -26,7 +26,7 @@ constexpr int exit_bad_input = 1;
 constexpr int exit_usage = 2;
 constexpr int exit_file = 3;
 
-constexpr const char *description = "Board descriptions on the desk: compile, check, simulate, map, explain.";
+constexpr const char *description = "Board descriptions on the host: compile, check, simulate, map, explain.";
 constexpr const char *exit_statuses =
 	"Exit status: 0 success, 1 the board description is wrong, 2 wrong usage, 3 a file cannot be read or written.";
 

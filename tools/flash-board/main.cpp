@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
-// flash-board: board descriptions on the desk. Compiles them for the parser on the device, checks and explains them, shows what flash_mng
+// flash-board: board descriptions on the host. Compiles them for the parser on the device, checks and explains them, shows what flash_mng
 // makes of them, and draws them.
 #include "command_line.hpp"
 

@@ -55,25 +55,25 @@ class simulated_board {
 public:
 	simulated_board(const board_on_disk &from, const mtd_layout &layout)
 	{
-		::board::reset();
-		::board::configure(from.path());
+		::harness::reset();
+		::harness::configure(from.path());
 		for (const auto &one : layout)
 			add(one);
 	}
 	simulated_board(const simulated_board &) = delete;
 	simulated_board &operator=(const simulated_board &) = delete;
-	~simulated_board() { ::board::reset(); }
+	~simulated_board() { ::harness::reset(); }
 
 private:
 	static void add(const partition &from)
 	{
-		::board::mtd_spec spec = {.name = from.name};
+		::harness::mtd_spec spec = {.name = from.name};
 
 		spec.type = from.type.value_or(mtd_type_nand);
 		spec.erase_size = static_cast<std::uint32_t>(from.erase_size.value_or(512));
 		const auto size = std::min(from.size.value_or(largest_simulated_size), largest_simulated_size);
 		spec.size = std::max<std::uint64_t>(size / spec.erase_size, 1) * spec.erase_size;
-		::board::add_mtd(spec);
+		::harness::add_mtd(spec);
 	}
 };
 
@@ -81,9 +81,9 @@ std::vector<simulated_message> messages()
 {
 	std::vector<simulated_message> all;
 
-	for (const auto &line : ::board::log())
+	for (const auto &line : ::harness::log())
 		all.push_back({line.module_id == 0, line.level, line.text});
-	::board::forget();
+	::harness::forget();
 	return all;
 }
 
@@ -112,18 +112,18 @@ void read_sections(simulation_result &to)
 	for (const auto *row = entry->sections; row != entry->sections + entry->section_count; row++)
 		to.sections.push_back(
 			{row->section_id, row->mtd_name, row->offset, row->size, row_for(*entry, *row), read_last_byte(*row)});
-	::board::forget();
+	::harness::forget();
 }
 
 // What the module called since the last time this was asked.
 road road_taken()
 {
-	const auto calls = ::board::calls();
+	const auto calls = ::harness::calls();
 	const auto called = [&](std::string_view function) {
 		return std::any_of(calls.begin(), calls.end(), [&](const std::string &one) { return one.starts_with(function); });
 	};
 
-	::board::forget();
+	::harness::forget();
 	return called("plat_mtd_read_buf(") ? road::whole : called("kernel_read(") ? road::block : road::none;
 }
 
@@ -131,7 +131,7 @@ road road_of_functions(const std::string &name)
 {
 	std::uint8_t byte = 0;
 
-	::board::forget();
+	::harness::forget();
 	drv_flash_mtd_read(name.c_str(), 0, &byte, sizeof(byte));
 	return road_taken();
 }
@@ -145,15 +145,15 @@ public:
 
 		std::copy_n(name.begin(), std::min(name.size(), sizeof(request.name) - 1), request.name);
 		request.length = 1;
-		request.buffer = ::board::user_address(m_byte);
+		request.buffer = ::harness::user_address(m_byte);
 		std::memcpy(m_request, &request, sizeof(request));
-		::board::forget();
-		::board::ioctl(FLASH_MNG_MTD_READ, ::board::user_address(m_request));
+		::harness::forget();
+		::harness::ioctl(FLASH_MNG_MTD_READ, ::harness::user_address(m_request));
 		return road_taken();
 	}
 
 private:
-	std::uint8_t *m_byte = ::board::user_memory(1), *m_request = ::board::user_memory(sizeof(flash_mtd_io_arg));
+	std::uint8_t *m_byte = ::harness::user_memory(1), *m_request = ::harness::user_memory(sizeof(flash_mtd_io_arg));
 };
 
 std::optional<std::uint32_t> first_row_of(const std::vector<simulated_section> &sections, const std::string &partition)
@@ -236,8 +236,8 @@ simulation_result simulate(const board &of, const mtd_layout &layout)
 	const simulated_board running(file, layout);
 	simulation_result result = {};
 
-	result.load_code = ::board::load();
-	result.failure = ::board::load_report()->failure;
+	result.load_code = ::harness::load();
+	result.failure = ::harness::load_report()->failure;
 	result.load_messages = messages();
 	result.user_data_partition = g_usrdata_mtd_name;
 	if (result.load_code == 0) {

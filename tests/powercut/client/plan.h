@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only */
 /*
  * What is written to the NOR flash while its power is cut: generation after generation, each a write of its own. Both sides compute it
- * from a seed: the kernel module that writes, and the checker on the desk.
+ * from a seed: the kernel module that writes, and the checker on the host.
  *
  * The flash has a partition for each road of a write, and one that nobody writes to.
  */

@@ -55,7 +55,7 @@ static u32 do_write(const struct powercut_write *write)
 	}
 }
 
-/* The console's lines are sent before pr_err() returns, so what the desk has read of them is true. */
+/* The console's lines are sent before pr_err() returns, so what the host has read of them is true. */
 static ssize_t next_write(struct file *file, const char __user *from, size_t size, loff_t *position)
 {
 	struct powercut_write write;

@@ -5,7 +5,7 @@
 #include <errno.h>
 
 #include <linux/types.h>
-#include "desk_linux.h"
+#include "host_linux.h"
 
 static inline bool mtd_is_bitflip(int error)
 {

@@ -2,7 +2,7 @@
 #ifndef POWERCUT_LINUX_RWSEM_H
 #define POWERCUT_LINUX_RWSEM_H
 
-#include "desk_linux.h"
+#include "host_linux.h"
 
 #define DECLARE_RWSEM(name) struct rw_semaphore name
 

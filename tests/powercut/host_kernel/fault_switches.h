@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only */
-/* The platform's fault switches, for the desk: none can be armed. */
+/* The platform's fault switches, for the host: none can be armed. */
 #ifndef POWERCUT_FAULT_SWITCHES_H
 #define POWERCUT_FAULT_SWITCHES_H
 

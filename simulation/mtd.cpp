@@ -61,9 +61,9 @@ void mtd_info::poke(std::uint64_t offset, const void *from, std::size_t length)
 	}
 }
 
-void mtd_info::fail(board::flash_operation operation, std::uint64_t nth)
+void mtd_info::fail(harness::flash_operation operation, std::uint64_t nth)
 {
-	(operation == board::flash_operation::erase ? erases_to_failure_ : writes_to_failure_) = nth;
+	(operation == harness::flash_operation::erase ? erases_to_failure_ : writes_to_failure_) = nth;
 }
 
 bool mtd_info::comes_to_its_end(std::uint64_t &countdown)
@@ -85,7 +85,7 @@ bool mtd_info::erase(std::uint64_t offset)
 
 bool mtd_info::program(std::uint64_t offset, const void *from, std::size_t length)
 {
-	if (spec_.type != board::mtd_ram) {
+	if (spec_.type != harness::mtd_ram) {
 		std::vector<std::uint8_t> present(length);
 
 		read(offset, present.data(), length);
@@ -162,7 +162,7 @@ mtd_info *mtd_device_locked(int index)
 	return found == g_devices.end() ? nullptr : found->second.get();
 }
 
-int add_mtd(const board::mtd_spec &spec)
+int add_mtd(const harness::mtd_spec &spec)
 {
 	state_guard guard;
 	const int index = spec.index.value_or(lowest_free_number_locked());
@@ -187,10 +187,10 @@ void remove_mtd(int index)
 	g_devices.erase(index);
 }
 
-board::bytes mtd_content(int index, std::uint64_t offset, std::size_t length)
+harness::bytes mtd_content(int index, std::uint64_t offset, std::size_t length)
 {
 	state_guard guard;
-	board::bytes content(length);
+	harness::bytes content(length);
 
 	known_device_locked(index).read(offset, content.data(), length);
 	return content;
@@ -209,13 +209,13 @@ int mtd_use_count(int index)
 	return device.module_references + block_device_openers_locked(index);
 }
 
-void fail_flash(int index, board::flash_operation operation, std::uint64_t nth)
+void fail_flash(int index, harness::flash_operation operation, std::uint64_t nth)
 {
 	state_guard guard;
 	known_device_locked(index).fail(operation, nth);
 }
 
-board::mtd_activity mtd_count(int index)
+harness::mtd_activity mtd_count(int index)
 {
 	state_guard guard;
 	return known_device_locked(index).activity();

@@ -7,13 +7,13 @@
 #include <cstring>
 #include <memory>
 
-#include "../conformance/board.hpp"
+#include "harness.hpp"
 #include "flash_mng.h"
 #include "functions.hpp"
 #include "kernel/device.h"
 #include "simulation.hpp"
 
-namespace board {
+namespace harness {
 
 namespace {
 
@@ -369,4 +369,4 @@ uint64_t unmapped_address()
 	return simulation::unmapped_address;
 }
 
-} // namespace board
+} // namespace harness

@@ -190,7 +190,7 @@ template <typename table> const auto &row_named(const table &rows, std::string_v
 		if (row.name == name)
 			return row;
 	}
-	misuse("the module has nothing named %.*s, or tests/host/functions.cpp does not list it", static_cast<int>(name.size()),
+	misuse("the module has nothing named %.*s, or simulation/functions.cpp does not list it", static_cast<int>(name.size()),
 	       name.data());
 }
 

@@ -5,12 +5,12 @@
 #include <cstring>
 #include <iterator>
 
-#include "../conformance/board.hpp"
+#include "harness.hpp"
 #include "flash_mng.h"
 #include "lab_device.hpp"
 #include "parts.hpp"
 
-namespace board {
+namespace harness {
 
 namespace {
 
@@ -72,4 +72,4 @@ void replace_driver_at(std::string_view function, const driver_slots &slots, uns
 	interrupt(LAB_DRIVER_COMES, function, nth, functions_of(slots));
 }
 
-} // namespace board
+} // namespace harness

@@ -30,12 +30,12 @@ std::string as_the_kernel_formats(std::string_view format)
 }
 
 std::set<u32> g_registered;
-std::vector<board::log_line> g_lines;
-std::optional<board::load_end> g_load_end;
+std::vector<harness::log_line> g_lines;
+std::optional<harness::load_end> g_load_end;
 
 } // namespace
 
-std::vector<board::log_line> log()
+std::vector<harness::log_line> log()
 {
 	state_guard guard;
 	return g_lines;
@@ -47,7 +47,7 @@ void forget_log()
 	g_lines.clear();
 }
 
-std::optional<board::load_end> load_report()
+std::optional<harness::load_end> load_report()
 {
 	state_guard guard;
 	return g_load_end;
@@ -123,5 +123,5 @@ void log_module_init_end(const char *name, u64 start_ms, u32 result, const char 
 	if (seen(call::log_module_init_end, {name, start_ms, result, failure}))
 		return;
 	state_guard guard;
-	g_load_end = board::load_end{name, result, failure ? std::optional<std::string>(failure) : std::nullopt, start_ms};
+	g_load_end = harness::load_end{name, result, failure ? std::optional<std::string>(failure) : std::nullopt, start_ms};
 }

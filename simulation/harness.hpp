@@ -3,7 +3,7 @@
 // The board as the conformance suite sees it: load the module with this configuration, call this function, issue this command, make
 // that call fail, then look at the code, the log, the order of calls and the bytes.
 //
-// Two back ends implement these functions: tests/host runs the module's own objects on a simulated kernel and platform in this very
+// Two back ends implement these functions: simulation/ runs the module's own objects on a simulated kernel and platform in this very
 // process; tests/guest drives the real modules on the virtual board. A case must not know which one it runs on; one that cannot run on
 // a back end asks `world()` and skips with its reason.
 #pragma once
@@ -17,7 +17,7 @@
 #include <variant>
 #include <vector>
 
-namespace board {
+namespace harness {
 
 using std::uint32_t;
 using std::uint64_t;
@@ -240,4 +240,4 @@ void protect(void *memory, std::size_t size, access mode);
 uint64_t kernel_address();   // an address that belongs to the kernel
 uint64_t unmapped_address(); // a user address with nothing behind it
 
-} // namespace board
+} // namespace harness

@@ -4,7 +4,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "../conformance/board.hpp"
+#include "harness.hpp"
 #include "lab_device.hpp"
 #include "parts.hpp"
 
@@ -24,7 +24,7 @@ void arm(lab_fault fault, std::string_view what)
 
 } // namespace guest
 
-namespace board {
+namespace harness {
 
 namespace {
 
@@ -201,4 +201,4 @@ expected_report::~expected_report()
 	guest::write_file("/dev/kmsg", "flash_mng_test: end\n");
 }
 
-} // namespace board
+} // namespace harness

@@ -10,16 +10,16 @@
 #include <optional>
 #include <string>
 
-#include "../conformance/board.hpp"
+#include "harness.hpp"
 
 struct mtd_info {
 public:
-	mtd_info(int index, const board::mtd_spec &spec) : index_(index), spec_(spec) {}
+	mtd_info(int index, const harness::mtd_spec &spec) : index_(index), spec_(spec) {}
 
 	int index() const { return index_; }
-	const board::mtd_spec &spec() const { return spec_; }
+	const harness::mtd_spec &spec() const { return spec_; }
 	std::uint64_t size() const { return spec_.size; }
-	board::mtd_activity activity() const { return activity_; }
+	harness::mtd_activity activity() const { return activity_; }
 
 	// The range must lie within the device.
 	void read(std::uint64_t offset, void *to, std::size_t length) const;
@@ -30,7 +30,7 @@ public:
 	// Writes to erased bytes, and only RAM takes anything else; false, with nothing done, when the flash reports an error.
 	[[nodiscard]] bool program(std::uint64_t offset, const void *from, std::size_t length);
 	// The n-th erase or write from now on reports an error; 0 for none.
-	void fail(board::flash_operation operation, std::uint64_t nth);
+	void fail(harness::flash_operation operation, std::uint64_t nth);
 
 	int module_references = 0;    // by get_mtd_device() and get_mtd_device_nm()
 	bool has_block_device = true; // none when its number was still taken by another one
@@ -43,9 +43,9 @@ private:
 	void check_range(const char *what, std::uint64_t offset, std::size_t length) const;
 
 	int index_;
-	board::mtd_spec spec_;
+	harness::mtd_spec spec_;
 	std::map<std::uint64_t, std::unique_ptr<page>> pages_; // by page number; an absent page is erased
-	board::mtd_activity activity_{};
+	harness::mtd_activity activity_{};
 	std::uint64_t erases_to_failure_ = 0, writes_to_failure_ = 0; // 0 for none
 };
 

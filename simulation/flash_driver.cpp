@@ -12,18 +12,18 @@ namespace simulation {
 
 namespace {
 
-std::vector<board::flash_part_spec> g_created;
+std::vector<harness::flash_part_spec> g_created;
 std::deque<flash_driver_ops> g_tables; // every table ever registered; the module keeps a pointer
 
 u32 get_size(u32 cfg_inst_id, u32 sfc_chip_id, u32 sfc_ctrl, u32 sfc_cs, void *size)
 {
 	if (auto forced = seen(call::suite_driver_get_size, {cfg_inst_id, sfc_chip_id, sfc_ctrl, sfc_cs, size}))
 		return static_cast<u32>(*forced);
-	std::memcpy(size, &board::suite_flash_size, sizeof(board::suite_flash_size));
+	std::memcpy(size, &harness::suite_flash_size, sizeof(harness::suite_flash_size));
 	return 0;
 }
 
-board::flash_part_spec described(const flash_part &part)
+harness::flash_part_spec described(const flash_part &part)
 {
 	return {{part.mtd_name, strnlen(part.mtd_name, sizeof(part.mtd_name))}, part.offset, part.size};
 }
@@ -45,7 +45,7 @@ u32 destroy(u32 cfg_inst_id, u32 sfc_chip_id, u32 sfc_ctrl, u32 sfc_cs)
 	return 0;
 }
 
-const flash_driver_ops *table(const board::driver_slots &slots)
+const flash_driver_ops *table(const harness::driver_slots &slots)
 {
 	state_guard guard;
 	return &g_tables.emplace_back(
@@ -54,12 +54,12 @@ const flash_driver_ops *table(const board::driver_slots &slots)
 
 } // namespace
 
-void register_driver(const board::driver_slots &slots)
+void register_driver(const harness::driver_slots &slots)
 {
 	drv_flash_driver_register(0, 0, table(slots));
 }
 
-std::vector<board::flash_part_spec> created_parts()
+std::vector<harness::flash_part_spec> created_parts()
 {
 	state_guard guard;
 	return g_created;

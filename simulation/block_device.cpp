@@ -108,7 +108,7 @@ bool block_device::take(std::uint64_t position, const std::uint8_t *from, std::s
 {
 	const std::uint32_t erase_size = mtd_->spec().erase_size;
 
-	if (mtd_->spec().type == board::mtd_ram)
+	if (mtd_->spec().type == harness::mtd_ram)
 		return mtd_->program(position, from, length);
 	while (length > 0) {
 		const auto start = position - position % erase_size;

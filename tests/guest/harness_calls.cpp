@@ -13,12 +13,12 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "board_mtd.hpp"
+#include "harness_mtd.hpp"
 #include "flash_mng.h"
 #include "lab_device.hpp"
 #include "parts.hpp"
 
-namespace board {
+namespace harness {
 
 namespace {
 
@@ -185,4 +185,4 @@ uint64_t unmapped_address()
 	return 0x10000; // below every program, above the lowest address that may be mapped
 }
 
-} // namespace board
+} // namespace harness

@@ -8,11 +8,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "../conformance/board.hpp"
+#include "harness.hpp"
 #include "lab_device.hpp"
 #include "parts.hpp"
 
-namespace board {
+namespace harness {
 
 namespace {
 
@@ -96,4 +96,4 @@ std::optional<load_end> load_report()
 	return report;
 }
 
-} // namespace board
+} // namespace harness

@@ -18,22 +18,22 @@ constexpr std::size_t g_page = 4096;
 constexpr std::uint64_t g_end_of_user_addresses = std::uint64_t(1) << 48;
 constexpr unsigned long g_largest_count = 0x7fffffff;
 
-std::map<std::uint64_t, board::access> g_pages;
+std::map<std::uint64_t, harness::access> g_pages;
 std::map<void *, std::size_t> g_mappings; // with the unmapped page behind each
 
-int protection(board::access mode)
+int protection(harness::access mode)
 {
 	switch (mode) {
-	case board::access::read_write:
+	case harness::access::read_write:
 		return PROT_READ | PROT_WRITE;
-	case board::access::read_only:
+	case harness::access::read_only:
 		return PROT_READ;
 	default:
 		return PROT_NONE;
 	}
 }
 
-void set_access_locked(std::uint64_t start, std::size_t length, board::access mode)
+void set_access_locked(std::uint64_t start, std::size_t length, harness::access mode)
 {
 	if (mprotect(reinterpret_cast<void *>(start), length, protection(mode)) != 0)
 		misuse("mprotect() of user memory failed");
@@ -45,9 +45,9 @@ bool allowed_locked(std::uint64_t address, bool write)
 {
 	const auto page = g_pages.find(address & ~std::uint64_t(g_page - 1));
 
-	if (page == g_pages.end() || page->second == board::access::none)
+	if (page == g_pages.end() || page->second == harness::access::none)
 		return false;
-	return !write || page->second == board::access::read_write;
+	return !write || page->second == harness::access::read_write;
 }
 
 // How many of the bytes from @address on the program could touch itself, up to @count.
@@ -76,7 +76,7 @@ void check_kernel_object(const char *function, const void *memory, unsigned long
 
 } // namespace
 
-std::uint8_t *user_memory(std::size_t size, board::access mode)
+std::uint8_t *user_memory(std::size_t size, harness::access mode)
 {
 	state_guard guard;
 	const auto whole = std::max<std::size_t>((size + g_page - 1) / g_page * g_page, g_page);
@@ -89,7 +89,7 @@ std::uint8_t *user_memory(std::size_t size, board::access mode)
 	return static_cast<std::uint8_t *>(mapping) + whole - size;
 }
 
-void protect(void *memory, std::size_t size, board::access mode)
+void protect(void *memory, std::size_t size, harness::access mode)
 {
 	state_guard guard;
 	const auto start = reinterpret_cast<std::uint64_t>(memory) / g_page * g_page;

@@ -65,7 +65,7 @@ configuration &configuration_locked()
 {
 	if (g_configuration)
 		return *g_configuration;
-	const auto path = g_selected.starts_with('/') ? g_selected : CONFORMANCE_BOARDS_DIR "/" + g_selected + ".xml";
+	const auto path = g_selected.starts_with('/') ? g_selected : SIMULATION_BOARDS_DIR "/" + g_selected + ".xml";
 	g_configuration = std::make_unique<configuration>();
 	const auto result = g_configuration->document.load_file(path.c_str());
 	if (!result)

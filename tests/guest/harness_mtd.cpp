@@ -3,12 +3,12 @@
 // MTD devices of the board, made by flash_lab.
 #include <algorithm>
 
-#include "board_mtd.hpp"
+#include "harness_mtd.hpp"
 #include "lab_device.hpp"
 
 namespace guest {
 
-lab_mtd_add asking_for(const board::mtd_spec &wanted)
+lab_mtd_add asking_for(const harness::mtd_spec &wanted)
 {
 	lab_mtd_add record = {};
 	record.name = wanted.nameless ? 0 : reinterpret_cast<uint64_t>(wanted.name.c_str());
@@ -23,7 +23,7 @@ lab_mtd_add asking_for(const board::mtd_spec &wanted)
 
 } // namespace guest
 
-namespace board {
+namespace harness {
 
 namespace {
 
@@ -102,4 +102,4 @@ void fail_flash(int index, flash_operation operation, uint64_t nth)
 	guest::lab(LAB_MTD_FAIL, &failure, "failure of mtd" + std::to_string(index));
 }
 
-} // namespace board
+} // namespace harness

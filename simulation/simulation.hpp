@@ -23,7 +23,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "../conformance/board.hpp"
+#include "harness.hpp"
 
 struct mtd_info;
 
@@ -52,7 +52,7 @@ void reset();
 
 enum class call {
 #define FLASH_CALL(name, arguments) name,
-#include "../conformance/calls.def"
+#include "calls.def"
 #undef FLASH_CALL
 };
 
@@ -129,17 +129,17 @@ void reset_locks();
 
 // ---------------------------------------------------------------------------------------------------------------- MTD and files
 
-int add_mtd(const board::mtd_spec &spec);
+int add_mtd(const harness::mtd_spec &spec);
 void remove_mtd(int index);
-board::bytes mtd_content(int index, std::uint64_t offset, std::size_t length);
+harness::bytes mtd_content(int index, std::uint64_t offset, std::size_t length);
 void set_mtd_content(int index, std::uint64_t offset, const std::uint8_t *content, std::size_t length);
 int mtd_use_count(int index);
-board::mtd_activity mtd_count(int index);
+harness::mtd_activity mtd_count(int index);
 long mtd_references();
 void reset_mtd();
 
 // The n-th erase or write of a device from now on reports an error; 0 for none.
-void fail_flash(int index, board::flash_operation operation, std::uint64_t nth);
+void fail_flash(int index, harness::flash_operation operation, std::uint64_t nth);
 
 long open_files();
 void reset_files();
@@ -168,21 +168,21 @@ void take_block_device_away_locked(int index);
 
 // ---------------------------------------------------------------------------------------------------------------- user memory
 
-std::uint8_t *user_memory(std::size_t size, board::access mode);
-void protect(void *memory, std::size_t size, board::access mode);
+std::uint8_t *user_memory(std::size_t size, harness::access mode);
+void protect(void *memory, std::size_t size, harness::access mode);
 inline constexpr std::uint64_t kernel_address = 0xffff800000010000;
 inline constexpr std::uint64_t unmapped_address = 0x10000;
 void reset_user_memory();
 
 // ---------------------------------------------------------------------------------------------------------------- the platform
 
-std::vector<board::log_line> log();
+std::vector<harness::log_line> log();
 void forget_log();
-std::optional<board::load_end> load_report();
+std::optional<harness::load_end> load_report();
 void forget_load_report();
 void reset_log();
 
-// The board description CONFORMANCE_BOARDS_DIR/<name>.xml, read when it is first asked for something.
+// The board description SIMULATION_BOARDS_DIR/<name>.xml, read when it is first asked for something.
 void configure(std::string_view name);
 void lie_about_count(std::uint32_t reported, unsigned nth);
 void lie_with_null_list(unsigned nth);
@@ -206,8 +206,8 @@ void reset_hard_locks();
 
 // ---------------------------------------------------------------------------------------------------------------- the suite's flash driver
 
-void register_driver(const board::driver_slots &slots);
-std::vector<board::flash_part_spec> created_parts();
+void register_driver(const harness::driver_slots &slots);
+std::vector<harness::flash_part_spec> created_parts();
 void reset_driver();
 
 // ---------------------------------------------------------------------------------------------------------------- the device

@@ -1,2 +1,2 @@
 /* SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only */
-#include "desk_linux.h"
+#include "host_linux.h"

@@ -22,7 +22,7 @@ struct signature {
 
 constexpr std::array g_signatures = {
 #define FLASH_CALL(name, arguments) signature{#name, arguments},
-#include "../conformance/calls.def"
+#include "calls.def"
 #undef FLASH_CALL
 };
 

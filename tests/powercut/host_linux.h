@@ -1,10 +1,10 @@
 /* SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only */
 /*
- * What the flash buffer service of the reference platform asks of Linux, for its build on the desk: strict_flash.cpp implements it on
+ * What the flash buffer service of the reference platform asks of Linux, for its build on the host: strict_flash.cpp implements it on
  * flash whose power can be cut. Names and contracts are Linux's; only what the service uses is here.
  */
-#ifndef POWERCUT_DESK_LINUX_H
-#define POWERCUT_DESK_LINUX_H
+#ifndef POWERCUT_HOST_LINUX_H
+#define POWERCUT_HOST_LINUX_H
 
 #ifdef __cplusplus
 extern "C" {

@@ -9,8 +9,8 @@
 #define MODULE_AUTHOR(text)
 #define MODULE_DESCRIPTION(text)
 
-/* Nobody loads the module on the desk: its service needs no preparation. */
-#define module_init(function) int (*const desk_module_init)(void) = function
-#define module_exit(function) void (*const desk_module_exit)(void) = function
+/* Nobody loads the module on the host: its service needs no preparation. */
+#define module_init(function) int (*const host_module_init)(void) = function
+#define module_exit(function) void (*const host_module_exit)(void) = function
 
 #endif
