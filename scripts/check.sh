@@ -413,6 +413,34 @@ files_without_licence() {
 		done
 }
 
+# Files with nobody's copyright or without a licence, unknown licences, and texts of licences that nothing uses: of a copy, where files that
+# git ignores are not.
+reuse_findings() {
+	reuse_dir=$build_dir/reuse
+	rm -rf "$reuse_dir"
+	mkdir -p "$reuse_dir"
+	our_files '*' | rsync -a --files-from=- "$root" "$reuse_dir" || return 1
+	(cd "$reuse_dir" && GIT_CEILING_DIRECTORIES="$build_dir" reuse --root . lint 2>&1) || true
+}
+
+# other_licences: lines that name another licence than the one of all files.
+other_licences() {
+	our_files '*' | (cd "$root" && xargs -d '\n' grep -nI 'SPDX-License-Identifier: [A-Z]') |
+		grep -v 'SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only'
+}
+
+licences_stand() {
+	nothing_in other_licences || return 1
+	reuse_text=$(reuse_findings)
+	case $reuse_text in
+	*'Congratulations!'*) our_files '*' | wc -l ;;
+	*)
+		printf '%s\n' "$reuse_text"
+		return 1
+		;;
+	esac
+}
+
 # Tabs count 8 columns; a message text stays whole, however long its line.
 long_lines() {
 	source_files | while IFS= read -r wide; do
@@ -449,6 +477,7 @@ run_checks() {
 	check "manual pages: mandoc, $(our_files 'docs/man/*' | wc -l) pages" nothing_in manual_findings $(our_files 'docs/man/*')
 	check "litmus tests and the module name the same lines" nothing_in litmus_differences
 	check "licence line on top of every source" nothing_in files_without_licence
+	check "copyright and licence of every file: reuse lint" licences_stand
 	check "lines of at most $line_limit columns, no white space at the end" nothing_in long_lines
 	echo "$checks_passed $checks_failed 0" >"$build_dir/results/checks"
 	[ "$checks_failed" -eq 0 ] || {

@@ -174,7 +174,7 @@ test_strict_gate() {
 	log_dir=$gate_dir/strict
 	mkdir -p "$log_dir"
 	cat >"$gate_dir/planted.c" <<'SOURCE'
-// SPDX-License-Identifier: GPL-2.0
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include <linux/module.h>
 int planted(int __user *there)
 {
@@ -187,7 +187,7 @@ SOURCE
 	finds 'dereference of noderef expression' strict_findings make_planted
 	echo 'int planted(' >"$gate_dir/planted.c"
 	finds 'error:' strict_findings make_planted
-	printf '// SPDX-License-Identifier: GPL-2.0\n#include <linux/module.h>\nMODULE_LICENSE("GPL");\n' >"$gate_dir/planted.c"
+	printf '#include <linux/module.h>\nMODULE_LICENSE("GPL");\n' >"$gate_dir/planted.c"
 	silent strict_findings make_planted
 }
 
@@ -640,6 +640,31 @@ SOURCE
 	finds room cppcheck_findings flash_mng_kernel
 }
 
+test_licences() {
+	mkdir -p .reuse LICENSES
+	cp "$clone/.reuse/dep5" .reuse
+	cp "$clone"/LICENSES/* LICENSES
+	printf '// SPDX-License-%s: BSD-3-Clause OR GPL-2.0-only\n' Identifier | plant planted.cpp
+	passes licences_stand
+	echo '[]' | plant planted.data
+	finds '* planted.data' reuse_findings
+	fails licences_stand
+	rm planted.data
+	printf '# SPDX-License-%s: MIT\n' Identifier | plant planted.sh
+	finds 'planted.sh:1:' other_licences
+	finds 'Missing licenses: MIT' reuse_findings
+	fails licences_stand
+	rm planted.sh
+	touch LICENSES/MIT.txt
+	finds 'Unused licenses: MIT' reuse_findings
+	rm LICENSES/MIT.txt
+	passes licences_stand
+	reuse() {
+		return 3
+	}
+	fails licences_stand
+}
+
 test_c_style() {
 	printf 'int wrong_style(int a) {\n    return a;\n}\n' | plant flash_mng_kernel/kernel/planted.c
 	finds ERROR kernel_style_findings
@@ -809,7 +834,7 @@ apart test_task_gates
 apart test_condition_gate
 apart test_coverage_gate
 apart test_figures_gate
-for style_test in test_cpp_style test_c_style test_shell_style test_shared_names test_manual_style test_usage; do
+for style_test in test_cpp_style test_licences test_c_style test_shell_style test_shared_names test_manual_style test_usage; do
 	apart in_planted_clone "$style_test"
 done
 [ ! -e "$complaints" ]
