@@ -18,7 +18,8 @@ build_mcdc() {
 			-I"$root/flash_mng_kernel" -I"$root/flash_mng_kernel/include" -I"$root/simulation" -c "$mcdc_source" \
 			-o "$mcdc_dir/$(basename "$mcdc_source" .cpp).o" || return 1
 	done
-	find "$mcdc_host_dir/tests/host/CMakeFiles/conformance_cases.dir" "$mcdc_host_dir/simulation/CMakeFiles/simulation.dir" -name '*.o' >"$mcdc_dir/objects"
+	find "$mcdc_host_dir/tests/host/CMakeFiles/conformance_cases.dir" "$mcdc_host_dir/simulation/CMakeFiles/simulation.dir" \
+		-name '*.o' >"$mcdc_dir/objects"
 	clang++-19 -fprofile-instr-generate "$mcdc_dir"/*.o "@$mcdc_dir/objects" "$(preset_dir debug)/lib/libgtest.a" \
 		"$(preset_dir debug)/lib/libgtest_main.a" -lpugixml -lpthread -o "$mcdc_dir/mcdc_host"
 }
