@@ -10,12 +10,13 @@ use_busybox() {
 	[ -x "$busybox" ] || busybox=$package_files/files/usr/bin/busybox
 }
 
-# compile_board_files demo|SETS: the boards of a person, and the one on which the platform checks itself; for the suite those of its cases
-# too, in a folder of their own. The latter are wrong on purpose.
+# compile_board_files demo|SETS: the boards of a person; for the suite the one of platform_check too, and in a folder of their own those of
+# its cases, which are wrong on purpose.
 compile_board_files() {
 	compile_boards_of board/xml board || return 1
-	compile_boards_of reference_platform/boards board --force || return 1
-	[ "$1" = demo ] || compile_boards_of tests/conformance/boards board/conformance --force
+	[ "$1" != demo ] || return 0
+	compile_boards_of tests/guest/boards board --force || return 1
+	compile_boards_of tests/conformance/boards board/conformance --force
 }
 
 # make_agreement_boards: boards made up on the host, and what flash-board simulate says about each.
@@ -88,7 +89,8 @@ make_initramfs() {
 	begin_initramfs && compile_board_files "$1" || return 1
 	mkdir -p "$initramfs_root/demo" && cp "$root/board/demo/letter.txt" "$initramfs_root/demo/letter.txt" || return 1
 	if [ "$1" = full ]; then
-		copy_modules reference_platform examples/foreign_platform flash_mng_kernel board/demo/client tests/guest/lab || return 1
+		copy_modules reference_platform examples/foreign_platform flash_mng_kernel board/demo/client tests/guest/lab \
+			tests/guest/platform_check || return 1
 		copy_programs bin demo tests || return 1
 		make_agreement_boards || return 1
 		shim_functions >"$initramfs_root/tests/shims" || return 1

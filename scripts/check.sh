@@ -198,8 +198,7 @@ platform_statuses() {
 
 # unexpected_statuses: those that no check of the platform's own, on the board, expects.
 unexpected_statuses() {
-	cat "$root"/reference_platform/platform_check/*.c "$root"/reference_platform/spi_flash_driver/check*.c \
-		>"$build_dir/results/platform_checks"
+	cat "$root"/tests/guest/platform_check/*/*.c >"$build_dir/results/platform_checks"
 	platform_statuses | while IFS= read -r given_status; do
 		grep -qw "$given_status" "$build_dir/results/platform_checks" || echo "$given_status is expected by no check"
 	done
@@ -300,8 +299,8 @@ strict_findings() {
 
 kernel_style_findings() {
 	our_files 'flash_mng_kernel/*.c' 'flash_mng_kernel/*.h' 'reference_platform/*.c' 'reference_platform/*.h' 'board/demo/*.c' \
-		'examples/*.[ch]' 'tests/guest/lab/*.[ch]' 'tests/powercut/client/*.[ch]' 'tests/torture/calls/*.[ch]' \
-		'bench/kernel/*.[ch]' | (cd "$root" &&
+		'examples/*.[ch]' 'tests/guest/lab/*.[ch]' 'tests/guest/platform_check/*.[ch]' 'tests/powercut/client/*.[ch]' \
+		'tests/torture/calls/*.[ch]' 'bench/kernel/*.[ch]' | (cd "$root" &&
 		xargs perl "$kernel_source/scripts/checkpatch.pl" --no-tree --terse --quiet --max-line-length="$line_limit" \
 			--show-types --ignore "$kernel_style_exceptions" -f) | grep -vE '^total:'
 }

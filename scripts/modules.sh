@@ -5,7 +5,7 @@
 # sources, so these are copied to build/kernel/<flavour> first; only what changed is copied, and only that is built again.
 
 module_sources="flash_mng_kernel reference_platform examples/foreign_platform board/demo/client tests/powercut/client bench/kernel
-	tests/torture/calls tests/guest/lab simulation/calls.def"
+	tests/torture/calls tests/guest/lab tests/guest/platform_check simulation/calls.def"
 
 # use_stage FLAVOUR: sets stage_dir.
 use_stage() {
@@ -54,7 +54,8 @@ make_client() {
 }
 
 make_lab() {
-	make_client tests/guest/lab "$@"
+	make_client tests/guest/lab "$@" || return 1
+	make_client tests/guest/platform_check "$@"
 }
 
 make_board_modules() {

@@ -156,7 +156,7 @@ TEST(agreement, on_the_boards_of_the_repository)
 {
 	std::size_t boards = 0;
 
-	for (const auto *folder : {"/board/xml", "/reference_platform/boards", "/tests/conformance/boards"})
+	for (const auto *folder : {"/board/xml", "/tests/guest/boards", "/tests/conformance/boards"})
 		for (const auto &file : std::filesystem::directory_iterator(std::string(REPOSITORY_DIR) + folder)) {
 			compare(fixtures::read(file.path()), fixtures::common_layout());
 			boards++;

@@ -263,15 +263,16 @@ test_interface() {
 }
 
 test_status_list() {
-	mkdir -p "$root/reference_platform/include" "$root/reference_platform/platform_check" "$root/reference_platform/spi_flash_driver"
+	mkdir -p "$root/reference_platform/include" "$root/tests/guest/platform_check/platform" \
+		"$root/tests/guest/platform_check/spi_flash"
 	printf '#define STATUS_H\n#define FIRST_BAD\t0x70010001U /* x */\n#define FIRST 22\n#define LAST\t(-1)\n' \
 		>"$root/reference_platform/include/platform_status.h"
-	echo 'CHECK_EQ(first(), FIRST_BAD);' >"$root/reference_platform/platform_check/first.c"
-	echo 'CHECK_EQ(last(), LAST);' >"$root/reference_platform/spi_flash_driver/check_last.c"
+	echo 'CHECK_EQ(first(), FIRST_BAD);' >"$root/tests/guest/platform_check/platform/first.c"
+	echo 'CHECK_EQ(last(), LAST);' >"$root/tests/guest/platform_check/spi_flash/last.c"
 	finds 'FIRST is expected by no check' unexpected_statuses
 	[ "$(unexpected_statuses | wc -l)" = 1 ] || complain "unexpected_statuses finds too much"
 	fails statuses_expected
-	echo 'CHECK_EQ(first(), FIRST);' >>"$root/reference_platform/platform_check/first.c"
+	echo 'CHECK_EQ(first(), FIRST);' >>"$root/tests/guest/platform_check/platform/first.c"
 	finds 3 statuses_expected
 }
 

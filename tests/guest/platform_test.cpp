@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// The reference platform itself: its services, checked by its own kernel module platform_check, and its files in debugfs.
+// The reference platform itself: its services, checked by the kernel module platform_check, and its files in debugfs.
 #include <gtest/gtest.h>
 
 #include <cerrno>

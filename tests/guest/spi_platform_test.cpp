@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// The reference platform's flash driver: its answers through flash_mng, checked by its own kernel module spi_flash_check, and what only
+// The reference platform's flash driver: its answers through flash_mng, checked by the kernel module spi_flash_check, and what only
 // programs can show: open partitions, unloading, its files in debugfs.
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
  */
 #include <linux/kernel.h>
 
-#include "check.h"
+#include "groups.h"
 #include "failing_call.h"
 #include "platform/log.h"
 #include "platform_status.h"

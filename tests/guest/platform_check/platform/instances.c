@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "board_values.h"
-#include "check.h"
+#include "groups.h"
 #include "platform/instance.h"
 #include "platform_status.h"
 

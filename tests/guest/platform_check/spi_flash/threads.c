@@ -9,7 +9,7 @@
 #include <linux/kthread.h>
 #include <linux/mtd/mtd.h>
 
-#include "check.h"
+#include "groups.h"
 #include "platform_status.h"
 
 #define ROUNDS 8

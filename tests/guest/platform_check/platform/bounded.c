@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
-#include "check.h"
+#include "groups.h"
 #include "platform/bounded.h"
 #include "platform_status.h"
 

@@ -1,17 +1,16 @@
 /* SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only */
 /*
- * The test of the flash driver, on the board: asks for everything through flash_mng and compares each answer with the one expected.
- *
- * Loading spi_flash_check with only=<group> runs that group and succeeds when every answer was right; otherwise the load fails and the
- * kernel log names each wrong answer. It wants the board description "cards", flash_mng and spi_flash_driver, the latter freshly loaded.
+ * The groups of spi_flash_check: each asks for everything through flash_mng and compares the flash driver's answers. They want the board
+ * description "cards", flash_mng and spi_flash_driver, the latter freshly loaded.
  */
-#ifndef REFERENCE_PLATFORM_SPI_FLASH_CHECK_H
-#define REFERENCE_PLATFORM_SPI_FLASH_CHECK_H
+#ifndef PLATFORM_CHECK_SPI_FLASH_GROUPS_H
+#define PLATFORM_CHECK_SPI_FLASH_GROUPS_H
 
 #include <linux/kernel.h>
 #include <linux/string.h>
 #include <linux/types.h>
 
+#include "check.h"
 #include "flash_mng.h"
 
 /* instances of the board "cards" */
@@ -23,12 +22,6 @@
 #define NO_CARRIER	0x21 /* chip 1, controller 0, select 0: 4 MiB; lock type 0 */
 
 #define ERASE_SIZE	0x10000U
-
-/* check_number() - count a check and report it when the numbers differ; any thread; use through CHECK_EQ(). */
-void check_number(const char *file, int line, const char *what, u64 actual, u64 expected);
-
-#define CHECK_EQ(actual, expected) check_number(kbasename(__FILE__), __LINE__, #actual, (u64)(actual), (u64)(expected))
-#define CHECK(condition) CHECK_EQ(!!(condition), 1)
 
 /* mtd_exists() - whether there is an MTD device of this name. */
 bool mtd_exists(const char *name);

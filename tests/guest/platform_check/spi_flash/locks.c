@@ -2,7 +2,7 @@
 /*
  * The hardware locks of the instances: which operation takes one, with which values, and that each is free afterwards.
  */
-#include "check.h"
+#include "groups.h"
 #include "platform/instance.h"
 #include "platform_status.h"
 

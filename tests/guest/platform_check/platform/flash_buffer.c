@@ -7,7 +7,7 @@
 #include <linux/mtd/mtd.h>
 #include <linux/vmalloc.h>
 
-#include "check.h"
+#include "groups.h"
 #include "platform/flash_buffer.h"
 #include "platform_status.h"
 

@@ -2,7 +2,7 @@
 #include <linux/err.h>
 #include <linux/mtd/mtd.h>
 
-#include "check.h"
+#include "groups.h"
 #include "platform/xml.h"
 #include "platform_status.h"
 

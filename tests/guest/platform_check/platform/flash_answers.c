@@ -7,7 +7,7 @@
 #include <linux/module.h>
 #include <linux/mtd/mtd.h>
 
-#include "check.h"
+#include "groups.h"
 #include "failing_call.h"
 #include "platform/flash_buffer.h"
 #include "platform_status.h"

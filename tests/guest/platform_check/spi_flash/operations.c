@@ -3,7 +3,7 @@
 #include <linux/mtd/mtd.h>
 #include <linux/slab.h>
 
-#include "check.h"
+#include "groups.h"
 #include "failing_call.h"
 #include "platform_status.h"
 

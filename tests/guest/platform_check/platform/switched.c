@@ -3,7 +3,7 @@
  * Expects these switches to be armed: "memcpy_s 2 0x55", "xml_get_entry_num 1 0x66 sticky", "xml_get_entry_list:count 1 9",
  * "xml_get_entry_list:null 2 0", "xml_is_element_exist 1 1", "drv_board_get_bom_value 1 0".
  */
-#include "check.h"
+#include "groups.h"
 #include "platform/board_capability.h"
 #include "platform/bounded.h"
 #include "platform/xml.h"

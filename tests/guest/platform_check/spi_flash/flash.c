@@ -5,7 +5,7 @@
 #include <linux/err.h>
 #include <linux/mtd/mtd.h>
 
-#include "check.h"
+#include "groups.h"
 
 #define NAME		"mtd_00000011_settings"
 #define LAST_BLOCK	ERASE_SIZE /* of the two of this partition */
