@@ -11,16 +11,18 @@
  * <status> is decimal or 0x hexadecimal; 0 is allowed and gives a success that did nothing. A function has one switch: arming it again
  * replaces what was armed. Reading the file lists the armed switches, one per line, in the form in which they are written, with the
  * number of calls still to go. A function name that the module does not list is refused.
+ *
+ * fault_switches.c is linked into each of these modules; its Kbuild includes fault_switches.mk.
  */
 #ifndef REFERENCE_PLATFORM_FAULT_SWITCHES_H
 #define REFERENCE_PLATFORM_FAULT_SWITCHES_H
 
-#include <linux/debugfs.h>
+#include <linux/compiler.h>
 #include <linux/kernel.h>
-#include <linux/seq_file.h>
-#include <linux/slab.h>
 #include <linux/spinlock.h>
-#include <linux/string.h>
+#include <linux/types.h>
+
+struct dentry;
 
 /* struct fault_switch - one function that can be made to fail; off while calls_left is 0 */
 struct fault_switch {
@@ -45,15 +47,8 @@ struct fault_switches {
 		.all = table,						\
 	}
 
-static inline struct fault_switch *fault_switch_find(struct fault_switches *switches, const char *function)
-{
-	u32 i;
-
-	for (i = 0; i < switches->count; i++)
-		if (!strcmp(switches->all[i].function, function))
-			return &switches->all[i];
-	return NULL;
-}
+/* fault_switch_fires() - fault_switched(), while any switch of the module is armed. */
+bool fault_switch_fires(struct fault_switches *switches, const char *function, u32 *status);
 
 /*
  * fault_switched() - count a call of a function and say whether it has to fail; any context.
@@ -61,130 +56,10 @@ static inline struct fault_switch *fault_switch_find(struct fault_switches *swit
  */
 static inline bool fault_switched(struct fault_switches *switches, const char *function, u32 *status)
 {
-	struct fault_switch *one;
-	unsigned long irq_state;
-	bool fires = false;
-
-	if (!READ_ONCE(switches->armed))
-		return false;
-
-	spin_lock_irqsave(&switches->lock, irq_state);
-	one = fault_switch_find(switches, function);
-	if (one && one->calls_left) {
-		fires = one->calls_left == 1;
-		if (!fires || !one->sticky)
-			one->calls_left--;
-		if (!one->calls_left)
-			WRITE_ONCE(switches->armed, switches->armed - 1);
-		if (fires)
-			*status = one->status;
-	}
-	spin_unlock_irqrestore(&switches->lock, irq_state);
-	return fires;
-}
-
-static inline void fault_switches_clear(struct fault_switches *switches)
-{
-	unsigned long irq_state;
-	u32 i;
-
-	spin_lock_irqsave(&switches->lock, irq_state);
-	for (i = 0; i < switches->count; i++)
-		switches->all[i].calls_left = 0;
-	WRITE_ONCE(switches->armed, 0);
-	spin_unlock_irqrestore(&switches->lock, irq_state);
-}
-
-static inline void fault_switch_arm(struct fault_switches *switches, struct fault_switch *one, u32 calls_left, u32 status, bool sticky)
-{
-	unsigned long irq_state;
-
-	spin_lock_irqsave(&switches->lock, irq_state);
-	if (!one->calls_left)
-		WRITE_ONCE(switches->armed, switches->armed + 1);
-	one->calls_left = calls_left;
-	one->status = status;
-	one->sticky = sticky;
-	spin_unlock_irqrestore(&switches->lock, irq_state);
-}
-
-static inline int fault_switches_command(struct fault_switches *switches, char *command)
-{
-	char *function = strsep(&command, " ");
-	char *nth = strsep(&command, " ");
-	char *status = strsep(&command, " ");
-	struct fault_switch *one;
-	u32 nth_value, status_value;
-
-	if (!strcmp(function, "clear") && !nth) {
-		fault_switches_clear(switches);
-		return 0;
-	}
-	one = fault_switch_find(switches, function);
-	if (!one) {
-		pr_err("switches: \"%s\" is not a function of this module that can be switched\n", function);
-		return -EINVAL;
-	}
-	if (!nth || !status || kstrtou32(nth, 0, &nth_value) || !nth_value || kstrtou32(status, 0, &status_value) ||
-	    (command && strcmp(command, "sticky"))) {
-		pr_err("switches: %s: expected \"<function> <n> <status> [sticky]\" with n from 1\n", function);
-		return -EINVAL;
-	}
-	fault_switch_arm(switches, one, nth_value, status_value, command);
-	return 0;
-}
-
-static inline ssize_t fault_switches_write(struct file *file, const char __user *from, size_t size, loff_t *position)
-{
-	struct fault_switches *switches = ((struct seq_file *)file->private_data)->private;
-	char *text;
-	int result;
-
-	if (size > 256)
-		return -EINVAL;
-	text = memdup_user_nul(from, size);
-	if (IS_ERR(text))
-		return PTR_ERR(text);
-	result = fault_switches_command(switches, strim(text));
-	kfree(text);
-	return result ? result : size;
-}
-
-static inline int fault_switches_show(struct seq_file *out, void *unused)
-{
-	struct fault_switches *switches = out->private;
-	unsigned long irq_state;
-	u32 i;
-
-	spin_lock_irqsave(&switches->lock, irq_state);
-	for (i = 0; i < switches->count; i++) {
-		const struct fault_switch *one = &switches->all[i];
-
-		if (one->calls_left)
-			seq_printf(out, "%s %u 0x%x%s\n", one->function, one->calls_left, one->status, one->sticky ? " sticky" : "");
-	}
-	spin_unlock_irqrestore(&switches->lock, irq_state);
-	return 0;
-}
-
-static inline int fault_switches_open(struct inode *inode, struct file *file)
-{
-	return single_open(file, fault_switches_show, inode->i_private);
+	return READ_ONCE(switches->armed) && fault_switch_fires(switches, function, status);
 }
 
 /* fault_switches_create() - offer the file "switches" in the module's debugfs directory */
-static inline void fault_switches_create(struct fault_switches *switches, struct dentry *directory)
-{
-	static const struct file_operations operations = {
-		.owner = THIS_MODULE,
-		.open = fault_switches_open,
-		.read = seq_read,
-		.write = fault_switches_write,
-		.llseek = seq_lseek,
-		.release = single_release,
-	};
-
-	debugfs_create_file("switches", 0600, directory, switches, &operations);
-}
+void fault_switches_create(struct fault_switches *switches, struct dentry *directory);
 
 #endif
