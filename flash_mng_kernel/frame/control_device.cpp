@@ -13,33 +13,43 @@ struct flash_command {
 	long (*handler)(unsigned long argument);
 };
 
-constexpr u32 command_count = 8;
-
-// The only row in which a command can be: the low bits of the numbers, which follow one another, say it. No number leads out of the table.
-constexpr u32 row_of(u32 number)
-{
-	return (number - FLASH_MNG_GET_NAND_PART_INFO) % command_count;
-}
-
 } // namespace
 
 extern "C" {
 
 // The commands, in the order of their numbers.
-extern const flash_command g_flash_ioctl_cmd[command_count];
-constexpr flash_command g_flash_ioctl_cmd[command_count] = {
+extern const flash_command g_flash_ioctl_cmd[];
+constexpr flash_command g_flash_ioctl_cmd[] = {
 	{FLASH_MNG_GET_NAND_PART_INFO, flash_get_nand_part_info},	{FLASH_MNG_GET_PART_NUM, flash_get_part_num},
 	{FLASH_MNG_GET_NAND_IS_EXIST, flash_get_nand_is_exist},		{FLASH_MNG_FIND_CONFIG, drv_flash_find_config},
 	{FLASH_MNG_FIND_CONFIG_BY_INST, drv_flash_find_config_by_inst}, {FLASH_MNG_MTD_READ, drv_nand_flash_mtd_read_ioctl},
 	{FLASH_MNG_MTD_WRITE, drv_nand_flash_mtd_write_ioctl},		{FLASH_MNG_GET_MTD_STATISTICS, flash_get_mtd_statistics},
 };
+}
 
-static_assert([] {
-	for (const flash_command &row : g_flash_ioctl_cmd)
-		if (&row != &g_flash_ioctl_cmd[row_of(row.number)])
-			return false;
-	return true;
-}());
+namespace {
+
+constexpr u32 command_count = sizeof(g_flash_ioctl_cmd) / sizeof(flash_command);
+
+// The row in which a command is, as the numbers follow one another. Other numbers have a row of the table too, which is another command's:
+// not even a processor that guesses ahead is led out of it.
+constexpr u32 row_of(u32 number)
+{
+	return (number - g_flash_ioctl_cmd[0].number) % command_count;
+}
+
+static_assert(
+	[] {
+		for (const flash_command &row : g_flash_ioctl_cmd)
+			if (&row != &g_flash_ioctl_cmd[row_of(row.number)])
+				return false;
+		return true;
+	}(),
+	"the numbers of the commands follow one another, and so do their rows");
+
+} // namespace
+
+extern "C" {
 
 int flash_open(inode *, file *)
 {
