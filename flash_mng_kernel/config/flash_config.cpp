@@ -2,6 +2,7 @@
 #include "config/flash_config.hpp"
 
 #include "config/xml_section.hpp"
+#include "kernel/list.hpp"
 #include "kernel/memory.hpp"
 #include "kernel/mtd_device.hpp"
 #include "platform/board_capability.h"
@@ -17,17 +18,14 @@ constexpr char table_node[] = "attr";
 constexpr char usrdata_name[] = "usrdata";
 constexpr u32 node_name_size = 32;
 
-flash_config_entry *entry_of(list_head *link)
+list_of<flash_config_entry> entries()
 {
-	return reinterpret_cast<flash_config_entry *>(reinterpret_cast<char *>(link) - offsetof(flash_config_entry, link));
+	return list_of<flash_config_entry>(g_flash_config_list);
 }
 
 flash_config_entry *find_entry(u32 inst_id)
 {
-	for (list_head *link = g_flash_config_list.next; link != &g_flash_config_list; link = link->next)
-		if (entry_of(link)->inst_id == inst_id)
-			return entry_of(link);
-	return nullptr;
+	return entries().first([inst_id](const flash_config_entry &entry) { return entry.inst_id == inst_id; });
 }
 
 // Reads the entry list of a node into the two outputs; they are touched on success only.
@@ -216,12 +214,11 @@ u32 drv_flash_exit(u32 inst_id)
 
 void flash_mng::release_flash_configs()
 {
-	list_head *next = nullptr;
-	for (list_head *link = g_flash_config_list.next; link != &g_flash_config_list; link = next) {
-		next = link->next;
-		flash_config_entry *const entry = entry_of(link);
-		kfree(entry->sections);
-		linux_list_del(&entry->link);
-		kfree(entry);
+	for (auto next = entries().begin(); next != entries().end();) {
+		flash_config_entry &entry = *next;
+		++next;
+		kfree(entry.sections);
+		linux_list_del(&entry.link);
+		kfree(&entry);
 	}
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "spi/registry.hpp"
 
+#include "kernel/list.hpp"
 #include "kernel/memory.hpp"
 #include "kernel/spin_guard.hpp"
 #include "platform/messages.hpp"
@@ -10,17 +11,9 @@ using namespace flash_mng;
 
 namespace {
 
-spi_flash_info *info_of(list_head *link)
-{
-	return reinterpret_cast<spi_flash_info *>(reinterpret_cast<char *>(link) - offsetof(spi_flash_info, link));
-}
-
 template <typename predicate> spi_flash_info *first_locked(predicate fits)
 {
-	for (list_head *link = g_spi_flash_info_list.next; link != &g_spi_flash_info_list; link = link->next)
-		if (fits(*info_of(link)))
-			return info_of(link);
-	return nullptr;
+	return list_of<spi_flash_info>(g_spi_flash_info_list).first(fits);
 }
 
 spi_flash_info *find_locked(u32 inst_id)

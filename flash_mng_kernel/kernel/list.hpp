@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#pragma once
+
+#include "kernel/list.h"
+
+namespace flash_mng {
+
+// The records of one of Linux's lists, which have their links in a member named "link". A record may be freed once its iterator is at the
+// next one.
+template <typename record> class list_of {
+public:
+	class iterator {
+	public:
+		explicit iterator(list_head *link) : m_link(link) {}
+
+		record &operator*() const { return *reinterpret_cast<record *>(reinterpret_cast<char *>(m_link) - offsetof(record, link)); }
+		iterator &operator++()
+		{
+			m_link = m_link->next;
+			return *this;
+		}
+		bool operator==(const iterator &other) const { return m_link == other.m_link; }
+
+	private:
+		list_head *m_link;
+	};
+
+	explicit list_of(list_head &head) : m_head(head) {}
+
+	iterator begin() const { return iterator(m_head.next); }
+	iterator end() const { return iterator(&m_head); }
+
+	// The first record that fits, or NULL.
+	template <typename predicate> record *first(predicate fits) const
+	{
+		for (record &one : *this)
+			if (fits(one))
+				return &one;
+		return nullptr;
+	}
+
+private:
+	list_head &m_head;
+};
+
+} // namespace flash_mng
