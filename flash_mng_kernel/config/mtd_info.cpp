@@ -3,7 +3,6 @@
 
 #include "config/xml_section.hpp"
 #include "kernel/memory.h"
-#include "kernel/pointer.hpp"
 #include "platform/messages.hpp"
 #include "uapi/flash_mng.h"
 

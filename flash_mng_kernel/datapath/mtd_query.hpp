@@ -12,9 +12,6 @@ struct mtd_device_info {
 	u32 type;  // MTD type code
 };
 
-inline constexpr u32 device_path_size = 32; // buffers for "/dev/mtdN" and "/dev/mtdblockN"
-inline constexpr u32 device_path_max = device_path_size - 1;
-
 extern "C" {
 
 // FLASH_MNG_OK for a name of 1 to 31 characters, otherwise FLASH_MNG_INVALID. Silent.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // Partitions read and written by name: the exported functions, and the road over the block device for partitions that are not NAND.
+#include "datapath/device_path.hpp"
 #include "datapath/mtd_query.hpp"
 #include "datapath/nand_transfer.hpp"
 #include "flash_mng.h"
@@ -29,7 +30,7 @@ bool ends_beyond(u32 end, const mtd_device_info &info)
 
 u32 read_block_device(const char *mtd_name, const char *path, u32 offset, void *buf, u32 len)
 {
-	open_file file(path, open_read_only);
+	open_file file(path, LINUX_O_RDONLY);
 	if (!file) {
 		drv_log_record(module_log, ordinary, 0, "mtd read: open %s failed ret=%ld", path, file.error());
 		return FLASH_MNG_NOT_OPENED;
@@ -48,7 +49,7 @@ u32 read_block_device(const char *mtd_name, const char *path, u32 offset, void *
 
 u32 write_block_device(const char *mtd_name, const char *path, u32 offset, const void *buf, u32 len)
 {
-	open_file file(path, open_read_write);
+	open_file file(path, LINUX_O_RDWR);
 	if (!file) {
 		drv_log_record(module_log, ordinary, 0, "mtd write: open %s fail. (ret=%ld)", path, file.error());
 		return FLASH_MNG_NOT_OPENED;
@@ -73,7 +74,7 @@ extern "C" {
 u32 drv_flash_mtd_read(const char *mtd_name, u32 offset, void *buf, u32 len)
 {
 	mtd_device_info info = {};
-	char path[device_path_size] = {};
+	device_path path = {};
 	u32 unclear = static_cast<u32>(memset_s(&info, sizeof(info), 0, sizeof(info)));
 	unclear |= static_cast<u32>(memset_s(path, sizeof(path), 0, sizeof(path)));
 	if (unclear) {
@@ -101,13 +102,13 @@ u32 drv_flash_mtd_read(const char *mtd_name, u32 offset, void *buf, u32 len)
 
 	const int index = static_cast<int>(info.index);
 	if (drv_flash_mtd_is_nand(info.type)) {
-		if (snprintf_s(path, sizeof(path), device_path_max, "/dev/mtd%d", index) < 0) {
+		if (!form_flash_path(path, info.index)) {
 			drv_log_record(module_log, ordinary, 0, "Flash mng mtd_devname:/dev/mtd%d failure", index);
 			return FLASH_MNG_COPY_FAILED;
 		}
 		return drv_nand_flash_mtd_read(mtd_name, path, offset, buf, len);
 	}
-	if (snprintf_s(path, sizeof(path), device_path_max, "/dev/mtdblock%d", index) < 0) {
+	if (!form_block_path(path, info.index)) {
 		drv_log_record(module_log, ordinary, 0, "Flash mng mtd_devname:/dev/mtdblock%d failure", index);
 		return FLASH_MNG_COPY_FAILED;
 	}
@@ -117,7 +118,7 @@ u32 drv_flash_mtd_read(const char *mtd_name, u32 offset, void *buf, u32 len)
 u32 drv_flash_mtd_write(const char *mtd_name, u32 offset, const void *buf, u32 len)
 {
 	mtd_device_info info = {};
-	char path[device_path_size] = {};
+	device_path path = {};
 
 	if (const u32 code = drv_mtd_get_info(mtd_name, &info)) {
 		drv_log_record(module_log, ordinary, 0, "mtd write: mtd info not found, name:%s ret:%u", printable(mtd_name), code);
@@ -139,13 +140,13 @@ u32 drv_flash_mtd_write(const char *mtd_name, u32 offset, const void *buf, u32 l
 
 	const int index = static_cast<int>(info.index);
 	if (drv_flash_mtd_is_nand(info.type)) {
-		if (snprintf_s(path, sizeof(path), device_path_max, "/dev/mtd%d", index) < 0) {
+		if (!form_flash_path(path, info.index)) {
 			drv_log_record(module_log, ordinary, 0, "Flash mng mtd_devname:/dev/mtd%d failure", index);
 			return FLASH_MNG_COPY_FAILED;
 		}
 		return drv_nand_flash_mtd_write(mtd_name, path, offset, buf, len);
 	}
-	if (snprintf_s(path, sizeof(path), device_path_max, "/dev/mtdblock%d", index) < 0) {
+	if (!form_block_path(path, info.index)) {
 		drv_log_record(module_log, ordinary, 0, "Flash mng write mtd_devname:/dev/mtdblock%d failure", index);
 		return FLASH_MNG_COPY_FAILED;
 	}

@@ -3,12 +3,11 @@
 // Sections read and written by instance, section id and address, through the block device of the section's partition.
 #include "datapath/section_transfer.hpp"
 
-#include "datapath/mtd_query.hpp"
+#include "datapath/device_path.hpp"
 #include "flash_mng.h"
 #include "kernel/mtd_device.hpp"
 #include "kernel/open_file.hpp"
 #include "kernel/semaphore_hold.hpp"
-#include "platform/bounded.h"
 #include "platform/messages.hpp"
 
 using namespace flash_mng;
@@ -22,28 +21,28 @@ bool contains(const flash_section &section, u32 offset, u32 len)
 	return section.offset <= offset && end > offset && end - offset >= len;
 }
 
-u32 form_read_path(const char *mtd_name, char (&path)[device_path_size])
+u32 form_read_path(const char *mtd_name, device_path &path)
 {
 	const mtd_device device = mtd_device::named(mtd_name);
 	if (!device) {
 		drv_log_record(module_log, ordinary, 0, "Failed to find mtd index by mtd name:%s", mtd_name);
 		return FLASH_MNG_INVALID;
 	}
-	if (snprintf_s(path, sizeof(path), device_path_max, "/dev/mtdblock%d", static_cast<int>(device.index())) < 0) {
+	if (!form_block_path(path, device.index())) {
 		drv_log_record(module_log, ordinary, 0, "Flash mng snprintf_s name failed");
 		return FLASH_MNG_COPY_FAILED;
 	}
 	return FLASH_MNG_OK;
 }
 
-u32 form_write_path(const char *mtd_name, char (&path)[device_path_size])
+u32 form_write_path(const char *mtd_name, device_path &path)
 {
 	const mtd_device device = mtd_device::named(mtd_name);
 	if (!device) {
 		drv_log_record(module_log, ordinary, 0, "Failed to find mtd index by mtd name");
 		return FLASH_MNG_INVALID;
 	}
-	if (snprintf_s(path, sizeof(path), device_path_max, "/dev/mtdblock%d", static_cast<int>(device.index())) < 0) {
+	if (!form_block_path(path, device.index())) {
 		drv_log_record(module_log, ordinary, 0, "Flash mng write snprintf_s name failed");
 		return FLASH_MNG_COPY_FAILED;
 	}
@@ -52,7 +51,7 @@ u32 form_write_path(const char *mtd_name, char (&path)[device_path_size])
 
 u32 read_section(const flash_section &section, const char *path, u32 offset, void *buf, u32 len)
 {
-	open_file file(path, open_read_only);
+	open_file file(path, LINUX_O_RDONLY);
 	if (!file) {
 		drv_log_record(module_log, ordinary, 0, "[drv flash Read]Open %s failed, errcode: %ld.", section.mtd_name, file.error());
 		return FLASH_MNG_NOT_OPENED;
@@ -74,7 +73,7 @@ u32 read_section(const flash_section &section, const char *path, u32 offset, voi
 
 u32 write_section(const flash_section &section, const char *path, u32 offset, const void *buf, u32 len)
 {
-	open_file file(path, open_read_write | open_synchronous);
+	open_file file(path, LINUX_O_RDWR | LINUX_O_SYNC);
 	if (!file) {
 		drv_log_record(module_log, ordinary, 0, "[drv flash write] Open %s failed, errcode: %ld.", section.mtd_name, file.error());
 		return FLASH_MNG_NOT_OPENED;
@@ -130,7 +129,7 @@ u32 drv_flash_read(u32 inst_id, u32 section_id, u32 offset, void *buf, u32 len)
 	}
 
 	const flash_section &section = entry->sections[index];
-	char path[device_path_size] = {};
+	device_path path = {};
 	if (const u32 code = form_read_path(section.mtd_name, path))
 		return code;
 
@@ -164,7 +163,7 @@ u32 drv_flash_write(u32 inst_id, u32 section_id, u32 offset, const void *buf, u3
 	}
 
 	const flash_section &section = entry->sections[index];
-	char path[device_path_size] = {};
+	device_path path = {};
 	if (const u32 code = form_write_path(section.mtd_name, path))
 		return code;
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#include "datapath/device_path.hpp"
 #include "datapath/mtd_query.hpp"
 #include "datapath/nand_transfer.hpp"
 #include "ioctl/handlers.hpp"
 #include "kernel/memory.hpp"
 #include "kernel/user_copy.h"
-#include "platform/bounded.h"
 #include "platform/messages.hpp"
 #include "uapi/flash_mng.h"
 
@@ -19,10 +19,21 @@ mtd_info_entry *find_listed(const flash_mtd_io_arg &request)
 	return terminated ? drv_flash_mtd_info_find(request.name) : nullptr;
 }
 
-// The path of the flash service's device, or nothing.
-bool form_path(char (&path)[device_path_size], const mtd_device_info &info)
+struct io_request {
+	flash_mtd_io_arg record = {};
+	mtd_info_entry *entry = nullptr; // of the table
+};
+
+// Takes a request over, and what both commands ask of it.
+inline u32 take_request(io_request &request, unsigned long argument)
 {
-	return snprintf_s(path, sizeof(path), device_path_max, "/dev/mtd%d", static_cast<int>(info.index)) >= 0;
+	if (linux_copy_io_request_from_user(&request.record, argument))
+		return FLASH_MNG_USER_UNREADABLE;
+
+	request.entry = find_listed(request.record);
+	if (!request.entry)
+		return FLASH_MNG_NOT_LISTED;
+	return request.record.length ? FLASH_MNG_OK : FLASH_MNG_EMPTY_RANGE;
 }
 
 } // namespace
@@ -31,16 +42,11 @@ extern "C" {
 
 long drv_nand_flash_mtd_read_ioctl(unsigned long argument)
 {
-	flash_mtd_io_arg request = {};
-	if (linux_copy_io_request_from_user(&request, argument))
-		return FLASH_MNG_USER_UNREADABLE;
+	io_request taken;
+	if (const u32 code = take_request(taken, argument))
+		return code;
 
-	mtd_info_entry *const entry = find_listed(request);
-	if (!entry)
-		return FLASH_MNG_NOT_LISTED;
-	if (request.length == 0)
-		return FLASH_MNG_EMPTY_RANGE;
-
+	const flash_mtd_io_arg &request = taken.record;
 	virtual_buffer data(vzalloc(request.length));
 	if (!data)
 		return FLASH_MNG_NO_BUFFER;
@@ -51,14 +57,14 @@ long drv_nand_flash_mtd_read_ioctl(unsigned long argument)
 		drv_log_record(module_log, ordinary, 0, "mtd read: mtd info not found, name:%s ret:%u", request.name, code);
 		return code;
 	}
-	char path[device_path_size] = {};
-	if (!form_path(path, info)) {
+	device_path path = {};
+	if (!form_flash_path(path, info.index)) {
 		data.reset();
 		drv_log_record(module_log, ordinary, 0, "Flash mng mtd_devname:/dev/mtd%d fail", static_cast<int>(info.index));
 		return FLASH_MNG_PATH_FAILED;
 	}
 
-	if (const u32 code = drv_nand_flash_mtd_total_read(entry, path, request.offset, data.get(), request.length)) {
+	if (const u32 code = drv_nand_flash_mtd_total_read(taken.entry, path, request.offset, data.get(), request.length)) {
 		drv_log_record(module_log, ordinary, 0, "Flash mtd %s read offset %u len %u fail 0x%x", path, request.offset,
 			       request.length, code);
 		return code;
@@ -72,16 +78,11 @@ long drv_nand_flash_mtd_read_ioctl(unsigned long argument)
 
 long drv_nand_flash_mtd_write_ioctl(unsigned long argument)
 {
-	flash_mtd_io_arg request = {};
-	if (linux_copy_io_request_from_user(&request, argument))
-		return FLASH_MNG_USER_UNREADABLE;
+	io_request taken;
+	if (const u32 code = take_request(taken, argument))
+		return code;
 
-	mtd_info_entry *const entry = find_listed(request);
-	if (!entry)
-		return FLASH_MNG_NOT_LISTED;
-	if (request.length == 0)
-		return FLASH_MNG_EMPTY_RANGE;
-
+	const flash_mtd_io_arg &request = taken.record;
 	virtual_buffer data(vmalloc(request.length));
 	if (!data)
 		return FLASH_MNG_NO_BUFFER;
@@ -94,14 +95,14 @@ long drv_nand_flash_mtd_write_ioctl(unsigned long argument)
 		drv_log_record(module_log, ordinary, 0, "mtd write: mtd info not found, name:%s ret:%u", request.name, code);
 		return code;
 	}
-	char path[device_path_size] = {};
-	if (!form_path(path, info)) {
+	device_path path = {};
+	if (!form_flash_path(path, info.index)) {
 		data.reset();
 		drv_log_record(module_log, ordinary, 0, "Flash mng mtd_devname:/dev/mtd%d fail", static_cast<int>(info.index));
 		return FLASH_MNG_PATH_FAILED;
 	}
 
-	const u32 code = drv_nand_flash_mtd_total_write(entry, path, request.offset, data.get(), request.length);
+	const u32 code = drv_nand_flash_mtd_total_write(taken.entry, path, request.offset, data.get(), request.length);
 	data.reset();
 	if (code)
 		drv_log_record(module_log, ordinary, 0, "Flash mtd %s write offset %u len %u fail 0x%x", path, request.offset,

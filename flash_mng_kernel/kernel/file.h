@@ -12,6 +12,12 @@ FLASH_MNG_C_BEGIN
 
 struct file;
 
+/* Linux's flags of an open file, and the origin of a position. */
+#define LINUX_O_RDONLY	0
+#define LINUX_O_RDWR	2
+#define LINUX_O_SYNC	0x101000
+#define LINUX_SEEK_SET	0
+
 /* Linux's own. filp_open() gives an open file or an error pointer; the path is resolved in the caller's name space. */
 struct file *filp_open(const char *path, int flags, unsigned short mode);
 long long vfs_llseek(struct file *file, long long offset, int whence);

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#include <linux/build_bug.h>
 #include <linux/mtd/mtd.h>
 
 #include "kernel/mtd.h"
+
+static_assert(LINUX_MTD_NANDFLASH == MTD_NANDFLASH && LINUX_MTD_MLCNANDFLASH == MTD_MLCNANDFLASH);
 
 u64 linux_mtd_size(const struct mtd_info *mtd)
 {

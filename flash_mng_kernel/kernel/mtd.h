@@ -12,6 +12,10 @@ FLASH_MNG_C_BEGIN
 
 struct mtd_info;
 
+/* Linux's type codes of NAND flash. */
+#define LINUX_MTD_NANDFLASH	4
+#define LINUX_MTD_MLCNANDFLASH	8
+
 /* Linux's own. Both give a referenced device, NULL or an error pointer. */
 struct mtd_info *get_mtd_device_nm(const char *name);
 struct mtd_info *get_mtd_device(struct mtd_info *mtd, int num);

@@ -6,12 +6,6 @@
 
 namespace flash_mng {
 
-// Values of Linux on 64-bit Arm.
-inline constexpr int open_read_only = 0;
-inline constexpr int open_read_write = 2;
-inline constexpr int open_synchronous = 0x101000;
-inline constexpr int seek_set = 0;
-
 // A file opened by path, or the error of the attempt; closed at the end of its life.
 class open_file {
 public:
@@ -30,7 +24,7 @@ public:
 	long error() const { return error_of(file_); }
 
 	// Each gives Linux's own result. Reading and writing move the file's position.
-	long long seek(u32 position) { return vfs_llseek(file_, position, seek_set); }
+	long long seek(u32 position) { return vfs_llseek(file_, position, LINUX_SEEK_SET); }
 	long read(void *buf, u32 len) { return kernel_read(file_, buf, len, linux_file_position(file_)); }
 	long write(const void *buf, u32 len) { return kernel_write(file_, buf, len, linux_file_position(file_)); }
 	void flush() { vfs_fsync(file_, 0); }

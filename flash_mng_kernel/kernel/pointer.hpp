@@ -1,33 +1,25 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
-//
-// Pointers that Linux returns: an address, NULL, or an error number in the top 4095 addresses.
 #pragma once
 
-namespace flash_mng {
+#include "kernel/pointer.h"
 
-inline constexpr unsigned long highest_error = 4095;
+namespace flash_mng {
 
 inline bool is_address(const void *pointer)
 {
 	const auto value = reinterpret_cast<unsigned long>(pointer);
-	return value != 0 && value < -highest_error;
+	return value != 0 && value < -static_cast<unsigned long>(LINUX_MAX_ERRNO);
 }
 
 inline bool is_error(long long result)
 {
-	return result < 0 && result >= -static_cast<long long>(highest_error);
+	return result < 0 && result >= -LINUX_MAX_ERRNO;
 }
 
 // The error number of a pointer that is no address, as messages print it: negative, or 0 for NULL.
 inline long error_of(const void *pointer)
 {
 	return static_cast<long>(reinterpret_cast<unsigned long>(pointer));
-}
-
-// A text that may be missing, as messages print it.
-inline const char *printable(const char *text)
-{
-	return text ? text : "(null)";
 }
 
 } // namespace flash_mng

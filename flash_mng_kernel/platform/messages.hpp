@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// Where messages go and how serious they are: the first two arguments of drv_log_record(). The third, a flag, is always 0.
+// Where messages go and how serious they are: the first two arguments of drv_log_record(). The third, a flag, is always 0. And what they
+// print of a text that is missing.
 #pragma once
 
 #include "platform/log.h"
@@ -13,5 +14,11 @@ inline constexpr u32 module_log = 27;
 inline constexpr u32 serious = 1;
 inline constexpr u32 ordinary = 2;
 inline constexpr u32 trace = 3;
+
+// A text that may be missing, as messages print it.
+inline const char *printable(const char *text)
+{
+	return text ? text : "(null)";
+}
 
 } // namespace flash_mng
