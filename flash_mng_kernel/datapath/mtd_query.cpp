@@ -8,8 +8,8 @@ using namespace flash_mng;
 
 namespace {
 
-constexpr u32 type_nand = 4;
-constexpr u32 type_mlc_nand = 8;
+constexpr u32 type_is_nand = 0;
+constexpr u32 type_is_other = 1;
 
 inline u32 count_usrdata(u32 &num)
 {
@@ -108,6 +108,17 @@ u32 drv_flash_get_nand_is_exist(u32 *exist)
 
 u32 drv_flash_mtd_is_nand(u32 type)
 {
-	return type == type_nand || type == type_mlc_nand;
+	return type == LINUX_MTD_NANDFLASH || type == LINUX_MTD_MLCNANDFLASH;
+}
+
+u32 drv_flash_get_type(const char *mtd_name, u32 *type)
+{
+	mtd_device_info info = {};
+	if (const u32 code = drv_mtd_get_info(mtd_name, &info))
+		return code;
+	if (!type)
+		return FLASH_MNG_NULL_POINTER;
+	*type = drv_flash_mtd_is_nand(info.type) ? type_is_nand : type_is_other;
+	return FLASH_MNG_OK;
 }
 }

@@ -4,7 +4,6 @@
 // for it.
 #include "spi/driver.hpp"
 
-#include "datapath/mtd_query.hpp"
 #include "kernel/memory.h"
 #include "platform/instance.h"
 #include "platform/messages.hpp"
@@ -20,8 +19,6 @@ namespace {
 
 constexpr u32 lock_type_none = 1;     // the type of instances that are never locked
 constexpr u32 lock_type_for_size = 0; // the only type under which a size is asked
-constexpr u32 type_is_nand = 0;
-constexpr u32 type_is_other = 1;
 
 const flash_driver_ops *driver()
 {
@@ -212,17 +209,6 @@ u32 drv_flash_destroy(u32 inst_id)
 		return status;
 	}
 	release_flash_info_alloc(info.get());
-	return FLASH_MNG_OK;
-}
-
-u32 drv_flash_get_type(const char *mtd_name, u32 *type)
-{
-	mtd_device_info info = {};
-	if (const u32 code = drv_mtd_get_info(mtd_name, &info))
-		return code;
-	if (!type)
-		return FLASH_MNG_NULL_POINTER;
-	*type = drv_flash_mtd_is_nand(info.type) ? type_is_nand : type_is_other;
 	return FLASH_MNG_OK;
 }
 }
