@@ -46,26 +46,21 @@ void release_locked(const std::shared_ptr<block_device> &device)
 	std::erase_if(g_block_devices, [&](const auto &entry) { return entry.second == device; });
 }
 
-// What a thread is, as a task of the kernel.
-class task {
-public:
-	~task() { return_to_user_space(); }
+void return_to_user_space(task &returning)
+{
+	state_guard guard;
 
-	void return_to_user_space()
-	{
-		state_guard guard;
+	for (const auto &device : returning.closed)
+		release_locked(device);
+	returning.closed.clear();
+}
 
-		for (const auto &device : closed)
-			release_locked(device);
-		closed.clear();
-	}
-
-	int system_calls = 0; // one within the other
-	bool is_exiting = false;
-	std::vector<std::shared_ptr<block_device>> closed; // and not released
+struct own_task : task {
+	~own_task() { return_to_user_space(*this); }
 };
 
-thread_local task g_task;
+thread_local own_task g_own_task;
+thread_local task *g_other_task;
 
 file &open_file_locked(const char *function, const struct file *file)
 {
@@ -115,25 +110,35 @@ std::size_t transferable_locked(const file &file, std::size_t count)
 
 } // namespace
 
+task &current_task()
+{
+	return g_other_task ? *g_other_task : g_own_task;
+}
+
+void become(task *other)
+{
+	g_other_task = other;
+}
+
 system_call::system_call()
 {
-	++g_task.system_calls;
+	++current_task().system_calls;
 }
 
 system_call::~system_call()
 {
-	if (--g_task.system_calls == 0)
-		g_task.return_to_user_space();
+	if (--current_task().system_calls == 0)
+		return_to_user_space(current_task());
 }
 
 exiting_task::exiting_task()
 {
-	g_task.is_exiting = true;
+	current_task().is_exiting = true;
 }
 
 exiting_task::~exiting_task()
 {
-	g_task.is_exiting = false;
+	current_task().is_exiting = false;
 }
 
 bool block_number_is_taken_locked(int index)
@@ -184,7 +189,7 @@ struct file *filp_open(const char *path, int flags, unsigned short mode)
 	state_guard guard;
 	auto *mtd = device_of_path_locked(path);
 
-	if (g_task.is_exiting)
+	if (current_task().is_exiting)
 		misuse("filp_open(\"%s\") by an exiting task: current->fs is gone, Linux follows the null pointer", path);
 	if (!mtd || !mtd->has_block_device)
 		return as_pointer<file>(-ENOENT);
@@ -257,7 +262,7 @@ int filp_close(struct file *file, void *owner)
 	if (auto forced = seen(call::filp_close, {file, owner}))
 		return static_cast<int>(*forced);
 	state_guard guard;
-	g_task.closed.push_back(open_file_locked("filp_close", file).device);
+	current_task().closed.push_back(open_file_locked("filp_close", file).device);
 	std::erase_if(g_open, [&](const auto &open) { return open.get() == file; });
 	return 0;
 }

@@ -30,8 +30,6 @@ struct lock_state {
 
 std::map<std::uintptr_t, lock_state> g_locks;
 std::condition_variable g_released;
-thread_local const void *g_held_by_me;
-thread_local bool g_spinning; // what this thread holds is a spinlock
 
 void init(void *storage, std::size_t size, const char *kind, const char *name, int count)
 {
@@ -73,16 +71,16 @@ void take(const char *function, const void *storage)
 {
 	std::unique_lock held(state_mutex());
 
-	if (g_held_by_me == storage)
+	if (current_task().held_lock == storage)
 		misuse("%s(%p): the calling thread holds this lock already and would wait for itself", function, storage);
-	if (g_held_by_me)
+	if (current_task().held_lock)
 		misuse("%s(%p): the calling thread holds another lock (%p); no two locks are ever held together", function, storage,
-		       g_held_by_me);
+		       current_task().held_lock);
 	g_released.wait(held, [&] { return state_of_locked(function, storage).free > 0; });
 	auto &lock = state_of_locked(function, storage);
 	--lock.free;
 	lock.owner = std::this_thread::get_id();
-	g_held_by_me = storage;
+	current_task().held_lock = storage;
 }
 
 void release(const char *function, const void *storage)
@@ -93,10 +91,10 @@ void release(const char *function, const void *storage)
 
 		if (lock.free == lock.initial)
 			misuse("%s(%p): nobody holds the %s", function, storage, lock.kind);
-		if (g_held_by_me != storage)
+		if (current_task().held_lock != storage)
 			misuse("%s(%p): the calling thread does not hold the %s", function, storage, lock.kind);
 		++lock.free;
-		g_held_by_me = nullptr;
+		current_task().held_lock = nullptr;
 	}
 	g_released.notify_all();
 }
@@ -124,18 +122,25 @@ long locks_held()
 	return count;
 }
 
+bool lock_is_free(const void *storage)
+{
+	state_guard guard;
+	const auto found = g_locks.find(reinterpret_cast<std::uintptr_t>(storage));
+	return found == g_locks.end() || found->second.free > 0;
+}
+
 void reset_locks()
 {
 	state_guard guard;
 
 	g_locks.clear();
-	g_held_by_me = nullptr;
-	g_spinning = false;
+	current_task().held_lock = nullptr;
+	current_task().spinning = false;
 }
 
 void must_not_sleep_here(const char *function)
 {
-	if (g_spinning)
+	if (current_task().spinning)
 		misuse("%s() may sleep and is called with a spinlock held", function);
 }
 
@@ -156,14 +161,14 @@ void linux_spin_lock(struct spinlock *lock)
 		return;
 	know_static("spinlock", lock, sizeof(*lock));
 	take("linux_spin_lock", lock);
-	g_spinning = true;
+	current_task().spinning = true;
 }
 
 void linux_spin_unlock(struct spinlock *lock)
 {
 	if (seen(call::linux_spin_unlock, {lock}))
 		return;
-	g_spinning = false;
+	current_task().spinning = false;
 	release("linux_spin_unlock", lock);
 }
 

@@ -34,11 +34,13 @@ void *taken(std::size_t size, pool from, bool zeroed)
 
 	if (size > memory_limit - g_live_bytes)
 		return nullptr;
-	void *memory = zeroed ? std::calloc(1, size) : std::malloc(size);
+	void *memory = g_call_scheduler ? g_call_scheduler->take_memory(size) : zeroed ? std::calloc(1, size) : std::malloc(size);
 	if (!memory)
 		return nullptr;
 	if (!zeroed)
 		std::memset(memory, 0xa5, std::min(size, g_filled));
+	else if (g_call_scheduler)
+		std::memset(memory, 0, size);
 	g_live.emplace(reinterpret_cast<std::uintptr_t>(memory), block{size, from});
 	g_live_bytes += size;
 	return memory;
@@ -56,6 +58,14 @@ void *from_virtual_memory(std::size_t size, bool zeroed)
 	return size == 0 ? nullptr : taken(size, pool::virtual_memory, zeroed);
 }
 
+void dispose(void *memory)
+{
+	if (g_call_scheduler)
+		g_call_scheduler->give_memory(memory);
+	else
+		std::free(memory);
+}
+
 void given_back(const char *function, const void *memory, pool to)
 {
 	state_guard guard;
@@ -68,7 +78,7 @@ void given_back(const char *function, const void *memory, pool to)
 	forget_locks_locked(found->first, found->second.size);
 	g_live_bytes -= found->second.size;
 	g_live.erase(found);
-	std::free(const_cast<void *>(memory));
+	dispose(const_cast<void *>(memory));
 }
 
 long count_of(pool from)
@@ -112,7 +122,7 @@ void reset_memory()
 	state_guard guard;
 
 	for (const auto &[address, block] : g_live)
-		std::free(reinterpret_cast<void *>(address));
+		dispose(reinterpret_cast<void *>(address));
 	g_live.clear();
 	g_live_bytes = 0;
 }

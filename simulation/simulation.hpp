@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <span>
@@ -25,6 +26,7 @@
 
 #include "harness.hpp"
 
+class block_device;
 struct mtd_info;
 
 namespace simulation {
@@ -103,6 +105,34 @@ struct witness {
 };
 extern const witness *g_witness;
 
+// Who lets several callers take turns on one thread sets one: each call of the module, and each use of memory, comes by here.
+class call_scheduler {
+public:
+	// Before the work of a call; the result that the call is to give instead of doing it. May let other callers go on meanwhile.
+	virtual std::optional<long long> at_call(call which, const std::string &text, std::initializer_list<traced> arguments) = 0;
+	// Memory of the module, not cleared.
+	virtual void *take_memory(std::size_t size) = 0;
+	virtual void give_memory(void *memory) = 0;
+	// In place of the end of the process; does not return.
+	virtual void rule_is_broken(const std::string &text) = 0;
+
+protected:
+	~call_scheduler() = default;
+};
+extern call_scheduler *g_call_scheduler;
+
+// A caller of the module, as a task of the kernel. Each thread is one.
+struct task {
+	const void *held_lock = nullptr;
+	bool spinning = false; // what it holds is a spinlock
+	int system_calls = 0;  // one within the other
+	bool is_exiting = false;
+	std::vector<std::shared_ptr<block_device>> closed; // and not released
+};
+task &current_task();
+// From now on the calling thread is this task; nullptr: its own again.
+void become(task *other);
+
 // ---------------------------------------------------------------------------------------------------------------- memory
 
 // Allocations beyond this many live bytes fail.
@@ -123,6 +153,8 @@ void reset_memory();
 // Checks that no lock in the range is held, and forgets the locks in it.
 void forget_locks_locked(std::uintptr_t start, std::size_t size);
 long locks_held();
+// Whether a caller would get a lock at once; a lock that nobody knows counts as free.
+bool lock_is_free(const void *storage);
 // Ends the process when the calling thread holds a spinlock.
 void must_not_sleep_here(const char *function);
 void reset_locks();

@@ -172,16 +172,20 @@ void arm_locked(fault fault)
 } // namespace
 
 const witness *g_witness;
+call_scheduler *g_call_scheduler;
 
 void misuse(const char *format, ...)
 {
 	va_list values;
 
-	std::fputs("simulation: ", stderr);
+	std::array<char, 512> text;
+
 	va_start(values, format);
-	std::vfprintf(stderr, format, values);
+	std::vsnprintf(text.data(), text.size(), format, values);
 	va_end(values);
-	std::fputc('\n', stderr);
+	if (g_call_scheduler)
+		g_call_scheduler->rule_is_broken(text.data());
+	std::fprintf(stderr, "simulation: %s\n", text.data());
 	std::abort();
 }
 
@@ -198,6 +202,9 @@ std::optional<long long> seen(call which, std::initializer_list<traced> argument
 	std::function<void()> action;
 	std::optional<long long> forced;
 
+	if (g_call_scheduler)
+		if (const auto decided = g_call_scheduler->at_call(which, text, arguments))
+			return decided;
 	if (std::find(g_never_sleep.begin(), g_never_sleep.end(), which) == g_never_sleep.end())
 		must_not_sleep_here(function.name.data());
 	{
