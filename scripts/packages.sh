@@ -4,7 +4,7 @@
 #
 # Debian packages that the commands need; installed only where missing.
 
-build_packages="gcc g++ libc6-dev make bc bison flex perl libelf-dev libssl-dev cpio rsync xz-utils gzip tar ca-certificates
+build_packages="gcc g++ libc6-dev make bc bison flex perl libelf-dev libssl-dev cpio rsync xz-utils gzip tar patch ca-certificates
 	debian-archive-keyring gcc-aarch64-linux-gnu g++-aarch64-linux-gnu
 	libc6-dev-arm64-cross qemu-system-arm cmake ninja-build googletest
 	libpugixml-dev libfdt-dev libcli11-dev libfmt-dev nlohmann-json3-dev nettle-dev libvalijson-dev pkgconf"

@@ -38,6 +38,7 @@ faults_host:every failure of every call
 completeness_host:a case for every message and every code
 powercut_host:power cuts of simulated flash
 powercut_tests:checker of power cuts
+schedules_host:every schedule of two callers
 fuzz_commands:inputs of the fuzzer, commands
 fuzz_tables:inputs of the fuzzer, tables
 fuzz_lies:inputs of the fuzzer, lies

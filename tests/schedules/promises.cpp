@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+#include "promises.hpp"
+
+#include <algorithm>
+#include <string_view>
+
+#include "../../reference_platform/include/platform_status.h"
+#include "uapi/flash_mng.h"
+
+namespace schedules {
+
+namespace {
+
+bool has(const scene &on, std::string_view subject)
+{
+	return std::any_of(on.callers.begin(), on.callers.end(), [&](const operation *one) { return one->subject == subject; });
+}
+
+// Callers with an SPI flash in common.
+bool share_an_instance(const scene &on)
+{
+	for (const operation *one : on.callers)
+		if (one->instance && std::count_if(on.callers.begin(), on.callers.end(),
+						   [&](const auto *other) { return other->instance == one->instance; }) > 1)
+			return true;
+	return false;
+}
+
+bool gave(const ending &end, std::uint64_t code)
+{
+	return std::find(end.codes.begin(), end.codes.end(), code) != end.codes.end();
+}
+
+std::size_t count_of_instance(const ending &end, std::uint32_t inst_id)
+{
+	return static_cast<std::size_t>(
+		std::count_if(end.records.begin(), end.records.end(), [&](const auto &one) { return one.inst_id == inst_id; }));
+}
+
+bool has_two_records(const scene &on, const ending &end)
+{
+	return (on.found == start::loaded || on.found == start::with_driver) && share_an_instance(on) &&
+	       std::any_of(end.records.begin(), end.records.end(),
+			   [&](const auto &one) { return count_of_instance(end, one.inst_id) > 1; });
+}
+
+bool found_hard_lock_taken(const scene &on, const ending &end)
+{
+	return share_an_instance(on) && gave(end, HARD_LOCK_BUSY);
+}
+
+bool lost_driver(const scene &on, const ending &end)
+{
+	return has(on, "drv_flash_driver_unregister") && gave(end, FLASH_MNG_NO_DRIVER);
+}
+
+// The names are of one create, the partitions of another.
+bool names_of_another(const scene &on, const ending &end)
+{
+	const auto creates =
+		std::count_if(on.callers.begin(), on.callers.end(), [](const auto *one) { return one->subject == "drv_flash_create"; });
+
+	return creates > 1 && std::any_of(end.records.begin(), end.records.end(), [&](const auto &one) {
+		       const auto made = end.created.find(one.inst_id);
+		       return made != end.created.end() && made->second != one.made_by;
+	       });
+}
+
+bool found_passing_record(const scene &on, const ending &end)
+{
+	return has(on, "FLASH_MNG_FIND_CONFIG_BY_INST") && has(on, "drv_flash_destroy") && on.found == start::with_driver &&
+	       end.records.empty() && end.codes[0] == FLASH_MNG_OK;
+}
+
+bool was_killed(const scene &on, const ending &end)
+{
+	return on.last_kills_first && end.codes[0] == FLASH_MNG_INTERRUPTED && end.codes[1] == FLASH_MNG_OK;
+}
+
+constexpr open_point points[] = {
+	{"two first uses of an SPI flash made a record each", has_two_records},
+	{"the hardware lock, tried once, was taken", found_hard_lock_taken},
+	{"the flash driver went between the two looks at it", lost_driver},
+	{"of two creates of one SPI flash, one gave the names, the other one the partitions", names_of_another},
+	{"a search found the record that a destroy makes where there is none", found_passing_record},
+	{"a caller was killed while it waited for sections", was_killed},
+};
+
+constexpr known_race races[] = {
+	{"g_usrdata_mtd_name", "a command asks for the user-data partition while the module loads and stores its name",
+	 [](const scene &on) { return has(on, "load"); }},
+};
+
+} // namespace
+
+std::span<const open_point> open_points()
+{
+	return points;
+}
+
+std::span<const known_race> known_races()
+{
+	return races;
+}
+
+} // namespace schedules
