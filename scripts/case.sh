@@ -107,10 +107,9 @@ case_command() {
 	[ $# -gt 0 ] || usage_error "case: a pattern of GoogleTest is needed, like 'frame_load.*', or a part of a case's name"
 	at_most 1 case "$@"
 	case_filter=$(case_pattern "$1")
-	case_start=$(date +%s)
 	hold_clone
 	case_status=0
 	"${case_world}_cases" || case_status=$?
-	say "$(seconds_text $(($(date +%s) - case_start)))"
+	say "$(seconds_since "$command_start")"
 	return "$case_status"
 }

@@ -1,15 +1,19 @@
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 # shellcheck shell=sh
 #
-# ./dev check: one line OK or FAIL per check, the findings of a failed one below it. Counts go to build/results/checks.
+# ./dev check [NAME...]: one line OK or FAIL per check, the findings of a failed one below it. Counts go to build/results/checks.
 
 frame_limit=512
 line_limit=140
 
-# check TEXT COMMAND...: a check passes when the command succeeds; the last line that it then wrote is its figure.
+# Names of checks; none means all.
+wanted_checks=
+
+# check NAME TEXT COMMAND...: a check passes when the command succeeds; the last line that it then wrote is its figure.
 check() {
-	check_text=$1
-	shift
+	is_wanted "$1" || return 0
+	check_text=$2
+	shift 2
 	if attend "$@" >"$log_dir/check.log" 2>&1 </dev/null; then
 		check_figure=$(tail -n 1 "$log_dir/check.log")
 		say "  OK    $check_text${check_figure:+: $check_figure}"
@@ -19,6 +23,36 @@ check() {
 		head -n 40 "$log_dir/check.log" | sed 's/^/        /'
 		checks_failed=$((checks_failed + 1))
 	fi
+}
+
+is_wanted() {
+	case " ${wanted_checks:-$1} " in
+	*" $1 "*) return 0 ;;
+	esac
+	return 1
+}
+
+check_names() {
+	sed -n 's/^\tcheck \([a-z_]*\) .*/\1/p' "$root/scripts/check.sh"
+}
+
+# want_checks NAME...
+want_checks() {
+	for check_name in "$@"; do
+		check_names | grep -qxF -- "$check_name" || {
+			printf "dev: check: no check is named '%s'; there are: %s\n" "$check_name" "$(check_names | tr '\n' ' ')" >&2
+			exit 2
+		}
+	done
+	wanted_checks=$*
+}
+
+# are_wanted NAME...: any of them.
+are_wanted() {
+	for asked_check in "$@"; do
+		! is_wanted "$asked_check" || return 0
+	done
+	return 1
 }
 
 # nothing_in COMMAND...: succeeds when the command prints nothing, no complaint of a program that could not do its work either.
@@ -257,19 +291,23 @@ sizes_on() {
 
 check_object() {
 	flash_object=$stage_dir/flash_mng_kernel/flash_mng.ko
-	check "flash_mng.ko: no constructors" nothing_in constructors
-	check "flash_mng.ko: no C++ runtime symbols" nothing_in runtime_symbols
-	check "flash_mng.ko: no unwind tables" nothing_in unwind_tables
-	check "flash_mng.ko: undefined symbols are on the list" symbols_on "$root/flash_mng_kernel/allowed_symbols.txt"
-	check "flash_mng.ko: frames of at most $frame_limit bytes" frames_measured
-	check "flash_mng.ko: licence, no parameters, version magic" module_information
-	check "flash_mng.ko: exports and their checksums are those of the list" as_listed "$root/flash_mng_kernel/exports.txt" exports
-	check "flash_mng.ko: sections and largest frames have the sizes of the list" sizes_on "$root/flash_mng_kernel/sizes.txt"
-	check "flash_mng.ko: what it takes from the platform has the checksums of the list" \
+	check constructors "flash_mng.ko: no constructors" nothing_in constructors
+	check runtime "flash_mng.ko: no C++ runtime symbols" nothing_in runtime_symbols
+	check unwinding "flash_mng.ko: no unwind tables" nothing_in unwind_tables
+	check symbols "flash_mng.ko: undefined symbols are on the list" symbols_on "$root/flash_mng_kernel/allowed_symbols.txt"
+	check frames "flash_mng.ko: frames of at most $frame_limit bytes" frames_measured
+	check information "flash_mng.ko: licence, no parameters, version magic" module_information
+	check exports "flash_mng.ko: exports and their checksums are those of the list" \
+		as_listed "$root/flash_mng_kernel/exports.txt" exports
+	check sizes "flash_mng.ko: sections and largest frames have the sizes of the list" sizes_on "$root/flash_mng_kernel/sizes.txt"
+	check imports "flash_mng.ko: what it takes from the platform has the checksums of the list" \
 		as_listed "$root/flash_mng_kernel/imports.txt" imports
-	check "headers: they say what interface.h says" interface_agreed
-	check "reference platform: each status is expected by one of its checks" statuses_expected
-	check "headers: commands, codes and limits are those of the list" as_listed "$root/flash_mng_kernel/numbers.txt" numbers
+}
+
+check_headers() {
+	check interface "headers: they say what interface.h says" interface_agreed
+	check numbers "headers: commands, codes and limits are those of the list" as_listed "$root/flash_mng_kernel/numbers.txt" numbers
+	check statuses "reference platform: each status is expected by one of its checks" statuses_expected
 }
 
 # ---- C of the kernel
@@ -358,7 +396,7 @@ shell_findings() {
 
 # Names that several functions set: what is counted, what a step and its end share, what the test of the gates points at planted things.
 shared_names="root build_dir log_dir stage_dir flash_object kernel_source kernel_source_id progress_pid mcdc_dir
-	checks_passed checks_failed total_passed total_failed total_skipped"
+	wanted_checks checks_passed checks_failed total_passed total_failed total_skipped"
 
 # twice_named_findings SHARED: names that scripts would take from each other, as they are one program for the shell.
 twice_named_findings() {
@@ -449,39 +487,62 @@ long_lines() {
 	done
 }
 
-# run_checks: needs the board's kernel and modules, and a configured preset debug.
+checks_of_modules="gates constructors runtime unwinding symbols frames information exports sizes imports strict"
+checks_of_programs="gates tidy"
+
+# build_for_checks: what the wanted checks look at.
+build_for_checks() {
+	# shellcheck disable=SC2086 # lists of names
+	if are_wanted $checks_of_modules; then
+		build_kernel board
+		build_modules board
+		build_lab board
+	fi
+	# shellcheck disable=SC2086
+	! are_wanted $checks_of_programs || configure_programs debug
+}
+
+check_sources() {
+	check strict "C for the kernel: W=1 and sparse" nothing_in strict_findings make_all_modules
+	check style "C for the kernel: style" nothing_in kernel_style_findings
+	check tidy "C++: clang-tidy" nothing_in tidy_findings
+	check cppcheck "C++: cppcheck" nothing_in cppcheck_findings flash_mng_kernel/frame flash_mng_kernel/config \
+		flash_mng_kernel/datapath flash_mng_kernel/ioctl flash_mng_kernel/spi tools
+	check format "C++: clang-format" nothing_in format_findings
+	# shellcheck disable=SC2046 # names without blanks
+	check shell "shell: shellcheck and dash" nothing_in shell_findings $(shell_programs)
+	check names "shell: no name is taken twice by accident" nothing_in twice_named_findings "$shared_names"
+	check completions "shell: completions for bash and zsh" nothing_in completion_findings
+	# shellcheck disable=SC2046 # names without blanks
+	check manuals "manual pages: mandoc, $(our_files 'docs/man/*' | wc -l) pages" nothing_in manual_findings $(our_files 'docs/man/*')
+	check litmus "litmus tests and the module name the same lines" nothing_in litmus_differences
+	check licence "licence line on top of every source" nothing_in files_without_licence
+	check copyright "copyright and licence of every file: reuse lint" licences_stand
+	check lines "lines of at most $line_limit columns, no white space at the end" nothing_in long_lines
+}
+
+# run_checks: the wanted ones; needs what build_for_checks builds.
 run_checks() {
 	checks_passed=0
 	checks_failed=0
+	checks_start=$(date +%s)
 	mkdir -p "$log_dir" "$build_dir/results"
 	cd "$root" || return 1
 	git -C "$root" rev-parse --git-dir >/dev/null || die "the checks ask git for the files of this clone"
-	use_kernel board
+	# shellcheck disable=SC2086 # a list of names
+	! are_wanted $checks_of_modules style || use_kernel board
 	use_stage board
 	say "checks"
-	check "the checks find what they look for" "$root/tests/gate/gate_test.sh"
-	check "./dev: at the same time, ended half-way, without room or network" "$root/tests/dev/dev_test.sh"
+	check gates "the checks find what they look for" "$root/tests/gate/gate_test.sh"
+	check dev "./dev: at the same time, ended half-way, without room or network" "$root/tests/dev/dev_test.sh"
 	check_object
-	check "C for the kernel: W=1 and sparse" nothing_in strict_findings make_all_modules
-	check "C for the kernel: style" nothing_in kernel_style_findings
-	check "C++: clang-tidy" nothing_in tidy_findings
-	check "C++: cppcheck" nothing_in cppcheck_findings flash_mng_kernel/frame flash_mng_kernel/config flash_mng_kernel/datapath \
-		flash_mng_kernel/ioctl flash_mng_kernel/spi tools
-	check "C++: clang-format" nothing_in format_findings
-	# shellcheck disable=SC2046 # names without blanks
-	check "shell: shellcheck and dash" nothing_in shell_findings $(shell_programs)
-	check "shell: no name is taken twice by accident" nothing_in twice_named_findings "$shared_names"
-	check "shell: completions for bash and zsh" nothing_in completion_findings
-	# shellcheck disable=SC2046 # names without blanks
-	check "manual pages: mandoc, $(our_files 'docs/man/*' | wc -l) pages" nothing_in manual_findings $(our_files 'docs/man/*')
-	check "litmus tests and the module name the same lines" nothing_in litmus_differences
-	check "licence line on top of every source" nothing_in files_without_licence
-	check "copyright and licence of every file: reuse lint" licences_stand
-	check "lines of at most $line_limit columns, no white space at the end" nothing_in long_lines
+	check_headers
+	check_sources
 	echo "$checks_passed $checks_failed 0" >"$build_dir/results/checks"
+	checks_took=$(seconds_since "$checks_start")
 	[ "$checks_failed" -eq 0 ] || {
-		say "$checks_failed of $((checks_passed + checks_failed)) checks failed"
+		say "$checks_failed of $((checks_passed + checks_failed)) checks failed, in $checks_took"
 		return 1
 	}
-	say "all $checks_passed checks passed"
+	say "all $checks_passed checks passed, in $checks_took"
 }

@@ -42,6 +42,13 @@ seconds_text() {
 	fi
 }
 
+# seconds_since TIME
+seconds_since() {
+	seconds_text $(($(date +%s) - $1))
+}
+
+command_start=$(date +%s)
+
 # Reports on the running step: one line that is updated on a terminal, otherwise a line every 20 seconds.
 show_progress() {
 	progress_start=$(date +%s)
@@ -80,7 +87,7 @@ end_step() {
 	step_status=$1
 	stop_progress
 	if [ "$step_status" -eq 0 ]; then
-		say "  $step_text: $(seconds_text $(($(date +%s) - step_start)))"
+		say "  $step_text: $(seconds_since "$step_start")"
 	fi
 	return "$step_status"
 }

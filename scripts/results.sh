@@ -142,6 +142,7 @@ count_program() {
 # Last line of ./dev test; returns whether all is well.
 show_total() {
 	say ""
+	say "it took $(seconds_since "$command_start")"
 	[ ! -s "$build_dir/results/limits" ] ||
 		say "ended by a limit of time and not by a check: $(paste -s -d , "$build_dir/results/limits" | sed 's/,/, /g')"
 	say "$total_passed passed, $total_failed failed, $total_skipped skipped"

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 # shellcheck shell=sh
 #
-# ./dev test: the suite on the host and on the board.
+# ./dev test [--host]: the suite on the host and on the board.
 
 line_coverage=100
 branch_coverage=100
@@ -238,17 +238,27 @@ add_checks() {
 	add_counts checks
 }
 
-run_tests() {
-	forget_limits
+test_host() {
 	say "on the host"
 	test_host_sanitized
 	test_host_threads
 	test_coverage
+}
+
+run_tests() {
+	forget_limits
+	test_host
 	say "on the board"
 	test_board
 	count_program packages_test "$root/tests/packages/packages_test.sh"
 	test_package_build
 	test_bench
 	add_checks
+	show_total
+}
+
+run_host_tests_only() {
+	forget_limits
+	test_host
 	show_total
 }

@@ -33,14 +33,13 @@ dev_wrong() {
 
 # new_clone NAME: a folder with the scripts and what the initramfs takes of the clone.
 new_clone() {
-	mkdir -p "$dev_scratch/$1/tests/conformance"
-	for part in dev scripts board reference_platform flash_mng_kernel CMakePresets.json VERSION; do
+	mkdir -p "$dev_scratch/$1/tests"
+	for part in dev scripts board reference_platform flash_mng_kernel simulation CMakePresets.json VERSION; do
 		cp -a "$dev_source/$part" "$dev_scratch/$1/"
 	done
 	for staged in tests/powercut/client bench/kernel tests/torture/calls tests/guest/lab; do
 		mkdir -p "$dev_scratch/$1/$staged"
 	done
-	: >"$dev_scratch/$1/simulation/calls.def"
 	cp -a "$dev_source/tests/gate" "$dev_source/tests/packages" "$dev_source/tests/limited" "$dev_scratch/$1/tests/"
 }
 
@@ -368,7 +367,7 @@ ends_badly() {
 checks_passed=0
 checks_failed=0
 run_step "a step" step finds_nothing
-check "a check" finds_nothing
+check one "a check" finds_nothing
 count_step "a counted step" finds_nothing
 count_step "a bad step" ends_badly
 exit "$checks_failed"
@@ -379,6 +378,25 @@ PART
 	output_has first "OK    a check: went on"
 	output_has first "OK    a counted step: went on"
 	output_has first "FAIL  a bad step"
+}
+
+# One check by its name, for which nothing is built.
+one_check() {
+	begin_case "one check"
+	git -C "$dev_scratch/clone" init -q
+	echo ': >made' >"$dev_scratch/clone/scripts/unlicensed.sh"
+	start first clone ./dev check licence
+	ends_with 1 "$(pid_of first)"
+	output_has first "FAIL  licence line"
+	output_has first "1 of 1 checks failed, in "
+	rm "$dev_scratch/clone/scripts/unlicensed.sh"
+	start first clone ./dev check licence
+	ends_with 0 "$(pid_of first)"
+	output_has first "all 1 checks passed, in "
+	[ ! -e "$STAND_IN_PLACES" ] || dev_wrong "builds $(cat "$STAND_IN_PLACES")"
+	start first clone ./dev check licence unheard_of
+	ends_with 2 "$(pid_of first)"
+	output_has first "no check is named 'unheard_of'; there are: constructors runtime"
 }
 
 # ---- limits of time, and reports that are not there
@@ -462,6 +480,7 @@ limited_to "900 900" 3 "" sh -c 'exit 3'
 board_limited
 shares
 goes_on
+one_check
 for place in download unpack kernel modules configure build board; do
 	interrupt "$place" INT 130 command
 done

@@ -493,13 +493,23 @@ test_checks() {
 	checks_passed=0
 	checks_failed=0
 	{
-		check "passes" true
-		check "fails" false
-		check "finds" nothing_in echo found
-		check "misses its program" nothing_in /no/such/program
+		check first "passes" true
+		check second "fails" false
+		check third "finds" nothing_in echo found
+		check fourth "misses its program" nothing_in /no/such/program
 	} >"$gate_dir/check_lines"
 	[ "$checks_passed $checks_failed" = '1 3' ] || complain "check counts $checks_passed passed, $checks_failed failed"
 	finds 'FAIL  finds' cat "$gate_dir/check_lines"
+
+	wanted_checks="first third"
+	{
+		check first "wanted" true
+		check second "not wanted" true
+	} >"$gate_dir/check_lines"
+	[ "$(cat "$gate_dir/check_lines")" = '  OK    wanted' ] || complain "checks run that nobody wants, or none"
+	passes are_wanted second third
+	fails are_wanted second
+	finds lines check_names
 }
 
 # A run of the board that did not come to its end, failed, or left an empty console.
@@ -772,6 +782,8 @@ test_usage() {
 	refuses foo
 	refuses demo -v foo
 	refuses shell --debug --debug
+	refuses test --host foo
+	refuses check lines foo
 	refuses case
 	refuses case --board
 	refuses case one two
@@ -792,6 +804,8 @@ test_usage() {
 	{ [ -d build ] && [ -d cache/flash_mng ]; } || complain "a refused ./dev clean removes"
 	accepts demo -v
 	accepts shell --debug
+	accepts test --host
+	accepts check lines licence
 	accepts case one
 	accepts case --board one
 	accepts package --test
