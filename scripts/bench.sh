@@ -130,10 +130,8 @@ report_bench() {
 	"$report_program" renew "$(figures_of bench-gate)" "$root/bench/figures.txt"
 }
 
-bench_command() {
-	at_most 0 bench "$@"
-	hold_clone
-	need_packages "$build_packages"
+# renew_figures: counts, and writes all that is said of it.
+renew_figures() {
 	build_bench
 	run_step "count" bench_1 run_bench full bench-1 --icount
 	run_step "count again" bench_2 run_bench full bench-2 --icount
@@ -141,6 +139,13 @@ bench_command() {
 	run_step "count for the gate" bench_gate run_bench gate bench-gate --icount
 	run_step "trace what runs inside the module" bench_trace run_bench trace bench-trace --icount --trace "$(traced_addresses bench-1)"
 	report_bench
+}
+
+bench_command() {
+	at_most 0 bench "$@"
+	hold_clone
+	need_packages "$build_packages"
+	renew_figures
 	say "figures: $build_dir/bench/figures.json; docs/performance.md, its charts and bench/figures.txt are written"
 }
 

@@ -105,7 +105,10 @@ symbols_outside() {
 
 # symbols_on LIST: fails when there are others.
 symbols_on() {
-	nothing_in symbols_outside "$1" || return 1
+	nothing_in symbols_outside "$1" || {
+		echo "A new symbol is a new dependency. When that is meant: ./dev renew symbols"
+		return 1
+	}
 	echo "$(undefined_symbols | wc -l) of $(listed_symbols "$1" | wc -l)"
 }
 
@@ -160,7 +163,7 @@ build_list() {
 }
 
 renew_hint() {
-	echo "< as listed, > as built. When that is meant: cp ${built#"$root/"} ${list#"$root/"}"
+	echo "< as listed, > as built. When that is meant: ./dev renew $(basename "$list" .txt)"
 	return 1
 }
 

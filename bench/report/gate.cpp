@@ -68,9 +68,11 @@ unsigned write_gate(std::ostream &out, const std::vector<row> &rows, const std::
 	}
 	if (compared == 0)
 		fail("no committed figures in " + committed);
+	if (failures)
+		out << "when that is meant: ./dev renew figures\n";
 	out << compared - failures << " of " << compared << " figures have not grown by more than 2 %";
 	if (shrunk)
-		out << "; " << shrunk << " shrunk by more than 10 %: ./dev bench renews bench/figures.txt";
+		out << "; " << shrunk << " shrunk by more than 10 %: ./dev renew figures";
 	out << "\n";
 	return failures;
 }

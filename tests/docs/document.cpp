@@ -121,6 +121,26 @@ std::vector<block> blocks_of(const std::string &document)
 	return reader(document).read();
 }
 
+std::string with_texts(const std::string &document, const std::map<int, std::string> &texts)
+{
+	std::istringstream lines(document);
+	std::string changed;
+	int number = 0;
+	for (std::string line; std::getline(lines, line);) {
+		changed += line + "\n";
+		const auto text = texts.find(++number);
+		if (text == texts.end())
+			continue;
+		std::istringstream block(text->second);
+		for (std::string own; std::getline(block, own);)
+			changed += std::string(indentation_of(line), ' ') + own + "\n";
+		while (std::getline(lines, line) && ++number && trimmed(line) != fence)
+			;
+		changed += line + "\n";
+	}
+	return changed;
+}
+
 std::string commands_of_manual(const std::string &page)
 {
 	constexpr std::string_view mark = ".Dl $ ";

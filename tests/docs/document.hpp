@@ -9,6 +9,7 @@
 //	file: NAME		saved under this name for the blocks behind it
 #pragma once
 
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,6 +24,9 @@ struct block {
 };
 
 std::vector<block> blocks_of(const std::string &document);
+
+// The document with these texts, by the lines of their fences, in the place of what these blocks have.
+std::string with_texts(const std::string &document, const std::map<int, std::string> &texts);
 
 // Lines of a manual page that are examples for a shell: ".Dl $ COMMAND".
 std::string commands_of_manual(const std::string &page);

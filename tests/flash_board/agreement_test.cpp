@@ -10,6 +10,7 @@
 #include "board_maker.hpp"
 #include "board_reader.hpp"
 #include "fixtures.hpp"
+#include "golden.hpp"
 #include "report.hpp"
 #include "simulate.hpp"
 #include "tables.hpp"
@@ -230,7 +231,7 @@ TEST(simulation, prints_what_the_module_says_about_the_demo_board)
 {
 	const auto board = read_board(fixtures::read(REPOSITORY_DIR "/board/xml/plain.xml"), "plain.xml");
 
-	EXPECT_EQ(as_text(simulate(board, fixtures::common_layout())), fixtures::read(FIXTURES_DIR "/plain.simulation.txt"));
+	expect_golden(as_text(simulate(board, fixtures::common_layout())), FIXTURES_DIR "/plain.simulation.txt", "simulation");
 }
 
 simulation_result simulated_fixture(const char *name)

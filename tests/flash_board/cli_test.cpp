@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 
 #include "fixtures.hpp"
+#include "golden.hpp"
 #include "rules.hpp"
 
 namespace {
@@ -330,8 +331,7 @@ TEST_F(cli, help_and_version_go_to_standard_output)
 
 TEST_F(cli, the_page_of_rules_is_up_to_date)
 {
-	EXPECT_EQ(run("explain --markdown").out, fixtures::read(REPOSITORY_DIR "/docs/board-rules.md"))
-		<< "flash-board explain --markdown > docs/board-rules.md";
+	expect_golden(run("explain --markdown").out, REPOSITORY_DIR "/docs/board-rules.md", "rules");
 }
 
 // The partitions that board/run gives to the board's kernel.
@@ -350,8 +350,7 @@ TEST_F(cli, the_picture_of_the_demo_board_is_up_to_date)
 	const auto arguments = "map '" REPOSITORY_DIR "/board/xml/plain.xml' --mtdparts '" + demo_partitions() + "' -o ";
 
 	ASSERT_EQ(run(arguments + "'" + path("map.svg") + "'").status, 0);
-	EXPECT_EQ(fixtures::read(path("map.svg")), fixtures::read(REPOSITORY_DIR "/docs/demo-board.svg"))
-		<< "flash-board " << arguments << "docs/demo-board.svg";
+	expect_golden(fixtures::read(path("map.svg")), REPOSITORY_DIR "/docs/demo-board.svg", "pictures");
 }
 
 TEST_F(cli, the_demo_boards_have_no_findings)

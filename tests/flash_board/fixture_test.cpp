@@ -8,6 +8,7 @@
 #include <set>
 
 #include "fixtures.hpp"
+#include "golden.hpp"
 #include "report.hpp"
 
 namespace {
@@ -59,7 +60,7 @@ TEST_P(bad_board, is_reported_word_for_word)
 {
 	const auto text = fixtures::read(GetParam().xml());
 
-	EXPECT_EQ(as_text(flash_board::source(text, GetParam().shown_path()), GetParam().found()), fixtures::read(GetParam().expected()));
+	expect_golden(as_text(flash_board::source(text, GetParam().shown_path()), GetParam().found()), GetParam().expected(), "findings");
 }
 
 TEST_P(bad_board, fails_the_schema_where_the_rule_says_so)

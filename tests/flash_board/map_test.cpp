@@ -6,6 +6,7 @@
 #include <pugixml.hpp>
 
 #include "fixtures.hpp"
+#include "golden.hpp"
 #include "map.hpp"
 
 namespace {
@@ -168,7 +169,7 @@ TEST(map, for_a_terminal_is_as_written_down)
 {
 	const auto text = fixtures::read(FIXTURES_DIR "/map.xml");
 
-	EXPECT_EQ(as_text(map_of_text(text, "flash:1M(boot),4M(config),8M(usrdata),-(rootfs)")), fixtures::read(FIXTURES_DIR "/map.txt"));
+	expect_golden(as_text(map_of_text(text, "flash:1M(boot),4M(config),8M(usrdata),-(rootfs)")), FIXTURES_DIR "/map.txt", "pictures");
 }
 
 TEST(map, every_picture_is_well_formed_and_stays_on_its_paper)

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "fixtures.hpp"
+#include "golden.hpp"
 #include "report.hpp"
 
 namespace {
@@ -24,16 +25,11 @@ struct printed {
 	flash_board::findings found;
 };
 
-std::string golden(const std::string &name)
-{
-	return fixtures::read(std::string(FIXTURES_DIR "/bad/") + name);
-}
-
 TEST(report, as_json_is_as_written_down)
 {
 	const printed board("variant-missing-single");
 
-	EXPECT_EQ(as_json(board.from, board.found), golden("variant-missing-single.json"));
+	expect_golden(as_json(board.from, board.found), FIXTURES_DIR "/bad/variant-missing-single.json", "findings");
 }
 
 TEST(report, as_json_says_the_same_as_the_text_for_every_fixture)
@@ -66,7 +62,7 @@ TEST(report, as_sarif_is_as_written_down)
 {
 	const printed board("section-wraps");
 
-	EXPECT_EQ(as_sarif(board.from, board.found, "1.0"), golden("section-wraps.sarif"));
+	expect_golden(as_sarif(board.from, board.found, "1.0"), FIXTURES_DIR "/bad/section-wraps.sarif", "findings");
 }
 
 TEST(report, as_sarif_names_rules_places_and_elements_for_every_fixture)

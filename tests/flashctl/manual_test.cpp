@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// Help texts against their golden files, against the manual, and against the completions. With FLASHCTL_WRITE_GOLDEN set, the golden
-// files are written instead.
+// Help texts against their golden files, against the manual, and against the completions.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <regex>
 #include <set>
 
 #include "command_line.hpp"
 #include "failure.hpp"
+#include "golden.hpp"
 #include "scratch.hpp"
 
 using namespace flashctl_tests;
@@ -28,10 +27,7 @@ class help : public testing::TestWithParam<std::string> {};
 TEST_P(help, is_the_golden_one)
 {
 	const std::string name = GetParam().empty() ? "flashctl" : GetParam();
-	const std::string golden = SOURCE_DIR "/tests/flashctl/golden/" + name + ".txt";
-	if (std::getenv("FLASHCTL_WRITE_GOLDEN"))
-		std::ofstream(golden) << help_of(GetParam());
-	EXPECT_EQ(help_of(GetParam()), scratch::content_of(golden));
+	expect_golden(help_of(GetParam()), SOURCE_DIR "/tests/flashctl/golden/" + name + ".txt", "help");
 }
 
 TEST_P(help, fits_a_terminal)
@@ -152,9 +148,25 @@ std::string lines(const texts &rows)
 	return text;
 }
 
+// The page with a table made of the header's codes in the place of its own.
+std::string with_codes_of(const std::string &header, const std::string &page)
+{
+	static const std::regex row("\\.It Dv \\w+ Ta \\w+ Ta [^\n]*\n"),
+		code("#define (FLASH_MNG_\\w+)[ \t]+(\\w+)u[ \t]+/\\* ([^\n]*) \\*/\n");
+	std::smatch first;
+	if (!std::regex_search(page, first, row))
+		return page;
+	std::string table;
+	for (std::sregex_iterator found(header.begin(), header.end(), code), end; found != end; ++found)
+		table += ".It Dv " + (*found)[1].str() + " Ta " + (*found)[2].str() + " Ta " +
+			 std::regex_replace((*found)[3].str(), std::regex("-(?=\\d)"), "\\-") + "\n";
+	return std::string(first.prefix()) + table + std::regex_replace(std::string(first.suffix()), row, "");
+}
+
 TEST(manual, of_the_device_has_the_codes_of_the_header_and_their_meanings)
 {
-	EXPECT_EQ(lines(codes_of_manual(device_manual)), lines(codes_of_header(device_header)));
+	EXPECT_GE(codes_of_manual(device_manual).size(), 30u);
+	expect_golden(with_codes_of(device_header, device_manual), SOURCE_DIR "/docs/man/flash_mng.4", "manual");
 }
 
 TEST(manual, of_the_device_has_the_commands_of_the_header_and_their_records)

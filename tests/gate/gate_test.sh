@@ -108,6 +108,7 @@ SOURCE
 	finds .eh_frame unwind_tables
 	finds unheard_of symbols_outside "$gate_dir/allowed"
 	fails symbols_on "$gate_dir/allowed"
+	finds './dev renew symbols' symbols_on "$gate_dir/allowed"
 
 	flash_object=$gate_dir/absent.o
 	for inspection in constructors runtime_symbols unwind_tables undefined_symbols; do
@@ -214,7 +215,7 @@ test_export_list() {
 	finds '< known 0x00000003' as_listed "$gate_dir/exports" exports
 	finds '< other 0x00000002' as_listed "$gate_dir/exports" exports
 	finds '> known 0x00000001' as_listed "$gate_dir/exports" exports
-	finds results/exports as_listed "$gate_dir/exports" exports
+	finds './dev renew exports' as_listed "$gate_dir/exports" exports
 	fails as_listed "$gate_dir/exports" exports
 	printf '# exports\nknown 0x00000001\n' >"$gate_dir/exports"
 	fails as_listed "$gate_dir/exports" exports /dev/null
@@ -300,7 +301,7 @@ test_size_list() {
 	sed -i 's/probe 400/probe 440/' "$gate_dir/sizes"
 	finds ', bss ' sizes_on "$gate_dir/sizes"
 	sed -i 's/probe 440/probe 300\ngone 16/' "$gate_dir/sizes"
-	for size_line in '< probe 300' '> probe 400' '< gone 16' 'cp '; do
+	for size_line in '< probe 300' '> probe 400' '< gone 16' './dev renew sizes'; do
 		finds "$size_line" sizes_on "$gate_dir/sizes"
 	done
 	fails sizes_on "$gate_dir/sizes"
@@ -783,6 +784,8 @@ test_usage() {
 	refuses demo -v foo
 	refuses shell --debug --debug
 	refuses test --host foo
+	refuses renew foo
+	refuses renew numbers foo
 	refuses check lines foo
 	refuses case
 	refuses case --board
@@ -805,6 +808,8 @@ test_usage() {
 	accepts demo -v
 	accepts shell --debug
 	accepts test --host
+	accepts renew
+	accepts renew numbers rules
 	accepts check lines licence
 	accepts case one
 	accepts case --board one
