@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kernel/list.h"
+#include "kernel/thread_safety.h"
 
 namespace flash_mng {
 
@@ -30,8 +31,8 @@ public:
 	iterator begin() const { return iterator(m_head.next); }
 	iterator end() const { return iterator(&m_head); }
 
-	// The first record that fits, or NULL.
-	template <typename predicate> record *first(predicate fits) const
+	// The first record that fits, or NULL. Under whatever lock the list asks for.
+	template <typename predicate> record *first(predicate fits) const NOT_SHARED
 	{
 		for (record &one : *this)
 			if (fits(one))

@@ -7,11 +7,12 @@
 #define FLASH_MNG_KERNEL_LOCK_H
 
 #include "flash_mng_types.h"
+#include "kernel/thread_safety.h"
 
 #ifdef __cplusplus
 #include "lock_layout.h"
 
-struct alignas(LINUX_MUTEX_ALIGN) mutex {
+struct LOCK_TYPE("mutex") alignas(LINUX_MUTEX_ALIGN) mutex {
 	unsigned char storage[LINUX_MUTEX_SIZE];
 };
 
@@ -27,8 +28,8 @@ FLASH_MNG_C_BEGIN
 
 /* Prepares a mutex. All mutexes of the module form one lock class; the name is kept, not copied. */
 void linux_mutex_init(struct mutex *lock, const char *name);
-void linux_mutex_lock(struct mutex *lock);
-void mutex_unlock(struct mutex *lock);
+void linux_mutex_lock(struct mutex *lock) TAKES(*lock);
+void mutex_unlock(struct mutex *lock) GIVES_BACK(*lock);
 
 /* Prepares a counting semaphore. */
 void linux_semaphore_init(struct semaphore *semaphore, int count);

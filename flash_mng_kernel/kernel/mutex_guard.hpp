@@ -6,12 +6,12 @@
 namespace flash_mng {
 
 // Holds a mutex for its own life.
-class mutex_guard {
+class LOCK_HOLDER mutex_guard {
 public:
-	explicit mutex_guard(mutex &lock) : lock_(lock) { linux_mutex_lock(&lock_); }
+	explicit mutex_guard(mutex &lock) TAKES(lock) : lock_(lock) { linux_mutex_lock(&lock_); }
 	mutex_guard(const mutex_guard &) = delete;
 	mutex_guard &operator=(const mutex_guard &) = delete;
-	~mutex_guard() { mutex_unlock(&lock_); }
+	~mutex_guard() GIVES_BACK() { mutex_unlock(&lock_); }
 
 private:
 	mutex &lock_;

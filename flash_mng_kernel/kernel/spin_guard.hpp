@@ -6,12 +6,12 @@
 namespace flash_mng {
 
 // Holds a spinlock for its own life.
-class spin_guard {
+class LOCK_HOLDER spin_guard {
 public:
-	explicit spin_guard(spinlock &lock) : lock_(lock) { linux_spin_lock(&lock_); }
+	explicit spin_guard(spinlock &lock) TAKES(lock) : lock_(lock) { linux_spin_lock(&lock_); }
 	spin_guard(const spin_guard &) = delete;
 	spin_guard &operator=(const spin_guard &) = delete;
-	~spin_guard() { linux_spin_unlock(&lock_); }
+	~spin_guard() GIVES_BACK() { linux_spin_unlock(&lock_); }
 
 private:
 	spinlock &lock_;

@@ -11,18 +11,18 @@ using namespace flash_mng;
 
 namespace {
 
-template <typename predicate> spi_flash_info *first_locked(predicate fits)
+template <typename predicate> spi_flash_info *first_locked(predicate fits) WANTS(g_spi_flash_info_list_lock)
 {
 	return list_of<spi_flash_info>(g_spi_flash_info_list).first(fits);
 }
 
-spi_flash_info *find_locked(u32 inst_id)
+spi_flash_info *find_locked(u32 inst_id) WANTS(g_spi_flash_info_list_lock)
 {
 	return first_locked([inst_id](const spi_flash_info &info) { return info.config.inst_id == inst_id; });
 }
 
 // A record with the given number of references, in no list yet.
-spi_flash_info *make_record(u32 inst_id, u32 references)
+NOT_SHARED spi_flash_info *make_record(u32 inst_id, u32 references)
 {
 	heap_memory<spi_flash_info> info(linux_kzalloc(sizeof(spi_flash_info)));
 	if (!info) {
@@ -59,19 +59,20 @@ spi_flash_info *find_or_make(u32 inst_id, u32 references)
 	return info;
 }
 
-void free_record(spi_flash_info *info)
+// Of a record in no list that nobody uses.
+NOT_SHARED void free_record(spi_flash_info *info)
 {
 	release_flash_mtd_name_alloc(info, info->mtd_name_num);
 	kfree(info);
 }
 
 // Drops one reference; whether it was the last.
-bool drop_locked(spi_flash_info &info)
+bool drop_locked(spi_flash_info &info) WANTS(g_spi_flash_info_list_lock)
 {
 	return --info.references == 0;
 }
 
-bool is_linked(const spi_flash_info &info)
+bool is_linked(const spi_flash_info &info) WANTS(g_spi_flash_info_list_lock)
 {
 	return info.link.next != nullptr;
 }
@@ -93,7 +94,7 @@ bool drop(spi_flash_info &info)
 	return drop_locked(info);
 }
 
-bool has_name(const spi_flash_info &info, const char *mtd_name)
+bool has_name(const spi_flash_info &info, const char *mtd_name) WANTS(g_spi_flash_info_list_lock)
 {
 	const char *const *next = info.mtd_names;
 	if (!next)
@@ -126,7 +127,7 @@ spi_flash_info *drv_flash_find_flash_info(u32 inst_id)
 	return find_or_make(inst_id, 0);
 }
 
-void release_flash_mtd_name_alloc(spi_flash_info *info, u32 count)
+NOT_SHARED void release_flash_mtd_name_alloc(spi_flash_info *info, u32 count)
 {
 	if (!info || !info->mtd_names)
 		return;
@@ -176,5 +177,6 @@ bool flash_mng::copy_config_of_instance(u32 inst_id, spi_controller_config &conf
 
 bool flash_mng::copy_config_of_partition(const char *mtd_name, spi_controller_config &config)
 {
-	return copy_config([mtd_name](const spi_flash_info &info) { return has_name(info, mtd_name); }, config);
+	return copy_config([mtd_name](const spi_flash_info &info) WANTS(g_spi_flash_info_list_lock) { return has_name(info, mtd_name); },
+			   config);
 }

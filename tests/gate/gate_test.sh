@@ -629,12 +629,20 @@ int trusts_whoever_fills()
 	fill(&number);
 	return number;
 }
+struct __attribute__((capability("lock"))) lock_type {
+} g_lock;
+int g_guarded __attribute__((guarded_by(g_lock)));
+int forgets_the_lock()
+{
+	return g_guarded;
+}
 SOURCE
 		printf '// %0150d \n' 0
 	} | plant flash_mng_kernel/planted.cpp
 	finds planted.cpp tidy_findings
 	finds planted.cpp tidy_findings
 	finds "variable 'number' is not initialized" tidy_findings
+	finds "requires holding lock 'g_lock'" tidy_findings
 	(
 		mkdir -p "$gate_dir/broken"
 		printf '#!/bin/sh\nexit 3\n' >"$gate_dir/broken/clang-tidy"
