@@ -64,9 +64,13 @@ nothing_in() {
 	}
 }
 
-# our_files PATTERN...: tracked or new files of the clone that match one of the name patterns.
+# our_files PATTERN...: tracked or new files of the clone that match one of the name patterns; without git all but what was built.
 our_files() {
 	for pattern in "$@"; do
+		if [ ! -e "$root/.git" ]; then
+			(cd "$root" && find . -path ./build -prune -o -type f -path "./$pattern" -printf '%P\n')
+			continue
+		fi
 		git -C "$root" ls-files --cached --others --exclude-standard "$pattern" | while IFS= read -r our_file; do
 			[ ! -f "$root/$our_file" ] || echo "$our_file"
 		done
@@ -531,13 +535,14 @@ run_checks() {
 	checks_start=$(date +%s)
 	mkdir -p "$log_dir" "$build_dir/results"
 	cd "$root" || return 1
-	git -C "$root" rev-parse --git-dir >/dev/null || die "the checks ask git for the files of this clone"
+	[ ! -e "$root/.git" ] || git -C "$root" rev-parse --git-dir >/dev/null || die "the checks ask git for the files of this clone"
 	# shellcheck disable=SC2086 # a list of names
 	! are_wanted $checks_of_modules style || use_kernel board
 	use_stage board
 	say "checks"
 	check gates "the checks find what they look for" "$root/tests/gate/gate_test.sh"
 	check dev "./dev: at the same time, ended half-way, without room or network" "$root/tests/dev/dev_test.sh"
+	check release "./dev release: what it refuses, makes and finds" "$root/tests/release/release_test.sh"
 	check_object
 	check_headers
 	check_sources

@@ -24,7 +24,7 @@ stage_package() {
 	find "$package_objects" -maxdepth 1 -name 'obj-*' -exec mv {} "$package_source" \;
 	our_files '*' | rsync -a --files-from=- "$root" "$package_source" || return 1
 	mv "$package_source/packages/debian" "$package_source/debian"
-	(cd "$package_source/debian" && sed -e "s/@VERSION@/$(package_version)/" -e "s/@DATE@/$(git -C "$root" log -1 --format=%aD)/" \
+	(cd "$package_source/debian" && sed -e "s/@VERSION@/$(package_version)/" -e "s/@DATE@/$(date -u -R -d "@$(source_date)")/" \
 		changelog.in >changelog && sed 's/^$/./; s/^/ /' ../LICENSES/BSD-3-Clause.txt | cat copyright.in - >copyright &&
 		rm changelog.in copyright.in)
 }

@@ -23,6 +23,8 @@
 . "$root/scripts/check.sh"
 # shellcheck source=scripts/package.sh
 . "$root/scripts/package.sh"
+# shellcheck source=scripts/release.sh
+. "$root/scripts/release.sh"
 # shellcheck source=scripts/results.sh
 . "$root/scripts/results.sh"
 
