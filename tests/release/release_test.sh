@@ -128,7 +128,7 @@ spoil() {
 # sums_anew: as whoever changed a file would.
 sums_anew() {
 	"$@"
-	find . -type f -not -name SHA256SUMS -printf '%P\n' | LC_ALL=C sort | xargs sha256sum >SHA256SUMS.new
+	find . -type f -not -name 'SHA256SUMS*' -printf '%P\n' | LC_ALL=C sort | xargs sha256sum >SHA256SUMS.new
 	mv SHA256SUMS.new SHA256SUMS
 }
 
