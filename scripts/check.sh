@@ -350,10 +350,20 @@ kernel_style_findings() {
 			--show-types --ignore "$kernel_style_exceptions" -f) | grep -vE '^total:'
 }
 
-# Exports stand in a file of their own, apart from the C++ functions; probes and tables are macros over lists.
+# Exports stand in a file of their own, apart from the C++ functions; probes and tables are macros over lists. One source serves several
+# kernels (other_versions).
 kernel_style_exceptions=EXPORT_SYMBOL,REPEATED_WORD,QUOTED_WHITESPACE_BEFORE_NEWLINE,SPDX_LICENSE_TAG,MACRO_ARG_REUSE,MACRO_ARG_PRECEDENCE
 kernel_style_exceptions=$kernel_style_exceptions,MULTISTATEMENT_MACRO_USE_DO_WHILE,COMPLEX_MACRO,NEW_TYPEDEFS
-kernel_style_exceptions=$kernel_style_exceptions,AVOID_EXTERNS,FILE_PATH_CHANGES,PREFER_PRINTF,VSPRINTF_SPECIFIER_PX,BRACKET_SPACE
+kernel_style_exceptions=$kernel_style_exceptions,LINUX_VERSION_CODE,CONSTANT_COMPARISON,AVOID_EXTERNS,FILE_PATH_CHANGES,PREFER_PRINTF,VSPRINTF_SPECIFIER_PX,BRACKET_SPACE
+
+# What differs between the kernels stands where Linux is called from, in one place of a file, and never in C++.
+version_files='flash_mng_kernel/kernel/[a-z_]*\.c|tests/guest/lab/([a-z0-9]+/)?[a-z_]+\.[ch]|tests/guest/platform_check/[a-z_/]+\.[ch]'
+
+# other_versions: versions of Linux that are asked for elsewhere, or twice in a file.
+other_versions() {
+	our_files '*.c' '*.h' '*.cpp' '*.hpp' | (cd "$root" && xargs grep -cE '^[[:space:]]*#.*(LINUX_VERSION_CODE|KERNEL_VERSION)') |
+		awk -F : -v allowed="^($version_files)$" '$2 > 0 && ($1 !~ allowed || $2 > 1) { print $1 ": " $2 " times" }'
+}
 
 # ---- C++
 
@@ -512,6 +522,7 @@ build_for_checks() {
 check_sources() {
 	check strict "C for the kernel: W=1 and sparse" nothing_in strict_findings make_all_modules
 	check style "C for the kernel: style" nothing_in kernel_style_findings
+	check versions "C for the kernel: versions of Linux are asked for in the shims and the lab only" nothing_in other_versions
 	check tidy "C++: clang-tidy" nothing_in tidy_findings
 	check cppcheck "C++: cppcheck" nothing_in cppcheck_findings flash_mng_kernel/frame flash_mng_kernel/config \
 		flash_mng_kernel/datapath flash_mng_kernel/ioctl flash_mng_kernel/spi tools

@@ -19,3 +19,16 @@ char *linux_kstrdup(const char *text)
 {
 	return kstrdup(text, GFP_KERNEL);
 }
+
+/* Linux 6.10 made macros of these functions. */
+#ifdef vmalloc
+void *(vzalloc)(unsigned long size)
+{
+	return vzalloc(size);
+}
+
+void *(vmalloc)(unsigned long size)
+{
+	return vmalloc(size);
+}
+#endif

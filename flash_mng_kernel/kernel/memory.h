@@ -17,10 +17,13 @@ void *linux_kcalloc(size_t count, size_t size);
 /* A copy of a NUL-terminated text (GFP_KERNEL); released with kfree(). */
 char *linux_kstrdup(const char *text);
 
-/* Linux's own. vzalloc() fills with zeros, vmalloc() does not; vfree() may sleep. NULL may be freed. */
+/*
+ * Linux's own; in parentheses the names of which newer Linux has macros. vzalloc() fills with zeros, vmalloc() does not; vfree() may sleep.
+ * NULL may be freed.
+ */
 void kfree(const void *memory);
-void *vzalloc(unsigned long size);
-void *vmalloc(unsigned long size);
+void *(vzalloc)(unsigned long size);
+void *(vmalloc)(unsigned long size);
 void vfree(const void *memory);
 
 FLASH_MNG_C_END

@@ -7,12 +7,14 @@
 #include <linux/ctype.h>
 #include <linux/firmware.h>
 #include <linux/kernel.h>
-#include <linux/libfdt.h>
 #include <linux/mm.h>
 #include <linux/string.h>
-#include <asm/unaligned.h>
 
 #include "../include/board_file.h"
+
+/* A flattened tree begins with a header, the tree's length in bytes in its second number. */
+#define TREE_HEADER_SIZE 40
+#define TREE_AT_LENGTH 4
 
 static bool is_board_name(const char *name)
 {
@@ -29,22 +31,33 @@ static u32 checksum(const u8 *bytes, size_t size)
 	return crc32_le(~0U, bytes, size) ^ ~0U;
 }
 
+/* Linux keeps files of the firmware directory in whole pages, so the numbers in front are aligned. */
+static u32 header_number(const u8 *file, size_t at)
+{
+	return le32_to_cpup((const __le32 *)(file + at));
+}
+
+static u32 tree_length(const u8 *tree)
+{
+	return be32_to_cpup((const __be32 *)(tree + TREE_AT_LENGTH));
+}
+
 /* fault_of() - what is wrong with a file; NULL for a good one */
 static const char *fault_of(const u8 *file, size_t size)
 {
 	const u8 *tree = file + BOARD_FILE_HEADER_SIZE;
 
-	if (size < BOARD_FILE_HEADER_SIZE + sizeof(struct fdt_header))
+	if (size < BOARD_FILE_HEADER_SIZE + TREE_HEADER_SIZE)
 		return "it is too short";
 	if (memcmp(file, BOARD_FILE_MAGIC, BOARD_FILE_MAGIC_SIZE))
 		return "it is not a compiled board description";
-	if (get_unaligned_le32(file + BOARD_FILE_AT_VERSION) != BOARD_FILE_VERSION)
+	if (header_number(file, BOARD_FILE_AT_VERSION) != BOARD_FILE_VERSION)
 		return "it is of another version; compile it again";
-	if (get_unaligned_le32(file + BOARD_FILE_AT_LENGTH) != size || size > BOARD_FILE_MAX_SIZE)
+	if (header_number(file, BOARD_FILE_AT_LENGTH) != size || size > BOARD_FILE_MAX_SIZE)
 		return "its length is not the one it states";
-	if (get_unaligned_le32(file + BOARD_FILE_AT_CHECKSUM) != checksum(tree, size - BOARD_FILE_HEADER_SIZE))
+	if (header_number(file, BOARD_FILE_AT_CHECKSUM) != checksum(tree, size - BOARD_FILE_HEADER_SIZE))
 		return "its checksum is wrong";
-	if (fdt32_to_cpu(((const struct fdt_header *)tree)->totalsize) != size - BOARD_FILE_HEADER_SIZE)
+	if (tree_length(tree) != size - BOARD_FILE_HEADER_SIZE)
 		return "the tree in it has another length";
 	return NULL;
 }

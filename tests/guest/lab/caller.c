@@ -12,12 +12,12 @@
 
 typedef u64 (*function_type)(u64, u64, u64, u64, u64, u64, u64, u64);
 
-static unsigned long address_of(const struct module *module, char *name)
+static unsigned long address_of(char *name)
 {
 	unsigned long address;
 
 	name[LAB_NAME_SIZE - 1] = '\0';
-	address = lab_module_symbol(module, name);
+	address = lab_module_symbol(name);
 	if (!address)
 		pr_err("flash_mng has no function or global %s\n", name);
 	return address;
@@ -54,7 +54,7 @@ static int call_by_name(struct lab_call *call)
 
 	if (!module)
 		return -ENXIO;
-	address = address_of(module, call->function);
+	address = address_of(call->function);
 	if (address)
 		error = call_function(call, (function_type)address);
 	module_put(module);
@@ -78,7 +78,7 @@ long lab_call(struct lab_call __user *argument)
 
 static long copy_global(const struct module *module, struct lab_global *global)
 {
-	unsigned long address = global->name[0] ? address_of(module, global->name) : global->address;
+	unsigned long address = global->name[0] ? address_of(global->name) : global->address;
 	void *bytes;
 	long error = 0;
 

@@ -73,10 +73,10 @@ const struct flash_driver_ops *lab_driver_table(u64 functions)
 	return functions < ARRAY_SIZE(tables) ? &tables[functions] : NULL;
 }
 
-int lab_driver_prepare(const struct module *flash_mng)
+int lab_driver_prepare(void)
 {
-	register_driver = (void *)lab_module_symbol(flash_mng, "drv_flash_driver_register");
-	unregister_driver = (void *)lab_module_symbol(flash_mng, "drv_flash_driver_unregister");
+	register_driver = (void *)lab_module_symbol("drv_flash_driver_register");
+	unregister_driver = (void *)lab_module_symbol("drv_flash_driver_unregister");
 	if (!register_driver || !unregister_driver) {
 		pr_err("flash_mng has no functions for flash drivers\n");
 		return -ENOENT;

@@ -27,8 +27,11 @@ struct module;
 int lab_symbols_init(void);
 /* lab_symbol() - address of a kernel symbol, or of "module:name"; 0 when there is none. Slow: it walks all symbols of the kernel. */
 unsigned long lab_symbol(const char *name);
-/* lab_module_symbol() - address of a function or global of a module that is being loaded or referenced; 0 when there is none. */
-unsigned long lab_module_symbol(const struct module *module, const char *name);
+/* lab_know_symbols() - of a module that was linked and does not run yet, instead of those known before. Return: 0 or -ENOMEM. */
+int lab_know_symbols(const struct module *module);
+void lab_forget_symbols(void);
+/* lab_module_symbol() - address of a function or global of that module, while it is being loaded or referenced; 0 when there is none. */
+unsigned long lab_module_symbol(const char *name);
 
 /* mtd_lab.c: commands on MTD devices. */
 int lab_mtd_init(void);
@@ -64,7 +67,7 @@ long lab_global(struct lab_global __user *argument);
 /* lab_driver_table() - the driver with these functions, LAB_DRIVER_...; NULL for a wrong number. */
 const struct flash_driver_ops *lab_driver_table(u64 functions);
 /* lab_driver_prepare() - for a flash_mng that is being loaded: the parts of earlier ones are forgotten. */
-int lab_driver_prepare(const struct module *flash_mng);
+int lab_driver_prepare(void);
 void lab_driver_exit(void);
 /* Registers a driver with flash_mng, or unregisters the one that it has; from a call that flash_mng makes. */
 void lab_driver_comes(u64 functions);

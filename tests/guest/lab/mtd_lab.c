@@ -4,6 +4,7 @@
  * NOR programming clears bits only, an erase covers whole erase blocks.
  */
 #include <linux/idr.h>
+#include <linux/kprobes.h>
 #include <linux/list.h>
 #include <linux/module.h>
 #include <linux/mtd/mtd.h>
@@ -16,6 +17,7 @@
 
 /* Exported by Linux's MTD core for its own modules, and declared in a header of theirs. */
 extern struct mutex mtd_table_mutex;
+struct mtd_info *__mtd_next_device(int number);
 
 #define LONGEST_NAME 4096
 #define HIGHEST_NUMBER 4096
@@ -25,6 +27,7 @@ struct lab_mtd {
 	struct mtd_info device;	 /* the whole device, or the parent without a number */
 	struct mtd_info *visible; /* what has the number: the device or its partition */
 	struct list_head link;
+	atomic_t users; /* references beside that of the registration */
 	struct mutex lock; /* store, programmed, counters and failures */
 	struct lab_store store;
 	struct xarray programmed; /* NAND: pages programmed since their erase */
@@ -36,21 +39,54 @@ struct lab_mtd {
 };
 
 static LIST_HEAD(devices);
+static LIST_HEAD(removed); /* from Linux, but perhaps still used */
 static DEFINE_MUTEX(devices_lock);
 static struct idr *numbers; /* Linux's own of all MTD devices */
+static struct task_struct *asking;
 
+static int note_numbers(struct kprobe *probe, struct pt_regs *regs)
+{
+	if (READ_ONCE(asking) == current)
+		numbers = (struct idr *)regs_get_kernel_argument(regs, 0);
+	return 0;
+}
+
+/* Kernels without CONFIG_KALLSYMS_ALL do not name variables, but MTD's search for the next device hands its numbers on. */
 int lab_mtd_init(void)
 {
-	numbers = (struct idr *)lab_symbol("mtd_idr");
+	struct kprobe probe = { .symbol_name = "idr_get_next", .pre_handler = note_numbers };
+	int error = register_kprobe(&probe);
+
+	if (error) {
+		pr_err("no probe on idr_get_next: error %d\n", error);
+		return error;
+	}
+	mutex_lock(&mtd_table_mutex);
+	WRITE_ONCE(asking, current);
+	__mtd_next_device(0);
+	WRITE_ONCE(asking, NULL);
+	mutex_unlock(&mtd_table_mutex);
+	unregister_kprobe(&probe);
 	if (numbers)
 		return 0;
-	pr_err("the kernel does not name mtd_idr: it needs CONFIG_KALLSYMS_ALL\n");
+	pr_err("MTD did not search its devices by idr_get_next\n");
 	return -ENOENT;
 }
 
 static struct lab_mtd *owner_of(struct mtd_info *mtd)
 {
 	return container_of(mtd, struct lab_mtd, device);
+}
+
+static int mtd_lab_get(struct mtd_info *mtd)
+{
+	atomic_inc(&owner_of(mtd_get_master(mtd))->users);
+	return 0;
+}
+
+static void mtd_lab_put(struct mtd_info *mtd)
+{
+	atomic_dec(&owner_of(mtd_get_master(mtd))->users);
 }
 
 static int mtd_lab_read(struct mtd_info *mtd, loff_t from, size_t length, size_t *done, u_char *to)
@@ -203,6 +239,8 @@ static struct lab_mtd *new_device(const struct lab_mtd_add *wanted)
 	mtd->_write = mtd_lab_write;
 	mtd->_erase = mtd_lab_erase;
 	mtd->_sync = mtd_lab_sync;
+	mtd->_get_device = mtd_lab_get;
+	mtd->_put_device = mtd_lab_put;
 	return lab;
 }
 
@@ -333,16 +371,29 @@ static struct lab_mtd *find_device(int index)
 	return NULL;
 }
 
+/* Linux 5.10 refuses to remove a device in use; since 6.1 it lets the device go, and who uses it goes on to do so. */
+static void free_removed(void)
+{
+	struct lab_mtd *lab, *next;
+
+	list_for_each_entry_safe(lab, next, &removed, link) {
+		if (atomic_read(&lab->users))
+			continue;
+		list_del(&lab->link);
+		free_device(lab);
+	}
+}
+
 static int remove_device(struct lab_mtd *lab)
 {
 	int error = mtd_device_unregister(&lab->device);
 
 	if (error) {
-		pr_err("mtd%d cannot be removed: error %d, use count %d\n", lab->visible->index, error, lab->visible->usecount);
+		pr_err("mtd%d cannot be removed: error %d, use count %d\n", lab->visible->index, error, atomic_read(&lab->users));
 		return error;
 	}
-	list_del(&lab->link);
-	free_device(lab);
+	list_move(&lab->link, &removed);
+	free_removed();
 	return 0;
 }
 
@@ -370,6 +421,7 @@ long lab_mtd_remove_all(void)
 	mutex_lock(&devices_lock);
 	list_for_each_entry_safe_reverse(lab, next, &devices, link)
 		error = remove_device(lab) ?: error;
+	free_removed();
 	mutex_unlock(&devices_lock);
 	return error;
 }
@@ -478,7 +530,7 @@ long lab_mtd_state(struct lab_mtd_state __user *argument)
 	lab = find_device(state.index);
 	if (lab) {
 		mutex_lock(&lab->lock);
-		state.use_count = lab->visible->usecount;
+		state.use_count = atomic_read(&lab->users);
 		state.erases = lab->erases;
 		state.writes = lab->writes;
 		mutex_unlock(&lab->lock);

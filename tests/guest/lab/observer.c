@@ -233,16 +233,17 @@ static bool is_shim(const struct observed *call)
 	return !call->signature || strncmp(call->name, "linux_", strlen("linux_")) == 0;
 }
 
-/* Linux and the platform stay where they are; flash_mng's own shims come with each load. */
-static void find_functions(const struct module *module)
+/* Linux and the platform stay where they are; flash_mng's own functions come with each load, also those that stand for a macro of Linux. */
+static void find_functions(void)
 {
 	int i;
 
 	for (i = 0; i < observed_count; i++) {
 		struct observed *call = &observed[i];
+		unsigned long own = lab_module_symbol(call->name);
 
-		if (is_shim(call))
-			call->address = lab_module_symbol(module, call->name);
+		if (own || is_shim(call))
+			call->address = own;
 		else if (!call->address)
 			call->address = lab_symbol(call->name);
 		if (!call->address)
@@ -250,13 +251,13 @@ static void find_functions(const struct module *module)
 	}
 }
 
-static int module_is_coming(struct module *module)
+static int prepare_flash_mng(struct module *module)
 {
-	int error = lab_driver_prepare(module);
+	int error = lab_know_symbols(module) ?: lab_driver_prepare();
 
 	if (error)
 		return error;
-	find_functions(module);
+	find_functions();
 	error = lab_redirect_calls(module);
 	if (error)
 		return error;
@@ -280,7 +281,7 @@ static int on_module_event(struct notifier_block *block, unsigned long event, vo
 		return NOTIFY_DONE;
 	switch (event) {
 	case MODULE_STATE_COMING:
-		return notifier_from_errno(module_is_coming(module));
+		return notifier_from_errno(prepare_flash_mng(module));
 	case MODULE_STATE_LIVE:
 		ran_by_linux("flash_mng_init");
 		set_flash_mng(module);
@@ -335,6 +336,7 @@ int lab_observer_init(void)
 void lab_observer_exit(void)
 {
 	unregister_module_notifier(&module_events);
+	lab_forget_symbols();
 }
 
 long lab_status(struct lab_status __user *argument)

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include <linux/kprobes.h>
+#include <linux/mm.h>
 #include <linux/module.h>
 #include <linux/rcupdate.h>
+#include <linux/slab.h>
+#include <linux/string.h>
 
 #include "lab.h"
 
@@ -27,20 +30,63 @@ unsigned long lab_symbol(const char *name)
 	return lookup_name(name);
 }
 
-unsigned long lab_module_symbol(const struct module *module, const char *name)
+/* Linux keeps all symbols of a module until its init function has run; afterwards, without CONFIG_KALLSYMS_ALL, its functions only. */
+struct known_symbol {
+	unsigned long address;
+	const char *name;
+};
+
+static struct known_symbol *known;
+static unsigned int known_count;
+
+void lab_forget_symbols(void)
 {
-	const struct mod_kallsyms *symbols;
-	unsigned long address = 0;
+	kvfree(known);
+	known = NULL;
+	known_count = 0;
+}
+
+/* One block: the symbols, and their names behind them. */
+static size_t size_of_all(const struct mod_kallsyms *symbols)
+{
+	size_t size = symbols->num_symtab * sizeof(*known);
 	unsigned int i;
 
-	rcu_read_lock_sched();
-	symbols = rcu_dereference_sched(module->kallsyms);
-	for (i = 0; i < symbols->num_symtab && !address; i++) {
+	for (i = 0; i < symbols->num_symtab; i++)
+		size += strlen(symbols->strtab + symbols->symtab[i].st_name) + 1;
+	return size;
+}
+
+int lab_know_symbols(const struct module *module)
+{
+	const struct mod_kallsyms *symbols = rcu_dereference_protected(module->kallsyms, true);
+	unsigned int i;
+	char *name;
+
+	lab_forget_symbols();
+	known = kvmalloc(size_of_all(symbols), GFP_KERNEL);
+	if (!known)
+		return -ENOMEM;
+	name = (char *)(known + symbols->num_symtab);
+	for (i = 0; i < symbols->num_symtab; i++) {
 		const Elf_Sym *symbol = &symbols->symtab[i];
 
-		if (symbol->st_shndx != SHN_UNDEF && !strcmp(symbols->strtab + symbol->st_name, name))
-			address = symbol->st_value;
+		if (symbol->st_shndx == SHN_UNDEF)
+			continue;
+		known[known_count++] = (struct known_symbol){ symbol->st_value, name };
+		strcpy(name, symbols->strtab + symbol->st_name);
+		name += strlen(name) + 1;
 	}
-	rcu_read_unlock_sched();
-	return address;
+	return 0;
+}
+
+unsigned long lab_module_symbol(const char *name)
+{
+	unsigned int i;
+
+	for (i = 0; i < known_count; i++) {
+		if (!strcmp(known[i].name, name))
+			return known[i].address;
+	}
+	return 0;
 }

@@ -6,6 +6,7 @@
 #ifndef REFERENCE_PLATFORM_FAILING_CALL_H
 #define REFERENCE_PLATFORM_FAILING_CALL_H
 
+#include <linux/kernel.h>
 #include <linux/kprobes.h>
 #include <linux/sched.h>
 
@@ -13,6 +14,7 @@ struct failing_call {
 	struct kprobe probe;
 	struct task_struct *task; /* until it has made the call */
 	unsigned long result;
+	char name[64];
 };
 
 /* To the caller, as if the function had returned at once. */
@@ -38,15 +40,22 @@ static inline int failing_call_meet(struct kprobe *probe, struct pt_regs *regs)
 	return 1;
 }
 
-/* failing_call_begin() - from now on, until failing_call_end(). Sleeps. Return: whether there is such a function. */
+static inline bool failing_call_watch(struct failing_call *call, const char *function, const char *ending)
+{
+	scnprintf(call->name, sizeof(call->name), "%s%s", function, ending);
+	call->probe = (struct kprobe){ .symbol_name = call->name, .pre_handler = failing_call_meet };
+	return !register_kprobe(&call->probe);
+}
+
+/*
+ * failing_call_begin() - from now on, until failing_call_end(). Sleeps. Return: whether there is such a function. Where Linux made a macro
+ * of an allocation, it is the function below that fails.
+ */
 static inline bool failing_call_begin(struct failing_call *call, const char *function, unsigned long result)
 {
-	*call = (struct failing_call){
-		.probe = { .symbol_name = function, .pre_handler = failing_call_meet },
-		.task = current,
-		.result = result,
-	};
-	return !register_kprobe(&call->probe);
+	call->task = current;
+	call->result = result;
+	return failing_call_watch(call, function, "_noprof") || failing_call_watch(call, function, "");
 }
 
 /* failing_call_end() - after a begin that found its function. Sleeps. Return: whether the call was made. */

@@ -6,6 +6,7 @@
 #include <linux/module.h>
 #include <linux/pfn.h>
 #include <linux/stddef.h>
+#include <linux/version.h>
 
 #include <asm/cacheflush.h>
 
@@ -72,11 +73,23 @@ static int redirect_in(u32 *text, unsigned long size)
 	return error ?: set_read_only(start, PFN_UP(size));
 }
 
+#if LINUX_VERSION_CODE < KERNEL_VERSION(6, 4, 0)
+static int redirect_in_text(const struct module *module)
+{
+	return redirect_in(module->core_layout.base, module->core_layout.text_size) ?:
+	       redirect_in(module->init_layout.base, module->init_layout.text_size);
+}
+#else
+static int redirect_in_text(const struct module *module)
+{
+	return redirect_in(module->mem[MOD_TEXT].base, module->mem[MOD_TEXT].size) ?:
+	       redirect_in(module->mem[MOD_INIT_TEXT].base, module->mem[MOD_INIT_TEXT].size);
+}
+#endif
+
 int lab_redirect_calls(const struct module *module)
 {
-	int error = redirect_in(module->core_layout.base, module->core_layout.text_size);
-
-	return error ?: redirect_in(module->init_layout.base, module->init_layout.text_size);
+	return redirect_in_text(module);
 }
 
 int lab_branches_init(void)

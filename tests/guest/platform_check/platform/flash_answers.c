@@ -9,6 +9,7 @@
 
 #include "groups.h"
 #include "failing_call.h"
+#include "mtd_users.h"
 #include "platform/flash_buffer.h"
 #include "platform_status.h"
 
@@ -200,7 +201,7 @@ void check_flash_answers(void)
 	check_erases_and_writes();
 	check_blocks();
 	check_memory();
-	CHECK_EQ(g_mtd.usecount, 0);
+	CHECK_EQ(mtd_users(&g_mtd), 0);
 	begin();
 	CHECK_EQ(mtd_device_unregister(&g_mtd), 0);
 }

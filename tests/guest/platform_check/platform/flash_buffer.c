@@ -8,11 +8,12 @@
 #include <linux/vmalloc.h>
 
 #include "groups.h"
+#include "mtd_users.h"
 #include "platform/flash_buffer.h"
 #include "platform_status.h"
 
-#define BLOCK_SIZE	0x20000U
-#define MOST_BYTES	(3 * BLOCK_SIZE)
+#define ERASE_SIZE	0x20000U
+#define MOST_BYTES	(3 * ERASE_SIZE)
 
 static struct mtd_info *g_mtd;
 static char g_path[32];
@@ -27,7 +28,7 @@ static bool prepare(void)
 	CHECK(!IS_ERR(g_mtd));
 	if (IS_ERR(g_mtd))
 		return false;
-	CHECK_EQ(g_mtd->erasesize, BLOCK_SIZE);
+	CHECK_EQ(g_mtd->erasesize, ERASE_SIZE);
 	CHECK_EQ(g_mtd->size, 0x800000);
 	scnprintf(g_path, sizeof(g_path), "/dev/mtd%d", g_mtd->index);
 	g_data = vmalloc(MOST_BYTES);
@@ -46,7 +47,7 @@ static void finish(void)
 	vfree(g_seen);
 	if (IS_ERR(g_mtd))
 		return;
-	CHECK_EQ(g_mtd->usecount, 1);
+	CHECK_EQ(mtd_users(g_mtd), 1);
 	put_mtd_device(g_mtd);
 }
 
@@ -92,15 +93,15 @@ static void check_paths(void)
 
 static void check_round_trip(void)
 {
-	const u32 offset = 0x1234, length = 2 * BLOCK_SIZE + 0x800;
+	const u32 offset = 0x1234, length = 2 * ERASE_SIZE + 0x800;
 
 	CHECK(is_blank(0, MOST_BYTES));
 	CHECK_EQ(plat_mtd_update_buf(g_path, offset, g_data, length), 0);
 	CHECK(reads_as(offset, g_data, length));
 	CHECK(is_blank(0, offset));
-	CHECK(is_blank(offset + length, BLOCK_SIZE / 2));
-	g_data[BLOCK_SIZE] ^= 0xff;
-	CHECK_EQ(plat_mtd_update_buf(g_path, offset + BLOCK_SIZE, g_data + BLOCK_SIZE, 1), 0);
+	CHECK(is_blank(offset + length, ERASE_SIZE / 2));
+	g_data[ERASE_SIZE] ^= 0xff;
+	CHECK_EQ(plat_mtd_update_buf(g_path, offset + ERASE_SIZE, g_data + ERASE_SIZE, 1), 0);
 	CHECK(reads_as(offset, g_data, length));
 }
 
@@ -109,16 +110,16 @@ static void check_bad_block(void)
 {
 	size_t done;
 
-	CHECK_EQ(mtd_block_markbad(g_mtd, BLOCK_SIZE), 0);
+	CHECK_EQ(mtd_block_markbad(g_mtd, ERASE_SIZE), 0);
 	CHECK_EQ(plat_mtd_update_buf(g_path, 0, g_data, MOST_BYTES), 0);
 	CHECK(reads_as(0, g_data, MOST_BYTES));
-	CHECK_EQ(mtd_read(g_mtd, 2 * BLOCK_SIZE, 16, &done, g_seen), 0);
-	CHECK(!memcmp(g_seen, g_data + BLOCK_SIZE, 16));
+	CHECK_EQ(mtd_read(g_mtd, 2 * ERASE_SIZE, 16, &done, g_seen), 0);
+	CHECK(!memcmp(g_seen, g_data + ERASE_SIZE, 16));
 }
 
 static void check_ends(void)
 {
-	const u64 usable = g_mtd->size - BLOCK_SIZE; /* one block is bad */
+	const u64 usable = g_mtd->size - ERASE_SIZE; /* one block is bad */
 
 	CHECK_EQ(plat_mtd_update_buf(g_path, usable - 7, g_data, 7), 0);
 	CHECK(reads_as(usable - 7, g_data, 7));
@@ -148,28 +149,28 @@ void check_good_flash(void)
  */
 static void check_unreadable_page(void)
 {
-	const u64 block = 2 * BLOCK_SIZE;
+	const u64 block = 2 * ERASE_SIZE;
 
-	CHECK_EQ(plat_mtd_update_buf(g_path, block, g_data, BLOCK_SIZE), 0);
-	CHECK(reads_as(block, g_data, BLOCK_SIZE));
-	CHECK_EQ(plat_mtd_read_buf(g_path, block, g_seen, BLOCK_SIZE), FLASH_BUFFER_UNCORRECTABLE);
+	CHECK_EQ(plat_mtd_update_buf(g_path, block, g_data, ERASE_SIZE), 0);
+	CHECK(reads_as(block, g_data, ERASE_SIZE));
+	CHECK_EQ(plat_mtd_read_buf(g_path, block, g_seen, ERASE_SIZE), FLASH_BUFFER_UNCORRECTABLE);
 	CHECK_EQ(plat_mtd_update_buf(g_path, block + 1, g_data, 10), FLASH_BUFFER_UNCORRECTABLE);
-	CHECK_EQ(plat_mtd_update_buf(g_path, block, g_data + 1, BLOCK_SIZE), 0);
+	CHECK_EQ(plat_mtd_update_buf(g_path, block, g_data + 1, ERASE_SIZE), 0);
 }
 
 static void check_third_update(u64 block, u32 status)
 {
-	CHECK_EQ(plat_mtd_update_buf(g_path, block, g_data, BLOCK_SIZE), 0);
-	CHECK_EQ(plat_mtd_update_buf(g_path, block, g_data, BLOCK_SIZE), 0);
-	CHECK_EQ(plat_mtd_update_buf(g_path, block, g_data + 1, BLOCK_SIZE), status);
+	CHECK_EQ(plat_mtd_update_buf(g_path, block, g_data, ERASE_SIZE), 0);
+	CHECK_EQ(plat_mtd_update_buf(g_path, block, g_data, ERASE_SIZE), 0);
+	CHECK_EQ(plat_mtd_update_buf(g_path, block, g_data + 1, ERASE_SIZE), status);
 }
 
 void check_worn_flash(void)
 {
 	if (prepare()) {
 		check_unreadable_page();
-		check_third_update(4 * BLOCK_SIZE, FLASH_BUFFER_ERASE_FAILED);
-		check_third_update(5 * BLOCK_SIZE, FLASH_BUFFER_WRITE_FAILED);
+		check_third_update(4 * ERASE_SIZE, FLASH_BUFFER_ERASE_FAILED);
+		check_third_update(5 * ERASE_SIZE, FLASH_BUFFER_WRITE_FAILED);
 	}
 	finish();
 }
@@ -180,9 +181,9 @@ void check_flipping_flash(void)
 	u32 i;
 
 	if (prepare()) {
-		CHECK_EQ(plat_mtd_update_buf(g_path, 100, g_data, 2 * BLOCK_SIZE), 0);
+		CHECK_EQ(plat_mtd_update_buf(g_path, 100, g_data, 2 * ERASE_SIZE), 0);
 		for (i = 0; i < 100 && !g_mtd->ecc_stats.corrected; i++)
-			CHECK(reads_as(100, g_data, 2 * BLOCK_SIZE));
+			CHECK(reads_as(100, g_data, 2 * ERASE_SIZE));
 		CHECK(g_mtd->ecc_stats.corrected);
 		CHECK_EQ(g_mtd->ecc_stats.failed, 0);
 	}

@@ -56,6 +56,17 @@ static void one_round(const struct worker *worker)
 		atomic_inc(&g_destroyed);
 }
 
+/* Linux knows the thread until it has been stopped, and no code of the module runs after that. */
+static void await_stop(void)
+{
+	set_current_state(TASK_INTERRUPTIBLE);
+	while (!kthread_should_stop()) {
+		schedule();
+		set_current_state(TASK_INTERRUPTIBLE);
+	}
+	__set_current_state(TASK_RUNNING);
+}
+
 static int work(void *data)
 {
 	struct worker *worker = data;
@@ -63,7 +74,9 @@ static int work(void *data)
 
 	for (i = 0; i < ROUNDS; i++)
 		one_round(worker);
-	complete_and_exit(&worker->done, 0); /* no code of the module runs after it */
+	complete(&worker->done);
+	await_stop();
+	return 0;
 }
 
 void check_threads(void)
@@ -72,17 +85,20 @@ void check_threads(void)
 		{ .inst_id = UNLOCKED_CARD }, { .inst_id = UNLOCKED_CARD },
 		{ .inst_id = CREATE_LOCKED_CARD, .alone = true }, { .inst_id = OWN_SETTINGS, .alone = true },
 	};
-	bool started[ARRAY_SIZE(workers)];
+	struct task_struct *threads[ARRAY_SIZE(workers)];
 	u32 i;
 
 	for (i = 0; i < ARRAY_SIZE(workers); i++) {
 		init_completion(&workers[i].done);
-		started[i] = !IS_ERR(kthread_run(work, &workers[i], "spi_check/%u", i));
-		CHECK(started[i]);
+		threads[i] = kthread_run(work, &workers[i], "spi_check/%u", i);
+		CHECK(!IS_ERR(threads[i]));
 	}
-	for (i = 0; i < ARRAY_SIZE(workers); i++)
-		if (started[i])
-			wait_for_completion(&workers[i].done);
+	for (i = 0; i < ARRAY_SIZE(workers); i++) {
+		if (IS_ERR(threads[i]))
+			continue;
+		wait_for_completion(&workers[i].done);
+		kthread_stop(threads[i]);
+	}
 
 	if (mtd_exists("threads_11")) {
 		CHECK_EQ(drv_flash_destroy(UNLOCKED_CARD), 0);
