@@ -3,11 +3,11 @@
 // What the shells offer for words of a command line, and that names of files never run.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <fstream>
 #include <regex>
 #include <unistd.h>
 
+#include "tools_common/shells.hpp"
 #include "fixtures.hpp"
 #include "rules.hpp"
 
@@ -18,16 +18,7 @@ constexpr const char *zsh_file = REPOSITORY_DIR "/tools/flash-board/completion/_
 
 const std::vector<std::string> g_commands = {"compile", "check", "simulate", "map", "explain"};
 
-std::string output_of(const std::string &command)
-{
-	std::FILE *const pipe = popen(command.c_str(), "r");
-	std::string output;
-
-	for (int letter; (letter = std::fgetc(pipe)) != EOF;)
-		output += static_cast<char>(letter);
-	EXPECT_EQ(pclose(pipe), 0) << command << output;
-	return output;
-}
+using tools_tests::output_of;
 
 // A folder whose files have these names.
 class completion : public testing::Test {
@@ -46,11 +37,11 @@ protected:
 	std::string offered(const std::string &words) const
 	{
 		const std::string program = FLASH_BOARD_PROGRAM;
-		std::ofstream(m_folder / "script")
-			<< "cd '" << (m_folder / "files").string() << "'\nPATH='" << program.substr(0, program.rfind('/')) << "':$PATH\n. '"
-			<< bash_file << "'\nCOMP_WORDS=(flash-board " << words << ")\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_flash_board\n"
-			<< "[ ${#COMPREPLY[@]} -eq 0 ] || printf '<%s>' \"${COMPREPLY[@]}\"\n";
-		return output_of("bash '" + (m_folder / "script").string() + "' 2>&1");
+		const std::string before =
+			"cd '" + (m_folder / "files").string() + "'\nPATH='" + program.substr(0, program.rfind('/')) + "':$PATH";
+		return tools_tests::joined(
+			tools_tests::offered_by_bash({bash_file, "_flash_board", "flash-board"}, m_folder / "script", words, before), "<",
+			">");
 	}
 
 	std::size_t files() const

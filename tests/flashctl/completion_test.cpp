@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <random>
@@ -12,34 +11,45 @@
 #include <string_view>
 #include <vector>
 
+#include "tools_common/shells.hpp"
 #include "scratch.hpp"
 
 using namespace flashctl_tests;
 
 namespace {
 
-// The last of the words is the one to be completed.
+constexpr char two_partitions[] =
+	"dev:    size   erasesize  name\nmtd0: 00100000 00020000 \"boot\"\nmtd12: 00800000 00020000 \"usrdata\"\n";
+
+// What is offered for the last of the words in a folder with the file "mtd", which lists the partitions.
+std::vector<std::string> offers(const scratch &folder, const std::string &words)
+{
+	return tools_tests::offered_by_bash({SOURCE_DIR "/tools/flashctl/completion/flashctl.bash", "_flashctl", "flashctl"},
+					    folder.path("script"), words, "cd '" + folder.path() + "'\nFLASHCTL_MTD_LIST=mtd");
+}
+
 std::string offered(const std::string &words)
 {
 	const scratch folder;
-	folder.write("mtd", "dev:    size   erasesize  name\nmtd0: 00100000 00020000 \"boot\"\nmtd12: 00800000 00020000 \"usrdata\"\n");
-	const std::string script = "cd " + folder.path() +
-				   "; . " SOURCE_DIR "/tools/flashctl/completion/flashctl.bash; COMP_WORDS=(flashctl " + words +
-				   "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _flashctl; echo \"${COMPREPLY[*]}\"";
-	folder.write("script", script);
-	std::FILE *const pipe =
-		popen(("FLASHCTL_MTD_LIST=" + folder.path("mtd") + " bash " + folder.path("script") + " 2>&1").c_str(), "r");
-	std::string output;
-	for (int letter; (letter = std::fgetc(pipe)) != EOF;)
-		output += static_cast<char>(letter);
-	EXPECT_EQ(pclose(pipe), 0);
-	return output.substr(0, output.find('\n'));
+	folder.write("mtd", two_partitions);
+	const std::string text = tools_tests::joined(offers(folder, words), " ", "");
+	return text.substr(std::min<std::size_t>(text.size(), 1));
 }
 
 TEST(bash, offers_commands)
 {
 	EXPECT_EQ(offered("''"), "list info read write verify backup restore spi explain");
 	EXPECT_EQ(offered("--json ver"), "verify");
+}
+
+// A value of an option is no command, however it is called.
+TEST(bash, finds_the_command_behind_values_of_options)
+{
+	EXPECT_EQ(offered("--device list re"), "read restore");
+	EXPECT_EQ(offered("--device = list re"), "read restore") << "as bash cuts up --device=list";
+	EXPECT_EQ(offered("--device list read u"), "usrdata");
+	EXPECT_EQ(offered("write --offset read u"), "usrdata");
+	EXPECT_EQ(offered("read --output list --o"), "--offset --output");
 }
 
 TEST(bash, offers_partitions_and_then_files)
@@ -95,35 +105,11 @@ std::string listed(const std::vector<std::string> &names)
 	return list;
 }
 
-std::string lines_of(const std::string &shell, const scratch &folder, const std::string &script)
-{
-	folder.write("script", script);
-	const std::string line = "cd " + folder.path() + " && FLASHCTL_MTD_LIST=mtd " + shell + " script 2>&1";
-	std::FILE *const pipe = popen(line.c_str(), "r");
-	std::string output;
-	for (int letter; (letter = std::fgetc(pipe)) != EOF;)
-		output += static_cast<char>(letter);
-	EXPECT_EQ(pclose(pipe), 0) << output;
-	return output;
-}
-
-std::string joined(const std::vector<std::string> &names)
-{
-	std::string lines;
-	for (const std::string &name : names)
-		lines += name + "\n";
-	return lines;
-}
-
-constexpr char bash_script[] = ". " SOURCE_DIR "/tools/flashctl/completion/flashctl.bash; COMP_CWORD=2\n";
-
 TEST(bash, offers_hostile_names_as_they_are)
 {
 	const scratch folder;
 	folder.write("mtd", listed(hostile_names));
-	const std::string script =
-		std::string(bash_script) + "COMP_WORDS=(flashctl read '')\n_flashctl; printf '%s\\n' \"${COMPREPLY[@]}\"";
-	EXPECT_EQ(lines_of("bash", folder, script), joined(hostile_names));
+	EXPECT_EQ(offers(folder, "read ''"), hostile_names);
 	EXPECT_FALSE(std::filesystem::exists(folder.path("ran")));
 }
 
@@ -131,16 +117,13 @@ TEST(bash, compares_what_was_typed_letter_by_letter)
 {
 	const scratch folder;
 	folder.write("mtd", listed(hostile_names));
-	const auto offered_for = [&](const std::string &typed) {
-		return lines_of("bash", folder,
-				std::string(bash_script) + "COMP_WORDS=(flashctl read '" + typed +
-					"')\n_flashctl; printf '%s\\n' \"${COMPREPLY[@]}\"");
-	};
-	EXPECT_EQ(offered_for("*"), "*\n");
-	EXPECT_EQ(offered_for("a$"), "a$(touch ran)b\n");
-	EXPECT_EQ(offered_for("a\\ "), "a b\na  b\na \"b\n");
-	EXPECT_EQ(offered_for("\"a "), "a b\na  b\na \"b\n");
-	EXPECT_EQ(offered_for("$("), "\n");
+	using names = std::vector<std::string>;
+	const auto offered_for = [&folder](const std::string &typed) { return offers(folder, "read '" + typed + "'"); };
+	EXPECT_EQ(offered_for("*"), names{"*"});
+	EXPECT_EQ(offered_for("a$"), names{"a$(touch ran)b"});
+	EXPECT_EQ(offered_for("a\\ "), (names{"a b", "a  b", "a \"b"}));
+	EXPECT_EQ(offered_for("\"a "), (names{"a b", "a  b", "a \"b"}));
+	EXPECT_EQ(offered_for("$("), names{});
 	EXPECT_FALSE(std::filesystem::exists(folder.path("ran")));
 }
 
@@ -158,9 +141,7 @@ TEST(bash, offers_random_names_as_they_are)
 		names.push_back(name + "$(touch ran)`touch ran`");
 	}
 	folder.write("mtd", listed(names));
-	const std::string script =
-		std::string(bash_script) + "COMP_WORDS=(flashctl write '')\n_flashctl; printf '%s\\n' \"${COMPREPLY[@]}\"";
-	EXPECT_EQ(lines_of("bash", folder, script), joined(names));
+	EXPECT_EQ(offers(folder, "write ''"), names);
 	EXPECT_FALSE(std::filesystem::exists(folder.path("ran")));
 }
 
@@ -173,7 +154,8 @@ TEST(zsh, offers_hostile_names_as_they_are)
 	folder.write("mtd", listed(hostile_names));
 	const std::string script = "compadd() { shift; print -rl -- \"$@\"; }\n_arguments() { :; }\n. " SOURCE_DIR
 				   "/tools/flashctl/completion/_flashctl\n_flashctl_partitions\n";
-	EXPECT_EQ(lines_of("zsh -f", folder, script), joined(hostile_names));
+	folder.write("script", "cd '" + folder.path() + "'\nFLASHCTL_MTD_LIST=mtd\n" + script);
+	EXPECT_EQ(tools_tests::output_of("zsh -f '" + folder.path("script") + "' 2>&1"), tools_tests::joined(hostile_names, "", "\n"));
 	EXPECT_FALSE(std::filesystem::exists(folder.path("ran")));
 }
 

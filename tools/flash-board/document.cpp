@@ -33,13 +33,24 @@ std::size_t character_length(std::string_view text)
 	return 0;
 }
 
-// With the mark of its byte order in front, or by its first character, which is "<" in any board description.
-bool is_utf_16(std::string_view text)
+struct foreign_start {
+	std::string_view bytes;
+	const char *encoding;
+};
+
+// What text of wider characters is called: by the mark of its byte order in front, or by its first character, which is "<" in any board
+// description. nullptr for other text.
+const char *wide_encoding_of(std::string_view text)
 {
 	using namespace std::string_view_literals;
-	constexpr std::array starts = {"\xFF\xFE"sv, "\xFE\xFF"sv, "<\0"sv, "\0<"sv};
+	constexpr std::array starts = {foreign_start{"\xFF\xFE\0\0"sv, "UTF-32"}, foreign_start{"\0\0\xFE\xFF"sv, "UTF-32"},
+				       foreign_start{"<\0\0\0"sv, "UTF-32"},	  foreign_start{"\0\0\0<"sv, "UTF-32"},
+				       foreign_start{"\xFF\xFE"sv, "UTF-16"},	  foreign_start{"\xFE\xFF"sv, "UTF-16"},
+				       foreign_start{"<\0"sv, "UTF-16"},	  foreign_start{"\0<"sv, "UTF-16"}};
+	const auto *const found =
+		std::find_if(starts.begin(), starts.end(), [&](const foreign_start &start) { return text.starts_with(start.bytes); });
 
-	return std::any_of(starts.begin(), starts.end(), [&](std::string_view start) { return text.starts_with(start); });
+	return found == starts.end() ? nullptr : found->encoding;
 }
 
 bool is_control(char c)
@@ -134,9 +145,9 @@ void document::check_bytes()
 		m_readable = false;
 		return;
 	}
-	if (is_utf_16(text)) {
+	if (const auto *encoding = wide_encoding_of(text)) {
 		m_readable = false;
-		add("encoding", {}, 0, "the text is UTF-16");
+		add("encoding", {}, 0, std::string("the text is ") + encoding);
 		return;
 	}
 	for (std::size_t at = 0; at < text.size();) {

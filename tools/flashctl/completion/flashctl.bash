@@ -20,20 +20,23 @@ _flashctl_offer_partitions() {
 	done < <(_flashctl_partitions)
 }
 
-_flashctl_command() {
-	local word
+# The words before the one to be completed that are neither options nor their values, each in a line: the command and its operands.
+_flashctl_plain_words() {
+	local word skip=
 	for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
-		case $word in
-		list | info | read | write | verify | backup | restore | spi | explain)
-			printf '%s' "$word"
-			return
-			;;
+		case $skip$word in
+		--offset | --length | --output | -o | --verify | --force | --sha256) skip=value: ;;
+		--instance | --name | --partition | --device) skip=value: ;;
+		value:=) ;; # of --offset=1, which is three words here
+		value:*) skip= ;;
+		-?*) ;;
+		*) printf '%s\n' "${word//[$'\n']/ }" ;;
 		esac
 	done
 }
 
 _flashctl_options() {
-	local common="--help --json --quiet --verbose --device"
+	local common="--help --json --progress --quiet --verbose --device"
 	case $1 in
 	read) echo "$common --offset --length --output --hex" ;;
 	write) echo "$common --offset --length --verify --dry-run --yes --force" ;;
@@ -46,27 +49,10 @@ _flashctl_options() {
 	esac
 }
 
-# Operands of the command before the word to be completed.
-_flashctl_operands() {
-	local word count=0 skip=
-	for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
-		if [ -n "$skip" ]; then
-			skip=
-			continue
-		fi
-		case $word in
-		--offset | --length | --output | -o | --verify | --force | --sha256) skip=1 ;;
-		--instance | --name | --partition | --device) skip=1 ;;
-		-?*) ;;
-		*) count=$((count + 1)) ;;
-		esac
-	done
-	echo $((count - 1))
-}
-
 _flashctl() {
-	local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command
-	command=$(_flashctl_command)
+	local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command plain
+	mapfile -t plain < <(_flashctl_plain_words)
+	command=${plain[0]-}
 	COMPREPLY=()
 
 	case $previous in
@@ -94,7 +80,7 @@ _flashctl() {
 	elif [ -z "$command" ]; then
 		mapfile -t COMPREPLY < <(compgen -W "list info read write verify backup restore spi explain" -- "$current")
 	else
-		case $command:$(_flashctl_operands) in
+		case $command:$((${#plain[@]} - 1)) in
 		info:0 | read:0 | write:0 | verify:0)
 			_flashctl_offer_partitions "$current"
 			;;
