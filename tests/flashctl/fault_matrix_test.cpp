@@ -6,6 +6,7 @@
 
 #include "code_words.hpp"
 #include "failure.hpp"
+#include "scratch.hpp"
 #include "simulated_console.hpp"
 
 using namespace flashctl_tests;
@@ -28,6 +29,35 @@ const std::vector<arguments> scenarios = {
 	{"write", "usrdata", "-", "--verify", "range"},
 	{"write", "usrdata", "-", "--verify", "none"},
 	{"write", "usrdata", "-", "--dry-run"},
+	{"backup", "NEW"},
+	{"restore", "BACKUP"},
+	{"restore", "BACKUP", "--dry-run"},
+};
+
+bool is_of_folders(const arguments &scenario)
+{
+	return scenario.front() == "backup" || scenario.front() == "restore";
+}
+
+const char *const for_programs[] = {"config", "usrdata"};
+
+void tell_usable(desk &desk)
+{
+	for (const char *const name : for_programs)
+		desk.flash.part(name).device.usable = desk.flash.part(name).usable;
+}
+
+// Of both partitions for programs.
+struct finished_backup {
+	finished_backup()
+	{
+		desk desk;
+		tell_usable(desk);
+		EXPECT_EQ(desk.flashctl("backup", path), 0) << desk.console.err;
+	}
+
+	scratch folder;
+	const std::string path = folder.path("b");
 };
 
 // A desk on which a scenario succeeds.
@@ -39,9 +69,24 @@ struct prepared_desk : desk {
 		for (std::string &word : line)
 			if (word.empty())
 				word = flashctl::sha256({content.data(), 16});
+		if (is_of_folders(line))
+			prepare_folders();
 	}
 
+	// Each image has a byte to be written.
+	void prepare_folders()
+	{
+		static const finished_backup kept;
+		line[1] = line[1] == "NEW" ? folder.path("new") : kept.path;
+		tell_usable(*this);
+		for (const char *const name : for_programs)
+			flash.part(name).content[7] ^= std::byte{1};
+	}
+
+	bool left_a_backup() const { return std::filesystem::exists(folder.path("new")); }
+
 	arguments line;
+	scratch folder;
 };
 
 std::vector<status> every_failure()
@@ -57,6 +102,22 @@ std::vector<status> every_failure()
 		failures.push_back(status::from_errno(error));
 	failures.push_back(status::unfit_request());
 	return failures;
+}
+
+// Of commands that work in folders, which take long, one of each kind.
+std::vector<status> failures_for(const arguments &scenario)
+{
+	if (!is_of_folders(scenario))
+		return every_failure();
+	return {status::from_code(FLASH_MNG_NO_BUFFER),
+		status::from_code(0x70050006),
+		status::from_code(34),
+		status::from_code(FLASH_MNG_NOT_LISTED),
+		status::from_code(0xFFFFFFFF),
+		status::from_errno(EIO),
+		status::from_errno(EBUSY),
+		status::from_errno(ENOMEM),
+		status::unfit_request()};
 }
 
 struct fault {
@@ -113,8 +174,11 @@ void expect_refused(const prepared_desk &desk, const fault &fault, const status 
 {
 	EXPECT_EQ(exit, static_cast<int>(expected_exit(fault, with))) << with.meaning();
 	EXPECT_NE(exit, 0);
-	EXPECT_EQ(desk.console.out.empty(), !fault.json) << desk.console.out;
 	EXPECT_EQ(desk.console.err.empty(), fault.json) << desk.console.err;
+	EXPECT_FALSE(desk.left_a_backup());
+	if (fault.scenario.front() == "restore") // which tells of each partition
+		return;
+	EXPECT_EQ(desk.console.out.empty(), !fault.json) << desk.console.out;
 	if (fault.json) {
 		EXPECT_NE(desk.console.out.find("\"result\": null"), std::string::npos) << desk.console.out;
 	}
@@ -124,22 +188,22 @@ class fault_matrix : public testing::TestWithParam<fault> {};
 
 TEST_P(fault_matrix, once)
 {
-	for (const status &with : every_failure()) {
+	for (const status &with : failures_for(GetParam().scenario)) {
 		prepared_desk desk(GetParam().scenario);
-		const bytes before = desk.flash.part("usrdata").content;
+		const bytes before = desk.flash.part("usrdata").content, config = desk.flash.part("config").content;
 		desk.flash.fail_call(GetParam().call, with);
 		const int exit = run_with_fault(desk, GetParam());
 		expect_refused(desk, GetParam(), with, exit);
 
 		const auto &calls = desk.flash.calls;
-		const bool written = std::find(calls.begin(), calls.end(), "write") != calls.end() && GetParam().function != "write";
-		EXPECT_TRUE(written || desk.flash.part("usrdata").content == before);
+		const bool written = std::ranges::count(calls, "write") > (GetParam().function == "write");
+		EXPECT_TRUE(written || (desk.flash.part("usrdata").content == before && desk.flash.part("config").content == config));
 	}
 }
 
 TEST_P(fault_matrix, from_then_on)
 {
-	for (const status &with : every_failure()) {
+	for (const status &with : failures_for(GetParam().scenario)) {
 		prepared_desk desk(GetParam().scenario);
 		desk.flash.fail_from(GetParam().call, with);
 		const int exit = run_with_fault(desk, GetParam());

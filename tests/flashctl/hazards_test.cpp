@@ -8,6 +8,7 @@
 
 #include "command_line.hpp"
 #include "failure.hpp"
+#include "scratch.hpp"
 #include "simulated_console.hpp"
 
 using namespace flashctl_tests;
@@ -233,14 +234,18 @@ TEST_F(signalled, in_a_write_that_went_wrong_is_no_excuse)
 
 // ---- any command line
 
-const std::vector<std::string> vocabulary = {
-	"list",	    "info",	"read",	      "write",		"verify",     "spi",	    "explain",	   "usrdata",
-	"config",   "boot",	"-",	      "--offset",	"--length",   "--json",	    "-q",	   "-v",
-	"--hex",    "--yes",	"--force",    "mounted",	"--verify",   "all",	    "none",	   "--dry-run",
-	"0",	    "1",	"0x5fff",     "0x6000",		"0x",	      "0xffffffff", "4GiB",	   "3GiB",
-	"-1",	    "",		"=",	      "--offset=1",	"--",	      "--name",	    "spi_a",	   "--sha256",
-	"--help",   "\xff\xfe", "a b",	      "$(x)",		"\n",	      "restore",    "--partition", "%s%n",
-	"--quiet=", "--device", "--instance", "17179869185GiB", "4294967295", "--version"};
+const std::vector<std::string> vocabulary = {"list",	   "info",	  "read",     "write",	    "verify",
+					     "spi",	   "explain",	  "usrdata",  "config",	    "boot",
+					     "-",	   "--offset",	  "--length", "--json",	    "-q",
+					     "-v",	   "--hex",	  "--yes",    "--force",    "mounted",
+					     "--verify",   "all",	  "none",     "--dry-run",  "0",
+					     "1",	   "0x5fff",	  "0x6000",   "0x",	    "0xffffffff",
+					     "4GiB",	   "3GiB",	  "-1",	      "",	    "=",
+					     "--offset=1", "--",	  "--name",   "spi_a",	    "--sha256",
+					     "--help",	   "\xff\xfe",	  "a b",      "$(x)",	    "\n",
+					     "restore",	   "--partition", "%s%n",     "backup",	    "saved",
+					     "--progress", "--quiet=",	  "--device", "--instance", "17179869185GiB",
+					     "4294967295", "--version"};
 
 std::vector<std::string> any_line(std::mt19937 &random)
 {
@@ -249,6 +254,8 @@ std::vector<std::string> any_line(std::mt19937 &random)
 		std::string word = vocabulary[random() % vocabulary.size()];
 		if (random() % 8 == 0)
 			word.insert(random() % (word.size() + 1), 1, static_cast<char>(1 + random() % 255));
+		if (word.starts_with('/'))
+			continue; // folders are made where the case wants them
 		line.push_back(word);
 	}
 	return line;
@@ -262,12 +269,36 @@ std::string shown(const std::vector<std::string> &line)
 	return text;
 }
 
-// Never a crash, never a status that is not documented, never a write of a line that fails or only plans.
-TEST(any_command_line, ends_with_a_documented_status_and_an_untouched_flash)
+std::ptrdiff_t files_in(const std::string &folder)
+{
+	return std::distance(std::filesystem::directory_iterator(folder), {});
+}
+
+// Works in a folder of its own, with a backup that is not what the flash holds.
+class any_command_line : public testing::Test, public desk {
+protected:
+	any_command_line()
+	{
+		std::filesystem::current_path(m_folder.path());
+		for (const char *const name : {"config", "usrdata"})
+			flash.part(name).device.usable = flash.part(name).usable;
+		EXPECT_EQ(flashctl("backup", "saved"), 0) << console.err;
+		flash.part("usrdata").content[3] ^= std::byte{1};
+	}
+	~any_command_line() override { std::filesystem::current_path(m_old); }
+
+private:
+	const std::filesystem::path m_old = std::filesystem::current_path();
+	const scratch m_folder;
+};
+
+// Never a crash, never a status that is not documented, never a write of a line that fails or only plans, nor a folder of one that fails.
+TEST_F(any_command_line, ends_with_a_documented_status_and_an_untouched_flash)
 {
 	std::mt19937 random(20261122);
-	desk desk;
+	desk &desk = *this;
 	const bytes before = desk.flash.part("usrdata").content, config = desk.flash.part("config").content;
+	std::ptrdiff_t backups = 0, restores = 0, files = files_in(".");
 	std::size_t succeeded = 0;
 	for (int i = 0; i < 20000; ++i) {
 		const auto line = any_line(random);
@@ -280,14 +311,21 @@ TEST(any_command_line, ends_with_a_documented_status_and_an_untouched_flash)
 		ASSERT_TRUE(exit == 0 || !desk.console.err.empty() || has(desk.console.out, "\"error\"")) << shown(line);
 		succeeded += exit == 0;
 		const bool wrote = desk.flash.part("usrdata").content != before || desk.flash.part("config").content != config;
-		const bool asked_for = std::ranges::find(line, "write") != line.end() && std::ranges::find(line, "--dry-run") == line.end();
-		ASSERT_TRUE(!wrote || (exit == 0 && asked_for)) << shown(line);
+		const auto said = [&line](const char *word) { return std::ranges::find(line, word) != line.end(); };
+		ASSERT_TRUE(!wrote || (exit == 0 && (said("write") || said("restore")) && !said("--dry-run"))) << shown(line);
+		const std::ptrdiff_t made = files_in(".") - files;
+		ASSERT_TRUE(made == 0 || (made == 1 && exit == 0 && said("backup"))) << shown(line);
+		files += made;
+		backups += made;
+		restores += wrote && said("restore");
 		if (wrote) {
 			desk.flash.part("usrdata").content = before;
 			desk.flash.part("config").content = config;
 		}
 	}
 	EXPECT_GT(succeeded, 100u) << "some lines have to mean something";
+	EXPECT_GT(backups, 0);
+	EXPECT_GT(restores, 0);
 }
 
 } // namespace
