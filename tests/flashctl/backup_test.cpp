@@ -163,6 +163,17 @@ TEST_F(backups, with_hostile_names_come_back)
 	EXPECT_FALSE(std::filesystem::exists(folder.path("b")));
 }
 
+TEST_F(backups, show_on_a_terminal_how_far_they_are)
+{
+	console.errors_terminal = true;
+	console.tick = std::chrono::milliseconds(20);
+	ASSERT_EQ(back_up(), 0);
+	EXPECT_EQ(console.steps, (std::vector<std::string>{"0 % of 64 KiB: reading 8 KiB of config", "",
+							   "12 % of 64 KiB, 400.0 KiB/s: verifying 8 KiB of config", "",
+							   "25 % of 64 KiB, 400.0 KiB/s: reading 24 KiB of usrdata", "",
+							   "62 % of 64 KiB, 666.7 KiB/s: verifying 24 KiB of usrdata", ""}));
+}
+
 // ---- restore
 
 struct restores : backups {

@@ -178,6 +178,7 @@ INSTANTIATE_TEST_SUITE_P(
 			refused_line{{"spi", "--name", std::string(33, 'n')}, "too long", "32"},
 			refused_line{{"explain", "NO_BUFER"}, "neither a number", "did you mean \"NO_BUFFER\"?"},
 			refused_line{{"explain", "0x1811B04AA"}, "neither a number", ""},
+			refused_line{{"list", "-q", "--progress"}, "exclude each other", ""},
 			refused_line{{"list", "-q", "-v"}, "exclude each other", ""}));
 
 } // namespace

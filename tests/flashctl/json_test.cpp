@@ -3,6 +3,8 @@
 // What --json prints agrees with the schema, for every command and for failures.
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include <nlohmann/json.hpp>
 #include <valijson/adapters/nlohmann_json_adapter.hpp>
 #include <valijson/schema.hpp>
@@ -123,6 +125,95 @@ TEST(json_report, of_backup_and_restore)
 	desk.flash.part("config").device.writable = true;
 	EXPECT_EQ(report_of(desk, {"restore", folder.path("b")})["result"]["images"][1]["action"], "written");
 	report_of(desk, {"backup", folder.path("b")});
+}
+
+// Each line agrees with the schema; the last one is the result.
+std::vector<json> lines_of(desk &desk, std::vector<std::string> arguments)
+{
+	arguments.insert(arguments.end(), {"--json", "--progress"});
+	desk.run(arguments);
+	EXPECT_EQ(desk.console.err, "");
+	std::istringstream text(desk.console.out);
+	std::vector<json> lines;
+	for (std::string line; std::getline(text, line);) {
+		lines.push_back(json::parse(line));
+		EXPECT_TRUE(agrees(lines.back()));
+	}
+	EXPECT_TRUE(!lines.empty() && lines.back().contains("command")) << desk.console.out;
+	return lines;
+}
+
+TEST(json_progress, of_a_write_tells_its_phases)
+{
+	desk desk;
+	desk.console.input = bytes(16, std::byte{0x5a});
+	const auto lines = lines_of(desk, {"write", "usrdata", "-"});
+	ASSERT_EQ(lines.size(), 7u);
+	const std::vector<std::pair<std::string, std::size_t>> phases = {{"read", 0},	    {"read", 0x8000},	{"write", 0x8000},
+									 {"write", 0x8010}, {"verify", 0x8010}, {"verify", 0x10010}};
+	for (std::size_t i = 0; i < phases.size(); ++i) {
+		EXPECT_EQ(lines[i]["phase"], phases[i].first) << i;
+		EXPECT_EQ(lines[i]["state"], i % 2 ? "end" : "begin") << i;
+		EXPECT_EQ(lines[i]["done_bytes"], phases[i].second) << i;
+		EXPECT_EQ(lines[i]["total_bytes"], 0x10010) << i;
+	}
+	EXPECT_EQ(lines.back()["result"]["action"], "written");
+}
+
+TEST(json_progress, of_backup_and_restore_ends_with_all_bytes)
+{
+	desk desk;
+	scratch folder;
+	for (const char *const name : {"config", "usrdata"})
+		desk.flash.part(name).device.usable = desk.flash.part(name).usable;
+	const auto backup = lines_of(desk, {"backup", folder.path("b")});
+	ASSERT_EQ(backup.size(), 9u);
+	EXPECT_EQ(backup[0]["total_bytes"], 2 * 0x8000);
+	EXPECT_EQ(backup[7]["done_bytes"], 2 * 0x8000);
+	desk.flash.part("usrdata").content[0] ^= std::byte{1};
+	const auto restore = lines_of(desk, {"restore", folder.path("b")});
+	EXPECT_TRUE(restore[0]["total_bytes"].is_null()) << "what changes is not known yet";
+	const json &last = restore[restore.size() - 2];
+	EXPECT_EQ(last["done_bytes"], last["total_bytes"]);
+	EXPECT_EQ(last["total_bytes"], 0x4000 + 2 * 0x8000 + 0x6000);
+}
+
+TEST(json_progress, has_no_end_of_a_transfer_that_fails)
+{
+	desk desk;
+	desk.console.input = bytes(16, std::byte{0x5a});
+	desk.flash.write_answer = status::from_code(0x70050006);
+	const auto lines = lines_of(desk, {"write", "usrdata", "-"});
+	EXPECT_EQ(lines[lines.size() - 2]["state"], "begin");
+	EXPECT_EQ(lines.back()["exit"], 6);
+}
+
+TEST(json_progress, is_one_line_without_a_transfer)
+{
+	desk desk;
+	EXPECT_EQ(lines_of(desk, {"list"}).size(), 1u);
+	EXPECT_EQ(lines_of(desk, {"lst"}).size(), 1u) << "a wrong command line too";
+}
+
+TEST(json_progress, tells_the_speed_of_each_transfer)
+{
+	desk desk;
+	desk.console.tick = std::chrono::milliseconds(500);
+	const auto lines = lines_of(desk, {"verify", "usrdata", "--sha256", std::string(64, '0')});
+	ASSERT_EQ(lines.size(), 3u);
+	EXPECT_TRUE(lines[0]["bytes_per_second"].is_null());
+	EXPECT_EQ(lines[1]["bytes_per_second"], 2 * 0x8000);
+	EXPECT_EQ(lines[1]["done_bytes"], lines[1]["total_bytes"]);
+}
+
+// What cannot be told does not stop a write, and is no success.
+TEST(json_progress, that_nobody_reads_stops_no_write)
+{
+	desk desk;
+	desk.console.input = bytes(16, std::byte{0x5a});
+	desk.console.output_breaks = true;
+	EXPECT_EQ(desk.flashctl("write", "usrdata", "-", "--json", "--progress"), 1);
+	EXPECT_TRUE(std::ranges::equal(desk.console.input, std::span(desk.flash.part("usrdata").content).first(16)));
 }
 
 TEST(json_report, of_failures)

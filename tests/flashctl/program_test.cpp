@@ -169,7 +169,8 @@ TEST_F(programs, show_progress_of_long_work_on_a_terminal_and_wipe_it)
 {
 	const ended program = on_terminal("printf Hello | FLASHCTL_FAKE_DELAY=1500 flashctl write usrdata - --yes", "");
 	EXPECT_EQ(program.exit, 0);
-	EXPECT_TRUE(has(program.output, "\r\033[Kwriting 5 bytes to usrdata ... ")) << program.output;
+	EXPECT_TRUE(has(program.output, "\r\033[K49 % of 65541 bytes, ")) << program.output;
+	EXPECT_TRUE(has(program.output, " KiB/s: writing 5 bytes to usrdata ... ")) << program.output;
 	EXPECT_TRUE(has(program.output, " s\r\033[K")) << program.output;
 	EXPECT_FALSE(has(shell("printf World | FLASHCTL_FAKE_DELAY=600 flashctl write usrdata -").output, "..."));
 	EXPECT_FALSE(has(on_terminal("flashctl read usrdata --hex", "").output, "reading")) << "short work";

@@ -39,11 +39,14 @@ public:
 	{
 		return {input.begin(), input.begin() + static_cast<std::ptrdiff_t>(std::min(input.size(), most + 1))};
 	}
+	std::chrono::microseconds clock() const override { return now += tick; }
 	bool finish() override { return !output_breaks; }
 	void hold_signals() override { held = true; }
 	const char *signal() const override { return held ? pending : nullptr; }
 
 	std::function<void()> when_asked;
+	std::chrono::microseconds tick = {}; // passes from one look at the clock to the next
+	mutable std::chrono::microseconds now = {};
 	bool held = false;
 	const char *pending = nullptr; // the signal that came
 };

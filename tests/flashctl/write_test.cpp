@@ -222,20 +222,54 @@ TEST_F(writing, shows_steps_on_a_terminal_and_never_in_a_pipe)
 	content() = before;
 	console.errors_terminal = true;
 	write("-y");
-	EXPECT_EQ(console.steps, (std::vector<std::string>{"reading 32 KiB of usrdata", "", "writing 512 bytes to usrdata", "",
-							   "reading 32 KiB of usrdata", ""}));
+	EXPECT_EQ(console.steps, (std::vector<std::string>{"0 % of 66048 bytes: reading 32 KiB of usrdata", "",
+							   "49 % of 66048 bytes: writing 512 bytes to usrdata", "",
+							   "50 % of 66048 bytes: verifying 32 KiB of usrdata", ""}));
 	console.steps.clear();
 	write("-y", "--json");
 	write("-y", "--quiet");
 	EXPECT_TRUE(console.steps.empty());
 }
 
+constexpr char lines_of_a_write[] = "flashctl: 0 % of 66048 bytes: reading 32 KiB of usrdata\n"
+				    "flashctl: 49 % of 66048 bytes, 3.1 MiB/s: writing 512 bytes to usrdata\n"
+				    "flashctl: 50 % of 66048 bytes, 1.6 MiB/s: verifying 32 KiB of usrdata\n"
+				    "flashctl: 100 % of 66048 bytes, 2.1 MiB/s\n";
+
 TEST_F(writing, verbose_steps_are_lines)
 {
-	write("-v");
-	EXPECT_EQ(console.err,
-		  "flashctl: reading 32 KiB of usrdata\nflashctl: writing 512 bytes to usrdata\nflashctl: reading 32 KiB of usrdata\n");
-	EXPECT_TRUE(has(console.out, "changed   510 bytes"));
+	console.tick = std::chrono::milliseconds(10);
+	for (const bool on_a_terminal : {false, true}) {
+		content() = before;
+		console.errors_terminal = on_a_terminal;
+		write("-v");
+		EXPECT_EQ(console.err, lines_of_a_write);
+		EXPECT_TRUE(has(console.out, "changed   510 bytes"));
+		EXPECT_TRUE(console.steps.empty());
+	}
+}
+
+TEST_F(writing, progress_is_told_without_a_terminal_on_request)
+{
+	console.tick = std::chrono::milliseconds(10);
+	EXPECT_EQ(write("--progress"), 0);
+	EXPECT_EQ(console.err, lines_of_a_write);
+	EXPECT_FALSE(has(console.out, "changed   510 bytes"));
+	content() = before;
+	console.errors_terminal = true;
+	EXPECT_EQ(write("--progress", "-y"), 0);
+	EXPECT_EQ(console.err, "");
+	EXPECT_EQ(console.steps.size(), 6u);
+}
+
+TEST_F(writing, counts_only_the_transfers_that_are_meant)
+{
+	write("--progress", "--dry-run");
+	EXPECT_EQ(console.err, "flashctl: 0 % of 32 KiB: reading 32 KiB of usrdata\nflashctl: 100 % of 32 KiB\n");
+	write("--progress", "--verify", "range");
+	EXPECT_TRUE(has(console.err, "flashctl: 33 % of 1536 bytes: writing 512 bytes")) << console.err;
+	write("--progress", "--verify", "none");
+	EXPECT_EQ(console.err, "flashctl: 0 % of 512 bytes: writing 512 bytes to usrdata\nflashctl: 100 % of 512 bytes\n");
 }
 
 TEST_F(writing, quiet_says_nothing)

@@ -94,6 +94,8 @@ outcome run_command(const backup_request &request, workplace &place)
 		refuse_name_that_is_no_text(wanted.device);
 
 	new_backup backup(request.folder);
+	for (const range &wanted : ranges)
+		place.work.total += 2 * std::uint64_t{wanted.length};
 	std::size_t done = 0;
 	for (const range &wanted : ranges) {
 		stop_if_interrupted(place, done, ranges.size());

@@ -82,6 +82,7 @@ parser::parser()
 	m_app.set_help_flag("-h,--help", "print this help and exit");
 	m_app.set_version_flag("--version", "flashctl " FLASHCTL_VERSION, "print the version and exit");
 	m_app.add_flag("--json", m_options.json, "print the result as one JSON object");
+	m_app.add_flag("--progress", m_options.progress, "progress without a terminal too; with --json as lines of JSON before the result");
 	m_app.add_flag("-q,--quiet", m_options.quiet, "no progress, no result lines of commands that read or write");
 	m_app.add_flag("-v,--verbose", m_options.verbose, "a line for each step, and more about the result");
 	m_app.add_option("--device", m_options.device, "the control device; " FLASH_MNG_DEVICE " if not given")->type_name("PATH");
@@ -95,7 +96,7 @@ CLI::App *parser::command(const std::string &name, const std::string &text, any_
 {
 	CLI::App *const added = m_app.add_subcommand(name, text);
 	added->group("Commands");
-	added->footer("Options of every command: --json, --quiet, --verbose, --device PATH; see \"flashctl --help\".");
+	added->footer("Options of every command: --json, --progress, --quiet, --verbose, --device PATH; see \"flashctl --help\".");
 	m_makers[added] = make;
 	return added;
 }
@@ -368,6 +369,8 @@ command_line parser::parse(const std::vector<std::string> &arguments)
 	}
 	if (m_options.quiet && m_options.verbose)
 		throw usage_failure("--quiet and --verbose exclude each other", "give one of them");
+	if (m_options.quiet && m_options.progress)
+		throw usage_failure("--quiet and --progress exclude each other", "give one of them");
 	const CLI::App *const selected = m_app.get_subcommands().front();
 	refuse_empty(&m_app);
 	refuse_empty(selected);

@@ -3,6 +3,9 @@
 // The commands. Each takes a request and gives what came of it, or throws a failure. None prints its result.
 #pragma once
 
+#include <chrono>
+#include <cstdint>
+
 #include "console.hpp"
 #include "flash.hpp"
 #include "outcome.hpp"
@@ -10,11 +13,19 @@
 
 namespace flashctl {
 
+// Bytes that the transfers of a command move, and the time that the ended ones took.
+struct work_ahead {
+	std::uint64_t done = 0;
+	std::uint64_t total = 0; // 0: not known; an upper limit where a write may prove to be unnecessary
+	std::chrono::microseconds taken = {};
+};
+
 // What a command works with. The flash is not opened yet.
 struct workplace {
 	flashctl::flash &flash;
 	flashctl::console &console;
 	const flashctl::options &options;
+	work_ahead work = {};
 };
 
 outcome run_command(const list_request &request, workplace &place);

@@ -3,6 +3,7 @@
 // The streams of the program and the person behind them. The real one is terminal; tests have one that remembers.
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <string_view>
 
@@ -38,7 +39,10 @@ public:
 	// The name of the first one since then; nullptr when none came.
 	virtual const char *signal() const = 0;
 
-	// Whether everything printed has arrived.
+	// Time since some moment in the past; it never goes back.
+	virtual std::chrono::microseconds clock() const = 0;
+
+	// Whether everything printed so far has arrived; once not, never again.
 	virtual bool finish() = 0;
 };
 

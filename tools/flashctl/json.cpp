@@ -205,7 +205,21 @@ ordered_json described(const failure &wrong)
 
 } // namespace
 
-std::string json_report(const std::string &command, const outcome *found, const failure *wrong)
+std::string json_event(const transfer_event &event)
+{
+	const auto or_unknown = [](std::uint64_t number) { return number ? ordered_json(number) : ordered_json(); };
+	const ordered_json line = {{"event", "transfer"},
+				   {"state", event.state},
+				   {"phase", event.phase},
+				   {"partition", event.partition},
+				   {"bytes", event.bytes},
+				   {"bytes_per_second", or_unknown(event.bytes_per_second)},
+				   {"done_bytes", event.done_bytes},
+				   {"total_bytes", or_unknown(event.total_bytes)}};
+	return line.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+}
+
+std::string json_report(const std::string &command, const outcome *found, const failure *wrong, bool one_line)
 {
 	const exit_status exit = wrong ? wrong->exit : exit_status::done;
 	ordered_json report = {{"command", command.empty() ? ordered_json(nullptr) : ordered_json(command)},
@@ -217,7 +231,7 @@ std::string json_report(const std::string &command, const outcome *found, const 
 		report["result"] = std::visit([](const auto &facts) { return tell(facts); }, *found);
 	if (wrong)
 		report["error"] = described(*wrong);
-	return report.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+	return report.dump(one_line ? -1 : 2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
 }
 
 } // namespace flashctl

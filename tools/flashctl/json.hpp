@@ -10,7 +10,18 @@
 
 namespace flashctl {
 
-// One object and a line end. Both pointers may be nullptr, and both may be given: a comparison that came out badly has a result.
-std::string json_report(const std::string &command, const outcome *found, const failure *wrong);
+// A transfer begins or ended; see class transfer.
+struct transfer_event {
+	const char *phase, *state;
+	std::string partition;
+	std::uint64_t bytes, done_bytes, total_bytes; // a total of 0 is not known
+	std::uint64_t bytes_per_second;		      // 0: not known, or it only begins
+};
+
+// A line.
+std::string json_event(const transfer_event &event);
+
+// One object and a line end, all of it in one line where that is asked for. Both pointers may be nullptr, and both may be given: a comparison that came out badly has a result.
+std::string json_report(const std::string &command, const outcome *found, const failure *wrong, bool one_line = false);
 
 } // namespace flashctl

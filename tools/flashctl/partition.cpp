@@ -11,6 +11,7 @@
 #include "files.hpp"
 #include "name_match.hpp"
 #include "number.hpp"
+#include "transfer.hpp"
 
 namespace flashctl {
 
@@ -76,24 +77,6 @@ failure not_opened(workplace &place, const std::string &path, const flash_mng::s
 }
 
 } // namespace
-
-step::step(workplace &place, const std::string &text)
-{
-	if (place.options.quiet)
-		return;
-	if (place.options.verbose)
-		place.console.complain("flashctl: " + text + "\n");
-	else if (place.console.errors_are_terminal() && !place.options.json) {
-		m_console = &place.console;
-		m_console->show_step(text);
-	}
-}
-
-step::~step()
-{
-	if (m_console)
-		m_console->show_step("");
-}
 
 void open_device(workplace &place)
 {
@@ -169,7 +152,7 @@ range range_within(const mtd_device &device, const range_request &request, std::
 
 bytes read_range(workplace &place, const range &wanted, byte_view expected)
 {
-	const step telling(place, fmt::format("reading {} of {}", human_size(wanted.length), wanted.device.name));
+	transfer telling(place, expected.empty() ? transfer::phase::read : transfer::phase::verify, wanted);
 	bytes data(wanted.length);
 	std::ranges::transform(expected, data.begin(), [](std::byte byte) { return ~byte; });
 	const flash_mng::status answer = place.flash.read(wanted.device.name, wanted.offset, data);
@@ -177,6 +160,7 @@ bytes read_range(workplace &place, const range &wanted, byte_view expected)
 		throw failed(
 			fmt::format("\"{}\" cannot be read ({} bytes at {})", wanted.device.name, wanted.length, hex_number(wanted.offset)),
 			answer, asked_for::read, place.flash.platform_codes());
+	telling.done();
 	return data;
 }
 

@@ -7,18 +7,6 @@
 
 namespace flashctl {
 
-// Tells a person on a terminal what is going on; as lines when that was asked for.
-class step {
-public:
-	step(workplace &place, const std::string &text);
-	step(const step &) = delete;
-	step &operator=(const step &) = delete;
-	~step();
-
-private:
-	console *m_console = nullptr;
-};
-
 void open_device(workplace &place);
 
 std::vector<mtd_device> all_devices(workplace &place);

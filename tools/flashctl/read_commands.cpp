@@ -65,6 +65,7 @@ outcome run_command(const read_request &request, workplace &place)
 	open_device(place);
 	const mtd_device device = find_listed(place, request.range.partition);
 	const range wanted = wanted_range(place, device, request.range);
+	place.work.total = wanted.length;
 	const bytes data = read_range(place, wanted);
 	give(request, data, place.console);
 	return read_outcome{wanted, sha256(data), request.output};
@@ -76,10 +77,12 @@ outcome run_command(const verify_request &request, workplace &place)
 	const mtd_device device = find_listed(place, request.range.partition);
 	if (!request.sha256.empty()) {
 		const range wanted = wanted_range(place, device, request.range);
+		place.work.total = wanted.length;
 		return verify_outcome{wanted, request.sha256, sha256(read_range(place, wanted)), std::nullopt};
 	}
 	const bytes expected = take_data(place, request.input, device, request.range);
 	const range wanted = range_within(device, request.range, expected.size());
+	place.work.total = wanted.length;
 	const bytes found = read_range(place, wanted, expected);
 	return verify_outcome{wanted, sha256(expected), sha256(found),
 			      at_partition(compare(expected, found, 0, expected.size()), wanted.offset)};

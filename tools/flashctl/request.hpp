@@ -77,6 +77,7 @@ using any_request = std::variant<list_request, info_request, read_request, verif
 
 struct options {
 	bool json = false;
+	bool progress = false; // also without a terminal; as lines of JSON with json
 	bool quiet = false;
 	bool verbose = false;
 	std::string device = FLASH_MNG_DEVICE;

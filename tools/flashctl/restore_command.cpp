@@ -86,6 +86,7 @@ public:
 	{
 		for (restored_image &image : m_result.images)
 			image.done = action::left;
+		m_place.work = {0, m_ahead, {}};
 		for (restored_image &image : m_result.images) {
 			attempt(image, action::failed, [&] { write_one(image); });
 			if (m_place.console.signal() && !m_result.wrong)
@@ -118,8 +119,10 @@ private:
 		const range wanted = range_of(device, image.image);
 		keep_others_out(m_place, device, is_known_to_be_used(m_place, device, m_request.forced));
 		const bytes data = read_image(m_request.folder, image.image);
-		image.changes = count_changes(take_picture(m_place, wanted, data, verification::all));
+		const picture taken = take_picture(m_place, wanted, data, verification::all);
+		image.changes = count_changes(taken);
 		image.done = action::planned;
+		m_ahead += taken.area.length + (*image.changes ? wanted.length + std::uint64_t{taken.area.length} : 0);
 	}
 
 	void write_one(restored_image &image)
@@ -159,6 +162,7 @@ private:
 	const restore_request &m_request;
 	workplace &m_place;
 	restore_outcome &m_result;
+	std::uint64_t m_ahead = 0; // each is read again, and what changes is written and read back
 };
 
 } // namespace

@@ -35,7 +35,7 @@ std::optional<failure> mismatch(const outcome &found)
 
 ending carry_out(const request &request, flash &flash, console &console)
 {
-	workplace place = {flash, console, request.options};
+	workplace place = {flash, console, request.options, {}};
 	ending end;
 	try {
 		end.found = std::visit([&place](const auto &what) { return run_command(what, place); }, request.what);
@@ -49,7 +49,7 @@ ending carry_out(const request &request, flash &flash, console &console)
 void tell(const std::string &command, const options &options, const ending &end, console &console, bool plain)
 {
 	if (options.json) {
-		console.print(json_report(command, end.found ? &*end.found : nullptr, end.wrong ? &*end.wrong : nullptr));
+		console.print(json_report(command, end.found ? &*end.found : nullptr, end.wrong ? &*end.wrong : nullptr, options.progress));
 		return;
 	}
 	if (end.found)
@@ -89,6 +89,7 @@ int run(const std::vector<std::string> &arguments, flash &flash, console &consol
 		return finish(exit_code(end), console);
 	} catch (const failure &wrong) {
 		options.json = std::ranges::find(arguments, "--json") != arguments.end();
+		options.progress = std::ranges::find(arguments, "--progress") != arguments.end();
 		tell(command, options, {std::nullopt, wrong}, console, plain);
 		return finish(static_cast<int>(wrong.exit), console);
 	}

@@ -157,9 +157,15 @@ bytes terminal::take_input(std::size_t most)
 	return data;
 }
 
+std::chrono::microseconds terminal::clock() const
+{
+	return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now().time_since_epoch());
+}
+
 bool terminal::finish()
 {
-	return std::fflush(stdout) == 0 && !m_output_failed;
+	m_output_failed |= std::fflush(stdout) != 0;
+	return !m_output_failed;
 }
 
 bool wants_no_colours()

@@ -18,6 +18,7 @@ public:
 	void show_step(const std::string &text) override;
 	answer ask(const std::string &question) override;
 	bytes take_input(std::size_t most) override;
+	std::chrono::microseconds clock() const override;
 	bool finish() override;
 	void hold_signals() override;
 	const char *signal() const override;

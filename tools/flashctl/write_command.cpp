@@ -52,6 +52,7 @@ outcome run_command(const write_request &request, workplace &place)
 	result.sha256 = sha256(data);
 	result.blocks = blocks_touched(written);
 
+	expect_write(place, written, request.verify, request.dry_run);
 	std::optional<picture> taken;
 	if (request.verify != verification::none) {
 		taken = take_picture(place, written, data, request.verify);

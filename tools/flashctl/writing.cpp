@@ -9,6 +9,7 @@
 #include "failure.hpp"
 #include "number.hpp"
 #include "partition.hpp"
+#include "transfer.hpp"
 
 namespace flashctl {
 
@@ -129,6 +130,12 @@ std::uint32_t blocks_touched(const range &written)
 	return (written.offset + (written.length - 1)) / block - written.offset / block + 1;
 }
 
+void expect_write(workplace &place, const range &written, verification verify, bool dry_run)
+{
+	const std::uint64_t compared = verify == verification::none ? 0 : area_of(place, written, verify).length;
+	place.work.total = dry_run ? compared : compared + written.length + compared;
+}
+
 picture take_picture(workplace &place, const range &written, byte_view data, verification verify)
 {
 	picture taken = {area_of(place, written, verify), 0, 0, {}, {}};
@@ -164,8 +171,10 @@ void write_data(workplace &place, const range &written, byte_view data, const pi
 {
 	flash_mng::status answer;
 	{
-		const step telling(place, fmt::format("writing {} to {}", human_size(written.length), written.device.name));
+		transfer telling(place, transfer::phase::write, written);
 		answer = place.flash.write(written.device.name, written.offset, data);
+		if (answer.ok())
+			telling.done();
 	}
 	if (answer.ok())
 		return;

@@ -32,6 +32,9 @@ void leave_if_interrupted(workplace &place);
 // Erase blocks that a range touches; its length is at least 1.
 std::uint32_t blocks_touched(const range &written);
 
+// Says how many bytes the transfers of one write will move: a picture, unless there is none, and then the write and the read back.
+void expect_write(workplace &place, const range &written, verification verify, bool dry_run);
+
 // Reads what is there, of the whole partition or of the range; not for verification::none.
 picture take_picture(workplace &place, const range &written, byte_view data, verification verify);
 
