@@ -94,6 +94,7 @@ make_initramfs() {
 		copy_programs bin demo tests || return 1
 		make_agreement_boards || return 1
 		shim_functions >"$initramfs_root/tests/shims" || return 1
+		cp "$root/scripts/ktap.awk" "$initramfs_root/tests/" || return 1
 	else
 		copy_modules reference_platform flash_mng_kernel board/demo/client || return 1
 		copy_programs bin demo || return 1

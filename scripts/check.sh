@@ -401,6 +401,12 @@ format_findings() {
 	our_files '*.cpp' '*.hpp' | (cd "$root" && xargs clang-format --dry-run 2>&1)
 }
 
+# lab_job_valid FILE: by the schema that LAVA's server takes jobs by.
+lab_job_valid() {
+	/usr/bin/python3 -c 'import sys, yaml, lava_common.schemas as schemas
+with open(sys.argv[1]) as job: schemas.validate(yaml.safe_load(job))' "$1"
+}
+
 # ---- shell and text
 
 # shell_findings SCRIPT...: scripts with what they source.
@@ -533,6 +539,7 @@ check_sources() {
 	check completions "shell: completions for bash and zsh" nothing_in completion_findings
 	# shellcheck disable=SC2046 # names without blanks
 	check manuals "manual pages: mandoc, $(our_files 'docs/man/*' | wc -l) pages" nothing_in manual_findings $(our_files 'docs/man/*')
+	check lab "job for LAVA, by its schema" lab_job_valid packages/lab/lava-qemu.yaml
 	check litmus "litmus tests and the module name the same lines" nothing_in litmus_differences
 	check licence "licence line on top of every source" nothing_in files_without_licence
 	check copyright "copyright and licence of every file: reuse lint" licences_stand

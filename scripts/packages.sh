@@ -10,7 +10,7 @@ build_packages="gcc g++ libc6-dev make bc bison flex perl libelf-dev libssl-dev 
 	libpugixml-dev libfdt-dev libcli11-dev libfmt-dev nlohmann-json3-dev nettle-dev libvalijson-dev pkgconf"
 host_packages="gcc-arm-linux-gnueabihf libc6-dev-armhf-cross"
 check_packages="git clang-tidy clang-format cppcheck shellcheck sparse kmod mandoc zsh rsync reuse python3
-	python3-license-expression"
+	python3-license-expression lava-common"
 test_packages="libxml2-utils gcovr"
 clang_packages="clang-19 llvm-19 libclang-rt-19-dev"
 twin_packages="qemu-system-x86 seabios"

@@ -20,7 +20,25 @@ note_limit() {
 }
 
 forget_limits() {
-	rm -f "$build_dir/results/limits"
+	rm -f "$build_dir/results/limits" "$build_dir/results/reports" "$build_dir/results/steps"
+}
+
+# note_result NAME LINE: remembers for the KTAP a report or a step; blanks and tabs as they are.
+note_result() {
+	mkdir -p "$build_dir/results"
+	printf '%s\n' "$2" >>"$build_dir/results/$1"
+}
+
+# write_ktap: all that was counted since forget_limits.
+write_ktap() {
+	set --
+	if [ -s "$build_dir/results/reports" ]; then
+		while IFS='|' read -r ktap_run ktap_report; do
+			set -- "$@" "run=$ktap_run" "$ktap_report"
+		done <"$build_dir/results/reports"
+	fi
+	[ ! -s "$build_dir/results/steps" ] || set -- "$@" run= "$build_dir/results/steps"
+	[ $# -eq 0 ] || awk -f "$root/scripts/ktap.awk" "$@" >"$build_dir/results/results.ktap"
 }
 
 # missing_report TEXT FILE: shows and adds a report that is not there, with the limit that ended the program where there is its mark.
@@ -31,6 +49,7 @@ missing_report() {
 		note_limit "$(basename "$2" .xml)"
 	fi
 	say "  FAIL  $1: no report $(basename "$2"); $missing_cause"
+	note_result steps "not ok $1: no report $(basename "$2")"
 	add_results 0 1 0
 }
 
@@ -42,6 +61,7 @@ count_report() {
 		shift
 		if [ -s "$report_file" ]; then
 			set -- "$@" "$report_file"
+			note_result reports "$report_text|$report_file"
 		else
 			missing_report "$report_text" "$report_file"
 		fi
@@ -104,9 +124,11 @@ count_step() {
 	if attend "$@" >"$log_dir/counted.log" 2>&1; then
 		count_figure=$(tail -n 1 "$log_dir/counted.log")
 		say "  OK    $count_text${count_figure:+: $count_figure}"
+		note_result steps "ok $count_text"
 		add_results 1 0 0
 	else
 		say "  FAIL  $count_text"
+		note_result steps "not ok $count_text"
 		tail -n 40 "$log_dir/counted.log" | sed 's/^/        /'
 		add_results 0 1 0
 	fi
@@ -123,6 +145,7 @@ end_program() {
 add_counts() {
 	[ -s "$build_dir/results/$1" ] || {
 		say "  FAIL  $1 did not come to its end"
+		note_result steps "not ok $1 came to its end"
 		echo "0 1 0" >"$build_dir/results/$1"
 	}
 	read -r counted_passed counted_failed counted_skipped <"$build_dir/results/$1"
@@ -141,6 +164,7 @@ count_program() {
 
 # Last line of ./dev test; returns whether all is well.
 show_total() {
+	write_ktap
 	say ""
 	say "it took $(seconds_since "$command_start")"
 	[ ! -s "$build_dir/results/limits" ] ||

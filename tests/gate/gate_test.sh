@@ -423,6 +423,71 @@ REPORT
 }
 
 # Reports that are not what they seem to be.
+# The lines for the kernel's own tools, and what these say of them.
+test_ktap() {
+	build_dir=$gate_dir/ktap
+	mkdir -p "$build_dir/results"
+	cp "$gate_dir/report.xml" "$build_dir/one.xml"
+	sed 's/"fails"/"fails#too"/; s/"wrong"/"a_test.cpp:12\&#x0A;1 \&lt; 0\&#x0A;more"/; s/skips/left_out/' \
+		"$gate_dir/report.xml" >"$build_dir/two.xml"
+	printf '%s\n' "first|$build_dir/one.xml" "first|$build_dir/two.xml" >"$build_dir/results/reports"
+	printf '%s\n' 'ok a step' 'not ok another #2' >"$build_dir/results/steps"
+	write_ktap
+	cat >"$build_dir/expected" <<'KTAP'
+TAP version 14
+1..3
+    # Subtest: first/frame_load
+    1..4
+    ok 1 - passes
+    # fails: wrong
+    not ok 2 - fails
+    ok 3 - passes
+    # failstoo: 1 < 0
+    not ok 4 - failstoo
+not ok 1 - first/frame_load
+    # Subtest: first/worlds/config_tables
+    1..4
+    ok 1 - skips/0 # SKIP only on the board
+    ok 2 - passes/0
+    ok 3 - left_out/0 # SKIP only on the board
+    ok 4 - passes/0
+ok 2 - first/worlds/config_tables
+    # Subtest: steps
+    1..2
+    ok 1 - a step
+    not ok 2 - another 2
+not ok 3 - steps
+KTAP
+	silent diff "$build_dir/expected" "$build_dir/results/results.ktap"
+	export PYTHONDONTWRITEBYTECODE=1
+	kunit=$kernel_source/tools/testing/kunit/kunit.py
+	fails python3 "$kunit" parse "$build_dir/results/results.ktap"
+	finds '10 tests run. 3 failed. 0 crashed.' python3 "$kunit" parse "$build_dir/results/results.ktap"
+	silent unread_ktap
+	printf '%s\n' 'ok a step' >"$build_dir/results/steps"
+	echo 'Segmentation fault' >"$build_dir/one.xml"
+	printf '%s\n' "broken|$build_dir/one.xml" >"$build_dir/results/reports"
+	write_ktap
+	finds '2 tests run. 1 failed. 0 crashed.' python3 "$kunit" parse "$build_dir/results/results.ktap"
+	rm "$build_dir/results/reports"
+	write_ktap
+	passes python3 "$kunit" parse "$build_dir/results/results.ktap"
+	sed -i 's/^1\.\.1$/1..2/' "$build_dir/results/results.ktap"
+	finds ERROR unread_ktap
+}
+
+# unread_ktap: what the kernel's tool complains of.
+unread_ktap() {
+	python3 "$kunit" parse "$build_dir/results/results.ktap" | grep ERROR
+}
+
+# The job for LAVA, by LAVA's own schema.
+test_lab_job() {
+	passes lab_job_valid "$root/packages/lab/lava-qemu.yaml"
+	sed 's/monitors:/monitor:/' "$root/packages/lab/lava-qemu.yaml" >"$gate_dir/job.yaml"
+	fails lab_job_valid "$gate_dir/job.yaml" 2>/dev/null
+}
+
 test_report_faults() {
 	sed -i 's/tests="4" f/tests="5" f/' "$gate_dir/report.xml"
 	finds '! the report is of 5 cases and has 4' awk -f "$root/scripts/results.awk" "$gate_dir/report.xml"
@@ -857,6 +922,8 @@ apart test_litmus_gate
 apart test_console_gate
 apart test_shim_gate
 apart test_report_sums
+apart test_ktap
+apart test_lab_job
 apart test_report_faults
 apart test_totals
 apart test_task_gates
