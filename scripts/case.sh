@@ -11,6 +11,7 @@ completeness:completeness_host
 powercut:powercut_host
 powercut:powercut_tests
 schedules:schedules_host
+sequences:sequences_host
 flash_board:flash_board_tests
 flashctl:flashctl_tests
 tools_common:tools_common_tests

@@ -2,6 +2,7 @@
 # shellcheck shell=sh
 #
 # ./dev schedules [--all | --replay N]: every schedule of callers that meet, on the host.
+# ./dev sequences [LENGTH]: every sequence of operations up to that length, on the host.
 
 # Each program of tests/schedules numbers its schedules in a range of its own: the module's from 0, that with the first patch of planted/
 # from this number, and so on.
@@ -42,4 +43,16 @@ schedules_command() {
 	hold_clone
 	need_packages "$build_packages" "$host_packages" "$test_packages"
 	run_schedules "$schedules_target" "$@"
+}
+
+# Without sanitizers: there are millions of them.
+sequences_command() {
+	at_most 1 sequences "$@"
+	sequences_length=${1-4}
+	whole_numbers sequences "$sequences_length"
+	[ "$sequences_length" -ge 1 ] && [ "$sequences_length" -le 8 ] || usage_error "sequences: a length from 1 to 8 is needed"
+	hold_clone
+	need_packages "$build_packages" "$host_packages" "$test_packages"
+	build_program_target release sequences
+	attend "$(preset_dir release)/tests/sequences/sequences" "$sequences_length"
 }

@@ -39,6 +39,7 @@ completeness_host:a case for every message and every code
 powercut_host:power cuts of simulated flash
 powercut_tests:checker of power cuts
 schedules_host:every schedule of two callers
+sequences_host:every sequence of three operations
 fuzz_commands:inputs of the fuzzer, commands
 fuzz_tables:inputs of the fuzzer, tables
 fuzz_lies:inputs of the fuzzer, lies

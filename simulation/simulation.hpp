@@ -49,6 +49,8 @@ private:
 
 // Puts every subject back to power-on: memory, devices and files released, nothing registered, logged, traced or armed.
 void reset();
+// The same, but the board description stays as it was read, and so does the memory of programs.
+void power_cycle();
 
 // ---------------------------------------------------------------------------------------------------------------- calls and faults
 

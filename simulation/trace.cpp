@@ -294,19 +294,24 @@ void reset_calls()
 	g_hits = 0;
 }
 
-void reset()
+void power_cycle()
 {
 	reset_files();
 	reset_mtd();
 	reset_device();
 	reset_locks();
 	reset_memory();
-	reset_user_memory();
 	reset_log();
-	reset_xml();
 	reset_driver();
 	reset_hard_locks();
 	reset_calls();
+}
+
+void reset()
+{
+	power_cycle();
+	reset_user_memory();
+	reset_xml();
 }
 
 } // namespace simulation

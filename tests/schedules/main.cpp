@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <set>
 
 #include "survey.hpp"
 
@@ -14,7 +15,7 @@ namespace {
 
 constexpr std::uint64_t numbers_of_a_scene = 1000000;
 constexpr std::uint64_t numbers_of_a_program = 100000 * numbers_of_a_scene;
-constexpr std::uint64_t limit_of_a_scene = 20000;
+constexpr std::uint64_t limit_of_a_scene = numbers_of_a_scene;
 
 // What was planted in this program's module; its first violation is enough.
 #ifdef SCHEDULES_PLANTED
@@ -78,18 +79,23 @@ int look(bool all)
 {
 	survey eyes;
 	const auto scenes = all_scenes();
-	report of_pairs, of_triples;
+	report of_pairs, of_kills, of_triples;
+	std::set<std::string> subjects;
 
+	for (const operation &one : all_operations())
+		subjects.insert(one.subject);
+	std::printf("%zu operations in %zu forms\n", subjects.size(), all_operations().size());
 	for (std::size_t i = 0; i < scenes.size() && !(planted && of_pairs.violations()); ++i) {
 		const bool triple = scenes[i].callers.size() > 2;
+		report &its = triple ? of_triples : scenes[i].last_kills_first ? of_kills : of_pairs;
 		if (!triple || all)
-			(triple ? of_triples : of_pairs)
-				.add(i, scenes[i], eyes.look_at(scenes[i], reduction::by_dependence, limit_of_a_scene));
+			its.add(i, scenes[i], eyes.look_at(scenes[i], reduction::by_dependence, limit_of_a_scene));
 	}
 	of_pairs.print(planted ? planted : "pairs");
+	of_kills.print("pairs of which one is killed");
 	if (all)
 		of_triples.print("triples");
-	return of_pairs.violations() + of_triples.violations() ? 1 : 0;
+	return of_pairs.violations() + of_kills.violations() + of_triples.violations() ? 1 : 0;
 }
 
 int replay(std::uint64_t number)

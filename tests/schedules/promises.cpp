@@ -37,11 +37,15 @@ std::size_t count_of_instance(const ending &end, std::uint32_t inst_id)
 		std::count_if(end.records.begin(), end.records.end(), [&](const auto &one) { return one.inst_id == inst_id; }));
 }
 
+// A destroy makes the next use a first one.
 bool has_two_records(const scene &on, const ending &end)
 {
-	return (on.found == start::loaded || on.found == start::with_driver) && share_an_instance(on) &&
-	       std::any_of(end.records.begin(), end.records.end(),
-			   [&](const auto &one) { return count_of_instance(end, one.inst_id) > 1; });
+	const bool first_uses =
+		on.found == start::loaded || on.found == start::with_driver || (on.callers.size() > 2 && has(on, "drv_flash_destroy"));
+
+	return first_uses && share_an_instance(on) && std::any_of(end.records.begin(), end.records.end(), [&](const auto &one) {
+		       return count_of_instance(end, one.inst_id) > 1;
+	       });
 }
 
 bool found_hard_lock_taken(const scene &on, const ending &end)
@@ -68,8 +72,12 @@ bool names_of_another(const scene &on, const ending &end)
 
 bool found_passing_record(const scene &on, const ending &end)
 {
-	return has(on, "FLASH_MNG_FIND_CONFIG_BY_INST") && has(on, "drv_flash_destroy") && on.found == start::with_driver &&
-	       end.records.empty() && end.codes[0] == FLASH_MNG_OK;
+	if (!has(on, "drv_flash_destroy") || (on.found != start::loaded && on.found != start::with_driver) || !end.records.empty())
+		return false;
+	for (std::size_t i = 0; i < on.callers.size(); ++i)
+		if (on.callers[i]->subject == "FLASH_MNG_FIND_CONFIG_BY_INST" && end.codes[i] == FLASH_MNG_OK)
+			return true;
+	return false;
 }
 
 bool was_killed(const scene &on, const ending &end)

@@ -81,15 +81,7 @@ void turns::power_on()
 	findings_.clear();
 	broken_ = false;
 	listed_ = 0;
-	simulation::reset_files();
-	simulation::reset_mtd();
-	simulation::reset_device();
-	simulation::reset_locks();
-	simulation::reset_memory();
-	simulation::reset_log();
-	simulation::reset_driver();
-	simulation::reset_hard_locks();
-	simulation::reset_calls();
+	simulation::power_cycle();
 	arena_.reset();
 }
 
