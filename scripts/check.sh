@@ -539,6 +539,7 @@ check_sources() {
 	check completions "shell: completions for bash and zsh" nothing_in completion_findings
 	# shellcheck disable=SC2046 # names without blanks
 	check manuals "manual pages: mandoc, $(our_files 'docs/man/*' | wc -l) pages" nothing_in manual_findings $(our_files 'docs/man/*')
+	check site "documents as a site: every link leads somewhere" make_site
 	check lab "job for LAVA, by its schema" lab_job_valid packages/lab/lava-qemu.yaml
 	check litmus "litmus tests and the module name the same lines" nothing_in litmus_differences
 	check licence "licence line on top of every source" nothing_in files_without_licence

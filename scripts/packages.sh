@@ -10,13 +10,14 @@ build_packages="gcc g++ libc6-dev make bc bison flex perl libelf-dev libssl-dev 
 	libpugixml-dev libfdt-dev libcli11-dev libfmt-dev nlohmann-json3-dev nettle-dev libvalijson-dev pkgconf"
 host_packages="gcc-arm-linux-gnueabihf libc6-dev-armhf-cross"
 check_packages="git clang-tidy clang-format cppcheck shellcheck sparse kmod mandoc zsh rsync reuse python3
-	python3-license-expression lava-common"
+	python3-license-expression lava-common pandoc"
 test_packages="libxml2-utils gcovr"
 clang_packages="clang-19 llvm-19 libclang-rt-19-dev"
 twin_packages="qemu-system-x86 seabios"
 package_packages="git kmod dpkg-dev debhelper dh-dkms dkms fakeroot lintian man-db qemu-user"
 
-release_packages="git python3"
+docs_packages="python3 pandoc mandoc"
+release_packages="git python3 pandoc mandoc"
 
 package_installed() {
 	[ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]

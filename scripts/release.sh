@@ -86,13 +86,10 @@ write_bills() {
 	done
 }
 
-# write_documents TREE FOLDER VERSION: the documents by themselves, and the notes.
+# write_documents TREE FOLDER VERSION: the documents as a site, and the notes.
 write_documents() {
 	release_documents=flash_mng-$3-documents
-	rm -rf "${release_dir:?}/$release_documents"
-	mkdir -p "$release_dir/$release_documents"
-	(cd "$1" && find . \( -name '*.md' -o -path './docs/*' \) -type f -not -path './build/*' -not -path './tests/*' |
-		cpio -pdm --quiet "$release_dir/$release_documents") || return 1
+	make_site "$1" "$release_dir/$release_documents" || return 1
 	stable_tar "$release_dir" "$release_documents" "$(source_date "$1")" >"$2/$release_documents.tar.gz"
 	changes_of "$3" >"$2/NOTES.md"
 }

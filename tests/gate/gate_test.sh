@@ -25,6 +25,8 @@ clone=$root
 . "$root/scripts/board.sh"
 # shellcheck source=scripts/prove.sh
 . "$root/scripts/prove.sh"
+# shellcheck source=scripts/docs.sh
+. "$root/scripts/docs.sh"
 # shellcheck source=scripts/check.sh
 . "$root/scripts/check.sh"
 # shellcheck source=scripts/results.sh
@@ -751,6 +753,30 @@ test_licences() {
 	fails licences_stand
 }
 
+# A site of two documents, a manual page and a source: links that lead nowhere, and what the search is to find.
+test_site() {
+	mkdir -p docs/man
+	cp -r "$clone/docs/site" docs
+	cp "$clone"/docs/man/* docs/man
+	build_dir=$root/build
+	ln -s "$clone/scripts/site.py" scripts/site.py
+	for document in docs/your-board docs/board-xml docs/board-rules docs/reliability docs/power-cuts; do
+		echo "# $document" | plant "$document.md"
+	done
+	printf '# Start\n\n[a board](docs/your-board.md#docsyour-board)\n' | plant README.md
+	printf 'drv_log_record(a, b, 0, "planted %%s of "\n"two <parts>", name);\n' | plant flash_mng_kernel/frame/planted.cpp
+	passes make_site
+	finds '12 pages, 1 messages' make_site
+	finds 'planted %s of two &lt;parts&gt;' cat build/site/docs/messages.html
+	finds 'planted %s of two <parts>' cat build/site/index.js
+	printf '[gone](gone.md)\n' | plant docs/reliability.md
+	finds 'docs/reliability.html: gone.html is not there' make_site
+	fails make_site
+	printf '[gone](your-board.md#gone)\n' | plant docs/reliability.md
+	finds 'leads to no such heading' make_site
+	fails make_site
+}
+
 test_c_style() {
 	printf 'int wrong_style(int a) {\n    return a;\n}\n' | plant flash_mng_kernel/kernel/planted.c
 	finds ERROR kernel_style_findings
@@ -930,7 +956,7 @@ apart test_task_gates
 apart test_condition_gate
 apart test_coverage_gate
 apart test_figures_gate
-for style_test in test_cpp_style test_licences test_c_style test_shell_style test_shared_names test_manual_style test_usage; do
+for style_test in test_cpp_style test_licences test_site test_c_style test_shell_style test_shared_names test_manual_style test_usage; do
 	apart in_planted_clone "$style_test"
 done
 [ ! -e "$complaints" ]
