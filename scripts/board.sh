@@ -91,6 +91,7 @@ make_initramfs() {
 	if [ "$1" = full ]; then
 		copy_modules reference_platform examples/foreign_platform flash_mng_kernel board/demo/client tests/guest/lab \
 			tests/guest/platform_check || return 1
+		cp "$kernel_dir/fs/jffs2/jffs2.ko" "$initramfs_root/lib/modules/" || return 1
 		copy_programs bin demo tests || return 1
 		make_agreement_boards || return 1
 		shim_functions >"$initramfs_root/tests/shims" || return 1

@@ -2,10 +2,13 @@
 //
 // flashctl on the real module: what it tells and writes is compared with the MTD devices themselves, and each exit status is had that
 // a board can give. Starting a program takes long on an emulated board, so a case looks at several things.
+#include <cerrno>
+#include <cstring>
 #include <fstream>
 #include <source_location>
 
 #include <fcntl.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -256,6 +259,75 @@ TEST_F(flashctl_on_board, leaves_a_claimed_partition_alone)
 	expect_ended(flashctl(forced), 0, "done");
 	EXPECT_EQ(content(), with_new_data());
 	close(holder);
+}
+
+// A file system on the partition itself, for as long as the object lives.
+class mounted_flash {
+public:
+	mounted_flash(const std::string &source, unsigned long flags)
+	{
+		EXPECT_EQ(guest::insert_module(guest::module_file("jffs2")), 0);
+		EXPECT_TRUE(mkdir(place, 0700) == 0 || errno == EEXIST);
+		EXPECT_EQ(mount(source.c_str(), place, "jffs2", flags, nullptr), 0) << source << ": " << std::strerror(errno);
+	}
+	~mounted_flash()
+	{
+		EXPECT_EQ(umount(place), 0) << std::strerror(errno);
+		EXPECT_EQ(guest::remove_module_patiently("jffs2"), 0);
+	}
+	mounted_flash(const mounted_flash &) = delete;
+	mounted_flash &operator=(const mounted_flash &) = delete;
+
+	static constexpr const char *place = "/tmp/mounted flash"; // a blank, which the kernel writes as \040
+};
+
+// On NOR flash, the kind that needs the least of JFFS2.
+class flashctl_on_mounted_flash : public flashctl_on_board {
+protected:
+	void prepare() override
+	{
+		harness::configure("transfers");
+		listed_ = harness::add_mtd({.name = name_, .size = size_, .type = harness::mtd_nor, .erase_size = size_ / 8});
+	}
+
+	std::string block_device() const { return "/dev/mtdblock" + std::to_string(listed_); }
+
+	void expect_refused(const json &report, std::source_location where = std::source_location::current())
+	{
+		expect_ended(report, 8, "busy", where);
+		EXPECT_EQ(report["error"]["message"], std::string("\"listed_mlc\" is mounted on ") + mounted_flash::place + " (jffs2)");
+		EXPECT_NE(report["error"]["hint"].get<std::string>().find("--force mounted writes all the same"), std::string::npos);
+	}
+};
+
+// The file system is as it was, although all of its flash was to be written.
+TEST_F(flashctl_on_mounted_flash, leaves_a_partition_alone_that_is_mounted_by_its_name)
+{
+	const scratch_file file(pattern(usable_));
+	const std::string kept = std::string(mounted_flash::place) + "/kept", source = std::string("mtd:") + name_;
+	{
+		const mounted_flash mounted(source, 0);
+		std::ofstream(kept) << "as it was";
+		expect_refused(flashctl({"write", name_, file.path(), "--dry-run"}));
+		expect_refused(flashctl({"write", name_, file.path(), "--yes", "--force", "claimed"}));
+	}
+	const mounted_flash again(source, MS_RDONLY);
+	EXPECT_EQ(guest::read_file(kept), "as it was");
+}
+
+TEST_F(flashctl_on_mounted_flash, is_written_only_by_who_names_the_danger)
+{
+	const scratch_file file(data_);
+	const mounted_flash mounted(block_device(), MS_RDONLY);
+	const bytes before = content();
+	expect_refused(flashctl(write_of(file)));
+	EXPECT_EQ(content(), before);
+	words forced = write_of(file);
+	forced.insert(forced.end(), {"--force", "mounted"});
+	expect_ended(flashctl(forced), 0, "done");
+	bytes expected = before;
+	std::copy(data_.begin(), data_.end(), expected.begin() + offset_);
+	EXPECT_EQ(content(), expected);
 }
 
 // The group may open the control device, and not the block device, which this kernel without file locks needs to keep others out.
