@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "harness.hpp"
+#include "interface_words.hpp"
 
 namespace harness {
 
@@ -41,7 +42,6 @@ using harness::bytes;
 using harness::log_line;
 using harness::mtd_spec;
 
-inline constexpr uint32_t failed = 0xFFFFFFFF;
 inline constexpr uint32_t default_instance = 0xFFFFFFFF;
 
 // Where messages go, and how serious they are.

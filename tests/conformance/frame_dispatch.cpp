@@ -10,12 +10,8 @@
 namespace conformance {
 namespace {
 
-constexpr uint32_t unknown_command = 420, bad_length = 425, not_found = 427, request_unreadable = 1207;
-constexpr uint32_t get_nand_part_info = 0x80045406, get_part_num = 0x80045407, get_nand_is_exist = 0x80045408, find_config = 0x80045409,
-		   find_config_by_inst = 0x8004540A, mtd_read = 0x8004540B, mtd_write = 0x4004540C, get_mtd_statistics = 0x8004540D;
-
-const uint32_t all_commands[] = {get_nand_part_info,  get_part_num, get_nand_is_exist, find_config,
-				 find_config_by_inst, mtd_read,	    mtd_write,	       get_mtd_statistics};
+// Beside the numbers of the table, which follow one another.
+constexpr uint32_t below_the_table = get_nand_part_info - 1, above_the_table = get_mtd_statistics + 1;
 
 const log_line not_supported = own_log(ordinary, "Flash cmd not support");
 
@@ -92,8 +88,8 @@ INSTANTIATE_TEST_SUITE_P(
 				   copy_failed},
 			first_deed{"find_config", find_config, {"linux_copy_from_user(-, -, 56)"}, request_unreadable},
 			first_deed{"find_config_by_inst", find_config_by_inst, {"linux_copy_from_user(-, -, 56)"}, request_unreadable},
-			first_deed{"read", mtd_read, {"linux_copy_from_user(-, -, 48)"}, user_unreadable},
-			first_deed{"write", mtd_write, {"linux_copy_from_user(-, -, 48)"}, user_unreadable},
+			first_deed{"read", mtd_read_command, {"linux_copy_from_user(-, -, 48)"}, user_unreadable},
+			first_deed{"write", mtd_write_command, {"linux_copy_from_user(-, -, 48)"}, user_unreadable},
 			first_deed{"statistics",
 				   get_mtd_statistics,
 				   {"vzalloc(7172)", "get_mtd_device(-, 0)", "linux_copy_to_user(-, -, 7172)", "vfree(-)"},
@@ -118,13 +114,13 @@ protected:
 
 TEST_F(frame_transfer, of_number_11_reads)
 {
-	EXPECT_EQ(transfer(mtd_read), no_partition);
+	EXPECT_EQ(transfer(mtd_read_command), no_partition);
 	EXPECT_EQ(deeds(), (call_list{"linux_copy_from_user(-, -, 48)", "vzalloc(4)", "get_mtd_device_nm(\"config\")", "vfree(-)"}));
 }
 
 TEST_F(frame_transfer, of_number_12_writes)
 {
-	EXPECT_EQ(transfer(mtd_write), no_partition);
+	EXPECT_EQ(transfer(mtd_write_command), no_partition);
 	EXPECT_EQ(deeds(), (call_list{"linux_copy_from_user(-, -, 48)", "vmalloc(4)", "linux_copy_from_user(-, -, 4)",
 				      "get_mtd_device_nm(\"config\")", "vfree(-)"}));
 }
@@ -165,16 +161,16 @@ TEST_F(frame_device, answers_success_with_0)
 TEST_F(frame_device, answers_a_small_code_with_its_number)
 {
 	const harness::ioctl_result result = harness::ioctl(get_nand_is_exist, harness::unmapped_address());
-	EXPECT_EQ(result.value, 1186);
+	EXPECT_EQ(result.value, copy_failed);
 	EXPECT_EQ(result.errno_value, 0);
 }
 
 TEST_F(frame_device, answers_a_code_with_the_top_bit_without_setting_errno)
 {
-	const harness::ioctl_result result = harness::ioctl(mtd_read, harness::unmapped_address());
-	EXPECT_EQ(result.value, static_cast<int32_t>(0x811B04B7));
+	const harness::ioctl_result result = harness::ioctl(mtd_read_command, harness::unmapped_address());
+	EXPECT_EQ(result.value, static_cast<int32_t>(user_unreadable));
 	EXPECT_EQ(result.errno_value, 0);
-	EXPECT_EQ(result.code(), 0x811B04B7u);
+	EXPECT_EQ(result.code(), user_unreadable);
 }
 
 TEST_F(frame_device, answers_the_code_of_all_ones_as_eperm)
@@ -182,13 +178,13 @@ TEST_F(frame_device, answers_the_code_of_all_ones_as_eperm)
 	const harness::ioctl_result result = harness::ioctl(get_part_num, harness::user_address(harness::user_memory(4)));
 	EXPECT_EQ(result.value, -1);
 	EXPECT_EQ(result.errno_value, EPERM);
-	EXPECT_EQ(result.code(), 0xFFFFFFFFu);
+	EXPECT_EQ(result.code(), failed);
 }
 
 TEST_F(frame_device, answers_an_unknown_command_with_420_and_without_errno)
 {
-	const harness::ioctl_result result = harness::ioctl(0x80045405, 0);
-	EXPECT_EQ(result.value, 420);
+	const harness::ioctl_result result = harness::ioctl(below_the_table, 0);
+	EXPECT_EQ(result.value, unknown_command);
 	EXPECT_EQ(result.errno_value, 0);
 }
 
@@ -198,11 +194,11 @@ TEST_F(frame_device, hands_a_code_on_without_a_sign)
 	const auto answer = [](uint32_t command) {
 		return harness::call_address("flash_ioctl", {nullptr, command, harness::unmapped_address()});
 	};
-	EXPECT_EQ(answer(mtd_read), 0x811B04B7u);
-	EXPECT_EQ(answer(mtd_write), 0x811B04B7u);
-	EXPECT_EQ(answer(get_part_num), 0xFFFFFFFFu);
-	EXPECT_EQ(answer(get_nand_is_exist), 1186u);
-	EXPECT_EQ(answer(0x80045405), 420u);
+	EXPECT_EQ(answer(mtd_read_command), user_unreadable);
+	EXPECT_EQ(answer(mtd_write_command), user_unreadable);
+	EXPECT_EQ(answer(get_part_num), failed);
+	EXPECT_EQ(answer(get_nand_is_exist), copy_failed);
+	EXPECT_EQ(answer(below_the_table), unknown_command);
 }
 
 // ------------------------------------------------------------------------------------ commands that nobody serves
@@ -225,8 +221,8 @@ constexpr uint32_t with_type(uint32_t command, char type)
 // Every command with one field of its number changed, and numbers around the table.
 std::vector<uint32_t> near_misses()
 {
-	std::set<uint32_t> numbers = {0,	  1,	      0x5406,	  0x80045400, 0x80045405, 0x8004540E, 0x8004540F,
-				      0x800454FF, 0x4004540B, 0x4004540D, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
+	std::set<uint32_t> numbers = {0,	  1,	      0x5406,	  0x80045400, below_the_table, above_the_table, above_the_table + 1,
+				      0x800454FF, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
 	for (uint32_t command : all_commands) {
 		for (uint32_t direction : {0, 1, 2, 3})
 			numbers.insert(with_direction(command, direction));
@@ -247,7 +243,7 @@ class frame_unknown_command : public frame_device, public testing::WithParamInte
 TEST_P(frame_unknown_command, gives_420_and_a_message)
 {
 	const harness::ioctl_result result = harness::ioctl(GetParam(), harness::kernel_address());
-	EXPECT_EQ(result.value, 420);
+	EXPECT_EQ(result.value, unknown_command);
 	EXPECT_EQ(result.errno_value, 0);
 	EXPECT_EQ(harness::log(), log_lines{not_supported});
 	EXPECT_EQ(deeds(), call_list{});
@@ -257,14 +253,14 @@ INSTANTIATE_TEST_SUITE_P(number, frame_unknown_command, testing::ValuesIn(near_m
 
 TEST_F(frame_device, serves_number_12_in_its_write_form_only)
 {
-	EXPECT_EQ(harness::ioctl(0x8004540C, harness::unmapped_address()).code(), unknown_command);
-	EXPECT_EQ(harness::ioctl(0x4004540C, harness::unmapped_address()).code(), user_unreadable);
+	EXPECT_EQ(harness::ioctl(with_direction(mtd_write_command, 2), harness::unmapped_address()).code(), unknown_command);
+	EXPECT_EQ(harness::ioctl(mtd_write_command, harness::unmapped_address()).code(), user_unreadable);
 }
 
 TEST_F(frame_device, serves_number_11_in_its_read_form_only)
 {
-	EXPECT_EQ(harness::ioctl(0x4004540B, harness::unmapped_address()).code(), unknown_command);
-	EXPECT_EQ(harness::ioctl(0x8004540B, harness::unmapped_address()).code(), user_unreadable);
+	EXPECT_EQ(harness::ioctl(with_direction(mtd_read_command, 1), harness::unmapped_address()).code(), unknown_command);
+	EXPECT_EQ(harness::ioctl(mtd_read_command, harness::unmapped_address()).code(), user_unreadable);
 }
 
 TEST_F(frame_device, does_not_look_at_the_argument_of_an_unknown_command)
@@ -273,7 +269,7 @@ TEST_F(frame_device, does_not_look_at_the_argument_of_an_unknown_command)
 	std::fill(untouched, untouched + 64, std::uint8_t{0x5A});
 	for (uint64_t argument :
 	     {uint64_t{0}, harness::user_address(untouched), harness::unmapped_address(), harness::kernel_address(), ~uint64_t{0}})
-		EXPECT_EQ(harness::ioctl(0x4004540D, argument).code(), unknown_command);
+		EXPECT_EQ(harness::ioctl(with_direction(get_mtd_statistics, 1), argument).code(), unknown_command);
 	EXPECT_EQ(bytes(untouched, untouched + 64), bytes(64, 0x5A));
 	EXPECT_EQ(harness::log(), log_lines(5, not_supported));
 }
@@ -296,7 +292,7 @@ TEST_F(frame_device, serves_several_threads_at_once)
 		running.emplace_back([answer, &mistakes = wrong[i]] {
 			for (std::size_t round = 0; round < rounds; ++round) {
 				mistakes += harness::ioctl(get_nand_is_exist, answer).code() != 0;
-				mistakes += harness::ioctl(0x80045405, answer).code() != unknown_command;
+				mistakes += harness::ioctl(below_the_table, answer).code() != unknown_command;
 			}
 		});
 	}

@@ -105,7 +105,7 @@ TEST_P(frame_kept_module, has_no_tables_and_no_device)
 	ASSERT_TRUE(harness::loaded());
 	EXPECT_FALSE(has_entry(default_instance));
 	EXPECT_FALSE(harness::call_finds("drv_flash_mtd_info_find", {"config"}));
-	EXPECT_EQ(harness::ioctl(0x80045408, 0).errno_value, ENOENT);
+	EXPECT_EQ(harness::ioctl(get_nand_is_exist, 0).errno_value, ENOENT);
 }
 
 INSTANTIATE_TEST_SUITE_P(with, frame_kept_module, testing::Values(1, 0x70010002, 0x7FFFFFFF), code_name<uint32_t>);
@@ -343,7 +343,7 @@ TEST_F(frame_load_failure, leaves_no_device_to_ask)
 {
 	fail("linux_kcalloc", 0, 2);
 	load_and_fail(no_buffer, "mtd info init fail");
-	EXPECT_EQ(harness::ioctl(0x80045407, 0).errno_value, ENOENT);
+	EXPECT_EQ(harness::ioctl(get_part_num, 0).errno_value, ENOENT);
 }
 
 TEST_F(frame_load_failure, can_come_several_times_in_a_row)

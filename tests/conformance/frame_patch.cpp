@@ -61,8 +61,9 @@ TEST_F(frame_patch_area, stays_zero_whatever_is_called)
 {
 	harness::call("flash_mng_drv_patch_func1", {});
 	harness::call("flash_mng_drv_patch_func2", {});
-	for (uint32_t command : {0x80045406u, 0x80045407u, 0x80045408u, 0x8004540Bu, 0x4004540Cu, 0x8004540Du, 0u})
+	for (uint32_t command : all_commands)
 		harness::ioctl(command, harness::user_address(harness::user_memory(8192)));
+	harness::ioctl(0, harness::user_address(harness::user_memory(8192)));
 	EXPECT_EQ(area(), bytes(40, 0));
 }
 

@@ -117,7 +117,7 @@ TEST_F(frame_unload, takes_the_control_device_away)
 	load();
 	harness::unload();
 	EXPECT_FALSE(harness::device_registered());
-	EXPECT_EQ(harness::ioctl(0x80045407, 0).errno_value, ENOENT);
+	EXPECT_EQ(harness::ioctl(get_part_num, 0).errno_value, ENOENT);
 }
 
 TEST_F(frame_unload, reports_no_end_of_a_load)
@@ -142,8 +142,8 @@ TEST_F(frame_unload, leaves_the_module_loadable)
 TEST_F(frame_unload, after_commands_were_served)
 {
 	load();
-	harness::ioctl(0x80045408, harness::user_address(harness::user_memory(4)));
-	harness::ioctl(0x8004540B, harness::unmapped_address());
+	harness::ioctl(get_nand_is_exist, harness::user_address(harness::user_memory(4)));
+	harness::ioctl(mtd_read_command, harness::unmapped_address());
 	harness::forget();
 	harness::unload();
 	EXPECT_EQ(deeds(), joined({{freed}, entry_released, registrations_removed}));

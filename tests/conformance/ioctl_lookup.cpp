@@ -7,8 +7,6 @@
 namespace conformance {
 namespace {
 
-constexpr uint32_t g_by_name = 0x80045409, g_by_instance = 0x8004540A;
-constexpr uint32_t g_unreadable = 1207, g_bad_length = 425;
 constexpr std::size_t g_record_size = 56, g_config_at = 16;
 
 bytes request(uint32_t instance, uint32_t name_length, uint64_t name)
@@ -95,7 +93,7 @@ class ioctl_lookup_by_name : public ioctl_lookup, public testing::WithParamInter
 TEST_P(ioctl_lookup_by_name, finds_the_flash)
 {
 	const question asked(GetParam().name);
-	expect_seen_as(asked.ask(g_by_name), 0, 0);
+	expect_seen_as(asked.ask(find_config), 0, 0);
 	asked.expect_answer(GetParam().flash);
 	EXPECT_EQ(harness::log(), log_lines());
 }
@@ -115,7 +113,7 @@ class ioctl_lookup_by_absent_name : public ioctl_lookup, public testing::WithPar
 
 TEST_P(ioctl_lookup_by_absent_name, finds_nothing)
 {
-	expect_not_found(question(GetParam().name), g_by_name);
+	expect_not_found(question(GetParam().name), find_config);
 }
 
 INSTANTIATE_TEST_SUITE_P(that_is, ioctl_lookup_by_absent_name,
@@ -130,14 +128,14 @@ INSTANTIATE_TEST_SUITE_P(that_is, ioctl_lookup_by_absent_name,
 
 TEST_F(ioctl_lookup, by_name_makes_its_calls_in_order)
 {
-	EXPECT_EQ(question("mtd_00000032_a").code(g_by_name), 0u);
+	EXPECT_EQ(question("mtd_00000032_a").code(find_config), 0u);
 	EXPECT_EQ(harness::calls(), (call_list{"linux_copy_from_user(-, -, 56)", "linux_copy_from_user(-, -, 14)", lock_taken,
 					       lock_released, "linux_copy_to_user(-, -, 56)"}));
 }
 
 TEST_F(ioctl_lookup, by_absent_name_writes_nothing)
 {
-	EXPECT_EQ(question("nothing").code(g_by_name), not_found);
+	EXPECT_EQ(question("nothing").code(find_config), not_found);
 	EXPECT_EQ(harness::calls(),
 		  (call_list{"linux_copy_from_user(-, -, 56)", "linux_copy_from_user(-, -, 7)", lock_taken, lock_released}));
 }
@@ -145,7 +143,7 @@ TEST_F(ioctl_lookup, by_absent_name_writes_nothing)
 TEST_F(ioctl_lookup, by_name_ignores_the_instance)
 {
 	const question asked("mtd_00000020_a", 0x32);
-	EXPECT_EQ(asked.code(g_by_name), 0u);
+	EXPECT_EQ(asked.code(find_config), 0u);
 	asked.expect_answer(unlocked_flash);
 }
 
@@ -153,7 +151,7 @@ TEST_F(ioctl_lookup, by_name_can_be_repeated)
 {
 	const question asked("mtd_00000032_a");
 	for (int round = 0; round < 3; ++round) {
-		EXPECT_EQ(asked.code(g_by_name), 0u);
+		EXPECT_EQ(asked.code(find_config), 0u);
 		asked.expect_answer(second_card);
 	}
 }
@@ -163,7 +161,7 @@ class ioctl_lookup_length : public ioctl_lookup, public testing::WithParamInterf
 TEST_P(ioctl_lookup_length, is_refused_before_the_name_is_read)
 {
 	const question asked(0, GetParam(), harness::unmapped_address());
-	expect_seen_as(asked.ask(g_by_name), g_bad_length, 0);
+	expect_seen_as(asked.ask(find_config), bad_length, 0);
 	asked.expect_untouched();
 	EXPECT_EQ(harness::calls(), call_list{"linux_copy_from_user(-, -, 56)"});
 }
@@ -173,32 +171,32 @@ INSTANTIATE_TEST_SUITE_P(of, ioctl_lookup_length, testing::Values(33u, 34u, 0x10
 
 TEST_F(ioctl_lookup, by_a_name_of_32_bytes_reads_them_all)
 {
-	EXPECT_EQ(question("abcdefghijklmnopqrstuvwxyz01234X").code(g_by_name), not_found);
+	EXPECT_EQ(question("abcdefghijklmnopqrstuvwxyz01234X").code(find_config), not_found);
 	EXPECT_EQ(calls_of("linux_copy_from_user").back(), "linux_copy_from_user(-, -, 32)");
 }
 
 TEST_F(ioctl_lookup, by_an_empty_name_finds_nothing_without_looking)
 {
-	expect_not_found(question(""), g_by_name);
+	expect_not_found(question(""), find_config);
 	EXPECT_EQ(harness::calls(), call_list{"linux_copy_from_user(-, -, 56)"});
 }
 
 TEST_F(ioctl_lookup, by_an_empty_name_does_not_look_at_its_address)
 {
-	expect_not_found(question(0, 0, harness::kernel_address()), g_by_name);
+	expect_not_found(question(0, 0, harness::kernel_address()), find_config);
 }
 
 TEST_F(ioctl_lookup, by_a_name_that_begins_with_a_nul_finds_nothing_without_looking)
 {
-	expect_not_found(question(std::string_view("\0shared", 7)), g_by_name);
+	expect_not_found(question(std::string_view("\0shared", 7)), find_config);
 	EXPECT_FALSE(called("linux_spin_lock"));
 }
 
 TEST_F(ioctl_lookup, by_an_empty_name_misses_a_nameless_partition)
 {
 	ASSERT_EQ(create(0x22, {""}), 0u);
-	expect_not_found(question(""), g_by_name);
-	expect_not_found(question(std::string_view("\0", 1)), g_by_name);
+	expect_not_found(question(""), find_config);
+	expect_not_found(question(std::string_view("\0", 1)), find_config);
 }
 
 class ioctl_lookup_name_address : public ioctl_lookup, public testing::WithParamInterface<bad_address> {};
@@ -206,7 +204,7 @@ class ioctl_lookup_name_address : public ioctl_lookup, public testing::WithParam
 TEST_P(ioctl_lookup_name_address, is_unreadable)
 {
 	const question asked(0, 6, make_bad_address(GetParam(), 6));
-	expect_seen_as(asked.ask(g_by_name), g_unreadable, 0);
+	expect_seen_as(asked.ask(find_config), request_unreadable, 0);
 	asked.expect_untouched();
 	EXPECT_EQ(harness::log(), log_lines());
 	EXPECT_FALSE(called("linux_spin_lock"));
@@ -219,7 +217,7 @@ TEST_F(ioctl_lookup, by_a_name_in_read_only_memory_is_good)
 	user_bytes name(bytes{'s', 'h', 'a', 'r', 'e', 'd'});
 	name.allow(access::read_only);
 	const question asked(0, 6, name.address());
-	EXPECT_EQ(asked.code(g_by_name), 0u);
+	EXPECT_EQ(asked.code(find_config), 0u);
 	asked.expect_answer(unlocked_flash);
 }
 
@@ -227,7 +225,7 @@ TEST_F(ioctl_lookup, by_a_name_of_which_a_byte_is_missing_fails)
 {
 	user_bytes name(bytes{'s', 'h', 'a', 'r', 'e', 'd'});
 	const question asked(0, 7, name.address());
-	EXPECT_EQ(asked.code(g_by_name), g_unreadable);
+	EXPECT_EQ(asked.code(find_config), request_unreadable);
 	asked.expect_untouched();
 }
 
@@ -235,7 +233,7 @@ TEST_F(ioctl_lookup, by_a_name_with_one_byte_left_uncopied_fails)
 {
 	harness::fail("linux_copy_from_user", 1, 2);
 	const question asked("shared");
-	EXPECT_EQ(asked.code(g_by_name), g_unreadable);
+	EXPECT_EQ(asked.code(find_config), request_unreadable);
 	asked.expect_untouched();
 }
 
@@ -250,10 +248,10 @@ TEST_F(ioctl_lookup, by_name_passes_over_a_name_that_is_missing)
 {
 	ASSERT_EQ(create(0x23, {"first", "second", "third"}), 0u);
 	store_null(names_of(find(0x23)) + 8);
-	expect_not_found(question("second"), g_by_name);
+	expect_not_found(question("second"), find_config);
 	for (const char *name : {"first", "third"}) {
 		const question asked(name);
-		EXPECT_EQ(asked.code(g_by_name), 0u) << name;
+		EXPECT_EQ(asked.code(find_config), 0u) << name;
 		asked.expect_answer(never_locked_flash);
 	}
 	expect_leak({.heap = 1}); // the name that is in no record any more
@@ -263,10 +261,10 @@ TEST_F(ioctl_lookup, by_name_finds_the_older_of_two_flashes)
 {
 	ASSERT_EQ(destroy(0x20), 0u);
 	const question asked("shared");
-	EXPECT_EQ(asked.code(g_by_name), 0u);
+	EXPECT_EQ(asked.code(find_config), 0u);
 	asked.expect_answer(second_card);
 	ASSERT_EQ(create(0x20, {"shared"}), 0u);
-	EXPECT_EQ(asked.code(g_by_name), 0u);
+	EXPECT_EQ(asked.code(find_config), 0u);
 	asked.expect_answer(second_card);
 }
 
@@ -276,7 +274,7 @@ TEST_F(ioctl_lookup, by_name_goes_by_first_use_and_not_by_creation)
 	ASSERT_EQ(create(0x23, {"late"}), 0u);
 	ASSERT_EQ(create(0x22, {"late"}), 0u);
 	const question asked("late");
-	EXPECT_EQ(asked.code(g_by_name), 0u);
+	EXPECT_EQ(asked.code(find_config), 0u);
 	asked.expect_answer(create_locked_flash);
 }
 
@@ -284,9 +282,9 @@ TEST_F(ioctl_lookup, by_name_finds_new_names_and_not_replaced_ones)
 {
 	ASSERT_EQ(create(0x20, {"fresh"}), 0u);
 	const question asked("fresh");
-	EXPECT_EQ(asked.code(g_by_name), 0u);
+	EXPECT_EQ(asked.code(find_config), 0u);
 	asked.expect_answer(unlocked_flash);
-	expect_not_found(question("mtd_00000020_a"), g_by_name);
+	expect_not_found(question("mtd_00000020_a"), find_config);
 	expect_leak({.heap = 4});
 }
 
@@ -296,9 +294,9 @@ TEST_F(ioctl_lookup, by_name_misses_a_flash_whose_names_could_not_be_copied)
 	ASSERT_EQ(create(0x22, {"one", "two", "three"}), copy_failed);
 	ASSERT_EQ(name_count_of(find(0x22)), 3u);
 	harness::forget();
-	expect_not_found(question("one"), g_by_name);
+	expect_not_found(question("one"), find_config);
 	const question asked = by_instance(0x22);
-	EXPECT_EQ(asked.code(g_by_instance), 0u);
+	EXPECT_EQ(asked.code(find_config_by_inst), 0u);
 	asked.expect_answer(create_locked_flash);
 }
 
@@ -308,9 +306,9 @@ TEST_F(ioctl_lookup, by_name_misses_a_flash_whose_new_names_found_no_memory)
 	ASSERT_EQ(create(0x20, {"one"}), no_memory);
 	ASSERT_EQ(name_count_of(find(0x20)), 3u);
 	harness::forget();
-	expect_not_found(question("mtd_00000020_a"), g_by_name);
+	expect_not_found(question("mtd_00000020_a"), find_config);
 	const question asked("shared");
-	EXPECT_EQ(asked.code(g_by_name), 0u);
+	EXPECT_EQ(asked.code(find_config), 0u);
 	asked.expect_answer(second_card);
 	expect_leak({.heap = 4});
 }
@@ -327,7 +325,7 @@ TEST_P(ioctl_lookup_after_failed_create, finds_the_names)
 	harness::fail(GetParam().function, GetParam().result);
 	ASSERT_EQ(create(0x22, {"kept"}), 9u);
 	const question asked("kept");
-	EXPECT_EQ(asked.code(g_by_name), 0u);
+	EXPECT_EQ(asked.code(find_config), 0u);
 	asked.expect_answer(create_locked_flash);
 }
 
@@ -348,7 +346,7 @@ class ioctl_lookup_by_instance : public ioctl_lookup, public testing::WithParamI
 TEST_P(ioctl_lookup_by_instance, finds_the_flash)
 {
 	const question asked = by_instance(GetParam().flash.inst_id);
-	expect_seen_as(asked.ask(g_by_instance), 0, 0);
+	expect_seen_as(asked.ask(find_config_by_inst), 0, 0);
 	asked.expect_answer(GetParam().flash);
 	EXPECT_EQ(harness::log(), log_lines());
 }
@@ -360,21 +358,21 @@ INSTANTIATE_TEST_SUITE_P(of, ioctl_lookup_by_instance,
 
 TEST_F(ioctl_lookup, by_instance_makes_its_calls_in_order)
 {
-	EXPECT_EQ(by_instance(0x32).code(g_by_instance), 0u);
+	EXPECT_EQ(by_instance(0x32).code(find_config_by_inst), 0u);
 	EXPECT_EQ(harness::calls(),
 		  (call_list{"linux_copy_from_user(-, -, 56)", lock_taken, lock_released, "linux_copy_to_user(-, -, 56)"}));
 }
 
 TEST_F(ioctl_lookup, by_absent_instance_writes_nothing)
 {
-	expect_not_found(by_instance(0x22), g_by_instance);
+	expect_not_found(by_instance(0x22), find_config_by_inst);
 	EXPECT_EQ(harness::calls(), (call_list{"linux_copy_from_user(-, -, 56)", lock_taken, lock_released}));
 }
 
 TEST_F(ioctl_lookup, by_instance_does_not_look_at_the_name)
 {
 	const question asked(0x20, 0xFFFFFFFF, harness::kernel_address());
-	EXPECT_EQ(asked.code(g_by_instance), 0u);
+	EXPECT_EQ(asked.code(find_config_by_inst), 0u);
 	asked.expect_answer(unlocked_flash);
 }
 
@@ -382,7 +380,7 @@ TEST_F(ioctl_lookup, by_instance_compares_all_32_bits)
 {
 	for (uint32_t instance : {0x80000020u, 0x00010020u, 0x2000u, 0u, 0xFFFFFFFFu, 0x10u}) {
 		SCOPED_TRACE(instance);
-		expect_not_found(by_instance(instance), g_by_instance);
+		expect_not_found(by_instance(instance), find_config_by_inst);
 	}
 }
 
@@ -391,15 +389,15 @@ TEST_F(ioctl_lookup, by_instance_finds_the_settings_of_a_refused_destroy)
 	harness::fail("suite_driver_destroy", 1);
 	ASSERT_EQ(destroy(0x20), 1u);
 	const question asked = by_instance(0x20);
-	EXPECT_EQ(asked.code(g_by_instance), 0u);
+	EXPECT_EQ(asked.code(find_config_by_inst), 0u);
 	asked.expect_answer(unlocked_flash);
 }
 
 TEST_F(ioctl_lookup, needs_no_driver)
 {
 	harness::call("drv_flash_driver_unregister", {});
-	EXPECT_EQ(by_instance(0x20).code(g_by_instance), 0u);
-	EXPECT_EQ(question("shared").code(g_by_name), 0u);
+	EXPECT_EQ(by_instance(0x20).code(find_config_by_inst), 0u);
+	EXPECT_EQ(question("shared").code(find_config), 0u);
 }
 
 TEST_F(ioctl_lookup, finds_the_default_instance)
@@ -411,9 +409,9 @@ TEST_F(ioctl_lookup, finds_the_default_instance)
 	ASSERT_EQ(create(default_instance, {"top"}), 0u);
 	const settings expected = {default_instance, default_instance, 21, 22, 23};
 	const question asked = by_instance(default_instance), named("top");
-	EXPECT_EQ(asked.code(g_by_instance), 0u);
+	EXPECT_EQ(asked.code(find_config_by_inst), 0u);
 	asked.expect_answer(expected);
-	EXPECT_EQ(named.code(g_by_name), 0u);
+	EXPECT_EQ(named.code(find_config), 0u);
 	named.expect_answer(expected);
 	expect_leak({.heap = 12}); // what the unload left behind: three records, two arrays, seven names
 }
@@ -470,7 +468,7 @@ TEST_P(ioctl_either_lookup, takes_any_alignment)
 TEST_P(ioctl_either_lookup, of_a_record_of_which_a_byte_is_missing_fails)
 {
 	const user_bytes memory(g_record_size - 1);
-	expect_seen_as(harness::ioctl(GetParam(), memory.address()), g_unreadable, 0);
+	expect_seen_as(harness::ioctl(GetParam(), memory.address()), request_unreadable, 0);
 	EXPECT_EQ(memory.content(), bytes(g_record_size - 1, 0xEE));
 }
 
@@ -478,7 +476,7 @@ TEST_P(ioctl_either_lookup, of_a_record_with_one_byte_left_uncopied_fails)
 {
 	harness::fail("linux_copy_from_user", 1);
 	const question asked = good();
-	expect_seen_as(asked.ask(GetParam()), g_unreadable, 0);
+	expect_seen_as(asked.ask(GetParam()), request_unreadable, 0);
 	asked.expect_untouched();
 	EXPECT_EQ(harness::calls(), call_list{"linux_copy_from_user(-, -, 56)"});
 }
@@ -487,7 +485,7 @@ TEST_P(ioctl_either_lookup, can_be_asked_again_after_a_failure)
 {
 	harness::fail("linux_copy_from_user", 56);
 	const question asked = good();
-	EXPECT_EQ(asked.code(GetParam()), g_unreadable);
+	EXPECT_EQ(asked.code(GetParam()), request_unreadable);
 	EXPECT_EQ(asked.code(GetParam()), 0u);
 	asked.expect_answer(unlocked_flash);
 }
@@ -531,21 +529,21 @@ TEST_P(ioctl_either_lookup, gives_the_count_of_unwritten_bytes_as_it_is)
 	}
 }
 
-INSTANTIATE_TEST_SUITE_P(by, ioctl_either_lookup, testing::Values(g_by_name, g_by_instance),
-			 [](const auto &row) { return row.param == g_by_name ? "name" : "instance"; });
+INSTANTIATE_TEST_SUITE_P(by, ioctl_either_lookup, testing::Values(find_config, find_config_by_inst),
+			 [](const auto &row) { return row.param == find_config ? "name" : "instance"; });
 
 class ioctl_lookup_address : public ioctl_lookup, public testing::WithParamInterface<std::tuple<uint32_t, bad_address>> {};
 
 TEST_P(ioctl_lookup_address, is_unreadable)
 {
 	const auto &[command, kind] = GetParam();
-	expect_seen_as(harness::ioctl(command, make_bad_address(kind, g_record_size)), g_unreadable, 0);
+	expect_seen_as(harness::ioctl(command, make_bad_address(kind, g_record_size)), request_unreadable, 0);
 	EXPECT_EQ(harness::calls(), call_list{"linux_copy_from_user(-, -, 56)"});
 }
 
-INSTANTIATE_TEST_SUITE_P(that_is, ioctl_lookup_address, testing::Combine(testing::Values(g_by_name, g_by_instance), unreadable_addresses),
-			 [](const auto &row) {
-				 return std::string(std::get<0>(row.param) == g_by_name ? "by_name_" : "by_instance_") +
+INSTANTIATE_TEST_SUITE_P(that_is, ioctl_lookup_address,
+			 testing::Combine(testing::Values(find_config, find_config_by_inst), unreadable_addresses), [](const auto &row) {
+				 return std::string(std::get<0>(row.param) == find_config ? "by_name_" : "by_instance_") +
 					name_of(std::get<1>(row.param));
 			 });
 
@@ -559,8 +557,8 @@ TEST_P(ioctl_lookup_nowhere, finds_nothing)
 	EXPECT_EQ(times_called("linux_spin_unlock"), 1);
 }
 
-INSTANTIATE_TEST_SUITE_P(by, ioctl_lookup_nowhere, testing::Values(g_by_name, g_by_instance),
-			 [](const auto &row) { return row.param == g_by_name ? "name" : "instance"; });
+INSTANTIATE_TEST_SUITE_P(by, ioctl_lookup_nowhere, testing::Values(find_config, find_config_by_inst),
+			 [](const auto &row) { return row.param == find_config ? "name" : "instance"; });
 
 } // namespace
 } // namespace conformance

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// Words for cases about the commands of the control device: their numbers, memory of the calling program, addresses that are none.
+// Words for cases about the commands of the control device: memory of the calling program, addresses that are none.
 #pragma once
 
 #include <cstring>
@@ -8,9 +8,6 @@
 #include "partition_words.hpp"
 
 namespace conformance {
-
-inline constexpr uint32_t get_nand_part_info = 0x80045406, get_part_num = 0x80045407, get_nand_is_exist = 0x80045408,
-			  mtd_read_command = 0x8004540B, mtd_write_command = 0x4004540C, get_mtd_statistics = 0x8004540D;
 
 // Bytes of the calling program, filled with a value, that end at the end of what the program may touch.
 class user_bytes {

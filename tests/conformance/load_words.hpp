@@ -11,9 +11,6 @@
 
 namespace conformance {
 
-inline constexpr uint32_t xml_node_unreadable = 0x811B0DA1, xml_attribute_unreadable = 0x811B0DA2, xml_name_unreadable = 0x811B0DA3,
-			  variant_name_failed = 0x811B01A7;
-
 inline constexpr uint32_t section_row_size = 52;
 
 // The boards spell names of a given length with the first characters of this text.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// Words for cases about partitions: codes, devices with known content, transfers by name.
+// Words for cases about partitions: devices with known content, transfers by name.
 #pragma once
 
 #include <functional>
@@ -11,11 +11,6 @@
 #include "case.hpp"
 
 namespace conformance {
-
-inline constexpr uint32_t null_pointer = 417, invalid = 418, range_overflow = 435, copy_failed = 1186, no_memory = 1194, no_data = 1205,
-			  not_opened = 2983;
-inline constexpr uint32_t not_listed = 0x811B01A4, empty_range = 0x811B01A9, path_failed = 0x811B04A2, clear_failed = 0x811B04A3,
-			  no_buffer = 0x811B04AA, user_unreadable = 0x811B04B7, user_unwritable = 0x811B04B8, no_partition = 0x811B0BA1;
 
 // Errors as forced results.
 inline constexpr long long error_io = -5, error_no_device = -19, error_invalid = -22, error_last = -4095;

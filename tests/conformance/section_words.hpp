@@ -7,8 +7,6 @@
 
 namespace conformance {
 
-inline constexpr uint32_t interrupted = 1954, short_write = 2978, short_read = 2979;
-
 // Sections of the default instance of the board "sections".
 inline constexpr uint32_t one = 1, alternatives = 2, absent = 3, longer_than_its_partition = 4, beyond_4_gib = 5,
 			  up_to_the_last_address = 6, up_to_4_gib = 7, long_name = 8, overlapping = 9, empty = 10, huge = 11,

@@ -12,7 +12,6 @@ namespace conformance {
 namespace {
 
 constexpr int g_rounds = 60;
-constexpr uint32_t g_by_name = 0x80045409, g_by_instance = 0x8004540A;
 
 // Runs the jobs side by side; each gives the number of results that it did not expect.
 void run(const std::vector<std::function<int()>> &jobs)
@@ -158,8 +157,8 @@ TEST_F(spi_concurrency, first_finds_of_different_instances_lose_no_record)
 
 TEST_F(spi_concurrency, lookups_by_name_run_beside_creates_and_destroys)
 {
-	const lookup first(g_by_name, unlocked_flash, "one"), last(g_by_name, unlocked_flash, "three"),
-		instance(g_by_instance, unlocked_flash, "");
+	const lookup first(find_config, unlocked_flash, "one"), last(find_config, unlocked_flash, "three"),
+		instance(find_config_by_inst, unlocked_flash, "");
 	run({repeatedly([] {
 		     return create(0x20, {"one", "two", "three"}) == 0 && destroy(0x20) == 0;
 	     }),
@@ -171,7 +170,7 @@ TEST_F(spi_concurrency, lookups_by_name_run_beside_creates_and_destroys)
 TEST_F(spi_concurrency, lookups_find_an_old_flash_whatever_happens_to_newer_ones)
 {
 	ASSERT_EQ(create(0x32, {"steady"}), 0u);
-	const lookup name(g_by_name, second_card, "steady"), instance(g_by_instance, second_card, "");
+	const lookup name(find_config, second_card, "steady"), instance(find_config_by_inst, second_card, "");
 	run({repeatedly([] {
 		     return create(0x20, {"one", "two"}) == 0 && destroy(0x20) == 0;
 	     }),
@@ -182,7 +181,7 @@ TEST_F(spi_concurrency, lookups_find_an_old_flash_whatever_happens_to_newer_ones
 TEST_F(spi_concurrency, lookups_by_name_run_beside_creates_whose_copies_fail)
 {
 	harness::fail_always("linux_kstrdup", 0, 3);
-	const lookup first(g_by_name, unlocked_flash, "one"), last(g_by_name, unlocked_flash, "three");
+	const lookup first(find_config, unlocked_flash, "one"), last(find_config, unlocked_flash, "three");
 	// The two copies that succeed belong to the first create.
 	run({repeatedly([] {
 		     return create(0x20, {"one", "two", "three"}) == copy_failed;
@@ -194,7 +193,7 @@ TEST_F(spi_concurrency, lookups_by_name_run_beside_creates_whose_copies_fail)
 TEST_F(spi_concurrency, lookups_by_name_see_shorter_and_longer_lists_of_names)
 {
 	ASSERT_EQ(create(0x20, {"steady"}), 0u);
-	const lookup steady(g_by_name, unlocked_flash, "steady"), extra(g_by_name, unlocked_flash, "extra");
+	const lookup steady(find_config, unlocked_flash, "steady"), extra(find_config, unlocked_flash, "extra");
 	run({repeatedly([] {
 		     return create(0x20, {"steady", "x", "y", "extra"}) == 0 && create(0x20, {"steady"}) == 0;
 	     }),
@@ -303,7 +302,7 @@ TEST_F(spi_concurrency, a_destroy_that_is_overtaken_spares_the_next_record)
 
 TEST_F(spi_concurrency, names_under_construction_are_not_found)
 {
-	const lookup name(g_by_name, unlocked_flash, "one"), instance(g_by_instance, unlocked_flash, "");
+	const lookup name(find_config, unlocked_flash, "one"), instance(find_config_by_inst, unlocked_flash, "");
 	stopped_call creation("linux_kstrdup", [] { return create(0x20, {"one", "two"}); });
 	EXPECT_EQ(name.code(), not_found);
 	EXPECT_TRUE(instance.answers());
@@ -315,7 +314,7 @@ TEST_F(spi_concurrency, names_under_construction_are_not_found)
 TEST_F(spi_concurrency, names_stay_found_while_others_are_under_construction)
 {
 	ASSERT_EQ(create(0x20, {"old"}), 0u);
-	const lookup old(g_by_name, unlocked_flash, "old"), fresh(g_by_name, unlocked_flash, "new");
+	const lookup old(find_config, unlocked_flash, "old"), fresh(find_config, unlocked_flash, "new");
 	stopped_call creation("linux_kstrdup", [] { return create(0x20, {"new", "newer"}); });
 	EXPECT_TRUE(old.answers());
 	EXPECT_EQ(fresh.code(), not_found);

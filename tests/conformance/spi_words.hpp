@@ -9,8 +9,6 @@
 
 namespace conformance {
 
-inline constexpr uint32_t no_driver = 421, not_found = 427, no_entry_count = 3489;
-
 // Statuses that a service may give.
 inline constexpr uint32_t xml_no_node = 0x70020003, xml_no_entry = 0x70020004, xml_no_element = 0x70020006, xml_bad_number = 0x70020007,
 			  xml_text_too_long = 0x70020008;
