@@ -2,7 +2,7 @@
 # shellcheck shell=sh
 #
 # ./dev torture [MINUTES [SEED [CYCLES]]]: everything at once on the debug kernel, then load cycles.
-# ./dev faults [WORD]: each fault point of each call fails once, on the debug kernel.
+# ./dev kernel-faults [WORD]: each fault point of each call fails once, on the debug kernel.
 # And the board that these and ./dev fuzz run on.
 
 make_flash_calls() {
@@ -75,11 +75,11 @@ torture_command() {
 		"torture.seconds=$((torture_minutes * 60)) torture.seed=$torture_seed torture.cycles=$torture_cycles"
 }
 
-# faults_command [WORD]: of the operations only those whose names contain the word.
-faults_command() {
-	at_most 1 faults "$@"
+# kernel_faults_command [WORD]: of the operations only those whose names contain the word.
+kernel_faults_command() {
+	at_most 1 kernel-faults "$@"
 	case ${1-all} in
-	'' | *[!A-Za-z0-9_]*) usage_error "faults: '$1' is no part of a name" ;;
+	'' | *[!A-Za-z0-9_]*) usage_error "kernel-faults: '$1' is no part of a name" ;;
 	esac
 	hold_clone
 	need_packages "$build_packages"

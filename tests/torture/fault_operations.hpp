@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// What faults are tried on: every command, every export by every road, load and unload.
+// What faults are tried on: every command, every export by every transfer path, load and unload.
 #pragma once
 
 #include <functional>

@@ -13,14 +13,14 @@
 
 namespace torture {
 
-class road;
+class transfer_path;
 
 constexpr uint32_t slot_capacity = 6000; // bytes
 
 struct slot {
-	const road *way;
+	const transfer_path *way;
 	uint32_t id;
-	uint32_t offset;		   // as the road counts it; on no boundary
+	uint32_t offset;		   // as the path counts it; on no boundary
 	std::atomic<uint64_t> started{0};  // generation that is being written, or was written last
 	std::atomic<uint64_t> finished{0}; // generation whose write has returned
 };

@@ -28,10 +28,10 @@ constexpr uint32_t slot_stride = 0x4000;
 constexpr uint32_t slot_start = 1000;
 constexpr int patience = 600; // seconds without a step of some worker
 
-std::deque<slot> make_slots(const std::vector<std::unique_ptr<road>> &roads)
+std::deque<slot> make_slots(const std::vector<std::unique_ptr<transfer_path>> &paths)
 {
 	std::deque<slot> slots;
-	for (const auto &way : roads)
+	for (const auto &way : paths)
 		for (uint32_t i = 0; i < way->slots; ++i)
 			slots.emplace_back(way.get(), static_cast<uint32_t>(slots.size() + 1),
 					   slot_start + (way->first_slot + i) * slot_stride);
@@ -201,8 +201,8 @@ int torture(uint64_t seed, unsigned length)
 	std::printf("seed %llu\n", static_cast<unsigned long long>(seed));
 	failures bad;
 	std::deque<worker_list> phases(2);
-	const auto roads = all_roads();
-	std::deque<slot> slots = make_slots(roads);
+	const auto paths = all_transfer_paths();
+	std::deque<slot> slots = make_slots(paths);
 	const unsigned race_length = std::max(length / 6, 1u);
 
 	everything_at_once(seed, length - race_length, phases[0], slots, bad);

@@ -273,7 +273,7 @@ void write_next(step_context &context, slot &one)
 
 void add_transfer_workers(worker_list &list, std::deque<slot> &slots)
 {
-	const road *last = nullptr;
+	const transfer_path *last = nullptr;
 	for (slot &one : slots) {
 		const std::string name = one.way->name() + ", slot " + std::to_string(one.id);
 		list.emplace_back("writer of " + name, [&one](step_context &context) {

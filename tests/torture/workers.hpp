@@ -16,7 +16,7 @@
 
 #include "choices.hpp"
 #include "ledger.hpp"
-#include "roads.hpp"
+#include "transfer_paths.hpp"
 
 namespace torture {
 

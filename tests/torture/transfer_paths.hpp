@@ -11,9 +11,9 @@
 
 namespace torture {
 
-class road {
+class transfer_path {
 public:
-	virtual ~road() = default;
+	virtual ~transfer_path() = default;
 
 	virtual std::string name() const = 0;
 	// Whether a reader sees all of a write or nothing of it.
@@ -22,13 +22,13 @@ public:
 	virtual uint32_t read(const flash_mng_access &access, uint32_t offset, bytes &data) const = 0;
 	virtual uint32_t write(const flash_mng_access &access, uint32_t offset, const bytes &data) const = 0;
 
-	// Where the content stands: the partition, whose bytes are counted as the road counts them.
+	// Where the content stands: the partition, whose bytes are counted as the path counts them.
 	std::string partition;
 	uint32_t slots;	     // how many
 	uint32_t first_slot; // of those that fit into the partition
 };
 
 // A listed NAND partition by the commands; one by the exports; one that is not listed; a block device; a section of each.
-std::vector<std::unique_ptr<road>> all_roads();
+std::vector<std::unique_ptr<transfer_path>> all_transfer_paths();
 
 } // namespace torture

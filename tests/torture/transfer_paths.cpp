@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
-#include "roads.hpp"
+#include "transfer_paths.hpp"
 
 namespace torture {
 
 namespace {
 
-class commands final : public road {
+class commands final : public transfer_path {
 public:
 	std::string name() const override { return "commands, " + partition; }
 
@@ -20,7 +20,7 @@ public:
 	}
 };
 
-class exports final : public road {
+class exports final : public transfer_path {
 public:
 	explicit exports(bool block_device) : block_device_(block_device) {}
 
@@ -51,7 +51,7 @@ private:
 	bool block_device_;
 };
 
-class section final : public road {
+class section final : public transfer_path {
 public:
 	section(uint32_t id, uint32_t address) : id_(id), address_(address) {}
 
@@ -87,9 +87,9 @@ private:
 };
 
 template <typename kind, typename... arguments>
-void add(std::vector<std::unique_ptr<road>> &roads, const char *partition, uint32_t first_slot, uint32_t slots, arguments... given)
+void add(std::vector<std::unique_ptr<transfer_path>> &paths, const char *partition, uint32_t first_slot, uint32_t slots, arguments... given)
 {
-	auto &added = roads.emplace_back(std::make_unique<kind>(given...));
+	auto &added = paths.emplace_back(std::make_unique<kind>(given...));
 	added->partition = partition;
 	added->first_slot = first_slot;
 	added->slots = slots;
@@ -97,16 +97,16 @@ void add(std::vector<std::unique_ptr<road>> &roads, const char *partition, uint3
 
 } // namespace
 
-std::vector<std::unique_ptr<road>> all_roads()
+std::vector<std::unique_ptr<transfer_path>> all_transfer_paths()
 {
-	std::vector<std::unique_ptr<road>> roads;
-	add<commands>(roads, "usrdata", 0, 3);
-	add<exports>(roads, "config", 0, 2, false);
-	add<exports>(roads, "boot", 0, 2, false);
-	add<exports>(roads, "ram0", 0, 2, true);
-	add<section>(roads, "ram0", 2, 3, 1u, 0u);
-	add<section>(roads, "rootfs", 0, 1, 2u, 0xd00000u);
-	return roads;
+	std::vector<std::unique_ptr<transfer_path>> paths;
+	add<commands>(paths, "usrdata", 0, 3);
+	add<exports>(paths, "config", 0, 2, false);
+	add<exports>(paths, "boot", 0, 2, false);
+	add<exports>(paths, "ram0", 0, 2, true);
+	add<section>(paths, "ram0", 2, 3, 1u, 0u);
+	add<section>(paths, "rootfs", 0, 1, 2u, 0xd00000u);
+	return paths;
 }
 
 } // namespace torture
