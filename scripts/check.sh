@@ -544,6 +544,7 @@ check_sources() {
 	check litmus "litmus tests and the module name the same lines" nothing_in litmus_differences
 	check licence "licence line on top of every source" nothing_in files_without_licence
 	check copyright "copyright and licence of every file: reuse lint" licences_stand
+	check commits "commits: area, sentence, length of lines" commits_stand
 	check lines "lines of at most $line_limit columns, no white space at the end" nothing_in long_lines
 }
 

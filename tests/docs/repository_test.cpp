@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <ostream>
 #include <regex>
 #include <set>
 #include <string>
@@ -132,9 +133,10 @@ TEST(readme, has_a_picture_that_says_which_part_uses_which)
 				EXPECT_TRUE(behind.contains(used)) << part << " uses " << used;
 				used_by_floor.insert(used);
 			}
-		if (floor != floors.rbegin())
+		if (floor != floors.rbegin()) {
 			for (const std::string &next : *std::prev(floor))
 				EXPECT_TRUE(used_by_floor.contains(next)) << "nothing uses " << next << " as the arrow to it says";
+		}
 		behind.insert(floor->begin(), floor->end());
 	}
 }
@@ -157,6 +159,66 @@ TEST(readme, says_where_headers_of_linux_are_included)
 				EXPECT_TRUE(folder == "kernel" || (folder == "include" && (*one)[1] == "types"))
 					<< entry.path() << ": " << one->str();
 		}
+}
+
+// A folder's own page: every folder in it, and every file where the page is about files.
+struct page {
+	const char *folder;
+	bool files;
+};
+
+void PrintTo(const page &one, std::ostream *out)
+{
+	*out << one.folder;
+}
+
+class readme_of : public testing::TestWithParam<page> {};
+
+TEST_P(readme_of, a_folder_names_all_that_is_in_it)
+{
+	const files::path folder = GetParam().folder;
+	const std::string readme = content_of(folder / "README.md");
+	expect_named(readme, entries_of(folder, true), "`", "/`");
+	if (GetParam().files) {
+		names wanted = entries_of(folder, false);
+		std::erase(wanted, "README.md");
+		expect_named(readme, wanted, "`", "`");
+	}
+}
+
+INSTANTIATE_TEST_SUITE_P(each, readme_of,
+			 testing::Values(page{"scripts", true}, page{"tests", true}, page{"bench", true}, page{"tools", true}),
+			 [](const auto &row) { return std::string(row.param.folder); });
+
+// Paths of documents that are none of this repository.
+const std::set<std::string> foreign_paths = {
+	"board/bench/small.fbd",	   // below /lib/firmware of a board
+	"bench/small",			   // such a board's name
+	"flash_mng_kernel/Module.symvers", // made by a build
+	"tools/memory-model",		   // of Linux
+};
+
+TEST(documents, name_no_path_that_is_not_there)
+{
+	static const std::regex path("`([\\w.-]+(?:/[\\w.-]+)+)/?`");
+	std::size_t found = 0;
+	for (files::recursive_directory_iterator entry(repository), end; entry != end; ++entry) {
+		const std::string name = entry->path().filename();
+		if (entry->is_directory() && (name == "build" || name.starts_with(".")))
+			entry.disable_recursion_pending();
+		if (entry->path().extension() != ".md")
+			continue;
+		const std::string text = scratch::content_of(entry->path().string());
+		for (std::sregex_iterator one(text.begin(), text.end(), path), last; one != last; ++one) {
+			const files::path named = (*one)[1].str();
+			const bool ours = *named.begin() != "build" && files::exists(repository / *named.begin());
+			if (!ours || foreign_paths.contains(named))
+				continue;
+			++found;
+			EXPECT_TRUE(files::exists(repository / named)) << entry->path() << " names " << named;
+		}
+	}
+	EXPECT_GE(found, 60u);
 }
 
 TEST(readme_of_the_board, names_every_task_and_every_configuration)

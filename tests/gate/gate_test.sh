@@ -27,6 +27,8 @@ clone=$root
 . "$root/scripts/prove.sh"
 # shellcheck source=scripts/docs.sh
 . "$root/scripts/docs.sh"
+# shellcheck source=scripts/commits.sh
+. "$root/scripts/commits.sh"
 # shellcheck source=scripts/check.sh
 . "$root/scripts/check.sh"
 # shellcheck source=scripts/results.sh
@@ -844,6 +846,49 @@ test_manual_style() {
 	finds WARNING manual_findings planted.1
 }
 
+# finds_in_message TEXT <MESSAGE
+finds_in_message() {
+	message_file=$gate_dir/message
+	cat >"$message_file"
+	case $(message_findings planted <"$message_file") in
+	*"$1"*) ;;
+	*) complain "message_findings does not find '$1'" ;;
+	esac
+}
+
+# commit_planted MESSAGE
+commit_planted() {
+	git -C "$root" -c user.name=planted -c user.email=planted@example.invalid commit -q --allow-empty -m "$1"
+}
+
+# shellcheck disable=SC2016 # quotes of the document
+test_commits() {
+	printf 'Areas:\n\n<!-- areas -->\n`docs`, `flash-board`,\n`tests`\n\n`other`\n' | plant CONTRIBUTING.md
+	[ "$(commit_areas | tr '\n' ' ')" = 'docs flash-board tests ' ] || complain "other areas: $(commit_areas)"
+	for message in 'Docs: say it' 'say it' 'docs: Say it' 'docs say it'; do
+		echo "$message" | finds_in_message 'not of the form'
+	done
+	echo 'docs, other: say it' | finds_in_message '"other" is no area'
+	echo 'docs: say it.' | finds_in_message 'a full stop'
+	echo 'docs: added it' | finds_in_message 'not what was done'
+	printf 'docs: say it\nwhy\n' | finds_in_message 'no empty line'
+	printf 'docs: say it\n\n%076d\n' 0 | finds_in_message '76 columns'
+	printf 'flash-board, tests: say it\n\n%075d\n' 0 >"$gate_dir/message"
+	silent message_findings planted <"$gate_dir/message"
+
+	finds 'not looked at: this copy has no history' commits_stand 0123456789
+	commit_planted 'Older than the rules'
+	planted_base=$(git -C "$root" rev-parse HEAD)
+	commit_planted 'docs: say it'
+	finds "1 commits since $planted_base" commits_stand "$planted_base"
+	passes commits_stand "$planted_base"
+	commit_planted 'say it'
+	finds 'not of the form' commits_stand "$planted_base"
+	fails commits_stand "$planted_base"
+	: >"$root/CONTRIBUTING.md"
+	fails commits_stand 0123456789
+}
+
 # refuses WORD...: ./dev of the planted clone takes the words for a usage error: status 2, nothing on standard output.
 refuses() {
 	usage_status=0
@@ -900,8 +945,9 @@ test_usage() {
 	refuses torture 1 foo
 	refuses torture 1 2 foo
 	refuses torture 1 2 3 4
-	refuses faults ''
-	refuses faults 'one two'
+	refuses kernel-faults ''
+	refuses kernel-faults 'one two'
+	refuses kernel-faults one two
 	refuses faults one two
 	{ [ -d build ] && [ -d cache/flash_mng ]; } || complain "a refused ./dev clean removes"
 	accepts demo -v
@@ -916,8 +962,9 @@ test_usage() {
 	accepts powercut 1 2
 	accepts fuzz 1 2
 	accepts torture 1 2 0
+	accepts kernel-faults one
 	accepts faults one
-	for tried in test build check bench coverage demo shell package faults; do
+	for tried in test build check bench coverage demo shell package kernel-faults; do
 		accepts "$tried"
 	done
 	{ ./dev clean >/dev/null && [ ! -d build ] && [ -d cache/flash_mng ]; } || complain "./dev clean does not remove build/ only"
@@ -956,7 +1003,8 @@ apart test_task_gates
 apart test_condition_gate
 apart test_coverage_gate
 apart test_figures_gate
-for style_test in test_cpp_style test_licences test_site test_c_style test_shell_style test_shared_names test_manual_style test_usage; do
+for style_test in test_cpp_style test_licences test_site test_c_style test_shell_style test_shared_names test_manual_style \
+	test_commits test_usage; do
 	apart in_planted_clone "$style_test"
 done
 [ ! -e "$complaints" ]
