@@ -936,6 +936,12 @@ test_usage() {
 	refuses case one two
 	refuses case --board one two
 	refuses package --test --test
+	refuses docs foo
+	refuses release
+	refuses release foo
+	refuses release 1.0 foo
+	refuses release --verify
+	refuses release --verify folder foo
 	refuses clean --cache foo
 	refuses powercut 1 foo
 	refuses powercut 1 2 3
@@ -959,6 +965,7 @@ test_usage() {
 	accepts case one
 	accepts case --board one
 	accepts package --test
+	accepts docs
 	accepts powercut 1 2
 	accepts fuzz 1 2
 	accepts torture 1 2 0
