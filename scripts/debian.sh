@@ -40,29 +40,57 @@ private_apt() {
 		-o APT::Sandbox::User=root -o Acquire::Languages=none -o Acquire::Check-Valid-Until=false "$@"
 }
 
-# download_package CODENAME ARCHITECTURE PACKAGE FOLDER: leaves the .deb file in the folder.
-download_package() {
+# prepare_apt CODENAME ARCHITECTURE: sets apt_folder to a state with that release's package lists, not older than an hour.
+prepare_apt() {
 	apt_folder=$cache_dir/apt/$1-$2
-	mkdir -p "$apt_folder/lists/partial" "$apt_folder/cache/archives/partial" "$4"
+	[ -z "$(find "$apt_folder/updated" -mmin -60 2>/dev/null)" ] || return 0
+	rm -f "$apt_folder/updated"
+	mkdir -p "$apt_folder/lists/partial" "$apt_folder/cache/archives/partial"
 	: >"$apt_folder/status"
 	write_sources "$apt_folder/sources.list" "$1"
-	private_apt "$apt_folder" "$2" -o APT::Update::Error-Mode=any update || return 1
+	private_apt "$apt_folder" "$2" -o APT::Update::Error-Mode=any update && touch "$apt_folder/updated"
+}
+
+# download_package CODENAME ARCHITECTURE PACKAGE FOLDER: leaves the .deb file in the folder.
+download_package() {
+	prepare_apt "$1" "$2" || return 1
+	mkdir -p "$4"
 	(cd "$4" && private_apt "$apt_folder" "$2" download "$3")
+}
+
+# download_closure CODENAME ARCHITECTURE PACKAGE FOLDER: leaves those of all packages that it depends on there too.
+download_closure() {
+	prepare_apt "$1" "$2" || return 1
+	mkdir -p "$4/partial"
+	private_apt "$apt_folder" "$2" -o Dir::Cache::archives="$4" install --yes --download-only --no-install-recommends "$3"
 }
 
 # fetch_package CODENAME ARCHITECTURE PACKAGE: sets package_files to the folder with its files, fetched once.
 fetch_package() {
 	package_files=$cache_dir/packages/$1-$2-$3
-	[ ! -e "$package_files/complete" ] || return 0
-	with_lock "$cache_dir/packages.lock" fetch_package_locked "$@"
+	[ -e "$package_files/complete" ] || with_lock "$cache_dir/packages.lock" fetch_package_locked download_package "$@"
 }
 
+# fetch_closure CODENAME ARCHITECTURE PACKAGE: the same with the files of all packages that it depends on.
+fetch_closure() {
+	package_files=$cache_dir/packages/$1-$2-$3-closure
+	[ -e "$package_files/complete" ] || with_lock "$cache_dir/packages.lock" fetch_package_locked download_closure "$@"
+}
+
+# Beside the files: the version, and what the package says it needs.
 fetch_package_locked() {
 	[ ! -e "$package_files/complete" ] || return 0
 	rm -rf "$package_files"
-	run_step "fetch Debian package $3 ($1, $2)" "fetch_$3" download_package "$1" "$2" "$3" "$package_files"
-	dpkg-deb -f "$package_files"/*.deb Version >"$package_files/version" || die "the version of $3 is not stored; $(disk_state)"
-	run_step "unpack $3" "unpack_$3" dpkg-deb -x "$package_files"/*.deb "$package_files/files"
-	rm -f "$package_files"/*.deb
+	run_step "fetch Debian package $4 ($2, $3)" "fetch_$4" "$1" "$2" "$3" "$4" "$package_files"
+	run_step "unpack $4" "unpack_$4" unpack_package "$4"
 	touch "$package_files/complete"
+}
+
+unpack_package() {
+	for package_file in "$package_files"/*.deb; do
+		dpkg-deb -x "$package_file" "$package_files/files" || return 1
+	done
+	set -- "$package_files/$1"_*.deb
+	dpkg-deb -f "$1" Version >"$package_files/version" && dpkg-deb -f "$1" Depends >"$package_files/needs" || return 1
+	rm -rf "$package_files"/*.deb "$package_files/partial"
 }

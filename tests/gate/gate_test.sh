@@ -15,6 +15,8 @@ clone=$root
 . "$root/scripts/packages.sh"
 # shellcheck source=scripts/debian.sh
 . "$root/scripts/debian.sh"
+# shellcheck source=scripts/headers.sh
+. "$root/scripts/headers.sh"
 # shellcheck source=scripts/kernel.sh
 . "$root/scripts/kernel.sh"
 # shellcheck source=scripts/modules.sh
@@ -113,6 +115,7 @@ SOURCE
 	finds unheard_of symbols_outside "$gate_dir/allowed"
 	fails symbols_on "$gate_dir/allowed"
 	finds './dev renew symbols' symbols_on "$gate_dir/allowed"
+	finds 'unheard_of is needed, and on no list' needed_elsewhere 6.12
 
 	flash_object=$gate_dir/absent.o
 	for inspection in constructors runtime_symbols unwind_tables undefined_symbols; do
@@ -782,7 +785,36 @@ test_site() {
 test_c_style() {
 	printf 'int wrong_style(int a) {\n    return a;\n}\n' | plant flash_mng_kernel/kernel/planted.c
 	finds ERROR kernel_style_findings
+	silent other_versions
+	echo '#if LINUX_VERSION_CODE < KERNEL_VERSION(6, 1, 0)' | plant flash_mng_kernel/kernel/planted.c
+	silent other_versions
+	printf '#if LINUX_VERSION_CODE\n#elif LINUX_VERSION_CODE\n' | plant flash_mng_kernel/kernel/planted.c
+	finds 'flash_mng_kernel/kernel/planted.c: 2 times' other_versions
+	echo '#if LINUX_VERSION_CODE' | plant flash_mng_kernel/spi/planted.hpp
+	finds 'flash_mng_kernel/spi/planted.hpp: 1 times' other_versions
+	rm flash_mng_kernel/spi/planted.hpp
 }
+
+# What a build for another kernel says, of our files and of Linux's; and one whose headers cannot be had.
+test_other_kernels() (
+	stage_dir=$gate_dir/stage
+	printf '%s\n' "$stage_dir/log/a.c:3:4: warning: absolute" "log/b.c:1:2: warning: relative" "/linux/c.h:5:6: warning: theirs" \
+		"make: *** planted" >"$gate_dir/said"
+	finds absolute said_of_ours "$gate_dir/said"
+	finds relative said_of_ours "$gate_dir/said"
+	[ "$(said_of_ours "$gate_dir/said" | wc -l)" -eq 2 ] || complain "said_of_ours finds $(said_of_ours "$gate_dir/said")"
+
+	log_dir=$gate_dir/logs
+	cache_dir=$gate_dir/cache
+	root=$gate_dir/kernels
+	mkdir -p "$log_dir" "$root/flash_mng_kernel"
+	printf '5.10 bullseye\n9.9 nowhere\n' >"$root/flash_mng_kernel/KERNELS"
+	wanted_checks=kernels checks_passed=0 checks_skipped=0
+	check_kernels >"$gate_dir/check_lines"
+	finds 'SKIP  Linux 9.9 of Debian: its header packages cannot be fetched (' cat "$gate_dir/check_lines"
+	! grep -qF 'fetched ()' "$gate_dir/check_lines" || complain "a skip has no reason: $(cat "$gate_dir/check_lines")"
+	[ "$checks_passed $checks_skipped" = '0 1' ] || complain "$checks_passed passed, $checks_skipped skipped of one that cannot be had"
+)
 
 # shellcheck disable=SC2016 # texts of scripts
 test_shell_style() {
@@ -997,6 +1029,7 @@ apart test_frames_gate
 apart test_information_gate
 apart test_strict_gate
 apart test_checks
+apart test_other_kernels
 apart test_list_gates
 apart test_litmus_gate
 apart test_console_gate

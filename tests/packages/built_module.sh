@@ -11,6 +11,8 @@
 . "$root/scripts/packages.sh"
 # shellcheck source=scripts/debian.sh
 . "$root/scripts/debian.sh"
+# shellcheck source=scripts/headers.sh
+. "$root/scripts/headers.sh"
 # shellcheck source=scripts/kernel.sh
 . "$root/scripts/kernel.sh"
 # shellcheck source=scripts/modules.sh

@@ -327,11 +327,111 @@ loading_order() {
 	paste -s -d ' ' "$modules_root/order"
 }
 
+# ---- the kernels that it is made for
+
+# dkms_takes KERNEL: whether DKMS builds for that release.
+dkms_takes() {
+	echo "$1" | grep -qE "$(sed -n 's/^BUILD_EXCLUSIVE_KERNEL="\(.*\)"$/\1/p' "$root/packages/dkms/dkms.conf")"
+}
+
+dkms_has_the_kernels() {
+	for listed_kernel in $(supported_kernels); do
+		for known_release in "$listed_kernel.0-56-arm64" "$listed_kernel.117+deb13-arm64" "$listed_kernel.1"; do
+			dkms_takes "$known_release" || wrong "DKMS does not build for $known_release" || return 1
+		done
+		! dkms_takes "${listed_kernel}9.1" || wrong "DKMS builds for ${listed_kernel}9.1" || return 1
+	done
+	for other_release in 4.19.0 5.4.1 5.15.0-1 6.6.1 6.13.0 8.0.1; do
+		! dkms_takes "$other_release" || wrong "DKMS builds for $other_release" || return 1
+	done
+	supported_kernels | paste -s -d ' ' -
+}
+
+# The documents and the descriptions of the packages name the same kernels.
+kernels_are_named() {
+	named_kernels=$(supported_kernels | paste -s -d , - | sed 's/,/, /g; s/, \([^,]*\)$/ and \1/')
+	for naming in README.md docs/your-board.md docs/kernels.md packages/debian/control; do
+		tr '\n' ' ' <"$root/$naming" | tr -s ' ' | grep -qF "$named_kernels" || wrong "$naming does not name $named_kernels" ||
+			return 1
+	done
+	echo "$named_kernels"
+}
+
+# kernel_like FOLDER RELEASE CONFIGURATION...: what check_kernel.sh looks at of a kernel tree, made up.
+kernel_like() {
+	rm -rf "$1"
+	mkdir -p "$1/include/config" "$1/scripts/mod"
+	echo "$2" >"$1/include/config/kernel.release"
+	printf '#!/bin/sh\n' >"$1/scripts/mod/modpost"
+	chmod +x "$1/scripts/mod/modpost"
+	: >"$1/Module.symvers"
+	: >"$1/Makefile"
+	shift 2
+	printf '%s=y\n' "$@" >"$kernel_tree/include/config/auto.conf"
+}
+
+# refused TEXT: the made-up tree is, in one sentence with that text.
+refused() {
+	refusal=$(sh "$root/flash_mng_kernel/check_kernel.sh" "$kernel_tree" 2>&1) && wrong "no refusal that says '$1'" && return 1
+	[ "$(printf '%s\n' "$refusal" | wc -l)" -eq 1 ] || wrong "more than a line: $refusal" || return 1
+	case $refusal in
+	*"$1"*) ;;
+	*) wrong "instead of '$1' it says: $refusal" ;;
+	esac
+}
+
+kernels_are_refused() {
+	kernel_tree=$build_dir/packages_test/tree
+	usual="CONFIG_ARM64 CONFIG_MODULES CONFIG_MODVERSIONS"
+	rm -rf "$kernel_tree"
+	refused "there is no kernel tree" || return 1
+	mkdir -p "$kernel_tree"
+	refused "is no kernel tree: it has no Makefile" || return 1
+	: >"$kernel_tree/Makefile"
+	refused "is not configured and prepared" || return 1
+	# shellcheck disable=SC2086 # a list of options
+	{
+		kernel_like "$kernel_tree" 5.4.302 $usual && refused "5.4 in $kernel_tree is too old" || return 1
+		kernel_like "$kernel_tree" 7.3.0-rc1 $usual && refused "7.3 in $kernel_tree is too new" || return 1
+		kernel_like "$kernel_tree" 6.6.1-custom $usual && refused "6.6 in $kernel_tree is not one of them" || return 1
+		kernel_like "$kernel_tree" 6.12.1 $usual && rm "$kernel_tree/scripts/mod/modpost" && refused "not prepared" || return 1
+		kernel_like "$kernel_tree" 6.12.1 $usual && rm "$kernel_tree/Module.symvers" && refused "was not built" || return 1
+		kernel_like "$kernel_tree" 6.12.1 CONFIG_ARM64 && refused "without CONFIG_MODULES" || return 1
+		kernel_like "$kernel_tree" 6.12.1 CONFIG_RISCV CONFIG_MODULES && refused "another architecture" || return 1
+		for known_kernel in $(supported_kernels); do
+			kernel_like "$kernel_tree" "$known_kernel.7-1-arm64" $usual
+			sh "$root/flash_mng_kernel/check_kernel.sh" "$kernel_tree" || wrong "$known_kernel is refused" || return 1
+		done
+	}
+}
+
+# Kbuild and the Makefile say the same sentence, and build nothing.
+refusal_ends_the_build() {
+	use_kernel board
+	unknown=$build_dir/packages_test/unknown
+	rm -rf "$unknown"
+	cp -R "$root/flash_mng_kernel" "$unknown"
+	sed -i 's/^5\.10 .*/5.9 nowhere/' "$unknown/KERNELS"
+	# shellcheck disable=SC2086 # a list of arguments
+	! make -C "$kernel_dir" M="$unknown" $kernel_make_arguments modules >"$unknown.log" 2>&1 || wrong "Kbuild built it" || return 1
+	grep -q 'flash_mng: it is made for Linux 5.9 .* and 5.10 in .* is not one of them' "$unknown.log" ||
+		wrong "$(cat "$unknown.log")" || return 1
+	# shellcheck disable=SC2086
+	! make -C "$unknown" KERNEL_SRC="$kernel_dir" $kernel_make_arguments >"$unknown.log" 2>&1 || wrong "make built it" || return 1
+	grep -q 'is not one of them' "$unknown.log" || wrong "$(cat "$unknown.log")" || return 1
+	# shellcheck disable=SC2086
+	make -C "$kernel_dir" M="$unknown" $kernel_make_arguments clean >"$unknown.log" 2>&1 || wrong "make clean: $(cat "$unknown.log")"
+}
+
 mkdir -p "$build_dir/packages_test"
 count_step "packages: one version" one_version
 count_step "packages: the device stays root's" device_is_roots
 count_step "docs/your-board.md: texts of the logs" page_texts_exist
 count_step "flash_mng_kernel: the C++ compiler is CC's" cxx_follows_cc
+count_step "KERNELS: DKMS builds for these and no others" dkms_has_the_kernels
+count_step "KERNELS: documents and packages name them" kernels_are_named
+count_step "KERNELS: any other tree is refused in a sentence" kernels_are_refused
+count_step "KERNELS: a refusal ends the build, and nothing else" refusal_ends_the_build
 count_step "packages: loading order of the samples" loading_order
 count_step "packages: the Yocto layer" yocto_parses
 count_step "packages: the tools configured as Yocto does" yocto_tools_configure
