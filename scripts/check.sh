@@ -594,5 +594,7 @@ run_checks() {
 		say "$checks_failed of $((checks_passed + checks_failed)) checks failed, in $checks_took"
 		return 1
 	}
-	say "all $checks_passed checks passed, $checks_skipped skipped, in $checks_took"
+	checks_left_out=
+	[ "$checks_skipped" -eq 0 ] || checks_left_out=", $checks_skipped skipped"
+	say "all $checks_passed checks passed$checks_left_out, in $checks_took"
 }
