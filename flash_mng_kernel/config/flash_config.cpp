@@ -87,16 +87,19 @@ extern "C" {
 
 constinit list_head g_flash_config_list = {&g_flash_config_list, &g_flash_config_list};
 constinit char g_usrdata_mtd_name[mtd_name_size] = {};
+constinit u32 g_usrdata_mtd_name_known = 0;
 
 void get_usrdata_mtd_name(void)
 {
 	if (!mtd_device::named(usrdata_name))
 		return;
 
-	if (const int failed = strcpy_s(g_usrdata_mtd_name, sizeof(g_usrdata_mtd_name), usrdata_name))
+	if (const int failed = strcpy_s(g_usrdata_mtd_name, sizeof(g_usrdata_mtd_name), usrdata_name)) {
 		drv_log_record(common_log, serious, 0, "copy usrdata mtd name failed, ret %d", failed);
-	else
-		drv_log_record(common_log, ordinary, 0, "Get usrdata mtd name: %s", g_usrdata_mtd_name);
+		return;
+	}
+	__atomic_store_n(&g_usrdata_mtd_name_known, 1, __ATOMIC_RELEASE);
+	drv_log_record(common_log, ordinary, 0, "Get usrdata mtd name: %s", g_usrdata_mtd_name);
 }
 
 u32 get_xml_compatible_flash_cfg(u32 inst_id, u32 *count, xml_entry_node **list)

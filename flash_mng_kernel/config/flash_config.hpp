@@ -2,7 +2,8 @@
 //
 // Flash sections: numbered address ranges of a device instance, each inside one MTD partition, as the board's XML lists them.
 //
-// The list changes only during load and unload and is read without a lock.
+// The list changes only during load and unload and is read without a lock. So is the name of the user-data partition, which commands may
+// ask for while the module is loading.
 #pragma once
 
 #include "kernel/list.h"
@@ -30,6 +31,7 @@ extern "C" {
 
 extern list_head g_flash_config_list;	       // of flash_config_entry, in order of creation
 extern char g_usrdata_mtd_name[mtd_name_size]; // "usrdata" once such a partition was seen, else empty
+extern u32 g_usrdata_mtd_name_known;	       // 1 once that name is there, whole
 
 // Reads an instance's sections and makes its entry. 0 also when the XML has no sections, or broken ones, and when the entry exists;
 // FLASH_MNG_FAILED when the entry cannot be allocated.
@@ -56,6 +58,12 @@ void get_usrdata_mtd_name(void);
 }
 
 namespace flash_mng {
+
+// The name of the user-data partition, whole or empty, at any time.
+inline const char *usrdata_mtd_name()
+{
+	return __atomic_load_n(&g_usrdata_mtd_name_known, __ATOMIC_ACQUIRE) ? g_usrdata_mtd_name : "";
+}
 
 // Removes all entries.
 void release_flash_configs();

@@ -13,11 +13,12 @@ constexpr u32 type_is_other = 1;
 
 inline u32 count_usrdata(u32 &num)
 {
-	const bool exists = usrdata_exists();
+	const char *const name = usrdata_mtd_name();
+	const bool exists = usrdata_exists(name);
 	num = exists ? 1 : 0;
 	if (exists)
 		return FLASH_MNG_OK;
-	report_no_usrdata();
+	report_no_usrdata(name);
 	return FLASH_MNG_FAILED;
 }
 
@@ -52,9 +53,9 @@ u32 drv_mtd_get_info(const char *mtd_name, mtd_device_info *info)
 	return FLASH_MNG_OK;
 }
 
-void report_no_usrdata(void)
+void report_no_usrdata(const char *name)
 {
-	drv_log_record(module_log, serious, 0, "Failed to get %s MTD information.\n", g_usrdata_mtd_name);
+	drv_log_record(module_log, serious, 0, "Failed to get %s MTD information.\n", name);
 }
 
 u32 drv_flash_get_mtd_size(const char *mtd_name, u64 *size)
@@ -89,9 +90,10 @@ u32 drv_flash_get_nand_part_size_info(nand_part_info *info)
 		return FLASH_MNG_FAILED;
 	}
 
-	const mtd_device device = usrdata_device();
+	const char *const name = usrdata_mtd_name();
+	const mtd_device device = mtd_device::named(name);
 	if (!device) {
-		report_no_usrdata();
+		report_no_usrdata(name);
 		return FLASH_MNG_FAILED;
 	}
 	info->size = device.size();
@@ -102,7 +104,7 @@ u32 drv_flash_get_nand_is_exist(u32 *exist)
 {
 	if (!exist)
 		return FLASH_MNG_NULL_POINTER;
-	*exist = usrdata_exists() ? 1 : 0;
+	*exist = usrdata_exists(usrdata_mtd_name()) ? 1 : 0;
 	return FLASH_MNG_OK;
 }
 

@@ -23,21 +23,16 @@ u32 drv_mtd_get_info(const char *mtd_name, mtd_device_info *info);
 // 1 for the MTD types of NAND flash, otherwise 0.
 u32 drv_flash_mtd_is_nand(u32 type);
 
-// Notes in the log that the board has no NAND user-data partition.
-void report_no_usrdata(void);
+// Notes in the log that the board has no NAND user-data partition, with the name that was looked for.
+void report_no_usrdata(const char *name);
 }
 
 namespace flash_mng {
 
-// The NAND user-data partition, if the board has it.
-inline mtd_device usrdata_device()
+// Whether the board has the NAND user-data partition, which is looked for by usrdata_mtd_name().
+inline bool usrdata_exists(const char *name)
 {
-	return mtd_device::named(g_usrdata_mtd_name);
-}
-
-inline bool usrdata_exists()
-{
-	return static_cast<bool>(usrdata_device());
+	return static_cast<bool>(mtd_device::named(name));
 }
 
 } // namespace flash_mng

@@ -46,8 +46,9 @@ extern "C" {
 long flash_get_part_num(unsigned long argument)
 {
 	const u32 num = 1;
-	if (!usrdata_exists()) {
-		report_no_usrdata();
+	const char *const name = usrdata_mtd_name();
+	if (!usrdata_exists(name)) {
+		report_no_usrdata(name);
 		return FLASH_MNG_FAILED;
 	}
 	if (linux_copy_number_to_user(argument, &num)) {

@@ -141,6 +141,15 @@ TEST_P(config_usrdata_copy, that_fails_is_said_and_does_not_matter)
 INSTANTIATE_TEST_SUITE_P(with, config_usrdata_copy, testing::Values(1, 22, 34, 2147483647, -1, -22, -2147483647),
 			 [](const auto &row) { return as_case_name(row.param); });
 
+TEST_F(config_usrdata, stays_recorded_when_a_copy_claims_success_and_stores_nothing)
+{
+	harness::add_mtd({.name = "usrdata"});
+	load();
+	harness::fail("strcpy_s", 0);
+	EXPECT_EQ(look_again(), look_with_success);
+	EXPECT_EQ(recorded(), recorded_as("usrdata"));
+}
+
 TEST_F(config_usrdata, stays_recorded_when_the_device_goes)
 {
 	const int index = harness::add_mtd({.name = "usrdata"});

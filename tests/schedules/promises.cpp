@@ -94,11 +94,6 @@ constexpr open_point points[] = {
 	{"a caller was killed while it waited for sections", was_killed},
 };
 
-constexpr known_race races[] = {
-	{"g_usrdata_mtd_name", "a command asks for the user-data partition while the module loads and stores its name",
-	 [](const scene &on) { return has(on, "load"); }},
-};
-
 } // namespace
 
 std::span<const open_point> open_points()
@@ -108,7 +103,7 @@ std::span<const open_point> open_points()
 
 std::span<const known_race> known_races()
 {
-	return races;
+	return {};
 }
 
 } // namespace schedules
