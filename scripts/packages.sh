@@ -12,6 +12,7 @@ host_packages="gcc-arm-linux-gnueabihf libc6-dev-armhf-cross"
 check_packages="git clang-tidy clang-format cppcheck shellcheck sparse kmod mandoc zsh rsync reuse python3
 	python3-license-expression lava-common pandoc"
 test_packages="libxml2-utils gcovr"
+prove_packages="z3"
 clang_packages="clang-19 llvm-19 libclang-rt-19-dev"
 twin_packages="qemu-system-x86 seabios"
 package_packages="git kmod dpkg-dev debhelper dh-dkms dkms fakeroot lintian man-db qemu-user"
