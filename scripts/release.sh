@@ -76,8 +76,11 @@ what_built() {
 # write_bills TREE FOLDER VERSION
 write_bills() {
 	what_built >"$release_dir/built_with" || return 1
-	python3 "$root/scripts/bill.py" source "$2/flash_mng-$3.tar.gz" "$1" "$3" "$(source_date "$1")" "$release_dir/built_with" \
-		>"$2/flash_mng-$3.tar.gz.spdx.json" || return 1
+	rm -rf "$release_dir/unpacked"
+	mkdir "$release_dir/unpacked"
+	tar -C "$release_dir/unpacked" --strip-components=1 -xzf "$2/flash_mng-$3.tar.gz" &&
+		python3 "$root/scripts/bill.py" source "$2/flash_mng-$3.tar.gz" "$release_dir/unpacked" "$3" "$(source_date "$1")" \
+			"$release_dir/built_with" >"$2/flash_mng-$3.tar.gz.spdx.json" || return 1
 	for released_package in "$2"/*.deb; do
 		rm -rf "$release_dir/unpacked"
 		dpkg-deb -x "$released_package" "$release_dir/unpacked" &&

@@ -115,6 +115,9 @@ test_same_bytes() {
 		[ -s "$made/$made_file" ] || release_wrong "no $made_file"
 	done
 	[ "$(cat "$made/NOTES.md")" = "$(printf '## 1.2, 2026-11-22\n\nNews of 1.2.')" ] || release_wrong "the notes are not those of 1.2"
+	tar -C "$release_scratch" -xzf "$made/flash_mng-1.2.tar.gz"
+	"$release_source/tests/release/bill_check.py" "$made/flash_mng-1.2.tar.gz.spdx.json" "$made/flash_mng-1.2.tar.gz" \
+		"$release_scratch/flash_mng-1.2" >"$release_scratch/output" || release_wrong "the bill is not that of the archive"
 	cp -a "$made" "$release_scratch/given"
 }
 
