@@ -404,6 +404,13 @@ cppcheck_findings() {
 		--suppress=missingIncludeSystem -Iflash_mng_kernel -Iflash_mng_kernel/include -Isimulation "$@" 2>&1)
 }
 
+# naming_findings: the dialect where clang-tidy does not read; .clang-tidy has the rule. The name of the table of commands is given.
+naming_findings() {
+	our_files '*.cpp' '*.hpp' | (cd "$root" && xargs grep -nE \
+		-e '\bm_[a-z][a-z0-9_]*\b' -e '^(static |inline )*const(expr)? [^=({*]*\bg_[a-z0-9_]+(\[[a-z0-9_]*\])?( =|\{)') |
+		grep -v 'constexpr flash_command g_flash_ioctl_cmd'
+}
+
 format_findings() {
 	our_files '*.cpp' '*.hpp' | (cd "$root" && xargs clang-format --dry-run 2>&1)
 }
@@ -553,6 +560,7 @@ check_sources() {
 	check cppcheck "C++: cppcheck" nothing_in cppcheck_findings flash_mng_kernel/frame flash_mng_kernel/config \
 		flash_mng_kernel/datapath flash_mng_kernel/ioctl flash_mng_kernel/spi tools
 	check format "C++: clang-format" nothing_in format_findings
+	check naming "C++: names of members and of constants" nothing_in naming_findings
 	# shellcheck disable=SC2046 # names without blanks
 	check shell "shell: shellcheck and dash" nothing_in shell_findings $(shell_programs)
 	check names "shell: no name is taken twice by accident" nothing_in twice_named_findings "$shared_names"

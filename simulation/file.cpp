@@ -5,16 +5,18 @@
 //
 // filp_close() closes a file for its user at once. The block device is released when the task returns to user space: only then is the
 // last close made, and until then the device keeps its number, whatever becomes of the MTD device.
+#include "kernel/file.h"
+
+#include <fcntl.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <fcntl.h>
 #include <map>
 #include <memory>
 #include <vector>
 
 #include "block_device.hpp"
-#include "kernel/file.h"
 #include "mtd.hpp"
 #include "simulation.hpp"
 
@@ -32,7 +34,7 @@ namespace simulation {
 
 namespace {
 
-constexpr std::size_t g_most_bytes_at_once = 0x7ffff000;
+constexpr std::size_t most_bytes_at_once = 0x7ffff000;
 
 std::vector<std::unique_ptr<file>> g_open;
 std::map<int, std::shared_ptr<block_device>> g_block_devices; // by their number; those with files only
@@ -105,7 +107,7 @@ void use_own_position_locked(const char *function, const file &file, const long 
 std::size_t transferable_locked(const file &file, std::size_t count)
 {
 	const auto left = file.device->size() - static_cast<std::uint64_t>(file.position);
-	return static_cast<std::size_t>(std::min<std::uint64_t>({count, g_most_bytes_at_once, left}));
+	return static_cast<std::size_t>(std::min<std::uint64_t>({count, most_bytes_at_once, left}));
 }
 
 } // namespace

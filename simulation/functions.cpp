@@ -84,7 +84,7 @@ struct named_function {
 #name, caller < name> ::count, caller < name> ::call                                                                       \
 	}
 
-constexpr std::array g_functions = {
+constexpr std::array functions = {
 	// exported
 	FUNCTION(drv_flash_mtd_read),
 	FUNCTION(drv_flash_mtd_write),
@@ -161,7 +161,7 @@ struct named_global {
 #name, &name, sizeof(name)                                                                                                 \
 	}
 
-const std::array g_globals = {
+const std::array globals = {
 	GLOBAL(g_flash_config_list),   GLOBAL(g_usrdata_mtd_name),	  GLOBAL(g_usrdata_mtd_name_known),
 	GLOBAL(g_flash_mtd_info_list), GLOBAL(g_flash_mtd_info_list_num), GLOBAL(g_spi_flash_info_list),
 	GLOBAL(g_flash_funcs),	       GLOBAL(g_flash_mng_patch),
@@ -180,7 +180,7 @@ std::vector<image> images_of_globals()
 {
 	std::vector<image> images;
 
-	for (const auto &global : g_globals)
+	for (const auto &global : globals)
 		images.emplace_back(bytes_of(global).begin(), bytes_of(global).end());
 	return images;
 }
@@ -196,13 +196,13 @@ template <typename table> const auto &row_named(const table &rows, std::string_v
 }
 
 // Taken before main(), so before any code of the module runs.
-const std::vector<image> g_images = images_of_globals();
+const std::vector<image> program_images = images_of_globals();
 
 } // namespace
 
 std::uint64_t call_function(std::string_view name, std::span<const std::uint64_t> arguments)
 {
-	const auto &function = row_named(g_functions, name);
+	const auto &function = row_named(functions, name);
 
 	if (arguments.size() != function.parameters)
 		misuse("%s takes %zu arguments and is called with %zu", function.name.data(), function.parameters, arguments.size());
@@ -211,13 +211,13 @@ std::uint64_t call_function(std::string_view name, std::span<const std::uint64_t
 
 std::span<const std::byte> global_named(std::string_view name)
 {
-	return bytes_of(row_named(g_globals, name));
+	return bytes_of(row_named(globals, name));
 }
 
 void refresh_globals()
 {
-	for (std::size_t i = 0; i < g_globals.size(); ++i)
-		std::memcpy(g_globals[i].address, g_images[i].data(), g_globals[i].size);
+	for (std::size_t i = 0; i < globals.size(); ++i)
+		std::memcpy(globals[i].address, program_images[i].data(), globals[i].size);
 }
 
 } // namespace simulation

@@ -7,9 +7,9 @@
 #include <cstring>
 #include <memory>
 
-#include "harness.hpp"
 #include "flash_mng.h"
 #include "functions.hpp"
+#include "harness.hpp"
 #include "kernel/device.h"
 #include "simulation.hpp"
 
@@ -19,8 +19,8 @@ namespace {
 
 bool g_loaded;
 
-constexpr int g_highest_errno = 4095;
-constexpr int g_no_such_command = 515; // Linux's ENOIOCTLCMD, which programs see as ENOTTY
+constexpr int highest_errno = 4095;
+constexpr int no_such_command = 515; // Linux's ENOIOCTLCMD, which programs see as ENOTTY
 
 // One argument in kernel memory of exactly its size, so that a sanitizer sees every byte beyond it.
 class kernel_argument {
@@ -337,9 +337,9 @@ ioctl_result ioctl(uint32_t command, uint64_t address)
 	if (answer > UINT32_MAX)
 		simulation::misuse("command %#x answers with %#llx, which is no code", command, static_cast<unsigned long long>(answer));
 	const int result = static_cast<int>(witnessed("command " + std::to_string(command), answer)); // Linux 5.10 keeps it in an int
-	if (result == -g_no_such_command)
+	if (result == -no_such_command)
 		return {-1, ENOTTY};
-	if (result < 0 && result >= -g_highest_errno)
+	if (result < 0 && result >= -highest_errno)
 		return {-1, -result};
 	return {result, 0};
 }

@@ -13,8 +13,8 @@ namespace simulation {
 
 namespace {
 
-constexpr u32 g_capability_bom = 0x100000;
-constexpr u32 g_hard_lock_operation = 720;
+constexpr u32 capability_bom = 0x100000;
+constexpr u32 hard_lock_operation = 720;
 
 struct hard_lock {
 	u32 inst_id;
@@ -40,7 +40,7 @@ u32 drv_board_get_bom_value(u32 inst_id, u32 capability, u32 *bom_value)
 {
 	if (auto forced = seen(call::drv_board_get_bom_value, {inst_id, capability, bom_value}))
 		return static_cast<u32>(*forced);
-	if (capability != g_capability_bom)
+	if (capability != capability_bom)
 		return CAPABILITY_UNKNOWN;
 	*bom_value = facts_of_instance(inst_id).bom;
 	return 0;
@@ -68,7 +68,7 @@ u32 drv_hard_trylock(u32 inst_id, u32 lock_type, struct hard_lock_request *reque
 	const auto stated = stated_lock_values(inst_id, lock_type);
 	state_guard guard;
 
-	if (!request || request->operation != g_hard_lock_operation || request->inst_id != inst_id || request->reserved0 ||
+	if (!request || request->operation != hard_lock_operation || request->inst_id != inst_id || request->reserved0 ||
 	    request->reserved1)
 		return HARD_LOCK_BAD_REQUEST;
 	if (stated && request->lock_val != stated->lock)

@@ -9,8 +9,8 @@ using namespace simulation;
 
 namespace {
 
-list_head *const g_poison_next = reinterpret_cast<list_head *>(0x100);
-list_head *const g_poison_prev = reinterpret_cast<list_head *>(0x122);
+list_head *const poison_next = reinterpret_cast<list_head *>(0x100);
+list_head *const poison_prev = reinterpret_cast<list_head *>(0x122);
 
 } // namespace
 
@@ -37,12 +37,12 @@ void linux_list_del(struct list_head *entry)
 		return;
 	state_guard guard;
 
-	if (entry->next == g_poison_next || entry->prev == g_poison_prev)
+	if (entry->next == poison_next || entry->prev == poison_prev)
 		misuse("linux_list_del(): the entry was removed already");
 	if (entry->next->prev != entry || entry->prev->next != entry)
 		misuse("linux_list_del(): the links around the entry are broken");
 	entry->next->prev = entry->prev;
 	entry->prev->next = entry->next;
-	entry->next = g_poison_next;
-	entry->prev = g_poison_prev;
+	entry->next = poison_next;
+	entry->prev = poison_prev;
 }

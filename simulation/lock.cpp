@@ -4,12 +4,13 @@
 // and the storage is filled with a pattern that must still be there when the lock is used.
 //
 // Lock order: the module never holds two locks at once.
+#include "kernel/lock.h"
+
 #include <algorithm>
 #include <array>
 #include <map>
 #include <thread>
 
-#include "kernel/lock.h"
 #include "kernel/spinlock.h"
 #include "simulation.hpp"
 
@@ -17,7 +18,7 @@ namespace simulation {
 
 namespace {
 
-constexpr unsigned char g_pattern = 0x6c;
+constexpr unsigned char pattern = 0x6c;
 
 struct lock_state {
 	const char *kind;
@@ -39,7 +40,7 @@ void init(void *storage, std::size_t size, const char *kind, const char *name, i
 
 	if (known != g_locks.end() && known->second.free != known->second.initial)
 		misuse("%s %p is initialised while it is held", kind, storage);
-	std::fill_n(static_cast<unsigned char *>(storage), size, g_pattern);
+	std::fill_n(static_cast<unsigned char *>(storage), size, pattern);
 	g_locks[address] = {kind, name, size, count, count, {}};
 }
 
@@ -51,7 +52,7 @@ void know_static(const char *kind, void *storage, std::size_t size)
 
 	if (g_locks.contains(address))
 		return;
-	std::fill_n(static_cast<unsigned char *>(storage), size, g_pattern);
+	std::fill_n(static_cast<unsigned char *>(storage), size, pattern);
 	g_locks[address] = {kind, kind, size, 1, 1, {}};
 }
 
@@ -62,7 +63,7 @@ lock_state &state_of_locked(const char *function, const void *storage)
 	if (found == g_locks.end())
 		misuse("%s(%p): the lock was never initialised, or its memory was freed", function, storage);
 	const auto *bytes = static_cast<const unsigned char *>(storage);
-	if (!std::all_of(bytes, bytes + found->second.size, [](unsigned char byte) { return byte == g_pattern; }))
+	if (!std::all_of(bytes, bytes + found->second.size, [](unsigned char byte) { return byte == pattern; }))
 		misuse("%s(%p): the %s's storage was overwritten", function, storage, found->second.kind);
 	return found->second;
 }

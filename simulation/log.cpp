@@ -18,7 +18,7 @@ namespace simulation {
 
 namespace {
 
-constexpr std::size_t g_text_size = 240; // with the NUL; a longer text is cut
+constexpr std::size_t text_size = 240; // with the NUL; a longer text is cut
 
 // The kernel writes 0x in front of a zero too where the C library leaves it away.
 std::string as_the_kernel_formats(std::string_view format)
@@ -95,7 +95,7 @@ u32 drv_log_deregister(u32 module_id)
 
 void drv_log_record(u32 module_id, u32 level, u32 flag, const char *fmt, ...)
 {
-	std::array<char, g_text_size> text;
+	std::array<char, text_size> text;
 	va_list values;
 
 	if (seen(call::drv_log_record, {module_id, level, flag, fmt}))

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // Linux's allocators on malloc(): exact sizes, so that a sanitizer sees every byte beyond them, and a registry of what is live.
+#include "kernel/memory.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <map>
 
-#include "kernel/memory.h"
 #include "simulation.hpp"
 
 namespace simulation {
@@ -20,10 +21,10 @@ struct block {
 };
 
 // Linux's answer to a request for no bytes, and the largest request that its heap can serve with 4 KiB pages.
-void *const g_no_bytes = reinterpret_cast<void *>(16);
-constexpr std::size_t g_largest_heap_request = std::size_t(4) << 20;
+void *const no_bytes = reinterpret_cast<void *>(16);
+constexpr std::size_t largest_heap_request = std::size_t(4) << 20;
 // How far memory that Linux does not clear is filled, to show who relies on its content.
-constexpr std::size_t g_filled = std::size_t(16) << 20;
+constexpr std::size_t filled = std::size_t(16) << 20;
 
 std::map<std::uintptr_t, block> g_live;
 std::size_t g_live_bytes;
@@ -38,7 +39,7 @@ void *taken(std::size_t size, pool from, bool zeroed)
 	if (!memory)
 		return nullptr;
 	if (!zeroed)
-		std::memset(memory, 0xa5, std::min(size, g_filled));
+		std::memset(memory, 0xa5, std::min(size, filled));
 	else if (g_call_scheduler)
 		std::memset(memory, 0, size);
 	g_live.emplace(reinterpret_cast<std::uintptr_t>(memory), block{size, from});
@@ -49,8 +50,8 @@ void *taken(std::size_t size, pool from, bool zeroed)
 void *from_heap(std::size_t size)
 {
 	if (size == 0)
-		return g_no_bytes;
-	return size > g_largest_heap_request ? nullptr : taken(size, pool::heap, true);
+		return no_bytes;
+	return size > largest_heap_request ? nullptr : taken(size, pool::heap, true);
 }
 
 void *from_virtual_memory(std::size_t size, bool zeroed)
@@ -157,7 +158,7 @@ char *linux_kstrdup(const char *text)
 
 void kfree(const void *memory)
 {
-	if (seen(call::kfree, {memory}) || !memory || memory == g_no_bytes)
+	if (seen(call::kfree, {memory}) || !memory || memory == no_bytes)
 		return;
 	given_back("kfree", memory, pool::heap);
 }

@@ -20,7 +20,7 @@ struct signature {
 	std::string_view letters;
 };
 
-constexpr std::array g_signatures = {
+constexpr std::array signatures = {
 #define FLASH_CALL(name, arguments) signature{#name, arguments},
 #include "calls.def"
 #undef FLASH_CALL
@@ -37,9 +37,9 @@ struct fault {
 };
 
 // Functions that may be called with a spinlock held.
-constexpr std::array g_never_sleep = {call::linux_spin_lock, call::linux_spin_unlock, call::linux_list_add_tail,
-				      call::linux_list_del,  call::memcpy_s,	      call::memset_s,
-				      call::strcpy_s};
+constexpr std::array never_sleep = {call::linux_spin_lock, call::linux_spin_unlock, call::linux_list_add_tail,
+				    call::linux_list_del,  call::memcpy_s,	    call::memset_s,
+				    call::strcpy_s};
 
 struct interruption {
 	call which;
@@ -125,8 +125,8 @@ bool strikes_locked(fault &fault)
 
 call call_named(std::string_view function)
 {
-	for (std::size_t i = 0; i < g_signatures.size(); ++i) {
-		if (g_signatures[i].name == function)
+	for (std::size_t i = 0; i < signatures.size(); ++i) {
+		if (signatures[i].name == function)
 			return static_cast<call>(i);
 	}
 	misuse("%.*s is named, which calls.def does not list", static_cast<int>(function.size()), function.data());
@@ -165,7 +165,7 @@ void arm_locked(fault fault)
 {
 	if (fault.remaining == 0)
 		misuse("a fault is armed for call 0 of %s; the first call is 1",
-		       g_signatures[static_cast<std::size_t>(fault.which)].name.data());
+		       signatures[static_cast<std::size_t>(fault.which)].name.data());
 	g_faults.push_back(std::move(fault));
 }
 
@@ -197,7 +197,7 @@ std::mutex &state_mutex()
 
 std::optional<long long> seen(call which, std::initializer_list<traced> arguments)
 {
-	const signature &function = g_signatures[static_cast<std::size_t>(which)];
+	const signature &function = signatures[static_cast<std::size_t>(which)];
 	auto text = rendered(function, arguments);
 	std::function<void()> action;
 	std::optional<long long> forced;
@@ -205,7 +205,7 @@ std::optional<long long> seen(call which, std::initializer_list<traced> argument
 	if (g_call_scheduler)
 		if (const auto decided = g_call_scheduler->at_call(which, text, arguments))
 			return decided;
-	if (std::find(g_never_sleep.begin(), g_never_sleep.end(), which) == g_never_sleep.end())
+	if (std::find(never_sleep.begin(), never_sleep.end(), which) == never_sleep.end())
 		must_not_sleep_here(function.name.data());
 	{
 		state_guard guard;
@@ -239,7 +239,7 @@ void forge(std::string_view function, long long result, unsigned argument, std::
 	state_guard guard;
 	const call which = call_named(function);
 
-	if (argument >= g_signatures[static_cast<std::size_t>(which)].letters.size())
+	if (argument >= signatures[static_cast<std::size_t>(which)].letters.size())
 		misuse("%.*s has no argument %u", static_cast<int>(function.size()), function.data(), argument);
 	arm_locked({which, nth, false, result, false, argument, {content.begin(), content.end()}});
 }

@@ -2,21 +2,23 @@
 //
 // Memory of the calling program and the copies to and from it. Only memory made by user_memory() counts as the program's; a copy stops
 // at the first byte that the program could not touch itself. A copy of a whole record is one of so many bytes.
+#include "kernel/user_copy.h"
+
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <cstring>
 #include <map>
-#include <sys/mman.h>
 
-#include "kernel/user_copy.h"
 #include "simulation.hpp"
 
 namespace simulation {
 
 namespace {
 
-constexpr std::size_t g_page = 4096;
-constexpr std::uint64_t g_end_of_user_addresses = std::uint64_t(1) << 48;
-constexpr unsigned long g_largest_count = 0x7fffffff;
+constexpr std::size_t page_size = 4096;
+constexpr std::uint64_t end_of_user_addresses = std::uint64_t(1) << 48;
+constexpr unsigned long largest_count = 0x7fffffff;
 
 std::map<std::uint64_t, harness::access> g_pages;
 std::map<void *, std::size_t> g_mappings; // with the unmapped page behind each
@@ -37,13 +39,13 @@ void set_access_locked(std::uint64_t start, std::size_t length, harness::access 
 {
 	if (mprotect(reinterpret_cast<void *>(start), length, protection(mode)) != 0)
 		misuse("mprotect() of user memory failed");
-	for (std::uint64_t page = start; page < start + length; page += g_page)
+	for (std::uint64_t page = start; page < start + length; page += page_size)
 		g_pages[page] = mode;
 }
 
 bool allowed_locked(std::uint64_t address, bool write)
 {
-	const auto page = g_pages.find(address & ~std::uint64_t(g_page - 1));
+	const auto page = g_pages.find(address & ~std::uint64_t(page_size - 1));
 
 	if (page == g_pages.end() || page->second == harness::access::none)
 		return false;
@@ -56,13 +58,13 @@ unsigned long reachable_locked(std::uint64_t address, unsigned long count, bool 
 	unsigned long reachable = 0;
 
 	while (reachable < count && allowed_locked(address + reachable, write))
-		reachable += g_page - (address + reachable) % g_page;
+		reachable += page_size - (address + reachable) % page_size;
 	return std::min(reachable, count);
 }
 
 bool is_user_range(std::uint64_t address, unsigned long count)
 {
-	return count <= g_end_of_user_addresses && address <= g_end_of_user_addresses - count;
+	return count <= end_of_user_addresses && address <= end_of_user_addresses - count;
 }
 
 // Linux refuses copies that leave a kernel object.
@@ -79,12 +81,12 @@ void check_kernel_object(const char *function, const void *memory, unsigned long
 std::uint8_t *user_memory(std::size_t size, harness::access mode)
 {
 	state_guard guard;
-	const auto whole = std::max<std::size_t>((size + g_page - 1) / g_page * g_page, g_page);
-	void *mapping = mmap(nullptr, whole + g_page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+	const auto whole = std::max<std::size_t>((size + page_size - 1) / page_size * page_size, page_size);
+	void *mapping = mmap(nullptr, whole + page_size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
 
 	if (mapping == MAP_FAILED)
 		misuse("mmap() of %zu bytes of user memory failed", whole);
-	g_mappings.emplace(mapping, whole + g_page);
+	g_mappings.emplace(mapping, whole + page_size);
 	set_access_locked(reinterpret_cast<std::uint64_t>(mapping), whole, mode);
 	return static_cast<std::uint8_t *>(mapping) + whole - size;
 }
@@ -92,10 +94,10 @@ std::uint8_t *user_memory(std::size_t size, harness::access mode)
 void protect(void *memory, std::size_t size, harness::access mode)
 {
 	state_guard guard;
-	const auto start = reinterpret_cast<std::uint64_t>(memory) / g_page * g_page;
-	const auto end = (reinterpret_cast<std::uint64_t>(memory) + size + g_page - 1) / g_page * g_page;
+	const auto start = reinterpret_cast<std::uint64_t>(memory) / page_size * page_size;
+	const auto end = (reinterpret_cast<std::uint64_t>(memory) + size + page_size - 1) / page_size * page_size;
 
-	for (auto page = start; page < end; page += g_page) {
+	for (auto page = start; page < end; page += page_size) {
 		if (!g_pages.contains(page))
 			misuse("protect(): the range is no user memory");
 	}
@@ -120,7 +122,7 @@ unsigned long linux_copy_to_user(unsigned long user_address, const void *from, u
 {
 	if (auto forced = seen(call::linux_copy_to_user, {user_address, from, count}))
 		return static_cast<unsigned long>(*forced);
-	if (count > g_largest_count)
+	if (count > largest_count)
 		return count;
 	check_kernel_object("linux_copy_to_user", from, count);
 	if (!is_user_range(user_address, count))
@@ -137,7 +139,7 @@ unsigned long linux_copy_from_user(void *to, unsigned long user_address, unsigne
 {
 	if (auto forced = seen(call::linux_copy_from_user, {to, user_address, count}))
 		return static_cast<unsigned long>(*forced);
-	if (count > g_largest_count)
+	if (count > largest_count)
 		return count;
 	check_kernel_object("linux_copy_from_user", to, count);
 	state_guard guard;

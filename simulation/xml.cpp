@@ -4,11 +4,12 @@
 //   <board> <instance> <module name> <node name> <entry name attribute...> <element>text</element>
 #include "platform/xml.h"
 
+#include <pugixml.hpp>
+
 #include <charconv>
 #include <cstring>
 #include <deque>
 #include <map>
-#include <pugixml.hpp>
 
 #include "../../reference_platform/include/platform_status.h"
 #include "simulation.hpp"

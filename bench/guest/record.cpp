@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "record.hpp"
 
-#include "requests.hpp"
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
 #include <limits>
 #include <sstream>
+
+#include "requests.hpp"
 
 namespace bench {
 

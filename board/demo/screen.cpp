@@ -8,7 +8,7 @@ namespace tour {
 
 namespace {
 
-std::vector<std::string> surprises;
+std::vector<std::string> g_surprises;
 
 } // namespace
 
@@ -22,16 +22,16 @@ void expect(bool holds, const std::string &what)
 {
 	std::printf("   %s %s\n", holds ? "[ok]  " : "[FAIL]", what.c_str());
 	if (!holds)
-		surprises.push_back(what);
+		g_surprises.push_back(what);
 }
 
 int verdict()
 {
-	if (surprises.empty()) {
+	if (g_surprises.empty()) {
 		std::puts("\nAll was as expected.");
 		return 0;
 	}
-	std::printf("\n%zu of the checks did not hold; the first: %s\n", surprises.size(), surprises.front().c_str());
+	std::printf("\n%zu of the checks did not hold; the first: %s\n", g_surprises.size(), g_surprises.front().c_str());
 	return 1;
 }
 

@@ -16,7 +16,7 @@ namespace {
 
 constexpr char log_file[] = "/sys/kernel/debug/log/records";
 
-unsigned long next_record;
+unsigned long g_next_record;
 
 } // namespace
 
@@ -29,12 +29,12 @@ void show_log()
 		unsigned long sequence = 0;
 		unsigned long long time_ms = 0;
 		unsigned module_id = 0, level = 0, flag = 0;
-		if (!(fields >> sequence >> time_ms >> module_id >> level >> flag) || sequence < next_record)
+		if (!(fields >> sequence >> time_ms >> module_id >> level >> flag) || sequence < g_next_record)
 			continue;
 		std::string text;
 		std::getline(fields >> std::ws, text);
 		std::printf("   log %2u level %u  %s\n", module_id, level, text.c_str());
-		next_record = sequence + 1;
+		g_next_record = sequence + 1;
 		shown = true;
 	}
 	if (shown)
@@ -45,7 +45,7 @@ void skip_log()
 {
 	std::ifstream records(log_file);
 	for (std::string line; std::getline(records, line);)
-		next_record = std::stoul(line) + 1;
+		g_next_record = std::stoul(line) + 1;
 }
 
 std::string mtd_line(const std::string &name)

@@ -16,21 +16,21 @@ constexpr u32 default_instance = 0xFFFFFFFF;
 
 // What a load has registered. A load that fails with a positive code leaves the module in the kernel: its unload must then find
 // nothing to undo.
-constinit bool log_registered = false;
-constinit bool device_registered = false;
+constinit bool g_log_registered = false;
+constinit bool g_device_registered = false;
 
 void remove_log()
 {
-	if (log_registered)
+	if (g_log_registered)
 		drv_log_deregister(module_log);
-	log_registered = false;
+	g_log_registered = false;
 }
 
 void remove_device()
 {
-	if (device_registered)
+	if (g_device_registered)
 		misc_deregister(&misc_dev);
-	device_registered = false;
+	g_device_registered = false;
 }
 
 struct load_result {
@@ -54,7 +54,7 @@ load_result serve()
 {
 	if (const int error = misc_register(&misc_dev))
 		return {static_cast<u32>(error), "device register fail"};
-	device_registered = true;
+	g_device_registered = true;
 
 	const load_result result = build_tables();
 	if (result.code)
@@ -66,7 +66,7 @@ load_result start()
 {
 	if (const u32 code = drv_log_register(module_log, module_name, log_size))
 		return {code, "log register fail"};
-	log_registered = true;
+	g_log_registered = true;
 
 	const load_result result = serve();
 	if (result.code)

@@ -12,24 +12,24 @@ template <typename record> class list_of {
 public:
 	class iterator {
 	public:
-		explicit iterator(list_head *link) : m_link(link) {}
+		explicit iterator(list_head *link) : link_(link) {}
 
-		record &operator*() const { return *reinterpret_cast<record *>(reinterpret_cast<char *>(m_link) - offsetof(record, link)); }
+		record &operator*() const { return *reinterpret_cast<record *>(reinterpret_cast<char *>(link_) - offsetof(record, link)); }
 		iterator &operator++()
 		{
-			m_link = m_link->next;
+			link_ = link_->next;
 			return *this;
 		}
-		bool operator==(const iterator &other) const { return m_link == other.m_link; }
+		bool operator==(const iterator &other) const { return link_ == other.link_; }
 
 	private:
-		list_head *m_link;
+		list_head *link_;
 	};
 
-	explicit list_of(list_head &head) : m_head(head) {}
+	explicit list_of(list_head &head) : head_(head) {}
 
-	iterator begin() const { return iterator(m_head.next); }
-	iterator end() const { return iterator(&m_head); }
+	iterator begin() const { return iterator(head_.next); }
+	iterator end() const { return iterator(&head_); }
 
 	// The first record that fits, or NULL. Under whatever lock the list asks for.
 	template <typename predicate> record *first(predicate fits) const NOT_SHARED
@@ -41,7 +41,7 @@ public:
 	}
 
 private:
-	list_head &m_head;
+	list_head &head_;
 };
 
 } // namespace flash_mng

@@ -16,7 +16,7 @@
 namespace completeness {
 namespace {
 
-constexpr long g_least_cases = 500;
+constexpr long least_cases = 500;
 
 // Codes that a function would hand on and that cannot come up.
 struct impossible {
@@ -25,7 +25,7 @@ struct impossible {
 	const char *reason;
 };
 
-constexpr impossible g_impossible[] = {
+constexpr impossible impossible_messages[] = {
 	{"flash_get_nand_part_info", "FLASH_MNG_NULL_POINTER", "it asks with a record of its own"},
 };
 
@@ -98,7 +98,7 @@ protected:
 
 	static bool is_impossible(const std::string &what)
 	{
-		return std::any_of(std::begin(g_impossible), std::end(g_impossible),
+		return std::any_of(std::begin(impossible_messages), std::end(impossible_messages),
 				   [&](const impossible &one) { return what == one.function + std::string(" ") + one.code; });
 	}
 
@@ -125,7 +125,7 @@ TEST_F(completeness, the_sources_are_understood)
 
 TEST_F(completeness, there_are_many_cases)
 {
-	EXPECT_GE(g_cases, g_least_cases);
+	EXPECT_GE(g_cases, least_cases);
 }
 
 TEST_F(completeness, every_message_has_a_case)
@@ -141,7 +141,7 @@ TEST_F(completeness, every_code_has_a_case)
 TEST_F(completeness, what_is_impossible_is_never_shown)
 {
 	const auto rows = code_rows();
-	for (const impossible &one : g_impossible) {
+	for (const impossible &one : impossible_messages) {
 		const auto found = std::find_if(rows.begin(), rows.end(),
 						[&](const row &row) { return row.what == one.function + std::string(" ") + one.code; });
 		EXPECT_TRUE(found != rows.end() && found->by.cases == 0) << one.function << " " << one.code << " (" << one.reason << ")";

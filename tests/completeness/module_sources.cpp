@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "module_sources.hpp"
 
-#include "answers.hpp"
-
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <regex>
 #include <sstream>
 #include <vector>
+
+#include "answers.hpp"
 
 namespace completeness {
 
@@ -52,7 +52,7 @@ std::vector<function> functions_of(const std::string &text)
 	return functions;
 }
 
-const std::map<std::string, std::string> g_message_words = {
+const std::map<std::string, std::string> message_words = {
 	{"common_log", "0"}, {"module_log", "27"}, {"serious", "1"}, {"ordinary", "2"}, {"trace", "3"}};
 
 void read_messages(module_sources &sources, const std::string &file, const std::string &text)
@@ -65,10 +65,10 @@ void read_messages(module_sources &sources, const std::string &file, const std::
 	if (understood.size() != matches(text, any).size())
 		sources.puzzles.insert(file + ": a message without a literal text");
 	for (const std::smatch &match : understood) {
-		if (!g_message_words.contains(match[1]) || !g_message_words.contains(match[2]))
+		if (!message_words.contains(match[1]) || !message_words.contains(match[2]))
 			sources.puzzles.insert(file + ": " + match.str());
 		else
-			sources.messages.insert("log " + g_message_words.at(match[1]) + " " + g_message_words.at(match[2]) + " " +
+			sources.messages.insert("log " + message_words.at(match[1]) + " " + message_words.at(match[2]) + " " +
 						joined_literals(match[3]));
 	}
 	for (const std::smatch &match : matches(text, failure))

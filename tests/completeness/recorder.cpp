@@ -64,10 +64,10 @@ void answered(std::string_view function, std::uint32_t code)
 	note("code " + std::string(function) + " " + std::to_string(code));
 }
 
-constexpr simulation::witness g_recording = {called, answered};
+constexpr simulation::witness recording = {called, answered};
 
 class recorder : public testing::EmptyTestEventListener {
-	void OnTestProgramStart(const testing::UnitTest &) override { simulation::g_witness = &g_recording; }
+	void OnTestProgramStart(const testing::UnitTest &) override { simulation::g_witness = &recording; }
 
 	// Part of a suite shows nothing about the whole.
 	void OnTestProgramEnd(const testing::UnitTest &suite) override
@@ -83,7 +83,7 @@ class recorder : public testing::EmptyTestEventListener {
 };
 
 // The list owns it.
-const bool g_listening = [] {
+const bool listening = [] {
 	testing::UnitTest::GetInstance()->listeners().Append(new recorder);
 	return true;
 }();

@@ -22,7 +22,7 @@ protected:
 	sources()
 	{
 		char folder[] = "/tmp/flash_mng_sources_XXXXXX";
-		m_folder = mkdtemp(folder);
+		folder_ = mkdtemp(folder);
 		plant("flash_mng_kernel/include/uapi/flash_mng.h", "#define FLASH_MNG_OK 0u\n#define FLASH_MNG_INVALID 418u\n"
 								   "#define FLASH_MNG_NOT_FOUND 427u\n#define FLASH_MNG_ASK 0x80045406u\n");
 		plant("flash_mng_kernel/frame/control_device.cpp",
@@ -34,15 +34,15 @@ protected:
 		plant("simulation/functions.cpp", "\tFUNCTION(asked),\n");
 	}
 
-	~sources() override { files::remove_all(m_folder); }
+	~sources() override { files::remove_all(folder_); }
 
 	void plant(const std::string &file, const std::string &text) const
 	{
-		files::create_directories((m_folder / file).parent_path());
-		std::ofstream(m_folder / file) << text;
+		files::create_directories((folder_ / file).parent_path());
+		std::ofstream(folder_ / file) << text;
 	}
 
-	module_sources read() const { return read_module_sources(m_folder); }
+	module_sources read() const { return read_module_sources(folder_); }
 
 	// With the lines as the function's body, and two helpers.
 	module_sources read(const std::string &lines, const std::string &others = "") const
@@ -72,7 +72,7 @@ protected:
 	}
 
 private:
-	files::path m_folder;
+	files::path folder_;
 };
 
 TEST_F(sources, has_the_codes_that_are_returned)

@@ -186,7 +186,7 @@ protected:
 	int largest = -1;
 };
 
-const call_list g_after_bad_seek = {"vfs_llseek", "drv_log_record", "filp_close"};
+const call_list after_bad_seek = {"vfs_llseek", "drv_log_record", "filp_close"};
 
 call_list last_three_calls()
 {
@@ -203,7 +203,7 @@ TEST_P(datapath_block_seek, to_another_place_ends_a_read)
 	EXPECT_EQ(mtd_read("largest", GetParam().asked, &buf, 4), failed);
 	EXPECT_EQ(harness::log(),
 		  log_lines{own_log(ordinary, "mtd read: mtd largest lseek failed, ret = " + decimal(GetParam().printed) + " ")});
-	EXPECT_EQ(last_three_calls(), g_after_bad_seek);
+	EXPECT_EQ(last_three_calls(), after_bad_seek);
 	EXPECT_EQ(harness::held().open_files, 0);
 	EXPECT_EQ(buf, bytes(4, 0xEE));
 }
@@ -214,7 +214,7 @@ TEST_P(datapath_block_seek, to_another_place_ends_a_write)
 	EXPECT_EQ(mtd_write("largest", GetParam().asked, pattern(4), 4), failed);
 	EXPECT_EQ(harness::log(),
 		  log_lines{own_log(ordinary, "mtd write: mtd largest lseek failed, ret = " + decimal(GetParam().printed) + " ")});
-	EXPECT_EQ(last_three_calls(), g_after_bad_seek);
+	EXPECT_EQ(last_three_calls(), after_bad_seek);
 	EXPECT_EQ(harness::held().open_files, 0);
 	EXPECT_EQ(harness::mtd_content(largest, 0, 4), bytes(4, 0xFF));
 }

@@ -16,7 +16,7 @@ template <typename row> std::string name_of_range(const testing::TestParamInfo<r
 	return hexadecimal(info.param.len) + "_at_" + hexadecimal(info.param.offset);
 }
 
-const auto g_statuses = testing::Values(1u, 5u, 0x811B0001u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFBu, 0xFFFFFFFFu);
+const auto statuses = testing::Values(1u, 5u, 0x811B0001u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFBu, 0xFFFFFFFFu);
 
 std::string name_of_status(const testing::TestParamInfo<uint32_t> &row)
 {
@@ -178,7 +178,7 @@ TEST_P(datapath_normal_status, of_a_write_comes_back_unchanged)
 	expect_unchanged(nand);
 }
 
-INSTANTIATE_TEST_SUITE_P(of, datapath_normal_status, g_statuses, name_of_status);
+INSTANTIATE_TEST_SUITE_P(of, datapath_normal_status, statuses, name_of_status);
 
 class datapath_normal_range : public on_three_partitions, public testing::WithParamInterface<range> {};
 
@@ -376,11 +376,11 @@ TEST_P(datapath_total_read_status, of_the_copy_comes_back_after_free_and_message
 	EXPECT_EQ(buf, bytes(16, 0xEE));
 }
 
-INSTANTIATE_TEST_SUITE_P(of, datapath_total_read_status, g_statuses, name_of_status);
+INSTANTIATE_TEST_SUITE_P(of, datapath_total_read_status, statuses, name_of_status);
 
 // ---------------------------------------------------------------------------------------------------------------- the total road: writes
 
-constexpr uint32_t g_avail = 0x20000;
+constexpr uint32_t avail = 0x20000;
 
 class datapath_total_write : public on_listed {};
 
@@ -391,7 +391,7 @@ TEST_F(datapath_total_write, reads_patches_and_writes_back_the_usable_bytes)
 				      "vzalloc(131072)", "linux_mutex_lock(-)", "plat_mtd_read_buf(\"/dev/mtd2\", 0, -, 131072)",
 				      "memcpy_s(-, 130816, -, 16)", "plat_mtd_update_buf(\"/dev/mtd2\", 0, -, 131072)", "mutex_unlock(-)",
 				      "vfree(-)"}));
-	EXPECT_EQ(harness::log(), log_lines{total_write_note("/dev/mtd2", 0x100, 0x10, g_avail)});
+	EXPECT_EQ(harness::log(), log_lines{total_write_note("/dev/mtd2", 0x100, 0x10, avail)});
 	expect_changed(listed, 0x100, pattern(0x10));
 }
 
@@ -450,7 +450,7 @@ TEST_F(datapath_total_write, without_memory_fails_without_a_further_message_and_
 {
 	harness::fail("vzalloc", 0);
 	EXPECT_EQ(mtd_write("listed", 0x100, pattern(16), 16), no_buffer);
-	EXPECT_EQ(harness::log(), log_lines{total_write_note("/dev/mtd2", 0x100, 16, g_avail)});
+	EXPECT_EQ(harness::log(), log_lines{total_write_note("/dev/mtd2", 0x100, 16, avail)});
 	EXPECT_EQ(deeds().back(), "vzalloc(131072)");
 	expect_unchanged(listed);
 }
@@ -491,10 +491,10 @@ TEST_F(datapath_total_write, that_uses_part_of_its_buffer_writes_no_more)
 
 TEST_F(datapath_total_write, leaves_the_bytes_beyond_the_usable_ones_alone_even_when_they_change)
 {
-	harness::set_mtd_content(listed, g_avail, bytes(16, 0x5A));
-	EXPECT_EQ(mtd_write("listed", g_avail - 16, pattern(16), 16), 0u);
-	EXPECT_EQ(harness::mtd_content(listed, g_avail, 16), bytes(16, 0x5A));
-	EXPECT_EQ(harness::mtd_content(listed, g_avail - 16, 16), pattern(16));
+	harness::set_mtd_content(listed, avail, bytes(16, 0x5A));
+	EXPECT_EQ(mtd_write("listed", avail - 16, pattern(16), 16), 0u);
+	EXPECT_EQ(harness::mtd_content(listed, avail, 16), bytes(16, 0x5A));
+	EXPECT_EQ(harness::mtd_content(listed, avail - 16, 16), pattern(16));
 }
 
 class datapath_total_write_range : public on_three_partitions, public testing::WithParamInterface<range> {};
@@ -503,16 +503,16 @@ TEST_P(datapath_total_write_range, within_the_usable_bytes_is_written_and_nothin
 {
 	const auto [offset, len] = GetParam();
 	EXPECT_EQ(mtd_write("listed", offset, pattern(len, 80), len), 0u);
-	EXPECT_EQ(harness::log(), log_lines{total_write_note("/dev/mtd2", offset, len, g_avail)});
-	EXPECT_EQ(calls_of("memcpy_s"), call_list{"memcpy_s(-, " + decimal(g_avail - offset) + ", -, " + decimal(len) + ")"});
+	EXPECT_EQ(harness::log(), log_lines{total_write_note("/dev/mtd2", offset, len, avail)});
+	EXPECT_EQ(calls_of("memcpy_s"), call_list{"memcpy_s(-, " + decimal(avail - offset) + ", -, " + decimal(len) + ")"});
 	expect_changed(listed, offset, pattern(len, 80));
 	expect_unchanged(nand);
 	expect_unchanged(nor);
 }
 
 INSTANTIATE_TEST_SUITE_P(of, datapath_total_write_range,
-			 testing::Values(range{0, 1}, range{0, g_avail}, range{g_avail - 1, 1}, range{g_avail - 16, 16},
-					 range{1, g_avail - 1}, range{0xFFFF, 2}, range{0x123, 0x4567}),
+			 testing::Values(range{0, 1}, range{0, avail}, range{avail - 1, 1}, range{avail - 16, 16}, range{1, avail - 1},
+					 range{0xFFFF, 2}, range{0x123, 0x4567}),
 			 name_of_range<range>);
 
 struct refused_range {
@@ -528,7 +528,7 @@ TEST_P(datapath_total_write_beyond, the_usable_bytes_fails_in_the_copy)
 	const auto before = harness::mtd_count(listed);
 	const uint32_t code = mtd_write("listed", offset, pattern(len), len);
 	EXPECT_NE(code, 0u);
-	EXPECT_EQ(harness::log(), (log_lines{total_write_note("/dev/mtd2", offset, len, g_avail), patch_failure(offset, len, code)}));
+	EXPECT_EQ(harness::log(), (log_lines{total_write_note("/dev/mtd2", offset, len, avail), patch_failure(offset, len, code)}));
 	EXPECT_EQ(calls_of("memcpy_s"), call_list{"memcpy_s(-, " + decimal(limit) + ", -, " + decimal(len) + ")"});
 	EXPECT_EQ(names_from_last("memcpy_s"), (call_list{"memcpy_s", "mutex_unlock", "vfree", "drv_log_record"}));
 	expect_unchanged(listed);
@@ -537,10 +537,9 @@ TEST_P(datapath_total_write_beyond, the_usable_bytes_fails_in_the_copy)
 }
 
 INSTANTIATE_TEST_SUITE_P(of, datapath_total_write_beyond,
-			 testing::Values(refused_range{g_avail - 1, 2, 1}, refused_range{g_avail, 1, 0}, refused_range{g_avail + 1, 1, 0},
-					 refused_range{0, g_avail + 1, g_avail}, refused_range{0x10000, 0x20000, 0x10000},
-					 refused_range{0x3FFFF, 1, 0}, refused_range{0x20001, 0x10, 0},
-					 refused_range{1, g_avail, g_avail - 1}),
+			 testing::Values(refused_range{avail - 1, 2, 1}, refused_range{avail, 1, 0}, refused_range{avail + 1, 1, 0},
+					 refused_range{0, avail + 1, avail}, refused_range{0x10000, 0x20000, 0x10000},
+					 refused_range{0x3FFFF, 1, 0}, refused_range{0x20001, 0x10, 0}, refused_range{1, avail, avail - 1}),
 			 name_of_range<refused_range>);
 
 // Only a direct call can ask for these.
@@ -552,7 +551,7 @@ TEST_P(datapath_total_write_far_beyond, the_usable_bytes_fails_in_the_copy)
 	bytes data = pattern(64);
 	const uint32_t code = harness::call("drv_nand_flash_mtd_write", {"listed", "/dev/mtd2", offset, &data, len});
 	EXPECT_NE(code, 0u);
-	EXPECT_EQ(harness::log(), (log_lines{total_write_note("/dev/mtd2", offset, len, g_avail), patch_failure(offset, len, code)}));
+	EXPECT_EQ(harness::log(), (log_lines{total_write_note("/dev/mtd2", offset, len, avail), patch_failure(offset, len, code)}));
 	EXPECT_EQ(calls_of("memcpy_s"), call_list{"memcpy_s(-, " + decimal(limit) + ", -, " + decimal(len) + ")"});
 	EXPECT_FALSE(called("plat_mtd_update_buf"));
 	expect_unchanged(listed);
@@ -561,7 +560,7 @@ TEST_P(datapath_total_write_far_beyond, the_usable_bytes_fails_in_the_copy)
 INSTANTIATE_TEST_SUITE_P(of, datapath_total_write_far_beyond,
 			 testing::Values(refused_range{0xFFFFFFFF, 1, 0}, refused_range{0xFFFFFFFF, 2, 0},
 					 refused_range{0xFFFFFFF0, 0x10, 0}, refused_range{0x80000000, 0x40, 0},
-					 refused_range{0, 0xFFFFFFFF, g_avail}, refused_range{g_avail, 0xFFFFFFFF, 0}),
+					 refused_range{0, 0xFFFFFFFF, avail}, refused_range{avail, 0xFFFFFFFF, 0}),
 			 name_of_range<refused_range>);
 
 class datapath_total_write_status : public on_listed, public testing::WithParamInterface<uint32_t> {};
@@ -570,7 +569,7 @@ TEST_P(datapath_total_write_status, of_the_read_comes_back_after_unlock_free_and
 {
 	harness::fail("plat_mtd_read_buf", GetParam());
 	EXPECT_EQ(mtd_write("listed", 0x100, pattern(16), 16), GetParam());
-	EXPECT_EQ(harness::log(), (log_lines{total_write_note("/dev/mtd2", 0x100, 16, g_avail), read_back_failure(g_avail, GetParam())}));
+	EXPECT_EQ(harness::log(), (log_lines{total_write_note("/dev/mtd2", 0x100, 16, avail), read_back_failure(avail, GetParam())}));
 	EXPECT_EQ(names_from_last("linux_mutex_lock"),
 		  (call_list{"linux_mutex_lock", "plat_mtd_read_buf", "mutex_unlock", "vfree", "drv_log_record"}));
 	expect_unchanged(listed);
@@ -580,7 +579,7 @@ TEST_P(datapath_total_write_status, of_the_copy_comes_back_after_unlock_free_and
 {
 	harness::fail("memcpy_s", GetParam());
 	EXPECT_EQ(mtd_write("listed", 0x100, pattern(16), 16), GetParam());
-	EXPECT_EQ(harness::log(), (log_lines{total_write_note("/dev/mtd2", 0x100, 16, g_avail), patch_failure(0x100, 16, GetParam())}));
+	EXPECT_EQ(harness::log(), (log_lines{total_write_note("/dev/mtd2", 0x100, 16, avail), patch_failure(0x100, 16, GetParam())}));
 	EXPECT_EQ(names_from_last("linux_mutex_lock"),
 		  (call_list{"linux_mutex_lock", "plat_mtd_read_buf", "memcpy_s", "mutex_unlock", "vfree", "drv_log_record"}));
 	expect_unchanged(listed);
@@ -590,13 +589,13 @@ TEST_P(datapath_total_write_status, of_the_update_comes_back_after_unlock_free_a
 {
 	harness::fail("plat_mtd_update_buf", GetParam());
 	EXPECT_EQ(mtd_write("listed", 0x100, pattern(16), 16), GetParam());
-	EXPECT_EQ(harness::log(), (log_lines{total_write_note("/dev/mtd2", 0x100, 16, g_avail), write_back_failure(g_avail, GetParam())}));
+	EXPECT_EQ(harness::log(), (log_lines{total_write_note("/dev/mtd2", 0x100, 16, avail), write_back_failure(avail, GetParam())}));
 	EXPECT_EQ(names_from_last("linux_mutex_lock"), (call_list{"linux_mutex_lock", "plat_mtd_read_buf", "memcpy_s",
 								  "plat_mtd_update_buf", "mutex_unlock", "vfree", "drv_log_record"}));
 	EXPECT_EQ(times_called("plat_mtd_update_buf"), 1) << "a failed update is not tried again";
 }
 
-INSTANTIATE_TEST_SUITE_P(of, datapath_total_write_status, g_statuses, name_of_status);
+INSTANTIATE_TEST_SUITE_P(of, datapath_total_write_status, statuses, name_of_status);
 
 // ---------------------------------------------------------------------------------------------------------------- usable bytes that change
 
@@ -688,7 +687,7 @@ TEST_F(datapath_usable_size, that_shrinks_during_the_read_is_what_a_failed_read_
 	harness::forge("plat_mtd_read_buf", 5, 0, in_memory(0x1000));
 	bytes data = pattern(16);
 	EXPECT_EQ(harness::call("drv_nand_flash_mtd_total_write", {entry(), size_in_entry(), 0x800, &data, 16}), 5u);
-	EXPECT_EQ(harness::log(), (log_lines{total_write_note("", 0x800, 16, g_avail), read_back_failure(0x1000, 5)}));
+	EXPECT_EQ(harness::log(), (log_lines{total_write_note("", 0x800, 16, avail), read_back_failure(0x1000, 5)}));
 }
 
 TEST_F(datapath_usable_size, that_shrinks_during_the_copy_bounds_what_is_written_back)
@@ -713,7 +712,7 @@ TEST_F(datapath_usable_size, that_shrinks_during_the_copy_is_what_a_failed_write
 	harness::forge("memcpy_s", 0, 2, in_memory(0x1000));
 	harness::fail("plat_mtd_update_buf", 5);
 	EXPECT_EQ(harness::call("drv_nand_flash_mtd_total_write", {entry(), "/dev/mtd2", 0, size_in_entry(), 4}), 5u);
-	EXPECT_EQ(harness::log(), (log_lines{total_write_note("/dev/mtd2", 0, 4, g_avail), write_back_failure(0x1000, 5)}));
+	EXPECT_EQ(harness::log(), (log_lines{total_write_note("/dev/mtd2", 0, 4, avail), write_back_failure(0x1000, 5)}));
 }
 
 // ---------------------------------------------------------------------------------------------------------------- other tables

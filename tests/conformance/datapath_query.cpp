@@ -6,8 +6,8 @@
 namespace conformance {
 namespace {
 
-const log_line g_bad_argument = own_log(ordinary, "mtd getinfo: input argument are invalid");
-const log_line g_not_found = own_log(trace, "mtd getinfo: info not found");
+const log_line bad_argument = own_log(ordinary, "mtd getinfo: input argument are invalid");
+const log_line not_found = own_log(trace, "mtd getinfo: info not found");
 
 // ---------------------------------------------------------------------------------------------------------------- names
 
@@ -47,7 +47,7 @@ TEST_F(datapath_name, may_hold_any_character)
 
 // ---------------------------------------------------------------------------------------------------------------- device info
 
-constexpr std::size_t g_info_size = 16;
+constexpr std::size_t info_size = 16;
 
 uint32_t get_info(harness::argument name, bytes *info)
 {
@@ -58,7 +58,7 @@ class datapath_info : public on_three_partitions {};
 
 TEST_F(datapath_info, looks_the_partition_up_and_releases_it)
 {
-	bytes info(g_info_size);
+	bytes info(info_size);
 	EXPECT_EQ(get_info("nand", &info), 0u);
 	EXPECT_EQ(harness::calls(), (call_list{"get_mtd_device_nm(\"nand\")", "put_mtd_device(-)"}));
 	EXPECT_EQ(harness::log(), log_lines());
@@ -67,7 +67,7 @@ TEST_F(datapath_info, looks_the_partition_up_and_releases_it)
 
 TEST_F(datapath_info, holds_size_index_and_type)
 {
-	bytes info(g_info_size);
+	bytes info(info_size);
 	EXPECT_EQ(get_info("listed", &info), 0u);
 	EXPECT_EQ(u64_at(info, 0), nand_size);
 	EXPECT_EQ(u32_at(info, 8), static_cast<uint32_t>(listed));
@@ -76,9 +76,9 @@ TEST_F(datapath_info, holds_size_index_and_type)
 
 TEST_F(datapath_info, is_three_fields_and_not_a_byte_more)
 {
-	bytes info(g_info_size + 8, 0xEE);
+	bytes info(info_size + 8, 0xEE);
 	EXPECT_EQ(get_info("nor", &info), 0u);
-	EXPECT_EQ(bytes(info.begin() + g_info_size, info.end()), bytes(8, 0xEE));
+	EXPECT_EQ(bytes(info.begin() + info_size, info.end()), bytes(8, 0xEE));
 	EXPECT_EQ(u64_at(info, 0), nor_size);
 	EXPECT_EQ(u32_at(info, 8), static_cast<uint32_t>(nor));
 	EXPECT_EQ(u32_at(info, 12), harness::mtd_nor);
@@ -87,7 +87,7 @@ TEST_F(datapath_info, is_three_fields_and_not_a_byte_more)
 TEST_F(datapath_info, gives_the_number_of_the_device_file)
 {
 	const int seventh = add({.name = "seventh", .size = 0x10000, .index = 7});
-	bytes info(g_info_size);
+	bytes info(info_size);
 	EXPECT_EQ(get_info("seventh", &info), 0u);
 	EXPECT_EQ(seventh, 7);
 	EXPECT_EQ(u32_at(info, 8), 7u);
@@ -96,14 +96,14 @@ TEST_F(datapath_info, gives_the_number_of_the_device_file)
 TEST_F(datapath_info, takes_a_name_of_31_characters)
 {
 	add({.name = name_of_31, .size = 0x10000});
-	bytes info(g_info_size);
+	bytes info(info_size);
 	EXPECT_EQ(get_info(name_of_31, &info), 0u);
 	EXPECT_EQ(u64_at(info, 0), 0x10000u);
 }
 
 TEST_F(datapath_info, is_fresh_at_each_call)
 {
-	bytes info(g_info_size);
+	bytes info(info_size);
 	EXPECT_EQ(get_info("nand", &info), 0u);
 	harness::remove_mtd(nand);
 	EXPECT_EQ(get_info("nand", &info), no_partition);
@@ -116,23 +116,23 @@ TEST_F(datapath_info, is_fresh_at_each_call)
 TEST_F(datapath_info, of_a_missing_record_is_refused_after_the_name_was_looked_at)
 {
 	EXPECT_EQ(get_info("nand", nullptr), invalid);
-	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_argument});
 	EXPECT_EQ(deeds(), call_list());
 }
 
 TEST_F(datapath_info, of_a_bad_name_and_a_missing_record_is_refused_once)
 {
 	EXPECT_EQ(get_info("", nullptr), invalid);
-	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_argument});
 	EXPECT_EQ(deeds(), call_list());
 }
 
 TEST_F(datapath_info, of_a_null_name_is_refused)
 {
-	bytes info(g_info_size, 0xEE);
+	bytes info(info_size, 0xEE);
 	EXPECT_EQ(get_info(nullptr, &info), invalid);
-	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
-	EXPECT_EQ(info, bytes(g_info_size, 0xEE));
+	EXPECT_EQ(harness::log(), log_lines{bad_argument});
+	EXPECT_EQ(info, bytes(info_size, 0xEE));
 	EXPECT_EQ(deeds(), call_list());
 }
 
@@ -146,9 +146,9 @@ std::string label_of(const testing::TestParamInfo<named_text> &row)
 	return row.param.label;
 }
 
-const auto g_bad_names = testing::Values(named_text{"empty", ""}, named_text{"of_32", name_of_32},
-					 named_text{"of_33", std::string(name_of_32) + "6"}, named_text{"of_64", std::string(64, 'x')});
-const auto g_absent_names =
+const auto bad_names = testing::Values(named_text{"empty", ""}, named_text{"of_32", name_of_32},
+				       named_text{"of_33", std::string(name_of_32) + "6"}, named_text{"of_64", std::string(64, 'x')});
+const auto absent_names =
 	testing::Values(named_text{"unknown", "nowhere"}, named_text{"upper_case", "NAND"}, named_text{"prefix", "nan"},
 			named_text{"longer", "nand0"}, named_text{"blank_behind", "nand "}, named_text{"of_31", name_of_31});
 
@@ -156,45 +156,45 @@ class datapath_bad_name : public on_partitions, public testing::WithParamInterfa
 
 TEST_P(datapath_bad_name, has_no_info)
 {
-	bytes info(g_info_size, 0xEE);
+	bytes info(info_size, 0xEE);
 	EXPECT_EQ(get_info(GetParam().text, &info), invalid);
-	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_argument});
 	EXPECT_EQ(deeds(), call_list());
-	EXPECT_EQ(info, bytes(g_info_size, 0xEE));
+	EXPECT_EQ(info, bytes(info_size, 0xEE));
 }
 
 TEST_P(datapath_bad_name, has_no_size)
 {
 	bytes size(8, 0xEE);
 	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {GetParam().text, &size}), invalid);
-	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_argument});
 	EXPECT_EQ(deeds(), call_list());
 	EXPECT_EQ(size, bytes(8, 0xEE));
 }
 
-INSTANTIATE_TEST_SUITE_P(that_is, datapath_bad_name, g_bad_names, label_of);
+INSTANTIATE_TEST_SUITE_P(that_is, datapath_bad_name, bad_names, label_of);
 
 class datapath_absent_name : public on_nand, public testing::WithParamInterface<named_text> {};
 
 TEST_P(datapath_absent_name, has_no_info)
 {
-	bytes info(g_info_size, 0xEE);
+	bytes info(info_size, 0xEE);
 	EXPECT_EQ(get_info(GetParam().text, &info), no_partition);
-	EXPECT_EQ(harness::log(), log_lines{g_not_found});
+	EXPECT_EQ(harness::log(), log_lines{not_found});
 	EXPECT_EQ(deeds(), call_list{"get_mtd_device_nm(\"" + GetParam().text + "\")"});
-	EXPECT_EQ(info, bytes(g_info_size, 0xEE));
+	EXPECT_EQ(info, bytes(info_size, 0xEE));
 }
 
 TEST_P(datapath_absent_name, has_no_size)
 {
 	bytes size(8, 0xEE);
 	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {GetParam().text, &size}), no_partition);
-	EXPECT_EQ(harness::log(), log_lines{g_not_found});
+	EXPECT_EQ(harness::log(), log_lines{not_found});
 	EXPECT_EQ(deeds(), call_list{"get_mtd_device_nm(\"" + GetParam().text + "\")"});
 	EXPECT_EQ(size, bytes(8, 0xEE));
 }
 
-INSTANTIATE_TEST_SUITE_P(that_is, datapath_absent_name, g_absent_names, label_of);
+INSTANTIATE_TEST_SUITE_P(that_is, datapath_absent_name, absent_names, label_of);
 
 // What Linux gives for a device that it does not find.
 class datapath_no_device : public on_partitions, public testing::WithParamInterface<long long> {
@@ -208,18 +208,18 @@ protected:
 
 TEST_P(datapath_no_device, means_no_info_and_nothing_to_release)
 {
-	bytes info(g_info_size, 0xEE);
+	bytes info(info_size, 0xEE);
 	EXPECT_EQ(get_info("nand", &info), no_partition);
-	EXPECT_EQ(harness::log(), log_lines{g_not_found});
+	EXPECT_EQ(harness::log(), log_lines{not_found});
 	EXPECT_FALSE(called("put_mtd_device"));
-	EXPECT_EQ(info, bytes(g_info_size, 0xEE));
+	EXPECT_EQ(info, bytes(info_size, 0xEE));
 }
 
 TEST_P(datapath_no_device, means_no_size)
 {
 	bytes size(8, 0xEE);
 	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {"nand", &size}), no_partition);
-	EXPECT_EQ(harness::log(), log_lines{g_not_found});
+	EXPECT_EQ(harness::log(), log_lines{not_found});
 	EXPECT_FALSE(called("put_mtd_device"));
 	EXPECT_EQ(size, bytes(8, 0xEE));
 }
@@ -232,7 +232,7 @@ class datapath_type_code : public on_partitions, public testing::WithParamInterf
 TEST_P(datapath_type_code, is_given_as_it_is)
 {
 	add({.name = "typed", .size = 0x10000, .type = GetParam()});
-	bytes info(g_info_size);
+	bytes info(info_size);
 	EXPECT_EQ(get_info("typed", &info), 0u);
 	EXPECT_EQ(u32_at(info, 12), GetParam());
 }
@@ -263,7 +263,7 @@ TEST_F(datapath_size, is_eight_bytes)
 TEST_F(datapath_size, without_a_place_for_it_is_refused_with_one_message)
 {
 	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {"nor", nullptr}), invalid);
-	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_argument});
 	EXPECT_EQ(deeds(), call_list());
 }
 
@@ -271,20 +271,20 @@ TEST_F(datapath_size, of_a_null_name_is_refused_with_one_message)
 {
 	bytes size(8, 0xEE);
 	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {nullptr, &size}), invalid);
-	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_argument});
 	EXPECT_EQ(size, bytes(8, 0xEE));
 }
 
 TEST_F(datapath_size, of_a_null_name_to_nowhere_is_refused_with_one_message)
 {
 	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {nullptr, nullptr}), invalid);
-	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_argument});
 }
 
 TEST_F(datapath_size, of_an_absent_partition_to_nowhere_is_an_invalid_argument)
 {
 	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {"nowhere", nullptr}), invalid);
-	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_argument});
 	EXPECT_EQ(deeds(), call_list());
 }
 
@@ -296,7 +296,7 @@ TEST_P(datapath_large_size, is_given_in_64_bits)
 	bytes size(8);
 	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {"large", &size}), 0u);
 	EXPECT_EQ(u64_at(size, 0), GetParam());
-	bytes info(g_info_size);
+	bytes info(info_size);
 	EXPECT_EQ(get_info("large", &info), 0u);
 	EXPECT_EQ(u64_at(info, 0), GetParam());
 }
@@ -306,14 +306,14 @@ INSTANTIATE_TEST_SUITE_P(of, datapath_large_size, testing::Values(0x10000, 0xFFF
 
 // ---------------------------------------------------------------------------------------------------------------- the user-data partition
 
-constexpr std::size_t g_part_info_size = 520, g_part_info_field = 264;
+constexpr std::size_t part_info_size = 520, part_info_field = 264;
 
 log_line no_usrdata(const std::string &name)
 {
 	return own_log(serious, "Failed to get " + name + " MTD information.\n");
 }
 
-const log_line g_no_part_num = own_log(serious, "Failed to get nand part num, (ret=4294967295)\n");
+const log_line no_part_num = own_log(serious, "Failed to get nand part num, (ret=4294967295)\n");
 
 class datapath_without_usrdata : public on_partitions {};
 
@@ -337,10 +337,10 @@ TEST_F(datapath_without_usrdata, the_partition_does_not_exist_which_is_no_failur
 
 TEST_F(datapath_without_usrdata, the_size_info_fails_with_two_messages_and_touches_the_count_alone)
 {
-	bytes info(g_part_info_size, 0xEE);
+	bytes info(part_info_size, 0xEE);
 	EXPECT_EQ(harness::call("drv_flash_get_nand_part_size_info", {&info}), failed);
-	EXPECT_EQ(harness::log(), (log_lines{no_usrdata(""), g_no_part_num}));
-	bytes expected(g_part_info_size, 0xEE);
+	EXPECT_EQ(harness::log(), (log_lines{no_usrdata(""), no_part_num}));
+	bytes expected(part_info_size, 0xEE);
 	std::fill_n(expected.begin(), 4, 0);
 	EXPECT_EQ(info, expected);
 	EXPECT_EQ(deeds(), call_list{"get_mtd_device_nm(\"\")"});
@@ -387,18 +387,18 @@ TEST_F(datapath_usrdata, exists)
 
 TEST_F(datapath_usrdata, has_a_size_info_of_two_fields)
 {
-	bytes info = pattern(g_part_info_size);
+	bytes info = pattern(part_info_size);
 	EXPECT_EQ(harness::call("drv_flash_get_nand_part_size_info", {&info}), 0u);
 	EXPECT_EQ(u32_at(info, 0), 1u);
-	EXPECT_EQ(u64_at(info, g_part_info_field), 0x30000u);
-	const bytes before = pattern(g_part_info_size);
+	EXPECT_EQ(u64_at(info, part_info_field), 0x30000u);
+	const bytes before = pattern(part_info_size);
 	EXPECT_TRUE(std::equal(before.begin() + 4, before.begin() + 264, info.begin() + 4));
 	EXPECT_TRUE(std::equal(before.begin() + 272, before.end(), info.begin() + 272));
 }
 
 TEST_F(datapath_usrdata, is_looked_up_twice_for_its_size_info)
 {
-	bytes info(g_part_info_size);
+	bytes info(part_info_size);
 	EXPECT_EQ(harness::call("drv_flash_get_nand_part_size_info", {&info}), 0u);
 	EXPECT_EQ(harness::calls(), (call_list{"get_mtd_device_nm(\"usrdata\")", "put_mtd_device(-)", "get_mtd_device_nm(\"usrdata\")",
 					       "put_mtd_device(-)"}));
@@ -466,21 +466,21 @@ TEST_P(datapath_usrdata_lost, makes_the_answer_0)
 TEST_P(datapath_usrdata_lost, at_the_first_look_up_makes_the_size_info_fail_with_two_messages)
 {
 	harness::fail("get_mtd_device_nm", GetParam());
-	bytes info(g_part_info_size, 0xEE);
+	bytes info(part_info_size, 0xEE);
 	EXPECT_EQ(harness::call("drv_flash_get_nand_part_size_info", {&info}), failed);
-	EXPECT_EQ(harness::log(), (log_lines{no_usrdata("usrdata"), g_no_part_num}));
+	EXPECT_EQ(harness::log(), (log_lines{no_usrdata("usrdata"), no_part_num}));
 	EXPECT_EQ(u32_at(info, 0), 0u);
-	EXPECT_EQ(u64_at(info, g_part_info_field), 0xEEEEEEEEEEEEEEEEu);
+	EXPECT_EQ(u64_at(info, part_info_field), 0xEEEEEEEEEEEEEEEEu);
 }
 
 TEST_P(datapath_usrdata_lost, at_the_second_look_up_makes_the_size_info_fail_with_one_message)
 {
 	harness::fail("get_mtd_device_nm", GetParam(), 2);
-	bytes info(g_part_info_size, 0xEE);
+	bytes info(part_info_size, 0xEE);
 	EXPECT_EQ(harness::call("drv_flash_get_nand_part_size_info", {&info}), failed);
 	EXPECT_EQ(harness::log(), log_lines{no_usrdata("usrdata")});
 	EXPECT_EQ(u32_at(info, 0), 1u);
-	EXPECT_EQ(u64_at(info, g_part_info_field), 0xEEEEEEEEEEEEEEEEu);
+	EXPECT_EQ(u64_at(info, part_info_field), 0xEEEEEEEEEEEEEEEEu);
 	EXPECT_EQ(deeds(), (call_list{"get_mtd_device_nm(\"usrdata\")", "put_mtd_device(-)", "get_mtd_device_nm(\"usrdata\")"}));
 }
 
@@ -494,9 +494,9 @@ protected:
 
 TEST_F(datapath_giant_usrdata, has_its_whole_size_in_the_size_info)
 {
-	bytes info(g_part_info_size);
+	bytes info(part_info_size);
 	EXPECT_EQ(harness::call("drv_flash_get_nand_part_size_info", {&info}), 0u);
-	EXPECT_EQ(u64_at(info, g_part_info_field), 0x500000000u);
+	EXPECT_EQ(u64_at(info, part_info_field), 0x500000000u);
 }
 
 // ---------------------------------------------------------------------------------------------------------------- NAND types
@@ -531,13 +531,13 @@ TEST_F(datapath_usrdata, count_fails_with_each_look_up_and_succeeds_next_time)
 
 TEST_F(datapath_usrdata, size_info_fails_with_each_look_up_and_succeeds_next_time)
 {
-	bytes info(g_part_info_size);
+	bytes info(part_info_size);
 	sweep_failures("get_mtd_device_nm", 0, [&] { return harness::call("drv_flash_get_nand_part_size_info", {&info}); });
 }
 
 TEST_F(datapath_info, fails_with_each_look_up_and_succeeds_next_time)
 {
-	bytes info(g_info_size);
+	bytes info(info_size);
 	sweep_failures("get_mtd_device_nm", error_no_device, [&] { return get_info("nand", &info); });
 }
 

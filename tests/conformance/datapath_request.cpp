@@ -6,8 +6,8 @@
 namespace conformance {
 namespace {
 
-const log_line g_bad_name = own_log(ordinary, "mtd getinfo: input argument are invalid");
-const log_line g_no_device = own_log(trace, "mtd getinfo: info not found");
+const log_line bad_name = own_log(ordinary, "mtd getinfo: input argument are invalid");
+const log_line no_device = own_log(trace, "mtd getinfo: info not found");
 
 log_line name_message(direction way, const std::string &name, uint32_t code)
 {
@@ -20,9 +20,9 @@ log_line refusal(direction way, const std::string &what)
 	return own_log(ordinary, "mtd " + as_case_name(way) + ": " + what);
 }
 
-const std::string g_no_data = "input argument are invalid";
-const std::string g_overflow = "sum of offset and len overflow";
-const std::string g_beyond = "read over mtd area";
+const std::string no_data_words = "input argument are invalid";
+const std::string overflow = "sum of offset and len overflow";
+const std::string beyond = "read over mtd area";
 
 // The calls before the range is looked at.
 call_list calls_of_lookup(direction way, const std::string &name)
@@ -53,75 +53,75 @@ protected:
 
 TEST_P(datapath_request, for_an_unknown_partition_gives_two_messages)
 {
-	expect_refused("nowhere", 0, 16, no_partition, {g_no_device, name_message(way(), "nowhere", no_partition)});
+	expect_refused("nowhere", 0, 16, no_partition, {no_device, name_message(way(), "nowhere", no_partition)});
 }
 
 TEST_P(datapath_request, for_a_name_of_32_characters_gives_two_messages)
 {
-	expect_refused(name_of_32, 0, 16, invalid, {g_bad_name, name_message(way(), name_of_32, invalid)});
+	expect_refused(name_of_32, 0, 16, invalid, {bad_name, name_message(way(), name_of_32, invalid)});
 	EXPECT_FALSE(called("get_mtd_device_nm"));
 }
 
 TEST_P(datapath_request, for_an_empty_name_gives_two_messages)
 {
-	expect_refused("", 0, 16, invalid, {g_bad_name, name_message(way(), "", invalid)});
+	expect_refused("", 0, 16, invalid, {bad_name, name_message(way(), "", invalid)});
 }
 
 TEST_P(datapath_request, for_a_null_name_prints_it_as_null)
 {
-	expect_refused(nullptr, 0, 16, invalid, {g_bad_name, name_message(way(), "(null)", invalid)});
+	expect_refused(nullptr, 0, 16, invalid, {bad_name, name_message(way(), "(null)", invalid)});
 }
 
 TEST_P(datapath_request, for_an_unknown_name_of_31_characters_passes_the_name_check)
 {
 	const std::string name(31, 'q');
-	expect_refused(name, 0, 16, no_partition, {g_no_device, name_message(way(), name, no_partition)});
+	expect_refused(name, 0, 16, no_partition, {no_device, name_message(way(), name, no_partition)});
 }
 
 TEST_P(datapath_request, looks_at_the_name_before_the_buffer)
 {
 	EXPECT_EQ(transfer(way(), "nowhere", 0, nullptr, 0), no_partition);
-	EXPECT_EQ(harness::log(), (log_lines{g_no_device, name_message(way(), "nowhere", no_partition)}));
+	EXPECT_EQ(harness::log(), (log_lines{no_device, name_message(way(), "nowhere", no_partition)}));
 }
 
 TEST_P(datapath_request, looks_at_the_name_before_the_range)
 {
-	expect_refused("", 0xFFFFFFFF, 16, invalid, {g_bad_name, name_message(way(), "", invalid)});
+	expect_refused("", 0xFFFFFFFF, 16, invalid, {bad_name, name_message(way(), "", invalid)});
 }
 
 TEST_P(datapath_request, of_no_bytes_is_refused)
 {
-	expect_refused("nor", 0, 0, no_data, {refusal(way(), g_no_data)});
+	expect_refused("nor", 0, 0, no_data, {refusal(way(), no_data_words)});
 	EXPECT_EQ(deeds(), calls_of_lookup(way(), "nor"));
 }
 
 TEST_P(datapath_request, without_a_buffer_is_refused)
 {
 	EXPECT_EQ(transfer(way(), "nor", 0, nullptr, 16), no_data);
-	EXPECT_EQ(harness::log(), log_lines{refusal(way(), g_no_data)});
+	EXPECT_EQ(harness::log(), log_lines{refusal(way(), no_data_words)});
 	EXPECT_EQ(deeds(), calls_of_lookup(way(), "nor"));
 }
 
 TEST_P(datapath_request, of_no_bytes_without_a_buffer_is_refused_once)
 {
 	EXPECT_EQ(transfer(way(), "listed", 0, nullptr, 0), no_data);
-	EXPECT_EQ(harness::log(), log_lines{refusal(way(), g_no_data)});
+	EXPECT_EQ(harness::log(), log_lines{refusal(way(), no_data_words)});
 }
 
 TEST_P(datapath_request, of_no_bytes_is_refused_before_the_range_is_looked_at)
 {
-	expect_refused("nor", 0xFFFFFFFF, 0, no_data, {refusal(way(), g_no_data)});
+	expect_refused("nor", 0xFFFFFFFF, 0, no_data, {refusal(way(), no_data_words)});
 }
 
 TEST_P(datapath_request, without_a_buffer_is_refused_before_an_overflow)
 {
 	EXPECT_EQ(transfer(way(), "nor", 0xFFFFFFFF, nullptr, 16), no_data);
-	EXPECT_EQ(harness::log(), log_lines{refusal(way(), g_no_data)});
+	EXPECT_EQ(harness::log(), log_lines{refusal(way(), no_data_words)});
 }
 
 TEST_P(datapath_request, takes_no_lock_and_no_memory_when_refused)
 {
-	expect_refused("listed", nand_size, 1, invalid, {refusal(way(), g_beyond)});
+	expect_refused("listed", nand_size, 1, invalid, {refusal(way(), beyond)});
 	EXPECT_EQ(deeds(), calls_of_lookup(way(), "listed"));
 }
 
@@ -156,36 +156,36 @@ std::string name_of_range(const testing::TestParamInfo<std::tuple<direction, ran
 	return as_case_name(way) + "_of_" + hexadecimal(asked.len) + "_at_" + hexadecimal(asked.offset);
 }
 
-const auto g_both = testing::Values(direction::read, direction::write);
+const auto both = testing::Values(direction::read, direction::write);
 
 class datapath_range_overflow : public datapath_range {};
 
 TEST_P(datapath_range_overflow, is_refused)
 {
-	expect_refused("nor", range_overflow, g_overflow);
+	expect_refused("nor", range_overflow, overflow);
 }
 
 TEST_P(datapath_range_overflow, is_refused_on_a_listed_partition)
 {
 	add_listed();
-	expect_refused("listed", range_overflow, g_overflow);
+	expect_refused("listed", range_overflow, overflow);
 }
 
 INSTANTIATE_TEST_SUITE_P(of, datapath_range_overflow,
-			 testing::Combine(g_both, testing::Values(range{0xFFFFFFFF, 1}, range{0xFFFFFFF0, 0x10}, range{1, 0xFFFFFFFF},
-								  range{0xFFFFFFFF, 0xFFFFFFFF}, range{0x80000000, 0x80000000},
-								  range{0xFFFFFFF0, 0x11}, range{0x20000, 0xFFFFFFFF})),
+			 testing::Combine(both, testing::Values(range{0xFFFFFFFF, 1}, range{0xFFFFFFF0, 0x10}, range{1, 0xFFFFFFFF},
+								range{0xFFFFFFFF, 0xFFFFFFFF}, range{0x80000000, 0x80000000},
+								range{0xFFFFFFF0, 0x11}, range{0x20000, 0xFFFFFFFF})),
 			 name_of_range);
 
 class datapath_range_beyond_end : public datapath_range {};
 
 TEST_P(datapath_range_beyond_end, is_refused)
 {
-	expect_refused("nor", invalid, g_beyond);
+	expect_refused("nor", invalid, beyond);
 }
 
 INSTANTIATE_TEST_SUITE_P(of, datapath_range_beyond_end,
-			 testing::Combine(g_both,
+			 testing::Combine(both,
 					  testing::Values(range{0x1F000, 0x1001}, range{0x20000, 1}, range{0, 0x20001}, range{0x1FFFF, 2},
 							  range{0x20001, 1}, range{0xFFFFFFFE, 1}, range{0, 0xFFFFFFFF},
 							  range{0xFFFFFFEF, 0x10}, range{0x7FFFFFFF, 0x80000000})),
@@ -206,7 +206,7 @@ protected:
 		harness::forget();
 		bytes buf(64, 0xEE);
 		EXPECT_EQ(transfer(way(), "giant", offset, &buf, len), invalid);
-		EXPECT_EQ(harness::log(), log_lines{refusal(way(), g_beyond)});
+		EXPECT_EQ(harness::log(), log_lines{refusal(way(), beyond)});
 		EXPECT_EQ(deeds(), calls_of_lookup(way(), "giant"));
 	}
 
@@ -257,7 +257,7 @@ TEST_P(datapath_giant_partition, right_below_4_gib_is_as_large_as_it_is)
 	expect_refused(0, 0xFFFF0001);
 }
 
-INSTANTIATE_TEST_SUITE_P(to, datapath_giant_partition, testing::Combine(g_both, testing::Values(harness::mtd_nor, harness::mtd_nand)),
+INSTANTIATE_TEST_SUITE_P(to, datapath_giant_partition, testing::Combine(both, testing::Values(harness::mtd_nor, harness::mtd_nand)),
 			 [](const auto &row) {
 				 return as_case_name(std::get<0>(row.param)) +
 					(std::get<1>(row.param) == harness::mtd_nor ? "_nor" : "_nand");
@@ -343,7 +343,7 @@ TEST_P(datapath_road, is_chosen_by_the_type)
 }
 
 INSTANTIATE_TEST_SUITE_P(for_type, datapath_road,
-			 testing::Combine(g_both,
+			 testing::Combine(both,
 					  testing::Values(road{1, false}, road{2, false}, road{3, false}, road{4, true}, road{6, false},
 							  road{7, false}, road{8, true}, road{9, false}, road{12, false})),
 			 [](const auto &row) {
@@ -409,7 +409,7 @@ INSTANTIATE_TEST_SUITE_P(of, datapath_path,
 
 // ---------------------------------------------------------------------------------------------------------------- idle routines
 
-constexpr uint32_t g_bad_path = 0x70050002;
+constexpr uint32_t bad_path = 0x70050002;
 
 // Routines that leave their buffer as it is and say that all is well: the device is then the one of no name.
 class datapath_request_without_routines : public datapath_request {
@@ -435,14 +435,14 @@ protected:
 
 TEST_P(datapath_request_without_routines, of_nand_reaches_no_device)
 {
-	EXPECT_EQ(transfer_16_bytes("nand"), g_bad_path);
+	EXPECT_EQ(transfer_16_bytes("nand"), bad_path);
 	const std::string service = way() == direction::read ? "plat_mtd_read_buf" : "plat_mtd_update_buf";
 	EXPECT_EQ(calls_of(service), call_list{service + "(\"\", 256, -, 16)"});
 }
 
 TEST_P(datapath_request_without_routines, of_listed_nand_reaches_no_device)
 {
-	EXPECT_EQ(transfer_16_bytes("listed"), g_bad_path);
+	EXPECT_EQ(transfer_16_bytes("listed"), bad_path);
 }
 
 // Linux takes no path for the working directory, which can be opened for reading, but not be read.

@@ -28,7 +28,7 @@ bytes table_of(const std::vector<row> &rows)
 	return table;
 }
 
-constexpr uint32_t g_untouched = 0xA5A5A5A5;
+constexpr uint32_t untouched = 0xA5A5A5A5;
 
 class datapath_section_row : public on_loaded_module {
 protected:
@@ -39,11 +39,11 @@ protected:
 	{
 		bytes index(8, 0xA5);
 		const uint32_t code = harness::call("flash_addr_valid", {std::move(table), count, section, offset, len, &index});
-		EXPECT_EQ(u32_at(index, 4), g_untouched);
+		EXPECT_EQ(u32_at(index, 4), untouched);
 		if (code == 0)
 			return u32_at(index, 0);
 		EXPECT_EQ(code, failed);
-		EXPECT_EQ(u32_at(index, 0), g_untouched);
+		EXPECT_EQ(u32_at(index, 0), untouched);
 		return std::nullopt;
 	}
 
@@ -132,23 +132,22 @@ TEST_P(datapath_section_choice, is_the_first_row_that_fits)
 	EXPECT_EQ(find(choice.rows, choice.section, choice.address, choice.len), choice.chosen);
 }
 
-const std::vector<row> g_three_sections = {{1, 0, 0x1000}, {2, 0, 0x1000}, {3, 0, 0x1000}};
-const std::vector<row> g_alternatives = {{1, 0, 0x1000}, {1, 0x1000, 0x1000}, {1, 0x800, 0x1000}};
+const std::vector<row> three_sections = {{1, 0, 0x1000}, {2, 0, 0x1000}, {3, 0, 0x1000}};
+const std::vector<row> alternatives = {{1, 0, 0x1000}, {1, 0x1000, 0x1000}, {1, 0x800, 0x1000}};
 
 INSTANTIATE_TEST_SUITE_P(
 	of, datapath_section_choice,
 	testing::Values(
-		choice{"first_section", g_three_sections, 1, 0, 1, 0}, choice{"second_section", g_three_sections, 2, 0, 1, 1},
-		choice{"last_section", g_three_sections, 3, 0xFFF, 1, 2},
-		choice{"section_that_is_not_there", g_three_sections, 4, 0, 1, {}},
-		choice{"section_0_that_is_not_there", g_three_sections, 0, 0, 1, {}},
+		choice{"first_section", three_sections, 1, 0, 1, 0}, choice{"second_section", three_sections, 2, 0, 1, 1},
+		choice{"last_section", three_sections, 3, 0xFFF, 1, 2}, choice{"section_that_is_not_there", three_sections, 4, 0, 1, {}},
+		choice{"section_0_that_is_not_there", three_sections, 0, 0, 1, {}},
 		choice{"section_0", {{1, 0, 0x1000}, {0, 0, 0x1000}}, 0, 0, 1, 1},
 		choice{"section_of_all_ones", {{0x7FFFFFFF, 0, 0x1000}, {0xFFFFFFFF, 0, 0x1000}}, 0xFFFFFFFF, 0, 1, 1},
 		choice{"section_that_differs_in_its_high_half", {{0x10001, 0, 0x1000}}, 1, 0, 1, {}},
-		choice{"first_of_two_that_fit", g_alternatives, 1, 0x800, 0x800, 0},
-		choice{"second_because_of_the_address", g_alternatives, 1, 0x1000, 1, 1},
-		choice{"third_because_of_the_length", g_alternatives, 1, 0x800, 0x801, 2},
-		choice{"none_because_of_the_length", g_alternatives, 1, 0x800, 0x1001, {}},
+		choice{"first_of_two_that_fit", alternatives, 1, 0x800, 0x800, 0},
+		choice{"second_because_of_the_address", alternatives, 1, 0x1000, 1, 1},
+		choice{"third_because_of_the_length", alternatives, 1, 0x800, 0x801, 2},
+		choice{"none_because_of_the_length", alternatives, 1, 0x800, 0x1001, {}},
 		choice{"none_although_neighbours_cover_it", {{1, 0, 0x1000}, {1, 0x1000, 0x1000}}, 1, 0xFFF, 2, {}},
 		choice{"second_of_two_equal_but_for_their_section", {{1, 0, 0x1000}, {2, 0, 0x1000}, {2, 0, 0x1000}}, 2, 0, 0x1000, 1},
 		choice{"second_behind_one_that_wraps", {{1, 0xFFFFF000, 0x2000}, {1, 0xFFFFF000, 0xFFF}}, 1, 0xFFFFF000, 0xFFF, 1}),
@@ -163,13 +162,13 @@ TEST_F(datapath_section_row, of_no_rows_is_not_found)
 
 TEST_F(datapath_section_row, of_no_rows_is_not_found_even_where_one_stands)
 {
-	bytes table = table_of(g_three_sections);
+	bytes table = table_of(three_sections);
 	EXPECT_EQ(find(&table, 0, 1, 0, 1), std::nullopt);
 }
 
 TEST_F(datapath_section_row, behind_the_count_is_not_looked_at)
 {
-	bytes table = table_of(g_three_sections);
+	bytes table = table_of(three_sections);
 	EXPECT_EQ(find(&table, 2, 3, 0, 1), std::nullopt);
 	EXPECT_EQ(find(&table, 3, 3, 0, 1), std::optional(2u));
 }
@@ -190,7 +189,7 @@ TEST_F(datapath_section_row, is_found_whatever_its_name)
 
 TEST_F(datapath_section_row, lookup_changes_no_row)
 {
-	const bytes before = table_of(g_three_sections);
+	const bytes before = table_of(three_sections);
 	bytes table = before;
 	find(&table, 3, 2, 0x10, 0x10);
 	EXPECT_EQ(table, before);

@@ -26,7 +26,7 @@ protected:
 	bytes buf_ = bytes(64, 0xEE);
 };
 
-const auto g_both_ways = testing::Values(direction::read, direction::write);
+const auto both_ways = testing::Values(direction::read, direction::write);
 
 template <typename forced> std::string way_and_number(const testing::TestParamInfo<std::tuple<direction, forced>> &row)
 {
@@ -47,7 +47,7 @@ TEST_P(datapath_section_lookup, failure_ends_it)
 }
 
 INSTANTIATE_TEST_SUITE_P(given_as, datapath_section_lookup,
-			 testing::Combine(g_both_ways, testing::Values(0LL, -1LL, error_no_device, error_last)), way_and_number<long long>);
+			 testing::Combine(both_ways, testing::Values(0LL, -1LL, error_no_device, error_last)), way_and_number<long long>);
 
 class datapath_section_path : public failing_transfer<long long> {};
 
@@ -62,7 +62,7 @@ TEST_P(datapath_section_path, failure_ends_it_with_the_device_released_after_the
 	expect_nothing_moved();
 }
 
-INSTANTIATE_TEST_SUITE_P(given_as, datapath_section_path, testing::Combine(g_both_ways, testing::Values(-1LL, -34LL, -2147483648LL)),
+INSTANTIATE_TEST_SUITE_P(given_as, datapath_section_path, testing::Combine(both_ways, testing::Values(-1LL, -34LL, -2147483648LL)),
 			 way_and_number<long long>);
 
 class datapath_section_path_length : public failing_transfer<long long> {};
@@ -77,7 +77,7 @@ TEST_P(datapath_section_path_length, does_not_matter)
 	EXPECT_EQ(harness::log(), log_lines{not_opened_said(way(), "nor", -2)});
 }
 
-INSTANTIATE_TEST_SUITE_P(given_as, datapath_section_path_length, testing::Combine(g_both_ways, testing::Values(0LL, 1LL, 31LL)),
+INSTANTIATE_TEST_SUITE_P(given_as, datapath_section_path_length, testing::Combine(both_ways, testing::Values(0LL, 1LL, 31LL)),
 			 way_and_number<long long>);
 
 // ---------------------------------------------------------------------------------------------------------------- waiting
@@ -94,7 +94,7 @@ TEST_P(datapath_section_wait, ends_it_when_the_task_is_killed)
 	EXPECT_EQ(transfer(), 0u) << "the next one";
 }
 
-INSTANTIATE_TEST_SUITE_P(given_as, datapath_section_wait, testing::Combine(g_both_ways, testing::Values(-4LL, -62LL, 1LL)),
+INSTANTIATE_TEST_SUITE_P(given_as, datapath_section_wait, testing::Combine(both_ways, testing::Values(-4LL, -62LL, 1LL)),
 			 way_and_number<long long>);
 
 // ---------------------------------------------------------------------------------------------------------------- opening
@@ -111,8 +111,8 @@ TEST_P(datapath_section_open, failure_ends_it)
 	expect_nothing_moved();
 }
 
-INSTANTIATE_TEST_SUITE_P(given_as, datapath_section_open,
-			 testing::Combine(g_both_ways, testing::Values(0LL, -1LL, -2LL, -13LL, error_last)), way_and_number<long long>);
+INSTANTIATE_TEST_SUITE_P(given_as, datapath_section_open, testing::Combine(both_ways, testing::Values(0LL, -1LL, -2LL, -13LL, error_last)),
+			 way_and_number<long long>);
 
 // ---------------------------------------------------------------------------------------------------------------- seeking and moving
 
@@ -152,7 +152,7 @@ TEST_P(datapath_section_seek, to_another_place_ends_it)
 
 INSTANTIATE_TEST_SUITE_P(
 	of, datapath_section_seek,
-	testing::Combine(g_both_ways,
+	testing::Combine(both_ways,
 			 testing::Values(forced_result{"an_error", 0x100, error_invalid}, forced_result{"one_too_few", 0x100, 0xFF},
 					 forced_result{"one_too_many", 0x100, 0x101}, forced_result{"the_start", 0x100, 0},
 					 forced_result{"a_place_4_gib_away", 0x100, 0x100000100},
@@ -163,7 +163,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 class datapath_section_direction : public on_sections, public testing::WithParamInterface<direction> {};
 
-INSTANTIATE_TEST_SUITE_P(by, datapath_section_direction, g_both_ways, [](const auto &row) { return as_case_name(row.param); });
+INSTANTIATE_TEST_SUITE_P(by, datapath_section_direction, both_ways, [](const auto &row) { return as_case_name(row.param); });
 
 TEST_P(datapath_section_direction, says_address_and_position_of_a_seek_that_failed)
 {
@@ -195,7 +195,7 @@ TEST_P(datapath_section_count, that_differs_ends_it)
 }
 
 INSTANTIATE_TEST_SUITE_P(of, datapath_section_count,
-			 testing::Combine(g_both_ways,
+			 testing::Combine(both_ways,
 					  testing::Values(forced_result{"nothing", 16, 0}, forced_result{"one_byte_less", 16, 15},
 							  forced_result{"one_byte_more", 16, 17}, forced_result{"an_error", 16, error_io},
 							  forced_result{"the_length_and_4_gib", 16, 0x100000010},
@@ -258,9 +258,9 @@ TEST_P(datapath_section_failure, holds_nothing_when_it_stays)
 }
 
 INSTANTIATE_TEST_SUITE_P(in, datapath_section_failure,
-			 testing::Combine(g_both_ways, testing::Values(swept{"get_mtd_device_nm", error_no_device}, swept{"snprintf_s", -1},
-								       swept{"down_killable", -4}, swept{"filp_open", error_io},
-								       swept{"vfs_llseek", error_io}, swept{nullptr, error_io})),
+			 testing::Combine(both_ways, testing::Values(swept{"get_mtd_device_nm", error_no_device}, swept{"snprintf_s", -1},
+								     swept{"down_killable", -4}, swept{"filp_open", error_io},
+								     swept{"vfs_llseek", error_io}, swept{nullptr, error_io})),
 			 [](const auto &row) {
 				 const char *const function = std::get<1>(row.param).function;
 				 return as_case_name(std::get<0>(row.param)) + "_" + (function ? function : "move");

@@ -6,9 +6,9 @@
 namespace conformance {
 namespace {
 
-const log_line g_bad_argument = own_log(ordinary, "mtd getinfo: input argument are invalid");
-const log_line g_not_found = own_log(trace, "mtd getinfo: info not found");
-const bytes g_untouched(8, 0xA5);
+const log_line bad_argument = own_log(ordinary, "mtd getinfo: input argument are invalid");
+const log_line not_found = own_log(trace, "mtd getinfo: info not found");
+const bytes untouched(8, 0xA5);
 
 uint32_t get_type(harness::argument name, bytes *type)
 {
@@ -49,7 +49,7 @@ TEST_F(datapath_type, looks_the_device_up_and_releases_it)
 TEST_F(datapath_type, is_four_bytes)
 {
 	add_nor();
-	bytes type = g_untouched;
+	bytes type = untouched;
 	EXPECT_EQ(get_type("nor", &type), 0u);
 	EXPECT_EQ(type, (bytes{1, 0, 0, 0, 0xA5, 0xA5, 0xA5, 0xA5}));
 }
@@ -75,10 +75,10 @@ TEST_F(datapath_type, is_fresh_at_each_call)
 
 TEST_F(datapath_type_alone, of_an_unknown_name_leaves_the_answer_alone)
 {
-	bytes type = g_untouched;
+	bytes type = untouched;
 	EXPECT_EQ(get_type("absent", &type), no_partition);
-	EXPECT_EQ(type, g_untouched);
-	EXPECT_EQ(harness::log(), log_lines{g_not_found});
+	EXPECT_EQ(type, untouched);
+	EXPECT_EQ(harness::log(), log_lines{not_found});
 }
 
 TEST_F(datapath_type_alone, of_a_name_of_31_characters_is_told)
@@ -93,17 +93,17 @@ class datapath_type_bad_name : public on_partitions, public testing::WithParamIn
 
 TEST_P(datapath_type_bad_name, is_refused_before_any_lookup)
 {
-	bytes type = g_untouched;
+	bytes type = untouched;
 	EXPECT_EQ(get_type(GetParam() ? harness::argument(GetParam()) : harness::argument(nullptr), &type), invalid);
-	EXPECT_EQ(type, g_untouched);
-	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(type, untouched);
+	EXPECT_EQ(harness::log(), log_lines{bad_argument});
 	EXPECT_EQ(deeds(), call_list());
 }
 
 TEST_P(datapath_type_bad_name, comes_before_the_missing_answer)
 {
 	EXPECT_EQ(get_type(GetParam() ? harness::argument(GetParam()) : harness::argument(nullptr), nullptr), invalid);
-	EXPECT_EQ(harness::log(), log_lines{g_bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_argument});
 }
 
 INSTANTIATE_TEST_SUITE_P(that_is, datapath_type_bad_name, testing::Values("", name_of_32, static_cast<const char *>(nullptr)),
@@ -121,7 +121,7 @@ TEST_F(datapath_type, without_an_answer_is_refused_after_the_lookup)
 TEST_F(datapath_type_alone, of_an_unknown_name_without_an_answer_is_not_found)
 {
 	EXPECT_EQ(get_type("absent", nullptr), no_partition);
-	EXPECT_EQ(harness::log(), log_lines{g_not_found});
+	EXPECT_EQ(harness::log(), log_lines{not_found});
 }
 
 class datapath_type_lookup : public on_nand, public testing::WithParamInterface<long long> {};
@@ -129,10 +129,10 @@ class datapath_type_lookup : public on_nand, public testing::WithParamInterface<
 TEST_P(datapath_type_lookup, that_fails_is_not_found)
 {
 	harness::fail("get_mtd_device_nm", GetParam());
-	bytes type = g_untouched;
+	bytes type = untouched;
 	EXPECT_EQ(get_type("nand", &type), no_partition);
-	EXPECT_EQ(type, g_untouched);
-	EXPECT_EQ(harness::log(), log_lines{g_not_found});
+	EXPECT_EQ(type, untouched);
+	EXPECT_EQ(harness::log(), log_lines{not_found});
 	EXPECT_FALSE(called("put_mtd_device"));
 	EXPECT_EQ(get_type("nand", &type), 0u);
 	EXPECT_EQ(u32_at(type, 0), 0u);

@@ -9,7 +9,7 @@
 namespace conformance {
 namespace {
 
-constexpr int g_rounds = 40;
+constexpr int rounds = 40;
 
 class ioctl_concurrency : public on_three_partitions {
 protected:
@@ -52,7 +52,7 @@ TEST_F(ioctl_concurrency, two_writers_of_one_partition_lose_no_update)
 	const auto writer = [](const request &write, const request &read) {
 		return [&] {
 			int unexpected = 0;
-			for (int round = 1; round <= g_rounds; ++round) {
+			for (int round = 1; round <= rounds; ++round) {
 				write.fill(static_cast<uint8_t>(round));
 				unexpected += write() != 0;
 				unexpected += read() != 0;
@@ -62,7 +62,7 @@ TEST_F(ioctl_concurrency, two_writers_of_one_partition_lose_no_update)
 		};
 	};
 	run({writer(low, low_back), writer(high, high_back)});
-	expect_changed(listed, 0x1000, bytes(0x100, g_rounds));
+	expect_changed(listed, 0x1000, bytes(0x100, rounds));
 }
 
 TEST_F(ioctl_concurrency, a_reader_sees_a_write_whole_or_not_at_all)
@@ -72,7 +72,7 @@ TEST_F(ioctl_concurrency, a_reader_sees_a_write_whole_or_not_at_all)
 	ASSERT_EQ(write(), 0u);
 	run({[&] {
 		     int unexpected = 0;
-		     for (int round = 1; round <= g_rounds; ++round) {
+		     for (int round = 1; round <= rounds; ++round) {
 			     write.fill(static_cast<uint8_t>(round));
 			     unexpected += write() != 0;
 		     }
@@ -80,14 +80,14 @@ TEST_F(ioctl_concurrency, a_reader_sees_a_write_whole_or_not_at_all)
 	     },
 	     [&] {
 		     int unexpected = 0;
-		     for (int round = 1; round <= g_rounds; ++round) {
+		     for (int round = 1; round <= rounds; ++round) {
 			     unexpected += read() != 0;
 			     const bytes seen = read.data();
 			     unexpected += seen != bytes(0x100, seen.front());
 		     }
 		     return unexpected;
 	     }});
-	expect_changed(listed, 0xFF80, bytes(0x100, g_rounds));
+	expect_changed(listed, 0xFF80, bytes(0x100, rounds));
 }
 
 TEST_F(ioctl_concurrency, two_partitions_are_written_side_by_side)
@@ -97,7 +97,7 @@ TEST_F(ioctl_concurrency, two_partitions_are_written_side_by_side)
 	const auto writer = [](const request &write) {
 		return [&] {
 			int unexpected = 0;
-			for (int round = 1; round <= g_rounds; ++round) {
+			for (int round = 1; round <= rounds; ++round) {
 				write.fill(static_cast<uint8_t>(round));
 				unexpected += write() != 0;
 			}
@@ -105,8 +105,8 @@ TEST_F(ioctl_concurrency, two_partitions_are_written_side_by_side)
 		};
 	};
 	run({writer(one), writer(other)});
-	expect_changed(listed, 0x10, bytes(0x20, g_rounds));
-	expect_changed(whole, 0x3FFE0, bytes(0x20, g_rounds));
+	expect_changed(listed, 0x10, bytes(0x20, rounds));
+	expect_changed(whole, 0x3FFE0, bytes(0x20, rounds));
 }
 
 TEST_F(ioctl_concurrency, queries_run_beside_transfers)
@@ -115,13 +115,13 @@ TEST_F(ioctl_concurrency, queries_run_beside_transfers)
 	const user_bytes statistics(7172);
 	const auto asker = [&] {
 		int unexpected = 0;
-		for (int round = 0; round < g_rounds; ++round)
+		for (int round = 0; round < rounds; ++round)
 			unexpected += harness::ioctl(get_mtd_statistics, statistics.address()).code() != 0;
 		return unexpected;
 	};
 	run({[&] {
 		     int unexpected = 0;
-		     for (int round = 1; round <= g_rounds; ++round) {
+		     for (int round = 1; round <= rounds; ++round) {
 			     write.fill(static_cast<uint8_t>(round));
 			     unexpected += write() != 0;
 		     }
@@ -129,7 +129,7 @@ TEST_F(ioctl_concurrency, queries_run_beside_transfers)
 	     },
 	     asker});
 	EXPECT_EQ(u32_at(statistics.content(), 0), 3u);
-	expect_changed(listed, 0, bytes(0x40, g_rounds));
+	expect_changed(listed, 0, bytes(0x40, rounds));
 }
 
 TEST_F(ioctl_concurrency, holds_nothing_at_the_end)
@@ -139,7 +139,7 @@ TEST_F(ioctl_concurrency, holds_nothing_at_the_end)
 	const auto reader = [](const request &read) {
 		return [&] {
 			int unexpected = 0;
-			for (int round = 0; round < g_rounds; ++round)
+			for (int round = 0; round < rounds; ++round)
 				unexpected += read() != 0;
 			return unexpected;
 		};

@@ -7,11 +7,11 @@
 namespace conformance {
 namespace {
 
-constexpr std::size_t g_record_size = 56, g_config_at = 16;
+constexpr std::size_t record_size = 56, config_at = 16;
 
 bytes request(uint32_t instance, uint32_t name_length, uint64_t name)
 {
-	bytes record(g_record_size, 0xC5);
+	bytes record(record_size, 0xC5);
 	std::memcpy(&record[0], &instance, sizeof(instance));
 	std::memcpy(&record[12], &name_length, sizeof(name_length));
 	std::memcpy(&record[48], &name, sizeof(name));
@@ -39,7 +39,7 @@ public:
 	{
 		bytes expected = asked_;
 		const bytes config = in_memory(flash);
-		std::copy(config.begin(), config.end(), expected.begin() + g_config_at);
+		std::copy(config.begin(), config.end(), expected.begin() + config_at);
 		EXPECT_EQ(record_.content(), expected);
 	}
 
@@ -450,7 +450,7 @@ TEST_P(ioctl_either_lookup, writes_not_a_byte_around_its_record)
 	const user_bytes memory(around);
 	EXPECT_EQ(harness::ioctl(GetParam(), memory.address(8)).code(), 0u);
 	const bytes config = in_memory(unlocked_flash);
-	std::copy(config.begin(), config.end(), around.begin() + 8 + g_config_at);
+	std::copy(config.begin(), config.end(), around.begin() + 8 + config_at);
 	EXPECT_EQ(memory.content(), around);
 }
 
@@ -458,18 +458,18 @@ TEST_P(ioctl_either_lookup, takes_any_alignment)
 {
 	const user_bytes name(bytes{'s', 'h', 'a', 'r', 'e', 'd'});
 	const bytes asked = request(0x20, 6, name.address());
-	const user_bytes memory(g_record_size + 3);
+	const user_bytes memory(record_size + 3);
 	std::memcpy(reinterpret_cast<void *>(memory.address(3)), asked.data(), asked.size());
 	EXPECT_EQ(harness::ioctl(GetParam(), memory.address(3)).code(), 0u);
 	const bytes content = memory.content();
-	EXPECT_EQ(bytes(content.begin() + 3 + g_config_at, content.begin() + 3 + 48), in_memory(unlocked_flash));
+	EXPECT_EQ(bytes(content.begin() + 3 + config_at, content.begin() + 3 + 48), in_memory(unlocked_flash));
 }
 
 TEST_P(ioctl_either_lookup, of_a_record_of_which_a_byte_is_missing_fails)
 {
-	const user_bytes memory(g_record_size - 1);
+	const user_bytes memory(record_size - 1);
 	expect_seen_as(harness::ioctl(GetParam(), memory.address()), request_unreadable, 0);
-	EXPECT_EQ(memory.content(), bytes(g_record_size - 1, 0xEE));
+	EXPECT_EQ(memory.content(), bytes(record_size - 1, 0xEE));
 }
 
 TEST_P(ioctl_either_lookup, of_a_record_with_one_byte_left_uncopied_fails)
@@ -510,12 +510,12 @@ TEST_P(ioctl_either_lookup, of_a_partly_read_only_record_gives_the_bytes_that_it
 	harness::protect(memory + page, page, access::read_only);
 	const harness::ioctl_result result = harness::ioctl(GetParam(), harness::user_address(record));
 	EXPECT_EQ(result.errno_value, 0);
-	EXPECT_GE(result.value, static_cast<long>(g_record_size - before));
-	EXPECT_LE(result.value, static_cast<long>(g_record_size));
+	EXPECT_GE(result.value, static_cast<long>(record_size - before));
+	EXPECT_LE(result.value, static_cast<long>(record_size));
 	if (harness::world() == harness::world_kind::host) {
-		EXPECT_EQ(result.value, static_cast<long>(g_record_size - before));
+		EXPECT_EQ(result.value, static_cast<long>(record_size - before));
 	}
-	EXPECT_EQ(bytes(record + before, record + g_record_size), bytes(asked.begin() + before, asked.end()));
+	EXPECT_EQ(bytes(record + before, record + record_size), bytes(asked.begin() + before, asked.end()));
 }
 
 TEST_P(ioctl_either_lookup, gives_the_count_of_unwritten_bytes_as_it_is)
@@ -537,7 +537,7 @@ class ioctl_lookup_address : public ioctl_lookup, public testing::WithParamInter
 TEST_P(ioctl_lookup_address, is_unreadable)
 {
 	const auto &[command, kind] = GetParam();
-	expect_seen_as(harness::ioctl(command, make_bad_address(kind, g_record_size)), request_unreadable, 0);
+	expect_seen_as(harness::ioctl(command, make_bad_address(kind, record_size)), request_unreadable, 0);
 	EXPECT_EQ(harness::calls(), call_list{"linux_copy_from_user(-, -, 56)"});
 }
 

@@ -6,7 +6,7 @@
 namespace conformance {
 namespace {
 
-constexpr std::size_t g_part_info_size = 520;
+constexpr std::size_t part_info_size = 520;
 
 struct query {
 	const char *label;
@@ -16,28 +16,28 @@ struct query {
 	call_list before_copy, after_copy;
 };
 
-const query g_part_num = {
+const query part_num = {
 	"part_num", get_part_num, 4, "Flash get part num fail, copy to user fail", {"get_mtd_device_nm(\"usrdata\")", "put_mtd_device(-)"},
 	{}};
-const query g_is_exist = {"is_exist",
-			  get_nand_is_exist,
-			  4,
-			  "Flash get nand is exist fail, copy to user fail",
-			  {"drv_flash_get_nand_is_exist(-)", "get_mtd_device_nm(\"usrdata\")", "put_mtd_device(-)"},
-			  {}};
-const query g_part_info = {"part_info",
-			   get_nand_part_info,
-			   g_part_info_size,
-			   "Flash get nand part info fail, copy to user fail",
-			   {"linux_kzalloc(520)", "get_mtd_device_nm(\"usrdata\")", "put_mtd_device(-)", "get_mtd_device_nm(\"usrdata\")",
-			    "put_mtd_device(-)"},
-			   {"kfree(-)"}};
+const query is_exist = {"is_exist",
+			get_nand_is_exist,
+			4,
+			"Flash get nand is exist fail, copy to user fail",
+			{"drv_flash_get_nand_is_exist(-)", "get_mtd_device_nm(\"usrdata\")", "put_mtd_device(-)"},
+			{}};
+const query part_info = {"part_info",
+			 get_nand_part_info,
+			 part_info_size,
+			 "Flash get nand part info fail, copy to user fail",
+			 {"linux_kzalloc(520)", "get_mtd_device_nm(\"usrdata\")", "put_mtd_device(-)", "get_mtd_device_nm(\"usrdata\")",
+			  "put_mtd_device(-)"},
+			 {"kfree(-)"}};
 
-const auto g_queries = testing::Values(g_part_num, g_is_exist, g_part_info);
+const auto queries = testing::Values(part_num, is_exist, part_info);
 
-const log_line g_no_usrdata = own_log(serious, "Failed to get  MTD information.\n");
-const log_line g_lost_usrdata = own_log(serious, "Failed to get usrdata MTD information.\n");
-const log_line g_no_part_num = own_log(serious, "Failed to get nand part num, (ret=4294967295)\n");
+const log_line no_usrdata = own_log(serious, "Failed to get  MTD information.\n");
+const log_line lost_usrdata = own_log(serious, "Failed to get usrdata MTD information.\n");
+const log_line no_part_num = own_log(serious, "Failed to get nand part num, (ret=4294967295)\n");
 
 class on_board_with_usrdata : public on_loaded_module {
 protected:
@@ -64,7 +64,7 @@ bytes expected_reply(const query &asked)
 {
 	bytes reply(asked.size);
 	reply[0] = 1;
-	if (asked.size == g_part_info_size)
+	if (asked.size == part_info_size)
 		reply[264 + 2] = 3; // 0x30000
 	return reply;
 }
@@ -168,7 +168,7 @@ TEST_P(ioctl_query, fails_with_each_copy_and_succeeds_next_time)
 	sweep_failures("linux_copy_to_user", 1, [&] { return harness::ioctl(GetParam().command, reply.address()).code(); });
 }
 
-INSTANTIATE_TEST_SUITE_P(of, ioctl_query, g_queries, [](const auto &row) { return row.param.label; });
+INSTANTIATE_TEST_SUITE_P(of, ioctl_query, queries, [](const auto &row) { return row.param.label; });
 
 class ioctl_query_address : public on_board_with_usrdata, public testing::WithParamInterface<std::tuple<query, bad_address>> {};
 
@@ -181,7 +181,7 @@ TEST_P(ioctl_query_address, fails_with_the_message_of_the_command)
 	EXPECT_EQ(harness::held(), before);
 }
 
-INSTANTIATE_TEST_SUITE_P(that_is, ioctl_query_address, testing::Combine(g_queries, unwritable_addresses),
+INSTANTIATE_TEST_SUITE_P(that_is, ioctl_query_address, testing::Combine(queries, unwritable_addresses),
 			 [](const auto &row) { return std::string(std::get<0>(row.param).label) + "_" + name_of(std::get<1>(row.param)); });
 
 // ---------------------------------------------------------------------------------------------------------------- without the partition
@@ -199,14 +199,14 @@ TEST_F(ioctl_part_num_without_usrdata, leaves_the_reply_untouched)
 	user_bytes reply(4);
 	EXPECT_EQ(harness::ioctl(get_part_num, reply.address()).code(), failed);
 	EXPECT_EQ(reply.content(), bytes(4, 0xEE));
-	EXPECT_EQ(harness::log(), log_lines{g_no_usrdata});
+	EXPECT_EQ(harness::log(), log_lines{no_usrdata});
 	EXPECT_EQ(deeds(), call_list{"get_mtd_device_nm(\"\")"});
 }
 
 TEST_F(ioctl_part_num_without_usrdata, does_not_look_at_the_address)
 {
 	EXPECT_EQ(harness::ioctl(get_part_num, 0).code(), failed);
-	EXPECT_EQ(harness::log(), log_lines{g_no_usrdata});
+	EXPECT_EQ(harness::log(), log_lines{no_usrdata});
 }
 
 class ioctl_is_exist_without_usrdata : public on_board_without_usrdata {};
@@ -243,16 +243,16 @@ class ioctl_part_info_without_usrdata : public on_board_without_usrdata {};
 
 TEST_F(ioctl_part_info_without_usrdata, is_a_failure_that_a_program_sees_as_eperm)
 {
-	user_bytes reply(g_part_info_size);
+	user_bytes reply(part_info_size);
 	expect_seen_as(harness::ioctl(get_nand_part_info, reply.address()), -1, 1);
 }
 
 TEST_F(ioctl_part_info_without_usrdata, frees_its_buffer_and_leaves_the_reply_untouched)
 {
-	user_bytes reply(g_part_info_size);
+	user_bytes reply(part_info_size);
 	EXPECT_EQ(harness::ioctl(get_nand_part_info, reply.address()).code(), failed);
-	EXPECT_EQ(reply.content(), bytes(g_part_info_size, 0xEE));
-	EXPECT_EQ(harness::log(), (log_lines{g_no_usrdata, g_no_part_num}));
+	EXPECT_EQ(reply.content(), bytes(part_info_size, 0xEE));
+	EXPECT_EQ(harness::log(), (log_lines{no_usrdata, no_part_num}));
 	EXPECT_EQ(deeds(), (call_list{"linux_kzalloc(520)", "get_mtd_device_nm(\"\")", "kfree(-)"}));
 }
 
@@ -265,7 +265,7 @@ TEST_P(ioctl_lost_usrdata, makes_part_num_fail)
 	harness::fail("get_mtd_device_nm", GetParam());
 	user_bytes reply(4);
 	EXPECT_EQ(harness::ioctl(get_part_num, reply.address()).code(), failed);
-	EXPECT_EQ(harness::log(), log_lines{g_lost_usrdata});
+	EXPECT_EQ(harness::log(), log_lines{lost_usrdata});
 	EXPECT_EQ(reply.content(), bytes(4, 0xEE));
 }
 
@@ -280,20 +280,20 @@ TEST_P(ioctl_lost_usrdata, makes_is_exist_answer_0)
 TEST_P(ioctl_lost_usrdata, at_the_first_look_up_makes_part_info_fail_with_two_messages)
 {
 	harness::fail("get_mtd_device_nm", GetParam());
-	user_bytes reply(g_part_info_size);
+	user_bytes reply(part_info_size);
 	EXPECT_EQ(harness::ioctl(get_nand_part_info, reply.address()).code(), failed);
-	EXPECT_EQ(harness::log(), (log_lines{g_lost_usrdata, g_no_part_num}));
-	EXPECT_EQ(reply.content(), bytes(g_part_info_size, 0xEE));
+	EXPECT_EQ(harness::log(), (log_lines{lost_usrdata, no_part_num}));
+	EXPECT_EQ(reply.content(), bytes(part_info_size, 0xEE));
 	EXPECT_EQ(call_names().back(), "kfree");
 }
 
 TEST_P(ioctl_lost_usrdata, at_the_second_look_up_makes_part_info_fail_with_one_message)
 {
 	harness::fail("get_mtd_device_nm", GetParam(), 2);
-	user_bytes reply(g_part_info_size);
+	user_bytes reply(part_info_size);
 	EXPECT_EQ(harness::ioctl(get_nand_part_info, reply.address()).code(), failed);
-	EXPECT_EQ(harness::log(), log_lines{g_lost_usrdata});
-	EXPECT_EQ(reply.content(), bytes(g_part_info_size, 0xEE));
+	EXPECT_EQ(harness::log(), log_lines{lost_usrdata});
+	EXPECT_EQ(reply.content(), bytes(part_info_size, 0xEE));
 	EXPECT_EQ(call_names().back(), "kfree");
 }
 
@@ -307,27 +307,27 @@ TEST_F(ioctl_usrdata, that_went_away_is_no_part_any_more)
 	harness::remove_mtd(usrdata);
 	user_bytes reply(4);
 	EXPECT_EQ(harness::ioctl(get_part_num, reply.address()).code(), failed);
-	EXPECT_EQ(harness::log(), log_lines{g_lost_usrdata});
+	EXPECT_EQ(harness::log(), log_lines{lost_usrdata});
 }
 
 TEST_F(ioctl_usrdata, that_came_back_larger_is_measured_again)
 {
 	harness::remove_mtd(usrdata);
 	harness::add_mtd({.name = "usrdata", .size = 0x200000000});
-	user_bytes reply(g_part_info_size);
+	user_bytes reply(part_info_size);
 	EXPECT_EQ(harness::ioctl(get_nand_part_info, reply.address()).code(), 0u);
 	EXPECT_EQ(u64_at(reply.content(), 264), 0x200000000u);
 }
 
 TEST_F(ioctl_usrdata, fails_part_info_with_each_look_up_and_succeeds_next_time)
 {
-	user_bytes reply(g_part_info_size);
+	user_bytes reply(part_info_size);
 	sweep_failures("get_mtd_device_nm", 0, [&] { return harness::ioctl(get_nand_part_info, reply.address()).code(); });
 }
 
 TEST_F(ioctl_usrdata, fails_part_info_with_each_allocation_and_succeeds_next_time)
 {
-	user_bytes reply(g_part_info_size);
+	user_bytes reply(part_info_size);
 	sweep_failures("linux_kzalloc", 0, [&] { return harness::ioctl(get_nand_part_info, reply.address()).code(); });
 }
 
@@ -340,11 +340,11 @@ TEST_F(ioctl_usrdata, fails_part_num_with_each_look_up_and_succeeds_next_time)
 TEST_F(ioctl_usrdata, without_memory_has_no_part_info)
 {
 	harness::fail("linux_kzalloc", 0);
-	user_bytes reply(g_part_info_size);
+	user_bytes reply(part_info_size);
 	expect_seen_as(harness::ioctl(get_nand_part_info, reply.address()), no_memory, 0);
 	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "Flash get nand part info fail, zalloc fail")});
 	EXPECT_EQ(deeds(), call_list{"linux_kzalloc(520)"});
-	EXPECT_EQ(reply.content(), bytes(g_part_info_size, 0xEE));
+	EXPECT_EQ(reply.content(), bytes(part_info_size, 0xEE));
 }
 
 } // namespace

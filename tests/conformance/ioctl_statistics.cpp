@@ -6,13 +6,13 @@
 namespace conformance {
 namespace {
 
-constexpr std::size_t g_record_size = 7172, g_entry_size = 56;
-constexpr uint32_t g_most = 128;
+constexpr std::size_t record_size = 7172, entry_size = 56;
+constexpr uint32_t most = 128;
 
 bytes entry_of(const bytes &record, uint32_t index)
 {
-	const auto start = record.begin() + 4 + static_cast<std::ptrdiff_t>(index * g_entry_size);
-	return {start, start + g_entry_size};
+	const auto start = record.begin() + 4 + static_cast<std::ptrdiff_t>(index * entry_size);
+	return {start, start + entry_size};
 }
 
 std::string name_in(const bytes &entry)
@@ -37,7 +37,7 @@ protected:
 
 	uint32_t ask()
 	{
-		user_bytes record(g_record_size);
+		user_bytes record(record_size);
 		const uint32_t code = harness::ioctl(get_mtd_statistics, record.address()).code();
 		record_ = record.content();
 		return code;
@@ -46,10 +46,10 @@ protected:
 	uint32_t count() const { return u32_at(record_, 0); }
 	bytes entry(uint32_t index) const { return entry_of(record_, index); }
 	const bytes &record() const { return record_; }
-	bool untouched() const { return record_ == bytes(g_record_size, 0xEE); }
+	bool untouched() const { return record_ == bytes(record_size, 0xEE); }
 	bool zero_from(uint32_t index) const
 	{
-		const auto start = record_.begin() + 4 + static_cast<std::ptrdiff_t>(index * g_entry_size);
+		const auto start = record_.begin() + 4 + static_cast<std::ptrdiff_t>(index * entry_size);
 		return std::all_of(start, record_.end(), [](uint8_t byte) { return byte == 0; });
 	}
 
@@ -62,7 +62,7 @@ private:
 TEST_F(ioctl_statistics, without_a_device_is_all_zero)
 {
 	EXPECT_EQ(ask(), 0u);
-	EXPECT_EQ(record(), bytes(g_record_size, 0));
+	EXPECT_EQ(record(), bytes(record_size, 0));
 	EXPECT_EQ(harness::calls(), (call_list{"vzalloc(7172)", "get_mtd_device(-, 0)", "linux_copy_to_user(-, -, 7172)", "vfree(-)"}));
 	EXPECT_EQ(harness::log(), log_lines());
 }
@@ -115,7 +115,7 @@ TEST_F(ioctl_statistics, without_device_0_is_empty)
 	harness::add_mtd({.name = "one"});
 	harness::remove_mtd(0);
 	EXPECT_EQ(ask(), 0u);
-	EXPECT_EQ(record(), bytes(g_record_size, 0));
+	EXPECT_EQ(record(), bytes(record_size, 0));
 }
 
 TEST_F(ioctl_statistics, is_fresh_at_each_call)
@@ -160,7 +160,7 @@ protected:
 			EXPECT_EQ(name_in(entry(i)), name_of(i));
 			expected.push_back("get_mtd_device(-, " + decimal(i) + ")");
 		}
-		if (listed < g_most)
+		if (listed < most)
 			expected.push_back("get_mtd_device(-, " + decimal(listed) + ")");
 		EXPECT_EQ(calls_of("get_mtd_device"), expected);
 		EXPECT_EQ(times_called("put_mtd_device"), static_cast<long>(listed));
@@ -179,18 +179,18 @@ TEST_F(ioctl_statistics_count, is_that_of_the_devices)
 TEST_F(ioctl_statistics_count, is_128_at_most_and_no_further_device_is_looked_at)
 {
 	const harness::mtd_spec long_name = {.name = std::string(32, 'm'), .size = 0x10000};
-	add_devices(0, g_most - 1);
-	expect_list(g_most - 1);
+	add_devices(0, most - 1);
+	expect_list(most - 1);
 
 	harness::add_mtd(long_name);
 	EXPECT_EQ(ask(), copy_failed);
 	EXPECT_TRUE(untouched());
-	harness::remove_mtd(g_most - 1);
+	harness::remove_mtd(most - 1);
 
-	add_devices(g_most - 1, g_most);
-	expect_list(g_most);
+	add_devices(most - 1, most);
+	expect_list(most);
 	harness::add_mtd(long_name);
-	expect_list(g_most);
+	expect_list(most);
 }
 
 class ioctl_statistics_missing : public ioctl_statistics, public testing::WithParamInterface<long long> {};
@@ -355,29 +355,29 @@ TEST_F(ioctl_statistics, without_memory_fails)
 {
 	harness::add_mtd({.name = "zero"});
 	harness::fail("vzalloc", 0);
-	user_bytes record(g_record_size);
+	user_bytes record(record_size);
 	expect_seen_as(harness::ioctl(get_mtd_statistics, record.address()), no_memory, 0);
 	EXPECT_EQ(harness::log(), log_lines{own_log(serious, "Failed to alloc mtd statistics buf")});
 	EXPECT_EQ(deeds(), call_list{"vzalloc(7172)"});
-	EXPECT_EQ(record.content(), bytes(g_record_size, 0xEE));
+	EXPECT_EQ(record.content(), bytes(record_size, 0xEE));
 }
 
 TEST_F(ioctl_statistics, writes_7172_bytes_and_not_one_around_them)
 {
 	harness::add_mtd({.name = "zero"});
-	user_bytes memory(g_record_size + 24);
+	user_bytes memory(record_size + 24);
 	EXPECT_EQ(harness::ioctl(get_mtd_statistics, memory.address(8)).code(), 0u);
 	const bytes content = memory.content();
 	EXPECT_EQ(bytes(content.begin(), content.begin() + 8), bytes(8, 0xEE));
 	EXPECT_EQ(u32_at(content, 8), 1u);
 	EXPECT_EQ(bytes(content.end() - 16, content.end()), bytes(16, 0xEE));
-	EXPECT_EQ(content[g_record_size + 7], 0);
+	EXPECT_EQ(content[record_size + 7], 0);
 }
 
 TEST_F(ioctl_statistics, writes_to_any_alignment)
 {
 	harness::add_mtd({.name = "zero"});
-	user_bytes memory(g_record_size + 1);
+	user_bytes memory(record_size + 1);
 	EXPECT_EQ(harness::ioctl(get_mtd_statistics, memory.address(1)).code(), 0u);
 	EXPECT_EQ(u32_at(memory.content(), 1), 1u);
 	EXPECT_EQ(memory.content()[5 + 24], 'z');
@@ -395,8 +395,8 @@ TEST_P(ioctl_statistics_address, leaves_every_byte_uncopied)
 {
 	harness::add_mtd({.name = "zero"});
 	const harness::holdings before = harness::held();
-	expect_seen_as(harness::ioctl(get_mtd_statistics, make_bad_address(GetParam(), g_record_size)), copy_failed, 0);
-	EXPECT_EQ(harness::log(), log_lines{copy_error(g_record_size)});
+	expect_seen_as(harness::ioctl(get_mtd_statistics, make_bad_address(GetParam(), record_size)), copy_failed, 0);
+	EXPECT_EQ(harness::log(), log_lines{copy_error(record_size)});
 	EXPECT_EQ(call_names().back(), "vfree");
 	EXPECT_EQ(harness::held(), before);
 }
@@ -417,7 +417,7 @@ INSTANTIATE_TEST_SUITE_P(of, ioctl_statistics_rest, testing::Values(1, 4, 7171, 
 
 TEST_F(ioctl_statistics, to_memory_one_byte_short_fails)
 {
-	user_bytes memory(g_record_size - 1);
+	user_bytes memory(record_size - 1);
 	EXPECT_EQ(harness::ioctl(get_mtd_statistics, memory.address()).code(), copy_failed);
 	ASSERT_EQ(harness::log().size(), 1u);
 	const log_line message = harness::log().front();
@@ -425,14 +425,14 @@ TEST_F(ioctl_statistics, to_memory_one_byte_short_fails)
 	EXPECT_TRUE(message.text.starts_with(start.substr(0, start.size() - 1))) << message.text;
 	const unsigned long left = std::stoul("0" + message.text.substr(std::min(start.size() - 1, message.text.size())));
 	EXPECT_GE(left, 1u);
-	EXPECT_LE(left, g_record_size);
+	EXPECT_LE(left, record_size);
 	EXPECT_EQ(message, copy_error(left));
 }
 
 TEST_F(ioctl_statistics, to_memory_with_one_byte_missing_says_how_many_are_missing)
 {
 	CONFORMANCE_HOST_ONLY("how many bytes of a partly mapped range are copied is the processor's affair");
-	user_bytes memory(g_record_size - 1);
+	user_bytes memory(record_size - 1);
 	EXPECT_EQ(harness::ioctl(get_mtd_statistics, memory.address()).code(), copy_failed);
 	EXPECT_EQ(harness::log(), log_lines{copy_error(1)});
 }

@@ -6,7 +6,7 @@
 namespace conformance {
 namespace {
 
-constexpr uint32_t g_avail = 0x20000;
+constexpr uint32_t avail = 0x20000;
 
 uint32_t number_of(direction way)
 {
@@ -23,7 +23,7 @@ log_line total_read_failure(uint32_t total, uint32_t code)
 	return own_log(ordinary, "mtd total read: total_len " + decimal(total) + " fail " + hexadecimal(code));
 }
 
-log_line total_write_note(uint32_t offset, uint32_t len, uint32_t avail_size = g_avail, const std::string &path = "/dev/mtd2")
+log_line total_write_note(uint32_t offset, uint32_t len, uint32_t avail_size = avail, const std::string &path = "/dev/mtd2")
 {
 	return own_log(ordinary, "mtd total write: mtd " + path + " offset " + decimal(offset) + " len " + decimal(len) + " avail_size " +
 					 decimal(avail_size));
@@ -47,9 +47,9 @@ log_line no_info(direction way, const std::string &name, uint32_t code)
 	return own_log(ordinary, "mtd " + as_case_name(way) + ": mtd info not found, name:" + name + " ret:" + decimal(code));
 }
 
-const log_line g_no_device = own_log(trace, "mtd getinfo: info not found");
-const log_line g_bad_name = own_log(ordinary, "mtd getinfo: input argument are invalid");
-const log_line g_not_copied = own_log(ordinary, "Flash get nand part info fail, copy to user fail");
+const log_line no_device = own_log(trace, "mtd getinfo: info not found");
+const log_line bad_name = own_log(ordinary, "mtd getinfo: input argument are invalid");
+const log_line not_copied = own_log(ordinary, "Flash get nand part info fail, copy to user fail");
 
 call_list names_from_last(std::string_view name)
 {
@@ -248,7 +248,7 @@ TEST_P(ioctl_transfer, of_a_listed_partition_without_a_device_fails)
 {
 	user_bytes data(16);
 	EXPECT_EQ(command("absent", 0, 16, data.address()), no_partition);
-	EXPECT_EQ(harness::log(), (log_lines{g_no_device, no_info(way(), "absent", no_partition)}));
+	EXPECT_EQ(harness::log(), (log_lines{no_device, no_info(way(), "absent", no_partition)}));
 	EXPECT_EQ(names_from_last("get_mtd_device_nm"), (call_list{"get_mtd_device_nm", "drv_log_record", "vfree", "drv_log_record"}));
 	EXPECT_EQ(data.content(), bytes(16, 0xEE));
 }
@@ -257,7 +257,7 @@ TEST_P(ioctl_transfer, of_a_listed_empty_name_fails_in_the_name_check)
 {
 	user_bytes data(16);
 	EXPECT_EQ(command("", 0, 16, data.address()), invalid);
-	EXPECT_EQ(harness::log(), (log_lines{g_bad_name, no_info(way(), "", invalid)}));
+	EXPECT_EQ(harness::log(), (log_lines{bad_name, no_info(way(), "", invalid)}));
 	EXPECT_FALSE(called("get_mtd_device_nm"));
 	EXPECT_EQ(call_names().back(), "drv_log_record");
 }
@@ -270,7 +270,7 @@ TEST_P(ioctl_transfer, of_a_device_that_cannot_be_taken_fails)
 		harness::fail("get_mtd_device_nm", result);
 		user_bytes data(16);
 		EXPECT_EQ(command("listed", 0, 16, data.address()), no_partition);
-		EXPECT_EQ(harness::log(), (log_lines{g_no_device, no_info(way(), "listed", no_partition)}));
+		EXPECT_EQ(harness::log(), (log_lines{no_device, no_info(way(), "listed", no_partition)}));
 	}
 }
 
@@ -420,7 +420,7 @@ TEST_P(ioctl_transfer_left_over_entry, is_stopped_by_the_name_check)
 	user_bytes data(16);
 	EXPECT_EQ(u32_at(harness::global("g_flash_mtd_info_list_num", 4), 0), 6u);
 	EXPECT_EQ(io_command(number_of(GetParam()), "", 0, 16, data.address()).code(), invalid);
-	EXPECT_EQ(harness::log(), (log_lines{g_bad_name, no_info(GetParam(), "", invalid)}));
+	EXPECT_EQ(harness::log(), (log_lines{bad_name, no_info(GetParam(), "", invalid)}));
 	EXPECT_FALSE(called("linux_mutex_lock"));
 }
 
@@ -513,7 +513,7 @@ TEST_F(ioctl_read, says_that_the_copy_failed_before_it_frees_the_data)
 	harness::fail("linux_copy_to_user", 1);
 	user_bytes data(16);
 	EXPECT_EQ(io_command(mtd_read_command, "listed", 0, 16, data.address()).code(), user_unwritable);
-	EXPECT_EQ(harness::log(), (log_lines{total_read_trace(0, 16), g_not_copied}));
+	EXPECT_EQ(harness::log(), (log_lines{total_read_trace(0, 16), not_copied}));
 	EXPECT_EQ(names_from_last("linux_copy_to_user"), (call_list{"linux_copy_to_user", "drv_log_record", "vfree"}));
 }
 
@@ -521,7 +521,7 @@ TEST_F(ioctl_read, to_memory_one_byte_short_fails)
 {
 	user_bytes data(15);
 	EXPECT_EQ(io_command(mtd_read_command, "listed", 0, 16, data.address()).code(), user_unwritable);
-	EXPECT_EQ(harness::log(), (log_lines{total_read_trace(0, 16), g_not_copied}));
+	EXPECT_EQ(harness::log(), (log_lines{total_read_trace(0, 16), not_copied}));
 }
 
 TEST_F(ioctl_read, of_too_many_bytes_for_one_copy_fails_after_the_read)
@@ -534,7 +534,7 @@ TEST_F(ioctl_read, of_too_many_bytes_for_one_copy_fails_after_the_read)
 	harness::fail("memcpy_s", 0);
 	user_bytes data(16);
 	EXPECT_EQ(io_command(mtd_read_command, "listed", 0, len, data.address()).code(), user_unwritable);
-	EXPECT_EQ(harness::log(), (log_lines{total_read_trace(0, len), g_not_copied}));
+	EXPECT_EQ(harness::log(), (log_lines{total_read_trace(0, len), not_copied}));
 	EXPECT_EQ(times_called("plat_mtd_read_buf"), 1);
 	EXPECT_EQ(times_called("vfree"), 2);
 }
@@ -545,7 +545,7 @@ TEST_P(ioctl_read_address, of_the_data_fails_after_the_partition_was_read)
 {
 	const harness::holdings before = harness::held();
 	EXPECT_EQ(io_command(mtd_read_command, "listed", 0x40, 16, make_bad_address(GetParam(), 16)).code(), user_unwritable);
-	EXPECT_EQ(harness::log(), (log_lines{total_read_trace(0x40, 16), g_not_copied}));
+	EXPECT_EQ(harness::log(), (log_lines{total_read_trace(0x40, 16), not_copied}));
 	EXPECT_EQ(times_called("plat_mtd_read_buf"), 1);
 	EXPECT_EQ(harness::held(), before);
 }
@@ -761,11 +761,10 @@ TEST_P(ioctl_write_beyond, the_usable_bytes_fails_in_the_copy)
 }
 
 INSTANTIATE_TEST_SUITE_P(of, ioctl_write_beyond,
-			 testing::Values(refused_range{g_avail - 1, 2, 1}, refused_range{g_avail, 1, 0},
-					 refused_range{g_avail + 1, 0x10, 0}, refused_range{0, g_avail + 1, g_avail},
-					 refused_range{0x3FFFF, 1, 0}, refused_range{0x40000, 1, 0}, refused_range{0x80000000, 0x10, 0},
-					 refused_range{0xFFFFFFFF, 1, 0}, refused_range{0xFFFFFFF0, 0x10, 0},
-					 refused_range{0xFFFFFFF0, 0x20, 0}),
+			 testing::Values(refused_range{avail - 1, 2, 1}, refused_range{avail, 1, 0}, refused_range{avail + 1, 0x10, 0},
+					 refused_range{0, avail + 1, avail}, refused_range{0x3FFFF, 1, 0}, refused_range{0x40000, 1, 0},
+					 refused_range{0x80000000, 0x10, 0}, refused_range{0xFFFFFFFF, 1, 0},
+					 refused_range{0xFFFFFFF0, 0x10, 0}, refused_range{0xFFFFFFF0, 0x20, 0}),
 			 [](const auto &row) { return hexadecimal(row.param.len) + "_at_" + hexadecimal(row.param.offset); });
 
 class ioctl_write_range : public on_three_partitions, public testing::WithParamInterface<range> {};
@@ -781,8 +780,8 @@ TEST_P(ioctl_write_range, is_on_the_flash_and_nothing_else_changed)
 }
 
 INSTANTIATE_TEST_SUITE_P(of, ioctl_write_range,
-			 testing::Values(range{0, 1}, range{0, g_avail}, range{g_avail - 1, 1}, range{g_avail - 0x1000, 0x1000},
-					 range{0xFFFF, 2}, range{0x101, 0xFFF}, range{1, g_avail - 1}),
+			 testing::Values(range{0, 1}, range{0, avail}, range{avail - 1, 1}, range{avail - 0x1000, 0x1000}, range{0xFFFF, 2},
+					 range{0x101, 0xFFF}, range{1, avail - 1}),
 			 name_of_range);
 
 // ---------------------------------------------------------------------------------------------------------------- results

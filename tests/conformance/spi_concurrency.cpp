@@ -11,7 +11,7 @@
 namespace conformance {
 namespace {
 
-constexpr int g_rounds = 60;
+constexpr int rounds = 60;
 
 // Runs the jobs side by side; each gives the number of results that it did not expect.
 void run(const std::vector<std::function<int()>> &jobs)
@@ -29,7 +29,7 @@ std::function<int()> repeatedly(const std::function<bool()> &as_expected)
 {
 	return [as_expected] {
 		int unexpected = 0;
-		for (int round = 0; round < g_rounds; ++round)
+		for (int round = 0; round < rounds; ++round)
 			unexpected += !as_expected();
 		return unexpected;
 	};
@@ -105,7 +105,7 @@ private:
 
 TEST_F(spi_concurrency, two_first_finds_give_each_its_own_record_or_the_same)
 {
-	for (int round = 0; round < g_rounds; ++round) {
+	for (int round = 0; round < rounds; ++round) {
 		SCOPED_TRACE(round);
 		std::atomic<int> waiting = 2;
 		uint64_t one = 0, other = 0;
@@ -146,7 +146,7 @@ TEST_F(spi_concurrency, a_find_that_is_overtaken_adds_a_younger_record)
 
 TEST_F(spi_concurrency, first_finds_of_different_instances_lose_no_record)
 {
-	for (int round = 0; round < g_rounds; ++round) {
+	for (int round = 0; round < rounds; ++round) {
 		SCOPED_TRACE(round);
 		run({[] { return find(0x20) == 0; }, [] { return find(0x21) == 0; }, [] { return find(0x32) == 0; }});
 		const std::vector<uint32_t> all = instances();
@@ -199,13 +199,13 @@ TEST_F(spi_concurrency, lookups_by_name_see_shorter_and_longer_lists_of_names)
 	     }),
 	     repeatedly([&] { return steady.answers(); }), repeatedly([&] { return extra.answers_or_finds_nothing(); })});
 	expect_names(find(0x20), {"steady"});
-	expect_leak({.heap = g_rounds * (5 + 2)}); // earlier names stay: five pieces of each long list, two of each short one
+	expect_leak({.heap = rounds * (5 + 2)}); // earlier names stay: five pieces of each long list, two of each short one
 }
 
 TEST_F(spi_concurrency, two_creates_of_one_instance_leave_the_names_of_one_of_them)
 {
 	ASSERT_NE(find(0x20), 0u);
-	for (int round = 0; round < g_rounds; ++round) {
+	for (int round = 0; round < rounds; ++round) {
 		SCOPED_TRACE(round);
 		run({[] { return create(0x20, {"a", "b", "c", "d"}) != 0; }, [] { return create(0x20, {"x"}) != 0; }});
 		const uint64_t record = find(0x20);
@@ -215,7 +215,7 @@ TEST_F(spi_concurrency, two_creates_of_one_instance_leave_the_names_of_one_of_th
 			expect_names(record, {"x"});
 	}
 	// Each round leaves five pieces and two; the last list that stands is given back with its record.
-	expect_leak({.heap = g_rounds * (5 + 2) - static_cast<long>(name_count_of(find(0x20))) - 1});
+	expect_leak({.heap = rounds * (5 + 2) - static_cast<long>(name_count_of(find(0x20))) - 1});
 }
 
 TEST_F(spi_concurrency, sizes_run_beside_destroys)
@@ -227,7 +227,7 @@ TEST_F(spi_concurrency, sizes_run_beside_destroys)
 
 TEST_F(spi_concurrency, a_create_beside_a_destroy_keeps_its_names_or_loses_its_record)
 {
-	for (int round = 0; round < g_rounds; ++round) {
+	for (int round = 0; round < rounds; ++round) {
 		SCOPED_TRACE(round);
 		ASSERT_NE(find(0x20), 0u);
 		run({[] { return create(0x20, {"a", "b"}) != 0; }, [] { return destroy(0x20) != 0; }});
@@ -239,7 +239,7 @@ TEST_F(spi_concurrency, a_create_beside_a_destroy_keeps_its_names_or_loses_its_r
 
 TEST_F(spi_concurrency, two_destroys_release_a_record_once)
 {
-	for (int round = 0; round < g_rounds; ++round) {
+	for (int round = 0; round < rounds; ++round) {
 		SCOPED_TRACE(round);
 		ASSERT_EQ(create(0x20, {"a", "b"}), 0u);
 		run({[] { return destroy(0x20) != 0; }, [] { return destroy(0x20) != 0; }});
@@ -341,7 +341,7 @@ TEST_F(spi_concurrency, a_hard_lock_is_tried_once_by_each)
 	};
 	find(0x21);
 	run({repeatedly(either), repeatedly(either)});
-	EXPECT_EQ(times_called("drv_hard_trylock"), 2 * g_rounds);
+	EXPECT_EQ(times_called("drv_hard_trylock"), 2 * rounds);
 	EXPECT_EQ(times_called("drv_hard_unlock"), times_called("suite_driver_get_size"));
 	EXPECT_EQ(get_size(0x21), 0u);
 }

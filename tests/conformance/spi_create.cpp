@@ -6,9 +6,9 @@
 namespace conformance {
 namespace {
 
-const harness::parts_spec g_three_parts = {
+const harness::parts_spec three_parts = {
 	.parts = {{"mtd_00000020_a", 0, 0x1000}, {"mtd_00000020_b", 0x1000, 0x20000}, {"c", 0xFFFFFFFF, 0}}};
-const std::vector<std::string> g_three_names = {"mtd_00000020_a", "mtd_00000020_b", "c"};
+const std::vector<std::string> three_names = {"mtd_00000020_a", "mtd_00000020_b", "c"};
 
 std::string copied(std::string_view name)
 {
@@ -26,7 +26,7 @@ call_list deeds_of_create()
 	return calls_without({"drv_log_record", "linux_spin_lock", "linux_spin_unlock"});
 }
 
-const call_list g_three_names_made = {array_of(3), copied("mtd_00000020_a"), copied("mtd_00000020_b"), copied("c")};
+const call_list three_names_made = {array_of(3), copied("mtd_00000020_a"), copied("mtd_00000020_b"), copied("c")};
 
 log_line no_create_function(uint32_t instance)
 {
@@ -68,23 +68,23 @@ TEST_P(spi_create_of, makes_names_then_locks_then_asks_the_driver)
 {
 	find(GetParam().flash.inst_id);
 	harness::forget();
-	EXPECT_EQ(create(GetParam().flash.inst_id, g_three_parts), 0u);
-	EXPECT_EQ(deeds_of_create(), joined({g_three_names_made, asked(GetParam().flash)}));
+	EXPECT_EQ(create(GetParam().flash.inst_id, three_parts), 0u);
+	EXPECT_EQ(deeds_of_create(), joined({three_names_made, asked(GetParam().flash)}));
 	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_P(spi_create_of, hands_the_parts_to_the_driver_as_they_are)
 {
-	EXPECT_EQ(create(GetParam().flash.inst_id, g_three_parts), 0u);
-	EXPECT_EQ(harness::created_parts(), g_three_parts.parts);
+	EXPECT_EQ(create(GetParam().flash.inst_id, three_parts), 0u);
+	EXPECT_EQ(harness::created_parts(), three_parts.parts);
 }
 
 TEST_P(spi_create_of, keeps_the_names)
 {
-	EXPECT_EQ(create(GetParam().flash.inst_id, g_three_parts), 0u);
+	EXPECT_EQ(create(GetParam().flash.inst_id, three_parts), 0u);
 	EXPECT_EQ(instances(), std::vector<uint32_t>{GetParam().flash.inst_id});
 	EXPECT_EQ(settings_of(find(GetParam().flash.inst_id)), in_memory(GetParam().flash));
-	expect_names(find(GetParam().flash.inst_id), g_three_names);
+	expect_names(find(GetParam().flash.inst_id), three_names);
 }
 
 INSTANTIATE_TEST_SUITE_P(flash, spi_create_of,
@@ -119,7 +119,7 @@ TEST_F(spi_create, takes_many_parts)
 
 TEST_F(spi_create, takes_fewer_parts_than_there_are)
 {
-	harness::parts_spec parts = g_three_parts;
+	harness::parts_spec parts = three_parts;
 	parts.part_num = 2;
 	EXPECT_EQ(create(0x20, parts), 0u);
 	expect_names(find(0x20), {"mtd_00000020_a", "mtd_00000020_b"});
@@ -209,7 +209,7 @@ TEST_F(spi_create, without_parts_info_says_so_before_the_record_is_looked_up)
 
 TEST_F(spi_create, of_no_parts_fails)
 {
-	harness::parts_spec parts = g_three_parts;
+	harness::parts_spec parts = three_parts;
 	parts.part_num = 0;
 	EXPECT_EQ(create(0x20, parts), failed);
 	EXPECT_EQ(harness::log(), log_lines{no_names(0x20, 0xFFFFFFFF)});
@@ -228,10 +228,10 @@ TEST_F(spi_create, of_parts_at_no_address_fails)
 
 TEST_F(spi_create, of_no_parts_leaves_earlier_names)
 {
-	ASSERT_EQ(create(0x20, g_three_parts), 0u);
+	ASSERT_EQ(create(0x20, three_parts), 0u);
 	EXPECT_EQ(create(0x20, harness::parts_spec()), failed);
 	EXPECT_EQ(harness::call("drv_flash_create", {0x20, nullptr}), failed);
-	expect_names(find(0x20), g_three_names);
+	expect_names(find(0x20), three_names);
 }
 
 TEST_F(spi_create, of_an_instance_without_settings_fails)
@@ -246,7 +246,7 @@ TEST_F(spi_create, of_an_instance_without_settings_fails)
 TEST_F(spi_create, without_memory_for_the_array_fails)
 {
 	harness::fail("linux_kcalloc", 0);
-	EXPECT_EQ(create(0x21, g_three_parts), no_memory);
+	EXPECT_EQ(create(0x21, three_parts), no_memory);
 	EXPECT_EQ(harness::log(), (log_lines{no_room_for_names(3), no_names(0x21, 0x4AA)}));
 	EXPECT_EQ(last(deeds_of_create(), 1), call_list{array_of(3)});
 	EXPECT_EQ(instances(), std::vector<uint32_t>{0x21});
@@ -256,14 +256,14 @@ TEST_F(spi_create, without_memory_for_the_array_fails)
 TEST_F(spi_create, says_the_format_of_its_message_about_the_array)
 {
 	harness::fail("linux_kcalloc", 0);
-	create(0x20, g_three_parts);
+	create(0x20, three_parts);
 	EXPECT_EQ(calls_of("drv_log_record"), (call_list{message(own, serious, "Malloc %u fail for init mtdname"),
 							 message(own, serious, "inst 0x%x init mtdname failed, ret=%#x")}));
 }
 
 TEST_F(spi_create, without_memory_for_the_array_forgets_earlier_names_but_not_their_count)
 {
-	ASSERT_EQ(create(0x20, g_three_parts), 0u);
+	ASSERT_EQ(create(0x20, three_parts), 0u);
 	harness::fail("linux_kcalloc", 0);
 	EXPECT_EQ(create(0x20, {"x"}), no_memory);
 	expect_no_names(find(0x20), 3);
@@ -274,7 +274,7 @@ class spi_create_part_num : public spi_create, public testing::WithParamInterfac
 
 TEST_P(spi_create_part_num, is_too_large_for_memory)
 {
-	harness::parts_spec parts = g_three_parts;
+	harness::parts_spec parts = three_parts;
 	parts.part_num = GetParam();
 	EXPECT_EQ(create(0x20, parts), no_memory);
 	EXPECT_EQ(harness::log(), (log_lines{no_room_for_names(GetParam()), no_names(0x20, 0x4AA)}));
@@ -293,8 +293,8 @@ TEST_P(spi_create_failed_copy, frees_what_was_copied_before)
 	find(0x21);
 	harness::forget();
 	harness::fail("linux_kstrdup", 0, GetParam());
-	EXPECT_EQ(create(0x21, g_three_parts), copy_failed);
-	call_list expected(g_three_names_made.begin(), g_three_names_made.begin() + 1 + GetParam());
+	EXPECT_EQ(create(0x21, three_parts), copy_failed);
+	call_list expected(three_names_made.begin(), three_names_made.begin() + 1 + GetParam());
 	EXPECT_EQ(deeds_of_create(), joined({expected, repeated({freed}, GetParam())}));
 	EXPECT_EQ(harness::log(), log_lines{no_names(0x21, 0x4A2)});
 }
@@ -302,7 +302,7 @@ TEST_P(spi_create_failed_copy, frees_what_was_copied_before)
 TEST_P(spi_create_failed_copy, leaves_no_names_but_their_count)
 {
 	harness::fail("linux_kstrdup", 0, GetParam());
-	EXPECT_EQ(create(0x20, g_three_parts), copy_failed);
+	EXPECT_EQ(create(0x20, three_parts), copy_failed);
 	EXPECT_EQ(instances(), std::vector<uint32_t>{0x20});
 	expect_no_names(find(0x20), 3);
 }
@@ -310,16 +310,16 @@ TEST_P(spi_create_failed_copy, leaves_no_names_but_their_count)
 TEST_P(spi_create_failed_copy, can_be_tried_again)
 {
 	harness::fail("linux_kstrdup", 0, GetParam());
-	EXPECT_EQ(create(0x20, g_three_parts), copy_failed);
-	EXPECT_EQ(create(0x20, g_three_parts), 0u);
-	expect_names(find(0x20), g_three_names);
+	EXPECT_EQ(create(0x20, three_parts), copy_failed);
+	EXPECT_EQ(create(0x20, three_parts), 0u);
+	expect_names(find(0x20), three_names);
 }
 
 TEST_P(spi_create_failed_copy, forgets_earlier_names)
 {
 	ASSERT_EQ(create(0x20, {"a"}), 0u);
 	harness::fail("linux_kstrdup", 0, GetParam());
-	EXPECT_EQ(create(0x20, g_three_parts), copy_failed);
+	EXPECT_EQ(create(0x20, three_parts), copy_failed);
 	expect_no_names(find(0x20), 3);
 	expect_leak({.heap = 2});
 }
@@ -328,7 +328,7 @@ INSTANTIATE_TEST_SUITE_P(number, spi_create_failed_copy, testing::Values(1u, 2u,
 
 TEST_F(spi_create, a_second_time_replaces_the_names_and_keeps_the_old_memory)
 {
-	ASSERT_EQ(create(0x20, g_three_parts), 0u);
+	ASSERT_EQ(create(0x20, three_parts), 0u);
 	harness::forget();
 	EXPECT_EQ(create(0x20, {"x", "y"}), 0u);
 	expect_names(find(0x20), {"x", "y"});
@@ -349,7 +349,7 @@ class spi_create_allocation : public spi_create, public testing::WithParamInterf
 TEST_P(spi_create_allocation, that_fails_ends_it_and_keeps_nothing)
 {
 	sweep_failures(GetParam(), 0, [] {
-		const uint32_t code = create(0x21, g_three_parts);
+		const uint32_t code = create(0x21, three_parts);
 		for (uint64_t record : records())
 			harness::call("release_flash_info_alloc", {record});
 		return code;
@@ -365,9 +365,9 @@ TEST_F(spi_create_without_driver, has_names_set_up_by_their_own_function)
 {
 	const uint64_t record = find(0x20);
 	harness::forget();
-	EXPECT_EQ(harness::call("drv_flash_init_info_mtdname", {record, &g_three_parts}), 0u);
-	EXPECT_EQ(deeds_of_create(), g_three_names_made);
-	expect_names(record, g_three_names);
+	EXPECT_EQ(harness::call("drv_flash_init_info_mtdname", {record, &three_parts}), 0u);
+	EXPECT_EQ(deeds_of_create(), three_names_made);
+	expect_names(record, three_names);
 }
 
 TEST_F(spi_create_without_driver, has_no_names_set_up_without_parts)
@@ -385,7 +385,7 @@ TEST_F(spi_create_without_driver, has_no_names_set_up_without_memory_for_the_arr
 	const uint64_t record = find(0x20);
 	harness::forget();
 	harness::fail("linux_kcalloc", 0);
-	EXPECT_EQ(harness::call("drv_flash_init_info_mtdname", {record, &g_three_parts}), no_memory);
+	EXPECT_EQ(harness::call("drv_flash_init_info_mtdname", {record, &three_parts}), no_memory);
 	EXPECT_EQ(harness::log(), log_lines{no_room_for_names(3)});
 	expect_no_names(record);
 }
@@ -395,7 +395,7 @@ TEST_F(spi_create_without_driver, has_no_names_set_up_when_one_cannot_be_copied)
 	const uint64_t record = find(0x20);
 	harness::forget();
 	harness::fail("linux_kstrdup", 0, 2);
-	EXPECT_EQ(harness::call("drv_flash_init_info_mtdname", {record, &g_three_parts}), copy_failed);
+	EXPECT_EQ(harness::call("drv_flash_init_info_mtdname", {record, &three_parts}), copy_failed);
 	EXPECT_EQ(harness::log(), log_lines());
 	expect_no_names(record, 3);
 }
@@ -407,9 +407,9 @@ class spi_create_status : public spi_create, public testing::WithParamInterface<
 TEST_P(spi_create_status, of_the_driver_is_passed_on_in_silence_and_undoes_nothing)
 {
 	harness::fail("suite_driver_create", GetParam());
-	EXPECT_EQ(create(0x20, g_three_parts), GetParam());
+	EXPECT_EQ(create(0x20, three_parts), GetParam());
 	EXPECT_EQ(harness::log(), log_lines());
-	expect_names(find(0x20), g_three_names);
+	expect_names(find(0x20), three_names);
 }
 
 TEST_P(spi_create_status, of_the_driver_is_passed_on_after_the_lock_is_released)
@@ -423,18 +423,18 @@ TEST_P(spi_create_status, of_the_driver_is_passed_on_after_the_lock_is_released)
 TEST_P(spi_create_status, of_a_refused_lock_is_passed_on_and_the_names_stay)
 {
 	harness::fail("drv_hard_trylock", GetParam());
-	EXPECT_EQ(create(0x22, g_three_parts), GetParam());
+	EXPECT_EQ(create(0x22, three_parts), GetParam());
 	EXPECT_EQ(harness::log(), log_lines{own_log(serious, "inst 0x22 create mtd lock failed, rc=" + hexadecimal(GetParam()))});
 	EXPECT_EQ(deeds_beside_registry().back(), hard_lock(create_locked_flash));
-	expect_names(find(0x22), g_three_names);
+	expect_names(find(0x22), three_names);
 }
 
 TEST_P(spi_create_status, of_a_failed_release_is_passed_on)
 {
 	harness::fail("drv_hard_unlock", GetParam());
-	EXPECT_EQ(create(0x22, g_three_parts), GetParam());
+	EXPECT_EQ(create(0x22, three_parts), GetParam());
 	EXPECT_EQ(harness::log(), log_lines{own_log(serious, "inst 0x22 create mtd unlock failed, rc=" + hexadecimal(GetParam()))});
-	expect_names(find(0x22), g_three_names);
+	expect_names(find(0x22), three_names);
 }
 
 TEST_P(spi_create_status, of_a_failed_release_replaces_that_of_the_driver)
@@ -472,9 +472,9 @@ TEST_F(spi_create, tries_its_lock_once)
 TEST_F(spi_create, of_a_driver_that_goes_away_meanwhile_fails_and_keeps_the_names)
 {
 	harness::unregister_driver_at("linux_kcalloc");
-	EXPECT_EQ(create(0x20, g_three_parts), no_driver);
+	EXPECT_EQ(create(0x20, three_parts), no_driver);
 	EXPECT_EQ(harness::log(), log_lines{no_create_function(0x20)});
-	expect_names(find(0x20), g_three_names);
+	expect_names(find(0x20), three_names);
 }
 
 TEST_F(spi_create, of_a_driver_that_goes_away_under_the_lock_releases_it)

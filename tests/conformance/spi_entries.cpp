@@ -7,8 +7,8 @@
 namespace conformance {
 namespace {
 
-constexpr uint8_t g_untouched = 0xEE;
-constexpr uint32_t g_untouched_number = 0xEEEEEEEE;
+constexpr uint8_t untouched = 0xEE;
+constexpr uint32_t untouched_number = 0xEEEEEEEE;
 
 class spi_entries : public on_spi_board {
 protected:
@@ -16,7 +16,7 @@ protected:
 
 	uint32_t field(std::size_t position) const { return u32_at(block, 4 * position); }
 
-	bytes block = bytes(settings_size, g_untouched);
+	bytes block = bytes(settings_size, untouched);
 };
 
 class spi_entry_selection : public spi_entries, public testing::WithParamInterface<uint32_t> {};
@@ -55,15 +55,15 @@ INSTANTIATE_TEST_SUITE_P(at, spi_entry_selection, testing::Values(0u, 1u, 2u), [
 TEST_F(spi_entries, leave_the_instances_to_the_caller)
 {
 	EXPECT_EQ(select(0x10, 1), 0u);
-	EXPECT_EQ(field(0), g_untouched_number);
-	EXPECT_EQ(field(1), g_untouched_number);
+	EXPECT_EQ(field(0), untouched_number);
+	EXPECT_EQ(field(1), untouched_number);
 }
 
 TEST_F(spi_entries, of_which_none_matches_say_so_one_by_one)
 {
 	EXPECT_EQ(select(0x10, 4), failed);
 	EXPECT_EQ(harness::log(), (log_lines{entry_differs(0x10, 0), entry_differs(0x10, 1), entry_differs(0x10, 2)}));
-	EXPECT_EQ(block, bytes(settings_size, g_untouched));
+	EXPECT_EQ(block, bytes(settings_size, untouched));
 }
 
 TEST_F(spi_entries, of_which_none_matches_end_with_the_last)
@@ -92,7 +92,7 @@ TEST_F(spi_entries, that_are_none_fail_without_a_message)
 {
 	EXPECT_EQ(select(0x48, no_card), failed);
 	EXPECT_EQ(harness::calls(), call_list{entry_count(0x48)});
-	EXPECT_EQ(block, bytes(settings_size, g_untouched));
+	EXPECT_EQ(block, bytes(settings_size, untouched));
 }
 
 TEST_F(spi_entries, with_a_gap_end_the_selection_there)
@@ -112,7 +112,7 @@ TEST_F(spi_entries, of_which_one_has_no_card_end_the_selection_there)
 {
 	EXPECT_EQ(select(0x42, no_card), xml_no_element);
 	EXPECT_EQ(harness::log(), log_lines{element_unreadable("entry0", "flash_id")});
-	EXPECT_EQ(block, bytes(settings_size, g_untouched));
+	EXPECT_EQ(block, bytes(settings_size, untouched));
 }
 
 TEST_F(spi_entries, whose_card_is_no_number_end_the_selection_there)
@@ -129,7 +129,7 @@ TEST_P(spi_entries_count, that_is_unreadable_is_a_failure_of_its_own)
 	EXPECT_EQ(select(0x10, 1), no_entry_count);
 	EXPECT_EQ(harness::log(), log_lines{own_log(serious, "inst 0x10 node spi_flash_info get entry list failed")});
 	EXPECT_EQ(harness::calls(), (call_list{entry_count(0x10), message(own, serious, "inst %#x node %s get entry list failed")}));
-	EXPECT_EQ(block, bytes(settings_size, g_untouched));
+	EXPECT_EQ(block, bytes(settings_size, untouched));
 }
 
 INSTANTIATE_TEST_SUITE_P(with_status, spi_entries_count, testing::Values(1u, xml_no_node, 0xFFFFFFFFu),
@@ -180,8 +180,8 @@ struct required_setting {
 	std::size_t written;	  // settings read before it
 };
 
-const auto g_required = testing::Values(required_setting{"sfc_chip_id", 0x44, 2, 0}, required_setting{"sfc_ctrl", 0x45, 3, 1},
-					required_setting{"sfc_cs", 0x46, 4, 2});
+const auto required = testing::Values(required_setting{"sfc_chip_id", 0x44, 2, 0}, required_setting{"sfc_ctrl", 0x45, 3, 1},
+				      required_setting{"sfc_cs", 0x46, 4, 2});
 
 class spi_required_setting : public spi_entries, public testing::WithParamInterface<required_setting> {
 protected:
@@ -190,7 +190,7 @@ protected:
 	{
 		for (std::size_t i = 0; i < 8; ++i) {
 			const bool written = i >= 2 && i < 2 + GetParam().written;
-			EXPECT_EQ(field(i), written ? values[i - 2] : g_untouched_number) << "field " << i;
+			EXPECT_EQ(field(i), written ? values[i - 2] : untouched_number) << "field " << i;
 		}
 	}
 };
@@ -211,7 +211,7 @@ TEST_P(spi_required_setting, that_cannot_be_read_gives_the_parsers_status)
 	expect_written({1, 2, 3});
 }
 
-INSTANTIATE_TEST_SUITE_P(of, spi_required_setting, g_required, [](const auto &row) { return row.param.element; });
+INSTANTIATE_TEST_SUITE_P(of, spi_required_setting, required, [](const auto &row) { return row.param.element; });
 
 // ---------------------------------------------------------------------------------------------------------------- optional settings
 
@@ -227,7 +227,7 @@ protected:
 		EXPECT_EQ(field(5), type);
 		EXPECT_EQ(field(6), value);
 		EXPECT_EQ(field(7), unlock_value);
-		EXPECT_EQ(bytes(block.begin(), block.begin() + 20), bytes(20, g_untouched));
+		EXPECT_EQ(bytes(block.begin(), block.begin() + 20), bytes(20, untouched));
 	}
 };
 
@@ -318,7 +318,7 @@ protected:
 
 TEST_F(spi_element, is_read_as_a_number)
 {
-	bytes value(4, g_untouched);
+	bytes value(4, untouched);
 	EXPECT_EQ(read_number("spi_flash_map", "whole", "size", &value), 0u);
 	EXPECT_EQ(u32_at(value, 0), 0x2000u);
 	EXPECT_EQ(harness::calls(), call_list{element_of(0x50, "whole", "size", "spi_flash_map")});
@@ -326,22 +326,22 @@ TEST_F(spi_element, is_read_as_a_number)
 
 TEST_F(spi_element, that_is_no_number_gives_the_parsers_status)
 {
-	bytes value(4, g_untouched);
+	bytes value(4, untouched);
 	EXPECT_EQ(read_number("spi_flash_map", "bad_size", "size", &value), xml_bad_number);
-	EXPECT_EQ(value, bytes(4, g_untouched));
+	EXPECT_EQ(value, bytes(4, untouched));
 	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(spi_element, of_an_absent_node_gives_the_parsers_status)
 {
-	bytes value(4, g_untouched);
+	bytes value(4, untouched);
 	EXPECT_EQ(read_number("no_such_node", "whole", "size", &value), xml_no_node);
 	EXPECT_EQ(harness::calls(), call_list{element_of(0x50, "whole", "size", "no_such_node")});
 }
 
 TEST_F(spi_element, is_read_as_a_text)
 {
-	bytes text(7, g_untouched);
+	bytes text(7, untouched);
 	EXPECT_EQ(read_text("spi_flash_map", "whole", "mtd_name", &text), 0u);
 	EXPECT_EQ(text, (bytes{'k', 'e', 'r', 'n', 'e', 'l', 0}));
 	EXPECT_EQ(harness::calls(),
@@ -350,14 +350,14 @@ TEST_F(spi_element, is_read_as_a_text)
 
 TEST_F(spi_element, too_long_for_its_buffer_gives_the_parsers_status)
 {
-	bytes text(6, g_untouched);
+	bytes text(6, untouched);
 	EXPECT_EQ(read_text("spi_flash_map", "whole", "mtd_name", &text), xml_text_too_long);
 	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(spi_element, of_an_absent_entry_gives_the_parsers_status)
 {
-	bytes text(32, g_untouched);
+	bytes text(32, untouched);
 	EXPECT_EQ(read_text("spi_flash_map", "no_such_entry", "mtd_name", &text), xml_no_entry);
 }
 

@@ -6,9 +6,9 @@
 namespace conformance {
 namespace {
 
-constexpr uint8_t g_untouched = 0xEE;
-constexpr uint32_t g_untouched_number = 0xEEEEEEEE, g_instance = 0x50;
-constexpr std::size_t g_part_size = 40, g_name_size = 32;
+constexpr uint8_t untouched = 0xEE;
+constexpr uint32_t untouched_number = 0xEEEEEEEE, usual_instance = 0x50;
+constexpr std::size_t part_size = 40, name_size = 32;
 
 std::string text_of(std::string_view entry)
 {
@@ -22,7 +22,7 @@ std::string presence_of(std::string_view entry, std::string_view element)
 
 std::string number_of(std::string_view entry, std::string_view element)
 {
-	return element_of(g_instance, entry, element, "spi_flash_map");
+	return element_of(usual_instance, entry, element, "spi_flash_map");
 }
 
 log_line not_present(const std::string &entry, const std::string &element)
@@ -30,12 +30,12 @@ log_line not_present(const std::string &entry, const std::string &element)
 	return own_log(ordinary, "spi flash " + entry + " get " + element + " not exist");
 }
 
-const std::string g_name_formed = "sprintf_s(-, 32, \"mtd_%08x_%s\")";
-const log_line g_name_does_not_fit = own_log(serious, "set mtd name failed");
+const std::string name_formed = "sprintf_s(-, 32, \"mtd_%08x_%s\")";
+const log_line name_does_not_fit = own_log(serious, "set mtd name failed");
 
 class spi_map : public on_spi_board {
 protected:
-	uint32_t parse(const char *entry, uint32_t instance = g_instance)
+	uint32_t parse(const char *entry, uint32_t instance = usual_instance)
 	{
 		return harness::call("drv_flash_spi_chip_entry_parse", {instance, entry, &part});
 	}
@@ -52,11 +52,11 @@ protected:
 	void expect_only_named(const std::string &expected) const
 	{
 		EXPECT_EQ(name(), expected);
-		EXPECT_EQ(offset(), g_untouched_number);
-		EXPECT_EQ(size(), g_untouched_number);
+		EXPECT_EQ(offset(), untouched_number);
+		EXPECT_EQ(size(), untouched_number);
 	}
 
-	bytes part = bytes(g_part_size, g_untouched);
+	bytes part = bytes(part_size, untouched);
 };
 
 TEST_F(spi_map, gives_name_offset_and_size)
@@ -71,8 +71,8 @@ TEST_F(spi_map, gives_name_offset_and_size)
 TEST_F(spi_map, is_read_in_order)
 {
 	EXPECT_EQ(parse("whole"), 0u);
-	EXPECT_EQ(harness::calls(), (call_list{text_of("whole"), g_name_formed, presence_of("whole", "offset"),
-					       presence_of("whole", "size"), number_of("whole", "offset"), number_of("whole", "size")}));
+	EXPECT_EQ(harness::calls(), (call_list{text_of("whole"), name_formed, presence_of("whole", "offset"), presence_of("whole", "size"),
+					       number_of("whole", "offset"), number_of("whole", "size")}));
 }
 
 TEST_F(spi_map, names_a_partition_after_its_instance_in_eight_digits)
@@ -110,10 +110,10 @@ class spi_map_long_name : public spi_map, public testing::WithParamInterface<con
 TEST_P(spi_map_long_name, does_not_fit)
 {
 	EXPECT_EQ(parse(GetParam()), failed);
-	EXPECT_EQ(harness::log(), log_lines{g_name_does_not_fit});
-	EXPECT_EQ(harness::calls(), (call_list{text_of(GetParam()), g_name_formed, message(own, serious, "set mtd name failed")}));
-	EXPECT_EQ(offset(), g_untouched_number);
-	EXPECT_EQ(size(), g_untouched_number);
+	EXPECT_EQ(harness::log(), log_lines{name_does_not_fit});
+	EXPECT_EQ(harness::calls(), (call_list{text_of(GetParam()), name_formed, message(own, serious, "set mtd name failed")}));
+	EXPECT_EQ(offset(), untouched_number);
+	EXPECT_EQ(size(), untouched_number);
 }
 
 INSTANTIATE_TEST_SUITE_P(characters, spi_map_long_name, testing::Values("of_19", "of_31"), [](const auto &row) { return row.param; });
@@ -123,14 +123,14 @@ TEST_F(spi_map, cannot_read_a_name_of_32_characters)
 	EXPECT_EQ(parse("of_32"), xml_text_too_long);
 	EXPECT_EQ(harness::log(), log_lines{element_unreadable("of_32", "mtd_name")});
 	EXPECT_EQ(harness::calls(), (call_list{text_of("of_32"), message(own, serious, "<%s> get %s failed")}));
-	EXPECT_EQ(part, bytes(g_part_size, g_untouched));
+	EXPECT_EQ(part, bytes(part_size, untouched));
 }
 
 TEST_F(spi_map, needs_a_name)
 {
 	EXPECT_EQ(parse("nameless"), xml_no_element);
 	EXPECT_EQ(harness::log(), log_lines{element_unreadable("nameless", "mtd_name")});
-	EXPECT_EQ(part, bytes(g_part_size, g_untouched));
+	EXPECT_EQ(part, bytes(part_size, untouched));
 }
 
 TEST_F(spi_map, needs_the_entry)
@@ -149,7 +149,7 @@ TEST_F(spi_map, without_offset_gives_the_name)
 {
 	EXPECT_EQ(parse("no_offset"), 0u);
 	EXPECT_EQ(harness::log(), log_lines{not_present("no_offset", "offset")});
-	EXPECT_EQ(deeds(), (call_list{text_of("no_offset"), g_name_formed, presence_of("no_offset", "offset")}));
+	EXPECT_EQ(deeds(), (call_list{text_of("no_offset"), name_formed, presence_of("no_offset", "offset")}));
 	expect_only_named("mtd_00000050_k");
 }
 
@@ -157,8 +157,7 @@ TEST_F(spi_map, without_size_gives_the_name)
 {
 	EXPECT_EQ(parse("no_size"), 0u);
 	EXPECT_EQ(harness::log(), log_lines{not_present("no_size", "size")});
-	EXPECT_EQ(deeds(),
-		  (call_list{text_of("no_size"), g_name_formed, presence_of("no_size", "offset"), presence_of("no_size", "size")}));
+	EXPECT_EQ(deeds(), (call_list{text_of("no_size"), name_formed, presence_of("no_size", "offset"), presence_of("no_size", "size")}));
 	expect_only_named("mtd_00000050_k");
 }
 
@@ -183,7 +182,7 @@ TEST_F(spi_map, with_a_bad_size_fails_with_the_offset_written)
 	EXPECT_EQ(harness::log(), log_lines{element_unreadable("bad_size", "size")});
 	EXPECT_EQ(name(), "mtd_00000050_k");
 	EXPECT_EQ(offset(), 1u);
-	EXPECT_EQ(size(), g_untouched_number);
+	EXPECT_EQ(size(), untouched_number);
 }
 
 class spi_map_status : public spi_map, public testing::WithParamInterface<uint32_t> {};
@@ -216,22 +215,22 @@ TEST_F(spi_map, whose_name_cannot_be_formed_fails)
 {
 	harness::fail("sprintf_s", -1);
 	EXPECT_EQ(parse("whole"), failed);
-	EXPECT_EQ(harness::log(), log_lines{g_name_does_not_fit});
+	EXPECT_EQ(harness::log(), log_lines{name_does_not_fit});
 }
 
 TEST_F(spi_map, whose_name_is_formed_without_a_character_goes_on)
 {
 	harness::fail("sprintf_s", 0);
 	EXPECT_EQ(parse("whole"), 0u);
-	EXPECT_NE(offset(), g_untouched_number);
+	EXPECT_NE(offset(), untouched_number);
 	EXPECT_EQ(harness::log(), log_lines());
 }
 
 TEST_F(spi_map, with_a_name_that_was_left_without_an_end_is_refused)
 {
-	harness::forge("xml_get_element_string", 0, 5, bytes(g_name_size, 'n'));
+	harness::forge("xml_get_element_string", 0, 5, bytes(name_size, 'n'));
 	EXPECT_EQ(parse("whole"), failed);
-	EXPECT_EQ(harness::log(), log_lines{g_name_does_not_fit});
+	EXPECT_EQ(harness::log(), log_lines{name_does_not_fit});
 }
 
 TEST_F(spi_map, with_a_name_that_is_not_told_names_the_instance)

@@ -32,7 +32,7 @@ void no_memory_for_the_second_name()
 	harness::fail("linux_kstrdup", 0, 2);
 }
 
-const harness::parts_spec g_new_parts = {.parts = {{"new"}, {"newer"}}};
+const harness::parts_spec new_parts = {.parts = {{"new"}, {"newer"}}};
 
 class spi_names : public on_spi_board_with_driver, public testing::WithParamInterface<change> {
 protected:
@@ -50,7 +50,7 @@ protected:
 		GetParam().prepare();
 	}
 
-	uint32_t change_names() const { return harness::call("drv_flash_init_info_mtdname", {record_, &g_new_parts}); }
+	uint32_t change_names() const { return harness::call("drv_flash_init_info_mtdname", {record_, &new_parts}); }
 
 	void expect_changed() const
 	{

@@ -6,22 +6,22 @@
 namespace conformance {
 namespace {
 
-constexpr uint8_t g_untouched = 0xEE;
+constexpr uint8_t untouched = 0xEE;
 
 class spi_search : public on_spi_board {
 protected:
 	uint32_t search(uint32_t instance) { return harness::call("drv_flash_get_sfc_config", {instance, &block}); }
 
-	void expect_untouched() const { EXPECT_EQ(block, bytes(settings_size, g_untouched)); }
+	void expect_untouched() const { EXPECT_EQ(block, bytes(settings_size, untouched)); }
 
-	bytes block = bytes(settings_size, g_untouched);
+	bytes block = bytes(settings_size, untouched);
 };
 
 // What the search makes of settings: it leaves the instance id to its caller.
 bytes found_settings(const settings &flash)
 {
 	bytes expected = in_memory(flash);
-	std::fill_n(expected.begin(), 4, g_untouched);
+	std::fill_n(expected.begin(), 4, untouched);
 	return expected;
 }
 

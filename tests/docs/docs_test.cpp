@@ -76,19 +76,19 @@ class host {
 public:
 	host()
 	{
-		m_folder.write("board.xml", content_of("board/xml/plain.xml"));
-		m_folder.write("config.img", std::string(100, 'c'));
-		m_folder.write("tools/ssh", "#!/bin/sh\ncat " + repository + "/tests/flash_board/partitions.mtd\n");
-		files::permissions(m_folder.path("tools/ssh"), files::perms::owner_all);
+		folder_.write("board.xml", content_of("board/xml/plain.xml"));
+		folder_.write("config.img", std::string(100, 'c'));
+		folder_.write("tools/ssh", "#!/bin/sh\ncat " + repository + "/tests/flash_board/partitions.mtd\n");
+		files::permissions(folder_.path("tools/ssh"), files::perms::owner_all);
 	}
 
 	// A shell that stops at the first command that fails; both of its streams.
 	ended shell(const std::string &commands) const
 	{
-		m_folder.write("tools/commands", commands);
-		const std::string line = "cd " + m_folder.path() + " && PATH=" + m_folder.path("tools") +
-					 ":" FLASH_BOARD_DIR ":" FLASHCTL_DIR +
-					 ":$PATH FLASHCTL_FAKE_FILE=" + m_folder.path("tools/flash") + " sh -e tools/commands 2>&1";
+		folder_.write("tools/commands", commands);
+		const std::string line = "cd " + folder_.path() + " && PATH=" + folder_.path("tools") +
+					 ":" FLASH_BOARD_DIR ":" FLASHCTL_DIR + ":$PATH FLASHCTL_FAKE_FILE=" + folder_.path("tools/flash") +
+					 " sh -e tools/commands 2>&1";
 		std::FILE *const pipe = popen(line.c_str(), "r");
 		ended program = {0, ""};
 		for (int letter; (letter = std::fgetc(pipe)) != EOF;)
@@ -98,10 +98,10 @@ public:
 		return program;
 	}
 
-	void save(const std::string &name, const std::string &text) const { m_folder.write(name, text); }
+	void save(const std::string &name, const std::string &text) const { folder_.write(name, text); }
 
 private:
-	scratch m_folder;
+	scratch folder_;
 };
 
 void expect_runs(const host &place, const std::string &commands)

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // The reader of documents.
-#include "document.hpp"
-
 #include <gtest/gtest.h>
+
+#include "document.hpp"
 
 using documents::blocks_of;
 

@@ -15,8 +15,8 @@ namespace {
 
 using list = faults::operations (*)();
 
-constexpr list g_lists[] = {faults::frame, faults::tables, faults::transfers, faults::questions, faults::commands, faults::spi_flashes};
-constexpr unsigned long g_least_injected = 100000;
+constexpr list lists[] = {faults::frame, faults::tables, faults::transfers, faults::questions, faults::commands, faults::spi_flashes};
+constexpr unsigned long least_injected = 100000;
 
 // Built afresh for each run: an operation holds memory of the board that it runs on.
 class operation_test : public testing::Test {
@@ -49,7 +49,7 @@ class every_operation_is_tried : public whole {
 	void TestBody() override
 	{
 		std::set<std::string> names;
-		for (list of : g_lists)
+		for (list of : lists)
 			for (const faults::operation &operation : of())
 				names.insert(operation.name);
 		std::set<std::string> all = {"load", "unload"};
@@ -76,7 +76,7 @@ class faults_are_many : public whole {
 		if (!is_whole_run())
 			GTEST_SKIP() << "only some operations were tried";
 		RecordProperty("injected", std::to_string(faults::trial::injected()));
-		EXPECT_GE(faults::trial::injected(), g_least_injected);
+		EXPECT_GE(faults::trial::injected(), least_injected);
 	}
 };
 
@@ -101,7 +101,7 @@ int main(int count, char **arguments)
 	testing::InitGoogleTest(&count, arguments);
 	register_whole<every_call_is_listed_once>("faults_lists", "every_call_is_listed_once");
 	register_whole<every_operation_is_tried>("faults_lists", "every_operation_is_tried");
-	for (list of : g_lists)
+	for (list of : lists)
 		register_operations(of);
 	register_whole<every_accepted_fault_is_met>("faults_whole", "every_accepted_fault_is_met");
 	register_whole<faults_are_many>("faults_whole", "faults_are_many");

@@ -15,7 +15,7 @@ struct loadable {
 	uint32_t partitions;
 };
 
-const loadable g_boards[] = {
+const loadable boards[] = {
 	{"plain", true, true, 2},     {"plain", false, true, 2},	{"variants", false, true, 1},	     {"bare", true, false, 0},
 	{"sections", false, true, 1}, {"sections_only", true, true, 0}, {"partitions_only", true, false, 2}, {"spi", false, false, 0},
 };
@@ -103,7 +103,7 @@ operations frame()
 {
 	operations all = {without_task("flash_mng_drv_patch_func1"), without_task("flash_mng_drv_patch_func2")};
 
-	for (const loadable &on : g_boards) {
+	for (const loadable &on : boards) {
 		all.push_back(loading(on));
 		all.push_back(unloading(on));
 	}

@@ -22,7 +22,7 @@ struct flash {
 	std::optional<settings> of_parent = std::nullopt; // what serves when the instance's own settings cannot be found
 };
 
-const flash g_flashes[] = {
+const flash flashes[] = {
 	{"unlocked", conformance::unlocked_flash, settings{0x20, 0x10, 21, 22, 23}},
 	{"locked", conformance::locked_flash},
 	{"locked_for_creation", conformance::create_locked_flash},
@@ -41,8 +41,8 @@ std::string scenario_of(const flash &flash, registry found)
 	return flash.scenario + std::string(words.at(found));
 }
 
-const std::vector<std::string> g_old_names = {"old0", "old1"};
-constexpr long g_old_allocations = 3; // the array and its two names
+const std::vector<std::string> old_names = {"old0", "old1"};
+constexpr long old_allocations = 3; // the array and its two names
 
 void create_old(uint32_t instance)
 {
@@ -159,7 +159,7 @@ operation creating(const flash &flash, registry found, std::size_t count)
 		.done_in_part = [=] { return harness::created_parts() == parts.parts && has_names(parts) && has_other_settings(flash); },
 		.settle = empty_registry,
 		// Readers may hold on to the names that are replaced.
-		.kept = found == registry::created ? g_old_allocations : 0};
+		.kept = found == registry::created ? old_allocations : 0};
 }
 
 operation destroying(const flash &flash, registry found)
@@ -216,7 +216,7 @@ operations spi_flashes()
 {
 	operations all = {registering(), unregistering()};
 
-	for (const flash &flash : g_flashes)
+	for (const flash &flash : flashes)
 		for (registry found : {registry::empty, registry::known, registry::created}) {
 			all.push_back(asking_for_size(flash, found));
 			all.push_back(destroying(flash, found));

@@ -7,7 +7,7 @@ namespace faults {
 
 namespace {
 
-constexpr uint32_t g_default_instance = 0xFFFFFFFF;
+constexpr uint32_t default_instance = 0xFFFFFFFF;
 
 struct range {
 	const char *scenario;
@@ -73,7 +73,7 @@ operation read_by_section(const section_range &range)
 		.run =
 			[=] {
 				return harness::call("drv_flash_read",
-						     {g_default_instance, range.section, range.offset, buffer.get(), range.length});
+						     {default_instance, range.section, range.offset, buffer.get(), range.length});
 			},
 		.done = holds(buffer, content_of(0, range.offset - range.address, range.length))};
 }
@@ -88,7 +88,7 @@ operation write_by_section(const section_range &range)
 		.run =
 			[=] {
 				return harness::call("drv_flash_write",
-						     {g_default_instance, range.section, range.offset, buffer.get(), range.length});
+						     {default_instance, range.section, range.offset, buffer.get(), range.length});
 			},
 		.written = target{0, range.offset - range.address, *buffer}};
 }
@@ -98,7 +98,7 @@ operations by_section(const section_range &range)
 	return {read_by_section(range), write_by_section(range)};
 }
 
-const char *const g_longest_name = "abcdefghijklmnopqrstuvwxyz01234";
+const char *const longest_name = "abcdefghijklmnopqrstuvwxyz01234";
 
 } // namespace
 
@@ -123,7 +123,7 @@ operations transfers()
 		     {"listed_across_erase_blocks", device("listed_mlc", mtd_mlc_nand, 0x9000), 0xFF0, 0x1020},
 		     {"listed_last_usable_byte", device("listed_mlc", mtd_nand, 0x9000), 0x7FFF, 1},
 		     {"listed_one_usable_byte", device("one_usable", mtd_nand), 0, 1},
-		     {"listed_longest_name", device(g_longest_name, mtd_nand, 0x20000), 0x100, 0x10},
+		     {"listed_longest_name", device(longest_name, mtd_nand, 0x20000), 0x100, 0x10},
 	     })
 		append(all, by_name(range));
 

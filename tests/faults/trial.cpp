@@ -3,12 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstring>
 #include <map>
-#include <unistd.h>
 
 #include "../../reference_platform/include/platform_status.h"
 #include "accepted.hpp"
@@ -21,9 +22,9 @@ namespace faults {
 
 namespace {
 
-constexpr std::size_t g_most_points_for_twos = 40;
-constexpr std::size_t g_results_for_twos = 4;
-constexpr unsigned g_most_complaints = 10;
+constexpr std::size_t most_points_for_twos = 40;
+constexpr std::size_t results_for_twos = 4;
+constexpr unsigned most_complaints = 10;
 
 unsigned long g_injected;
 std::array<char, 512> g_current_attempt;
@@ -112,7 +113,7 @@ void trial::run()
 	const auto points = points_of_untouched_run();
 
 	try_one_by_one(points);
-	if (points.size() <= g_most_points_for_twos)
+	if (points.size() <= most_points_for_twos)
 		try_by_twos(points);
 	try_flash_faults();
 	testing::Test::RecordProperty("points", static_cast<int>(points.size()));
@@ -144,15 +145,15 @@ void trial::try_by_twos(const std::vector<point> &points)
 {
 	for (std::size_t i = 0; i < points.size(); ++i)
 		for (std::size_t j = i + 1; j < points.size(); ++j)
-			for (std::size_t first = 0; first < std::min(points[i].results.size(), g_results_for_twos); ++first)
-				for (std::size_t second = 0; second < std::min(points[j].results.size(), g_results_for_twos); ++second)
+			for (std::size_t first = 0; first < std::min(points[i].results.size(), results_for_twos); ++first)
+				for (std::size_t second = 0; second < std::min(points[j].results.size(), results_for_twos); ++second)
 					try_with({{points[i].call, points[i].nth, points[i].results[first], false},
 						  {points[j].call, points[j].nth, points[j].results[second], false}});
 }
 
 void trial::try_with(const std::vector<fault> &faults)
 {
-	if (complaints_ >= g_most_complaints)
+	if (complaints_ >= most_complaints)
 		return;
 	judge_faulted(faults, run_once(faults));
 	judge_end();
@@ -182,7 +183,7 @@ void trial::try_flash_faults()
 
 void trial::try_flash_faults(harness::flash_operation operation, uint64_t count)
 {
-	for (uint64_t nth = 1; nth <= count && complaints_ < g_most_complaints; ++nth) {
+	for (uint64_t nth = 1; nth <= count && complaints_ < most_complaints; ++nth) {
 		flash_fault_ = flash_fault{operation, nth};
 		judge_flash_fault(run_once({}));
 		flash_fault_.reset();

@@ -5,8 +5,8 @@
 
 #include <memory>
 
-#include "operation.hpp"
 #include "case.hpp"
+#include "operation.hpp"
 
 namespace faults {
 

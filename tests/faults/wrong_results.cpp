@@ -14,9 +14,9 @@ namespace {
 
 using results = std::vector<long long>;
 
-constexpr long long g_last_error = -4095;
-constexpr long long g_two_to_32 = 1LL << 32;
-constexpr long long g_status_minus_one = 0xFFFFFFFF;
+constexpr long long last_error = -4095;
+constexpr long long two_to_32 = 1LL << 32;
+constexpr long long status_minus_one = 0xFFFFFFFF;
 
 // One number of a rendered call, counted from 0.
 long long number_of(std::string_view call, unsigned position)
@@ -31,12 +31,12 @@ long long number_of(std::string_view call, unsigned position)
 
 results error_pointers(std::string_view)
 {
-	return {-ENODEV, 0, -EBUSY, -EINTR, -1, g_last_error};
+	return {-ENODEV, 0, -EBUSY, -EINTR, -1, last_error};
 }
 
 results open_errors(std::string_view)
 {
-	return {-ENOENT, 0, -EIO, -EINTR, -ENOMEM, g_last_error};
+	return {-ENOENT, 0, -EIO, -EINTR, -ENOMEM, last_error};
 }
 
 results no_memory(std::string_view)
@@ -60,16 +60,16 @@ results bytes_left(std::string_view call)
 results seek_results(std::string_view call)
 {
 	const long long wanted = number_of(call, 1);
-	results wrong = {-EINVAL, -EIO, -EINTR, -1, g_last_error, wanted + 1, wanted + 512};
+	results wrong = {-EINVAL, -EIO, -EINTR, -1, last_error, wanted + 1, wanted + 512};
 	if (wanted == 0)
-		wrong.push_back(g_two_to_32);
+		wrong.push_back(two_to_32);
 	return wrong;
 }
 
 results transfer_results(std::string_view call)
 {
 	const long long count = number_of(call, 2);
-	results wrong = {-EIO, -EINTR, -ENOSPC, -1, g_last_error, count + 1};
+	results wrong = {-EIO, -EINTR, -ENOSPC, -1, last_error, count + 1};
 	if (count > 0)
 		wrong.push_back(0);
 	if (count > 1)
@@ -110,7 +110,7 @@ results none_there(std::string_view)
 // A status of the service, and the odd ones that another platform may have.
 template <std::uint32_t usual> results statuses(std::string_view)
 {
-	return {usual, 1, 0x80000000, g_status_minus_one};
+	return {usual, 1, 0x80000000, status_minus_one};
 }
 
 struct row {
@@ -118,7 +118,7 @@ struct row {
 	results (*wrong)(std::string_view call);
 };
 
-const row g_failing[] = {
+const row failing[] = {
 	{"misc_register", registration_errors},
 	{"get_mtd_device_nm", error_pointers},
 	{"get_mtd_device", error_pointers},
@@ -165,7 +165,7 @@ const row g_failing[] = {
 };
 
 // They give nothing that could be wrong, or do their work whatever they give.
-constexpr std::string_view g_never_failing[] = {
+constexpr std::string_view never_failing[] = {
 	"misc_deregister",
 	"put_mtd_device",
 	"kfree",
@@ -184,7 +184,7 @@ constexpr std::string_view g_never_failing[] = {
 	"log_module_init_end",
 };
 
-constexpr std::string_view g_functions[] = {
+constexpr std::string_view functions[] = {
 #define FLASH_CALL(name, arguments) #name,
 #include "calls.def"
 #undef FLASH_CALL
@@ -199,7 +199,7 @@ std::string_view function_of(std::string_view call)
 
 std::vector<long long> wrong_results(std::string_view call)
 {
-	for (const row &row : g_failing)
+	for (const row &row : failing)
 		if (row.function == function_of(call))
 			return row.wrong(call);
 	return {};
@@ -209,10 +209,10 @@ std::vector<std::string> badly_listed_functions()
 {
 	std::vector<std::string> bad;
 
-	for (std::string_view function : g_functions) {
-		const auto times_listed = std::count_if(std::begin(g_failing), std::end(g_failing),
-							[&](const row &row) { return row.function == function; }) +
-					  std::count(std::begin(g_never_failing), std::end(g_never_failing), function);
+	for (std::string_view function : functions) {
+		const auto times_listed =
+			std::count_if(std::begin(failing), std::end(failing), [&](const row &row) { return row.function == function; }) +
+			std::count(std::begin(never_failing), std::end(never_failing), function);
 		if (times_listed != 1)
 			bad.emplace_back(function);
 	}

@@ -41,51 +41,51 @@ bool has(const findings &found, std::string_view rule_id, std::size_t element)
 class trial {
 public:
 	trial(std::string text, const mtd_layout &layout)
-		: m_text(std::move(text)), m_from(m_text, "board.xml"), m_document(m_from), m_found(check(m_from, &layout))
+		: text_(std::move(text)), from_(text_, "board.xml"), document_(from_), found_(check(from_, &layout))
 	{
 		try {
-			m_board = read_board(m_text, "board.xml");
+			board_ = read_board(text_, "board.xml");
 		} catch (const input_error &) {
 		}
-		if (m_board)
-			m_result = simulate(*m_board, layout);
+		if (board_)
+			result_ = simulate(*board_, layout);
 	}
 
 	void compare() const
 	{
-		SCOPED_TRACE(std::string(m_from.text()) + as_text(m_from, m_found) + (m_result ? as_text(*m_result) : ""));
+		SCOPED_TRACE(std::string(from_.text()) + as_text(from_, found_) + (result_ ? as_text(*result_) : ""));
 		// What is too large as a whole is refused only when it is compiled.
-		EXPECT_EQ(has(m_found, effect::refused), !m_board);
-		if (!m_board)
+		EXPECT_EQ(has(found_, effect::refused), !board_);
+		if (!board_)
 			return;
-		EXPECT_EQ(has(m_found, effect::load_fails), m_result->load_code != 0);
-		if (m_result->load_code)
+		EXPECT_EQ(has(found_, effect::load_fails), result_->load_code != 0);
+		if (result_->load_code)
 			return;
 		compare_sections();
 		compare_partitions();
 		compare_spi();
 	}
 
-	const simulation_result &result() const { return m_result.value(); }
-	bool is_refused() const { return !m_board; }
+	const simulation_result &result() const { return result_.value(); }
+	bool is_refused() const { return !board_; }
 
 private:
-	pugi::xml_node default_instance() const { return instance_of(m_document, default_instance_id); }
+	pugi::xml_node default_instance() const { return instance_of(document_, default_instance_id); }
 
 	void compare_sections() const
 	{
 		const auto instance = default_instance();
 		const auto tables = section_tables_of(instance);
-		const auto table = node_of(instance, chosen_table_name(tables.size(), bom_of(m_document, instance)).c_str());
-		const auto rows = section_rows_of(m_document, table);
+		const auto table = node_of(instance, chosen_table_name(tables.size(), bom_of(document_, instance)).c_str());
+		const auto rows = section_rows_of(document_, table);
 		bool dropped =
-			std::any_of(m_found.begin(), m_found.end(), [](const finding &one) { return one.broken->id == "variant-missing"; });
+			std::any_of(found_.begin(), found_.end(), [](const finding &one) { return one.broken->id == "variant-missing"; });
 
 		for (const auto &row : rows)
-			dropped |= has(m_found, effect::sections_dropped, m_document.offset_of(row.xml));
-		ASSERT_EQ(m_result->sections.size(), dropped ? 0 : rows.size());
+			dropped |= has(found_, effect::sections_dropped, document_.offset_of(row.xml));
+		ASSERT_EQ(result_->sections.size(), dropped ? 0 : rows.size());
 		for (std::size_t i = 0; !dropped && i < rows.size(); i++)
-			EXPECT_EQ(has(m_found, effect::section_unusable, m_document.offset_of(rows[i].xml)), !is_usable(rows, i))
+			EXPECT_EQ(has(found_, effect::section_unusable, document_.offset_of(rows[i].xml)), !is_usable(rows, i))
 				<< "row " << i;
 	}
 
@@ -97,47 +97,47 @@ private:
 			return one.is_usable() && one.id == rows[index].id && one.range().begin < end && one.range().end >= end;
 		};
 
-		if (m_result->sections[index].served_by != index)
+		if (result_->sections[index].served_by != index)
 			return false;
 		// Where an earlier row answers for the last byte, reading it says nothing about this one's partition.
 		if (std::any_of(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(index), answers_for_the_end))
-			return !has(m_found, effect::section_unusable, m_document.offset_of(rows[index].xml));
-		return m_result->sections[index].last_byte == 0;
+			return !has(found_, effect::section_unusable, document_.offset_of(rows[index].xml));
+		return result_->sections[index].last_byte == 0;
 	}
 
 	void compare_partitions() const
 	{
 		const auto entries = entries_of(node_of(default_instance(), "mtd_info"));
 
-		ASSERT_EQ(m_result->partitions.size(), entries.size());
+		ASSERT_EQ(result_->partitions.size(), entries.size());
 		for (std::size_t i = 0; i < entries.size(); i++) {
-			const bool is_kept = m_result->partitions[i].name == entries[i].attribute("mtd_name").value();
-			EXPECT_TRUE(is_kept || has(m_found, "mtd-info-name-damaged", m_document.offset_of(entries[i]))) << "row " << i;
+			const bool is_kept = result_->partitions[i].name == entries[i].attribute("mtd_name").value();
+			EXPECT_TRUE(is_kept || has(found_, "mtd-info-name-damaged", document_.offset_of(entries[i]))) << "row " << i;
 		}
 	}
 
 	void compare_spi() const
 	{
-		const bool all_found = std::all_of(m_result->spi_flashes.begin(), m_result->spi_flashes.end(),
+		const bool all_found = std::all_of(result_->spi_flashes.begin(), result_->spi_flashes.end(),
 						   [](const auto &one) { return one.code == 0; });
 		std::map<std::pair<std::uint32_t, std::string>, pugi::xml_node> first_of_name;
 
-		EXPECT_TRUE(all_found || has(m_found, effect::search_fails));
-		for (const auto instance : instances_of(m_document))
+		EXPECT_TRUE(all_found || has(found_, effect::search_fails));
+		for (const auto instance : instances_of(document_))
 			for (const auto entry : entries_of(node_of(instance, "spi_flash_map")))
 				first_of_name.try_emplace({*id_of(instance), entry.attribute("name").value()}, entry);
-		for (const auto &one : m_result->map_entries)
-			EXPECT_EQ(has(m_found, effect::map_fails, m_document.offset_of(first_of_name.at({one.instance, one.entry}))),
+		for (const auto &one : result_->map_entries)
+			EXPECT_EQ(has(found_, effect::map_fails, document_.offset_of(first_of_name.at({one.instance, one.entry}))),
 				  one.code != 0)
 				<< one.entry;
 	}
 
-	std::string m_text;
-	source m_from;
-	document m_document;
-	findings m_found;
-	std::optional<board> m_board;
-	std::optional<simulation_result> m_result;
+	std::string text_;
+	source from_;
+	document document_;
+	findings found_;
+	std::optional<board> board_;
+	std::optional<simulation_result> result_;
 };
 
 void compare(const std::string &text, const mtd_layout &layout)

@@ -9,7 +9,7 @@ namespace {
 
 class board_maker {
 public:
-	explicit board_maker(unsigned seed) : m_random(seed) {}
+	explicit board_maker(unsigned seed) : random_(seed) {}
 
 	std::string make()
 	{
@@ -29,7 +29,7 @@ public:
 	}
 
 private:
-	unsigned pick(unsigned below) { return static_cast<unsigned>(m_random() % below); }
+	unsigned pick(unsigned below) { return static_cast<unsigned>(random_() % below); }
 	bool chance(unsigned percent) { return pick(100) < percent; }
 	std::string one_of(const std::vector<std::string> &usual, const std::vector<std::string> &odd)
 	{
@@ -107,7 +107,7 @@ private:
 		return nodes;
 	}
 
-	std::mt19937 m_random;
+	std::mt19937 random_;
 };
 
 } // namespace

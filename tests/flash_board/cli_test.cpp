@@ -3,14 +3,14 @@
 // flash-board as a program: exit statuses, streams, files, and the documents that describe it.
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <regex>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <nlohmann/json.hpp>
 
 #include "fixtures.hpp"
 #include "golden.hpp"
@@ -24,11 +24,11 @@ protected:
 	cli()
 	{
 		auto name = (std::filesystem::temp_directory_path() / "flash-board-test-XXXXXX").string();
-		m_folder = mkdtemp(name.data());
+		folder_ = mkdtemp(name.data());
 	}
-	~cli() override { std::filesystem::remove_all(m_folder); }
+	~cli() override { std::filesystem::remove_all(folder_); }
 
-	std::string path(const std::string &name) const { return (m_folder / name).string(); }
+	std::string path(const std::string &name) const { return (folder_ / name).string(); }
 
 	struct outcome {
 		int status;
@@ -48,7 +48,7 @@ protected:
 	void write(const std::string &name, const std::string &content) const { std::ofstream(path(name)) << content; }
 
 private:
-	std::filesystem::path m_folder;
+	std::filesystem::path folder_;
 };
 
 TEST_F(cli, check_of_a_good_board_gives_0)

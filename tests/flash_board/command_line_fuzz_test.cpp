@@ -4,26 +4,27 @@
 // goes on from here.
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <filesystem>
 #include <random>
-#include <unistd.h>
 
 #include "command_line_input.hpp"
 #include "fixtures.hpp"
 
 namespace {
 
-const std::vector<std::string> g_words = {
+const std::vector<std::string> words = {
 	"compile",    "check",	    "simulate",	     "map",	  "explain",	"-",	      "-o",	     "--output",   "--mtd",
 	"--mtdparts", "--json",	    "--format",	     "json",	  "text",	"sarif",      "--strict",    "--force",	   "--bom",
 	"1",	      "4294967296", "--help",	     "--version", "--",		"--markdown", "--mtd=",	     "f:1M(boot)", "-o-",
 	"--output=-", "--bom=-1",   "section-wraps", "-h",	  "--format=x", "a:1M,2M(x",  "section-wrp", "--json=1",   "--strict=0"};
 
 // Names as they should never be; no file is called so, and each is an absolute path where nothing can be made.
-const std::vector<std::string> g_names = {"/nowhere/$(touch ran)", "/nowhere/`touch ran`", "/nowhere/a b;c",
-					  "/nowhere/\xff\xfe",	   "/nowhere/\n",	   "/dev/null",
-					  "/nowhere/../x",	   "/nowhere/%n%s%99999d", std::string(5000, 'x'),
-					  "/nowhere/\x1b[31m",	   "/nowhere/--strict",	   "/proc/self/mem"};
+const std::vector<std::string> names = {"/nowhere/$(touch ran)", "/nowhere/`touch ran`", "/nowhere/a b;c",
+					"/nowhere/\xff\xfe",	 "/nowhere/\n",		 "/dev/null",
+					"/nowhere/../x",	 "/nowhere/%n%s%99999d", std::string(5000, 'x'),
+					"/nowhere/\x1b[31m",	 "/nowhere/--strict",	 "/proc/self/mem"};
 
 std::vector<std::string> texts()
 {
@@ -38,7 +39,7 @@ std::vector<std::string> texts()
 
 std::string some_word(std::mt19937 &random)
 {
-	auto word = random() % 8 ? g_words[random() % g_words.size()] : g_names[random() % g_names.size()];
+	auto word = random() % 8 ? words[random() % words.size()] : names[random() % names.size()];
 
 	if (random() % 20 == 0)
 		word.insert(random() % (word.size() + 1), 1, static_cast<char>(1 + random() % 255));
@@ -59,7 +60,7 @@ TEST(command_lines, of_any_words_end_well)
 	for (int i = 0; i < 4000; i++) {
 		command_line_input given("");
 		if (random() % 4)
-			given.arguments.push_back(g_words[random() % 5]);
+			given.arguments.push_back(words[random() % 5]);
 		if (random() % 3)
 			given.arguments.push_back("-");
 		if (random() % 2)

@@ -3,20 +3,21 @@
 // What the shells offer for words of a command line, and that names of files never run.
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <regex>
 #include <unistd.h>
 
-#include "tools_common/shells.hpp"
+#include <fstream>
+#include <regex>
+
 #include "fixtures.hpp"
 #include "rules.hpp"
+#include "tools_common/shells.hpp"
 
 namespace {
 
 constexpr const char *bash_file = REPOSITORY_DIR "/tools/flash-board/completion/flash-board.bash";
 constexpr const char *zsh_file = REPOSITORY_DIR "/tools/flash-board/completion/_flash-board";
 
-const std::vector<std::string> g_commands = {"compile", "check", "simulate", "map", "explain"};
+const std::vector<std::string> commands = {"compile", "check", "simulate", "map", "explain"};
 
 using tools_tests::output_of;
 
@@ -26,31 +27,31 @@ protected:
 	completion()
 	{
 		auto name = (std::filesystem::temp_directory_path() / "flash-board-test-XXXXXX").string();
-		m_folder = mkdtemp(name.data());
-		std::filesystem::create_directories(m_folder / "files");
+		folder_ = mkdtemp(name.data());
+		std::filesystem::create_directories(folder_ / "files");
 	}
-	~completion() override { std::filesystem::remove_all(m_folder); }
+	~completion() override { std::filesystem::remove_all(folder_); }
 
-	void add(const std::string &name) const { std::ofstream(m_folder / "files" / name) << "x"; }
+	void add(const std::string &name) const { std::ofstream(folder_ / "files" / name) << "x"; }
 
 	// What is offered for the last of the words of the shell, each in "<...>".
 	std::string offered(const std::string &words) const
 	{
 		const std::string program = FLASH_BOARD_PROGRAM;
 		const std::string before =
-			"cd '" + (m_folder / "files").string() + "'\nPATH='" + program.substr(0, program.rfind('/')) + "':$PATH";
+			"cd '" + (folder_ / "files").string() + "'\nPATH='" + program.substr(0, program.rfind('/')) + "':$PATH";
 		return tools_tests::joined(
-			tools_tests::offered_by_bash({bash_file, "_flash_board", "flash-board"}, m_folder / "script", words, before), "<",
+			tools_tests::offered_by_bash({bash_file, "_flash_board", "flash-board"}, folder_ / "script", words, before), "<",
 			">");
 	}
 
 	std::size_t files() const
 	{
-		return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(m_folder / "files"), {}));
+		return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder_ / "files"), {}));
 	}
 
 private:
-	std::filesystem::path m_folder;
+	std::filesystem::path folder_;
 };
 
 TEST_F(completion, of_bash_offers_commands)
@@ -102,7 +103,7 @@ TEST_F(completion, has_every_command_and_option)
 	const auto zsh = fixtures::read(zsh_file), bash = fixtures::read(bash_file);
 	const std::regex option("--[a-z]+");
 
-	for (const auto &command : g_commands) {
+	for (const auto &command : commands) {
 		EXPECT_NE(zsh.find("'" + command + ":"), zsh.npos) << command;
 		const auto help = output_of(FLASH_BOARD_PROGRAM " " + command + " --help");
 		for (auto at = std::sregex_iterator(help.begin(), help.end(), option); at != std::sregex_iterator(); ++at) {

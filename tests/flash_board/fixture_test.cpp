@@ -17,7 +17,7 @@ using fixtures::fixture;
 using flash_board::findings;
 
 // Rules whose boards are too large for a file in the repository.
-const std::set<std::string_view> g_without_fixture = {"file-too-long", "board-too-large"};
+const std::set<std::string_view> without_fixture = {"file-too-long", "board-too-large"};
 
 std::set<std::string_view> rules_in(const findings &found)
 {
@@ -97,8 +97,8 @@ TEST(rules, each_has_a_board_that_breaks_it_and_one_that_does_not)
 	for (const auto &one : fixtures::good())
 		kept.insert(one.broken().id);
 	for (const auto &one : flash_board::all_rules()) {
-		EXPECT_NE(broken.contains(one.id), g_without_fixture.contains(one.id)) << one.id;
-		EXPECT_NE(kept.contains(one.id), g_without_fixture.contains(one.id)) << one.id;
+		EXPECT_NE(broken.contains(one.id), without_fixture.contains(one.id)) << one.id;
+		EXPECT_NE(kept.contains(one.id), without_fixture.contains(one.id)) << one.id;
 	}
 }
 

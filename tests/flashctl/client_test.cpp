@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // The client header: what it sends, and how it takes apart what comes back.
-#include "flash_mng/client.hpp"
-
 #include <gtest/gtest.h>
 
 #include <array>
@@ -10,6 +8,7 @@
 #include <type_traits>
 
 #include "fake_module.hpp"
+#include "flash_mng/client.hpp"
 
 using namespace flash_mng;
 using flashctl_tests::fake_module;

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
-#include "command_line.hpp"
-
 #include <gtest/gtest.h>
 
+#include "command_line.hpp"
 #include "failure.hpp"
 
 using namespace flashctl;

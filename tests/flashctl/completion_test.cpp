@@ -11,8 +11,8 @@
 #include <string_view>
 #include <vector>
 
-#include "tools_common/shells.hpp"
 #include "scratch.hpp"
+#include "tools_common/shells.hpp"
 
 using namespace flashctl_tests;
 

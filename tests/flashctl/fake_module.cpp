@@ -31,7 +31,7 @@ namespace flashctl_tests {
 
 namespace {
 
-std::set<int> descriptors;
+std::set<int> g_descriptors;
 
 const char *kept_file()
 {
@@ -235,7 +235,7 @@ int __wrap_open(const char *path, int flags, ...)
 		return -1;
 	}
 	const int descriptor = open_stand_in(flags);
-	descriptors.insert(descriptor);
+	g_descriptors.insert(descriptor);
 	return descriptor;
 }
 
@@ -245,5 +245,5 @@ int __wrap_ioctl(int descriptor, unsigned long number, ...)
 	va_start(arguments, number);
 	void *const argument = va_arg(arguments, void *);
 	va_end(arguments);
-	return descriptors.contains(descriptor) ? called(number, argument) : __real_ioctl(descriptor, number, argument);
+	return g_descriptors.contains(descriptor) ? called(number, argument) : __real_ioctl(descriptor, number, argument);
 }

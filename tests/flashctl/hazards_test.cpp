@@ -279,17 +279,17 @@ class any_command_line : public testing::Test, public desk {
 protected:
 	any_command_line()
 	{
-		std::filesystem::current_path(m_folder.path());
+		std::filesystem::current_path(folder_.path());
 		for (const char *const name : {"config", "usrdata"})
 			flash.part(name).device.usable = flash.part(name).usable;
 		EXPECT_EQ(flashctl("backup", "saved"), 0) << console.err;
 		flash.part("usrdata").content[3] ^= std::byte{1};
 	}
-	~any_command_line() override { std::filesystem::current_path(m_old); }
+	~any_command_line() override { std::filesystem::current_path(old_); }
 
 private:
-	const std::filesystem::path m_old = std::filesystem::current_path();
-	const scratch m_folder;
+	const std::filesystem::path old_ = std::filesystem::current_path();
+	const scratch folder_;
 };
 
 // Never a crash, never a status that is not documented, never a write of a line that fails or only plans, nor a folder of one that fails.

@@ -3,14 +3,14 @@
 // What --json prints agrees with the schema, for every command and for failures.
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include <nlohmann/json.hpp>
 #include <valijson/adapters/nlohmann_json_adapter.hpp>
 #include <valijson/schema.hpp>
 #include <valijson/schema_parser.hpp>
 #include <valijson/validation_results.hpp>
 #include <valijson/validator.hpp>
+
+#include <sstream>
 
 #include "scratch.hpp"
 #include "simulated_console.hpp"

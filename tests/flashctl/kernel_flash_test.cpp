@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // The board's flash as flashctl sees it: the module's statistics, completed from sysfs; the lock.
-#include "kernel_flash.hpp"
-
 #include <gtest/gtest.h>
 
 #include "fake_module.hpp"
+#include "kernel_flash.hpp"
 #include "scratch.hpp"
 
 using namespace flashctl_tests;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
-#include "number.hpp"
-
 #include <gtest/gtest.h>
+
+#include "number.hpp"
 
 using namespace flashctl;
 

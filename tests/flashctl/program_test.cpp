@@ -185,7 +185,7 @@ TEST_F(programs, ask_on_the_terminal_when_the_data_comes_in_a_pipe)
 
 // Of a shell: goes on when the program that it started last has taken SIGTERM for its own. Until then, as long as the machine is busy, that
 // signal ends it as it ends any program.
-constexpr const char *g_minds_signals =
+constexpr const char *minds_signals =
 	"for i in $(seq 1200); do grep -qx flashctl /proc/$!/comm && grep -qE '^SigCgt:.*[4-7c-f][0-9a-f]{3}$' /proc/$!/status && break; "
 	"sleep 0.05; done; ";
 
@@ -195,7 +195,7 @@ TEST_F(programs, tell_what_the_flash_holds_when_a_signal_comes)
 	for (const char *const name : {"TERM", "HUP"}) {
 		folder.write("flash", "");
 		const ended program = shell(std::string("printf Hello >image; FLASHCTL_FAKE_DELAY=800 flashctl write usrdata image & ") +
-					    g_minds_signals + "sleep 1.2; kill -" + name + " $!; wait $!");
+					    minds_signals + "sleep 1.2; kill -" + name + " $!; wait $!");
 		const bool written = flash_content().substr(0, 5) == "Hello";
 		EXPECT_EQ(program.exit, 12) << program.output;
 		EXPECT_EQ(program.output,
@@ -210,7 +210,7 @@ TEST_F(programs, tell_of_a_signal_that_comes_before_the_data)
 {
 	for (const char *const from : {"pipe", "- <pipe"}) {
 		const ended program = shell(std::string("rm -f pipe; mkfifo pipe; flashctl write usrdata ") + from +
-					    " & exec 9>pipe; printf Hello >&9; " + g_minds_signals +
+					    " & exec 9>pipe; printf Hello >&9; " + minds_signals +
 					    "for i in 1 2 3 4 5 6 7 8; do sleep 0.1; kill -TERM $! 2>/dev/null; done; "
 					    "ls /proc/$!/fd 2>/dev/null; exec 9>&-; wait $!");
 		EXPECT_EQ(program.exit, 12) << from;

@@ -16,17 +16,17 @@ public:
 	scratch()
 	{
 		std::string name = (std::filesystem::temp_directory_path() / "flashctl_XXXXXX").string();
-		m_folder = mkdtemp(name.data()) ? name : "/nonexistent";
+		folder_ = mkdtemp(name.data()) ? name : "/nonexistent";
 	}
 	scratch(const scratch &) = delete;
 	scratch &operator=(const scratch &) = delete;
 	~scratch()
 	{
 		std::error_code none;
-		std::filesystem::remove_all(m_folder, none);
+		std::filesystem::remove_all(folder_, none);
 	}
 
-	std::string path(const std::string &name = "") const { return m_folder + "/" + name; }
+	std::string path(const std::string &name = "") const { return folder_ + "/" + name; }
 
 	void write(const std::string &name, const std::string &text) const
 	{
@@ -43,7 +43,7 @@ public:
 	}
 
 private:
-	std::string m_folder;
+	std::string folder_;
 };
 
 } // namespace flashctl_tests

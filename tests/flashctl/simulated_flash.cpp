@@ -45,20 +45,20 @@ simulated_flash::simulated_flash()
 
 void simulated_flash::fail_call(std::size_t n, status with)
 {
-	m_fail_first = m_fail_last = calls.size() + n;
-	m_failure = with;
+	fail_first_ = fail_last_ = calls.size() + n;
+	failure_ = with;
 }
 
 void simulated_flash::fail_from(std::size_t n, status with)
 {
 	fail_call(n, with);
-	m_fail_last = std::numeric_limits<std::size_t>::max();
+	fail_last_ = std::numeric_limits<std::size_t>::max();
 }
 
 status simulated_flash::called(const char *function)
 {
 	calls.emplace_back(function);
-	return calls.size() >= m_fail_first && calls.size() <= m_fail_last && m_fail_first ? m_failure : status();
+	return calls.size() >= fail_first_ && calls.size() <= fail_last_ && fail_first_ ? failure_ : status();
 }
 
 partition *simulated_flash::find(const std::string &name)

@@ -70,8 +70,8 @@ private:
 	status called(const char *function);
 	partition *find(const std::string &name);
 
-	std::size_t m_fail_first = 0, m_fail_last = 0;
-	status m_failure;
+	std::size_t fail_first_ = 0, fail_last_ = 0;
+	status failure_;
 };
 
 // The content that a partition of the simulated board begins with.

@@ -704,6 +704,7 @@ int trusts_whoever_fills()
 struct __attribute__((capability("lock"))) lock_type {
 } g_lock;
 int g_guarded __attribute__((guarded_by(g_lock)));
+int unmarked_global;
 int forgets_the_lock()
 {
 	return g_guarded;
@@ -715,6 +716,7 @@ SOURCE
 	finds planted.cpp tidy_findings
 	finds "variable 'number' is not initialized" tidy_findings
 	finds "requires holding lock 'g_lock'" tidy_findings
+	finds "invalid case style for global variable 'unmarked_global'" tidy_findings
 	(
 		mkdir -p "$gate_dir/broken"
 		printf '#!/bin/sh\nexit 3\n' >"$gate_dir/broken/clang-tidy"
@@ -723,6 +725,11 @@ SOURCE
 		finds 'clang-tidy ended with' tidy_findings
 	)
 	finds planted.cpp format_findings
+	silent naming_findings
+	printf 'class named {\n\tint m_other;\n};\n' | plant tests/members.hpp
+	finds members.hpp naming_findings
+	printf 'const int g_unchanging = 1;\n' | plant tests/constants.cpp
+	finds constants.cpp naming_findings
 	finds planted.cpp files_without_licence
 	finds columns long_lines
 	finds 'white space at the end' long_lines

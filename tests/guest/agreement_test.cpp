@@ -12,8 +12,8 @@ namespace {
 
 using nlohmann::json;
 
-constexpr int g_boards = 30;
-constexpr uint32_t g_default_instance = 0xFFFFFFFF;
+constexpr int board_count = 30;
+constexpr uint32_t default_instance = 0xFFFFFFFF;
 
 // Texts of damaged names are no UTF-8; both sides replace the same bytes.
 json as_printed(const std::string &text)
@@ -55,7 +55,7 @@ protected:
 		for (const json &one : expected["sections"]) {
 			bytes byte(1);
 			const uint32_t last = one["offset"].get<uint32_t>() + one["size"].get<uint32_t>() - 1;
-			EXPECT_EQ(harness::call("drv_flash_read", {g_default_instance, one["id"].get<uint32_t>(), last, &byte, 1}),
+			EXPECT_EQ(harness::call("drv_flash_read", {default_instance, one["id"].get<uint32_t>(), last, &byte, 1}),
 				  one["last_byte"].get<uint32_t>())
 				<< one;
 		}
@@ -112,7 +112,7 @@ TEST_P(agreement, of_simulation_and_module)
 	harness::unload();
 }
 
-INSTANTIATE_TEST_SUITE_P(boards, agreement, testing::Range(0, g_boards));
+INSTANTIATE_TEST_SUITE_P(boards, agreement, testing::Range(0, board_count));
 
 } // namespace
 } // namespace conformance

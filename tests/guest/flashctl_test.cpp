@@ -2,17 +2,16 @@
 //
 // flashctl on the real module: what it tells and writes is compared with the MTD devices themselves, and each exit status is had that
 // a board can give. Starting a program takes long on an emulated board, so a case looks at several things.
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <source_location>
-
 #include <fcntl.h>
+#include <nlohmann/json.hpp>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <nlohmann/json.hpp>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <source_location>
 
 #include "ioctl_words.hpp"
 #include "lab_device.hpp"

@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // Calling the module: its functions through flash_lab, its commands from this very process.
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -8,13 +13,8 @@
 #include <stdexcept>
 #include <vector>
 
-#include <fcntl.h>
-#include <sys/ioctl.h>
-#include <sys/mman.h>
-#include <unistd.h>
-
-#include "harness_mtd.hpp"
 #include "flash_mng.h"
+#include "harness_mtd.hpp"
 #include "lab_device.hpp"
 #include "parts.hpp"
 

@@ -5,8 +5,8 @@
 #include <cstring>
 #include <iterator>
 
-#include "harness.hpp"
 #include "flash_mng.h"
+#include "harness.hpp"
 #include "lab_device.hpp"
 #include "parts.hpp"
 

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // The conformance suite's board on the real one: the whole board and the module under test.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 #include "harness.hpp"
 #include "lab_device.hpp"

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // MTD devices of the board, made by flash_lab.
+#include "harness_mtd.hpp"
+
 #include <algorithm>
 
-#include "harness_mtd.hpp"
 #include "lab_device.hpp"
 
 namespace guest {

@@ -34,6 +34,6 @@ public:
 	}
 };
 
-[[maybe_unused]] testing::Environment *const g_reports = testing::AddGlobalTestEnvironment(new kernel_reports);
+[[maybe_unused]] testing::Environment *const reports = testing::AddGlobalTestEnvironment(new kernel_reports);
 
 } // namespace

@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "lab_device.hpp"
 
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-#include <sstream>
-#include <stdexcept>
-
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/klog.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <sstream>
+#include <stdexcept>
 
 namespace guest {
 

@@ -2,12 +2,12 @@
 //
 // What those who load the module are told of a load that failed. The codes are no errno: from 0x80000000 on Linux hands them on as they
 // are, and no program understands them; below that it keeps the module. So the device and the log have to tell.
-#include <algorithm>
-#include <cerrno>
-
 #include <fcntl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
 
 #include "lab_device.hpp"
 #include "load_words.hpp"

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // What only a real kernel can show of the module: linking, reference counts, killed callers, 32-bit callers, repeated loading.
-#include <cerrno>
-#include <cstdio>
-#include <sstream>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <sstream>
 
 #include "ioctl_words.hpp"
 #include "lab_device.hpp"

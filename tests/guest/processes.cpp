@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "processes.hpp"
 
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
-
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace guest {
 

@@ -3,12 +3,12 @@
 // Other processes of the board, for cases that need them.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdio>
 #include <functional>
 #include <string>
 #include <vector>
-
-#include <sys/types.h>
 
 namespace guest {
 

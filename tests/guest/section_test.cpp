@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // Waiting for an instance's sections, which only a real kernel can interrupt.
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
 #include <thread>
-
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include "lab_device.hpp"
 #include "parts.hpp"
@@ -17,8 +17,8 @@ namespace {
 
 using namespace conformance;
 
-constexpr uint32_t g_address = 0x1000; // where the section begins
-constexpr uint32_t g_length = 16;
+constexpr uint32_t address = 0x1000; // where the section begins
+constexpr uint32_t length = 16;
 
 // A reader that stops in the middle of its transfer, with the semaphore of its instance, until it is let go.
 class stopped_reader {
@@ -30,7 +30,7 @@ public:
 		stop.kind = LAB_WAIT;
 		stop.nth = 1;
 		guest::arm(stop, "a reader that stops");
-		reader_ = std::thread([this] { code_ = section_read(default_instance, one, g_address, &data_, g_length); });
+		reader_ = std::thread([this] { code_ = section_read(default_instance, one, address, &data_, length); });
 	}
 	~stopped_reader() { let_go(); }
 	stopped_reader(const stopped_reader &) = delete;
@@ -49,7 +49,7 @@ public:
 
 private:
 	uint32_t code_ = failed;
-	bytes data_ = bytes(g_length);
+	bytes data_ = bytes(length);
 	std::thread reader_;
 };
 
@@ -63,9 +63,9 @@ public:
 			throw std::runtime_error(std::string("no shared memory: ") + std::strerror(errno));
 		shared_ = static_cast<content *>(memory);
 		guest::set_name(shared_->call.function, by(way, "drv_flash_read", "drv_flash_write"));
-		for (uint64_t value : {uint64_t(default_instance), uint64_t(one), uint64_t(g_address), uint64_t(0), uint64_t(g_length)})
+		for (uint64_t value : {uint64_t(default_instance), uint64_t(one), uint64_t(address), uint64_t(0), uint64_t(length)})
 			shared_->call.arguments[shared_->call.count++].value = value;
-		shared_->call.arguments[3] = {CALL_MEMORY, 0, reinterpret_cast<uint64_t>(shared_->data), g_length};
+		shared_->call.arguments[3] = {CALL_MEMORY, 0, reinterpret_cast<uint64_t>(shared_->data), length};
 	}
 	~shared_transfer() { munmap(shared_, sizeof(content)); }
 	shared_transfer(const shared_transfer &) = delete;
@@ -73,12 +73,12 @@ public:
 
 	void start() const { guest::lab(LAB_CALL, &shared_->call, "a transfer"); }
 	uint32_t code() const { return static_cast<uint32_t>(shared_->call.result); }
-	bool untouched() const { return bytes(shared_->data, shared_->data + g_length) == bytes(g_length); }
+	bool untouched() const { return bytes(shared_->data, shared_->data + length) == bytes(length); }
 
 private:
 	struct content {
 		lab_call call;
-		uint8_t data[g_length];
+		uint8_t data[length];
 	};
 	content *shared_;
 };
@@ -104,7 +104,7 @@ TEST_P(board_section_waiter, that_is_killed_opens_nothing)
 	EXPECT_EQ(harness::log(), log_lines{interrupted_said(GetParam(), -EINTR)});
 
 	EXPECT_EQ(holder.let_go(), 0u);
-	EXPECT_EQ(holder.data(), original(nor, 0, g_length));
+	EXPECT_EQ(holder.data(), original(nor, 0, length));
 	EXPECT_EQ(harness::held(), at_rest);
 	expect_unchanged(nor);
 }
@@ -118,8 +118,8 @@ TEST_P(board_section_waiter, that_is_killed_leaves_the_section_to_others)
 		guest::endless_process waiter([&] { transfer.start(); });
 		EXPECT_TRUE(guest::comes_true([] { return times_called("down_killable") == 2; }));
 	}
-	bytes data(g_length);
-	EXPECT_EQ(section_transfer(GetParam(), default_instance, one, g_address, &data, g_length), 0u);
+	bytes data(length);
+	EXPECT_EQ(section_transfer(GetParam(), default_instance, one, address, &data, length), 0u);
 }
 
 INSTANTIATE_TEST_SUITE_P(to, board_section_waiter, testing::Values(direction::read, direction::write),

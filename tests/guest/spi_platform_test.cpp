@@ -4,15 +4,15 @@
 // programs can show: open partitions, unloading, its files in debugfs.
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <sstream>
 #include <stdexcept>
 #include <string>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 #include "harness.hpp"
 #include "lab_device.hpp"

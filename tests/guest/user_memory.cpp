@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // Memory of this process that ends at the end of its mapping, with a page behind it that nobody may touch.
+#include <sys/mman.h>
+
 #include <cerrno>
 #include <cstring>
 #include <mutex>
 #include <stdexcept>
 #include <vector>
-
-#include <sys/mman.h>
 
 #include "harness.hpp"
 #include "parts.hpp"

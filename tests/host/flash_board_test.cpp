@@ -2,6 +2,7 @@
 //
 // flash-board: what a compiled board description holds, and which descriptions are refused, with place and reason.
 #include <gtest/gtest.h>
+
 #include <libfdt.h>
 
 #include <cstring>
@@ -38,10 +39,10 @@ public:
 	explicit compiled_tree(const std::string &xml)
 	{
 		const auto file = flash_board::compile(xml, "board.xml");
-		m_tree.assign(file.begin() + header_size, file.end());
+		tree_.assign(file.begin() + header_size, file.end());
 	}
 
-	bool has(const std::string &path) const { return fdt_path_offset(m_tree.data(), path.c_str()) >= 0; }
+	bool has(const std::string &path) const { return fdt_path_offset(tree_.data(), path.c_str()) >= 0; }
 
 	std::string text(const std::string &path, const std::string &property) const
 	{
@@ -72,20 +73,20 @@ public:
 		std::vector<std::string> names;
 		int child;
 
-		fdt_for_each_subnode(child, m_tree.data(), fdt_path_offset(m_tree.data(), path.c_str()))
-			names.emplace_back(fdt_get_name(m_tree.data(), child, nullptr));
+		fdt_for_each_subnode(child, tree_.data(), fdt_path_offset(tree_.data(), path.c_str()))
+			names.emplace_back(fdt_get_name(tree_.data(), child, nullptr));
 		return names;
 	}
 
-	const bytes &raw() const { return m_tree; }
+	const bytes &raw() const { return tree_; }
 
 private:
 	const void *get(const std::string &path, const std::string &property, int *length) const
 	{
-		return fdt_getprop(m_tree.data(), fdt_path_offset(m_tree.data(), path.c_str()), property.c_str(), length);
+		return fdt_getprop(tree_.data(), fdt_path_offset(tree_.data(), path.c_str()), property.c_str(), length);
 	}
 
-	bytes m_tree;
+	bytes tree_;
 };
 
 std::string error_of(const std::string &xml)

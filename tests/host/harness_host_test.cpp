@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // Tests of the host board itself: the suite may rely on it to show what the module did, and to be fresh after reset().
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <gtest/gtest.h>
 #include <thread>
 
 #include "harness.hpp"

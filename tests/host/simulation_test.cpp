@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // The simulation's own tests: that it is as strict as it says, and that its answers are Linux's.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+
 #include <atomic>
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
-#include <gtest/gtest.h>
 #include <numeric>
 #include <thread>
 
@@ -30,8 +32,8 @@ namespace {
 using simulation::kernel_address;
 using texts = std::vector<std::string>;
 
-constexpr u32 g_instance = 0xffffffff;
-constexpr char g_module[] = "flash_mng";
+constexpr u32 instance = 0xffffffff;
+constexpr char module[] = "flash_mng";
 
 class simulation_test : public testing::Test {
 protected:
@@ -85,7 +87,7 @@ TEST_F(trace_test, renders_each_kind_of_argument)
 	drv_log_register(27, "flash_mng", 8192);
 	drv_log_record(27, 2, 0, "text %u", 5);
 	log_module_init_end("flash_mng", 1234, 0x811b04aa, nullptr);
-	drv_board_get_bom_value(g_instance, 1, nullptr);
+	drv_board_get_bom_value(instance, 1, nullptr);
 
 	EXPECT_EQ(simulation::calls(),
 		  (texts{"get_mtd_device(-, 0)", "put_mtd_device(-)", "linux_kcalloc(3, 16)", "kfree(-)",
@@ -995,11 +997,11 @@ TEST_F(xml_test, counts_a_node_and_its_variants)
 {
 	u32 count = 99;
 
-	EXPECT_EQ(xml_get_specified_node_num(g_instance, g_module, "attr", &count), 0u);
+	EXPECT_EQ(xml_get_specified_node_num(instance, module, "attr", &count), 0u);
 	EXPECT_EQ(count, 3u);
-	EXPECT_EQ(xml_get_specified_node_num(g_instance, g_module, "mtd_info", &count), 0u);
+	EXPECT_EQ(xml_get_specified_node_num(instance, module, "mtd_info", &count), 0u);
 	EXPECT_EQ(count, 0u);
-	EXPECT_EQ(xml_get_specified_node_num(77, g_module, "attr", &count), XML_NO_INSTANCE);
+	EXPECT_EQ(xml_get_specified_node_num(77, module, "attr", &count), XML_NO_INSTANCE);
 }
 
 TEST_F(xml_test, lists_entries_in_order)
@@ -1007,15 +1009,15 @@ TEST_F(xml_test, lists_entries_in_order)
 	xml_entry_node *list = nullptr;
 	u32 count = 0;
 
-	ASSERT_EQ(xml_get_entry_list(g_instance, g_module, "attr", &list, &count), 0u);
+	ASSERT_EQ(xml_get_entry_list(instance, module, "attr", &list, &count), 0u);
 	EXPECT_EQ(count, 2u);
 	EXPECT_STREQ(list->entry->name, "section0");
 	EXPECT_STREQ(list->next->entry->name, "section1");
 	EXPECT_EQ(list->next->next, nullptr);
-	EXPECT_EQ(xml_get_entry_list(g_instance, g_module, "attr_2", &list, &count), 0u);
+	EXPECT_EQ(xml_get_entry_list(instance, module, "attr_2", &list, &count), 0u);
 	EXPECT_EQ(count, 0u);
 	EXPECT_EQ(list, nullptr);
-	EXPECT_EQ(xml_get_entry_list(g_instance, g_module, "attr_3", &list, &count), XML_NO_NODE);
+	EXPECT_EQ(xml_get_entry_list(instance, module, "attr_3", &list, &count), XML_NO_NODE);
 }
 
 TEST_F(xml_test, reads_attributes)
@@ -1024,7 +1026,7 @@ TEST_F(xml_test, reads_attributes)
 	u32 count, value = 99;
 	char text[5] = "zzzz";
 
-	xml_get_entry_list(g_instance, g_module, "attr", &list, &count);
+	xml_get_entry_list(instance, module, "attr", &list, &count);
 	EXPECT_EQ(xml_get_attr_value_u32(list->entry, "offset", &value), 0u);
 	EXPECT_EQ(value, 0x1000u);
 	EXPECT_EQ(xml_get_attr_value_u32(list->entry, "size", &value), 0u);
@@ -1046,12 +1048,12 @@ TEST_F(xml_test, lies_when_told_to)
 
 	simulation::lie_about_count(7, 2);
 	simulation::lie_with_null_list(3);
-	xml_get_entry_list(g_instance, g_module, "attr", &list, &count);
+	xml_get_entry_list(instance, module, "attr", &list, &count);
 	EXPECT_EQ(count, 2u);
-	xml_get_entry_list(g_instance, g_module, "attr", &list, &count);
+	xml_get_entry_list(instance, module, "attr", &list, &count);
 	EXPECT_EQ(count, 7u);
 	EXPECT_NE(list, nullptr);
-	xml_get_entry_list(g_instance, g_module, "attr", &list, &count);
+	xml_get_entry_list(instance, module, "attr", &list, &count);
 	EXPECT_EQ(count, 2u);
 	EXPECT_EQ(list, nullptr);
 	EXPECT_EQ(simulation::faults_hit(), 2u);
@@ -1062,17 +1064,17 @@ TEST_F(xml_test, reads_elements)
 	u32 value = 0, exist = 9, count = 0;
 	char text[8];
 
-	EXPECT_EQ(xml_get_element_value_u32(g_instance, g_module, "spi_flash_info", "entry0", "flash_id", &value), 0u);
+	EXPECT_EQ(xml_get_element_value_u32(instance, module, "spi_flash_info", "entry0", "flash_id", &value), 0u);
 	EXPECT_EQ(value, 7u);
-	EXPECT_EQ(xml_get_element_string(g_instance, g_module, "spi_flash_info", "entry0", "flash_name", text, 8), 0u);
+	EXPECT_EQ(xml_get_element_string(instance, module, "spi_flash_info", "entry0", "flash_name", text, 8), 0u);
 	EXPECT_STREQ(text, "spi");
-	EXPECT_EQ(xml_get_element_value_u32(g_instance, g_module, "spi_flash_info", "entry1", "flash_id", &value), XML_NO_ENTRY);
-	EXPECT_EQ(xml_get_element_value_u32(g_instance, g_module, "spi_flash_info", "entry0", "none", &value), XML_NO_ELEMENT);
-	EXPECT_TRUE(xml_is_element_exist(g_instance, g_module, "spi_flash_info", "entry0", "flash_id"));
-	EXPECT_FALSE(xml_is_element_exist(g_instance, g_module, "none", "entry0", "flash_id"));
-	EXPECT_EQ(xml_is_node_exist(77, g_module, "attr", &exist), 0u);
+	EXPECT_EQ(xml_get_element_value_u32(instance, module, "spi_flash_info", "entry1", "flash_id", &value), XML_NO_ENTRY);
+	EXPECT_EQ(xml_get_element_value_u32(instance, module, "spi_flash_info", "entry0", "none", &value), XML_NO_ELEMENT);
+	EXPECT_TRUE(xml_is_element_exist(instance, module, "spi_flash_info", "entry0", "flash_id"));
+	EXPECT_FALSE(xml_is_element_exist(instance, module, "none", "entry0", "flash_id"));
+	EXPECT_EQ(xml_is_node_exist(77, module, "attr", &exist), 0u);
 	EXPECT_EQ(exist, 0u);
-	EXPECT_EQ(xml_get_entry_num(g_instance, g_module, "attr", &count), 0u);
+	EXPECT_EQ(xml_get_entry_num(instance, module, "attr", &count), 0u);
 	EXPECT_EQ(count, 2u);
 }
 
@@ -1081,7 +1083,7 @@ TEST_F(xml_death_test, refuses_entries_of_another_configuration)
 	xml_entry_node *list;
 	u32 count, value;
 
-	xml_get_entry_list(g_instance, g_module, "attr", &list, &count);
+	xml_get_entry_list(instance, module, "attr", &list, &count);
 	auto *entry = list->entry;
 	simulation::configure("../../host/boards/simulation");
 	EXPECT_DEATH(xml_get_attr_value_u32(entry, "size", &value), "no entry of the selected configuration");
@@ -1092,14 +1094,14 @@ TEST_F(xml_death_test, names_a_missing_board_file)
 	u32 count;
 
 	simulation::configure("nowhere");
-	EXPECT_DEATH(xml_get_specified_node_num(g_instance, g_module, "attr", &count), "nowhere.xml: File was not found");
+	EXPECT_DEATH(xml_get_specified_node_num(instance, module, "attr", &count), "nowhere.xml: File was not found");
 }
 
 TEST_F(instance_test, bom_value_of_instance_or_board)
 {
 	u32 bom = 0;
 
-	EXPECT_EQ(drv_board_get_bom_value(g_instance, 0x100000, &bom), 0u);
+	EXPECT_EQ(drv_board_get_bom_value(instance, 0x100000, &bom), 0u);
 	EXPECT_EQ(bom, 2u);
 	EXPECT_EQ(drv_board_get_bom_value(5, 0x100000, &bom), 0u);
 	EXPECT_EQ(bom, 9u);
@@ -1110,7 +1112,7 @@ TEST_F(instance_test, parent_and_card)
 {
 	u32 parent = 1, card = 2;
 
-	EXPECT_EQ(drv_common_parse_parent_id_card_id(g_instance, &parent, &card), INSTANCE_NO_PARENT);
+	EXPECT_EQ(drv_common_parse_parent_id_card_id(instance, &parent, &card), INSTANCE_NO_PARENT);
 	EXPECT_EQ(drv_common_parse_parent_id_card_id(77, &parent, &card), INSTANCE_UNKNOWN);
 	EXPECT_EQ(parent, 1u);
 	EXPECT_EQ(drv_common_parse_parent_id_card_id(5, &parent, &card), 0u);

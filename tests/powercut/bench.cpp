@@ -1,16 +1,17 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "bench.hpp"
 
-#include <cerrno>
-#include <csignal>
-#include <cstring>
 #include <fcntl.h>
-#include <fstream>
 #include <poll.h>
-#include <stdexcept>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fstream>
+#include <stdexcept>
 
 #include "client/plan.h"
 #include "nor_check.hpp"

@@ -3,6 +3,7 @@
 // powercut_bench: cuts the power of a board again and again, and says what that left on its flash. Exit status: 0 when all cuts left what
 // they may leave, 1 when not, 2 for wrong usage.
 #include <CLI/CLI.hpp>
+
 #include <cstdio>
 
 #include "bench.hpp"

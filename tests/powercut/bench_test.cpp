@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // The bench on boards that behave, and on boards that do not.
-#include "bench.hpp"
-
 #include <gtest/gtest.h>
+
 #include <unistd.h>
+
+#include "bench.hpp"
 
 using namespace powercut;
 

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
-#include "block_state.hpp"
-
 #include <gtest/gtest.h>
+
 #include <vector>
+
+#include "block_state.hpp"
 
 using namespace powercut;
 
@@ -10,23 +11,23 @@ namespace {
 
 using content = std::vector<std::uint8_t>;
 
-const content g_before = {1, 2, 3, 4};
-const content g_after = {5, 6, 7, 8};
+const content before = {1, 2, 3, 4};
+const content after = {5, 6, 7, 8};
 
 block_state state_of(const content &found, std::size_t torn_begin = 0, std::size_t torn_end = 0)
 {
-	return block_state_of(g_before, g_after, found, torn_begin, torn_end);
+	return block_state_of(before, after, found, torn_begin, torn_end);
 }
 
 block_state state_in_pages(const content &found)
 {
-	return block_state_in_pages(g_before, g_after, found, 2);
+	return block_state_in_pages(before, after, found, 2);
 }
 
 TEST(block_state, old_new_and_erased_content_are_told_apart)
 {
-	EXPECT_EQ(state_of(g_before), block_state::untouched);
-	EXPECT_EQ(state_of(g_after), block_state::complete);
+	EXPECT_EQ(state_of(before), block_state::untouched);
+	EXPECT_EQ(state_of(after), block_state::complete);
 	EXPECT_EQ(state_of({255, 255, 255, 255}), block_state::erased);
 }
 
@@ -72,8 +73,8 @@ TEST(block_state, a_part_of_such_pages_may_be_erased)
 
 TEST(block_state, of_pages_is_as_of_a_block_where_that_is_enough)
 {
-	EXPECT_EQ(state_in_pages(g_before), block_state::untouched);
-	EXPECT_EQ(state_in_pages(g_after), block_state::complete);
+	EXPECT_EQ(state_in_pages(before), block_state::untouched);
+	EXPECT_EQ(state_in_pages(after), block_state::complete);
 	EXPECT_EQ(state_in_pages({255, 255, 255, 255}), block_state::erased);
 	EXPECT_EQ(state_in_pages({5, 255, 255, 255}), block_state::programming);
 	EXPECT_EQ(state_in_pages({255, 255, 255, 4}), block_state::erasing);

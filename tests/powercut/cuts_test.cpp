@@ -2,9 +2,10 @@
 //
 // The reference platform's flash buffer service, its own sources, with the power cut at and inside of every erase and every program
 // operation of every scenario; and on small flash once more in every operation of the update that is repeated afterwards.
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdio>
-#include <gtest/gtest.h>
 
 #include "../../reference_platform/include/platform_status.h"
 #include "block_state.hpp"
@@ -44,7 +45,7 @@ public:
 	}
 };
 
-[[maybe_unused]] const auto *const g_print_counts = testing::AddGlobalTestEnvironment(new print_counts);
+[[maybe_unused]] const auto *const printing_counts = testing::AddGlobalTestEnvironment(new print_counts);
 
 // All cuts of one operation: before, between and after its pages, and in the middle of each.
 std::vector<cut_point> cuts_of(std::size_t operation, const geometry &shape)

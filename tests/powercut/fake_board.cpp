@@ -3,12 +3,13 @@
 // A board for the tests of the bench: a program that writes to a file as a board writes to its NOR flash, and says so as a board does.
 //
 //	fake_board FILE honest|early|stray|skips|fails|silent|stops ... --append PARAMETERS
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 #include "client/plan.h"

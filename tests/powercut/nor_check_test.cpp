@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // That the checker of the NOR flash finds what a power cut may not leave, and nothing else.
-#include "nor_check.hpp"
+#include <gtest/gtest.h>
 
 #include <algorithm>
-#include <gtest/gtest.h>
 #include <set>
 
 #include "client/plan.h"
+#include "nor_check.hpp"
 
 using namespace powercut;
 

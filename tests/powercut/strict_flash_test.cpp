@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // That the flash whose power is cut refuses what flash cannot do, and is torn where it is said to be.
-#include "strict_flash.hpp"
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <gtest/gtest.h>
+
+#include "strict_flash.hpp"
 
 using namespace powercut;
 

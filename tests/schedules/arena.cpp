@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "arena.hpp"
 
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <sys/mman.h>
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/asan_interface.h>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // The explorer on programs of a few steps, whose schedules can be counted by hand.
-#include <set>
-
 #include <gtest/gtest.h>
+
+#include <set>
 
 #include "explorer.hpp"
 #include "kernel/lock.h"

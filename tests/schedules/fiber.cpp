@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "fiber.hpp"
 
-#include <cstdlib>
 #include <sys/mman.h>
 #include <ucontext.h>
+
+#include <cstdlib>
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <dlfcn.h>
@@ -29,7 +30,7 @@ exchange *own_swapcontext()
 	return swapcontext;
 }
 
-exchange *const g_swapcontext = own_swapcontext();
+exchange *const real_swapcontext = own_swapcontext();
 
 // The address sanitizer is told of each change of stack.
 class stack_change {
@@ -111,7 +112,7 @@ void fiber::resume()
 {
 	g_running = this;
 	stack_change change(context_->stack, stack_size);
-	g_swapcontext(&context_->resumer, &context_->own);
+	real_swapcontext(&context_->resumer, &context_->own);
 	change.came_back();
 	g_running = nullptr;
 }
@@ -125,7 +126,7 @@ void fiber::pause()
 {
 	context &self = *g_running->context_;
 	stack_change change(self.resumer_bottom, self.resumer_size);
-	g_swapcontext(&self.own, &self.resumer);
+	real_swapcontext(&self.own, &self.resumer);
 	change.came_back();
 }
 

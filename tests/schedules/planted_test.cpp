@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // What is planted in a copy of the module is found, and its schedule can be seen again.
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
 #include <array>
 #include <cstdio>
 #include <filesystem>
-
-#include <gtest/gtest.h>
-#include <sys/wait.h>
 
 namespace {
 

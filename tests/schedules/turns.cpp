@@ -24,7 +24,7 @@ struct known_place {
 	const char *name;
 };
 
-const known_place g_places[] = {
+const known_place places[] = {
 	{&g_flash_config_list, sizeof(g_flash_config_list), "g_flash_config_list"},
 	{g_usrdata_mtd_name, sizeof(g_usrdata_mtd_name), "g_usrdata_mtd_name"},
 	{&g_flash_mtd_info_list, sizeof(g_flash_mtd_info_list), "g_flash_mtd_info_list"},
@@ -239,7 +239,7 @@ void turns::touch(const access &one)
 void turns::touch_bytes(const void *where, std::size_t size, bool write)
 {
 	const auto start = reinterpret_cast<address>(where);
-	const bool is_global = std::any_of(std::begin(g_places), std::end(g_places), [&](const known_place &place) {
+	const bool is_global = std::any_of(std::begin(places), std::end(places), [&](const known_place &place) {
 		return start >= reinterpret_cast<address>(place.start) && start < reinterpret_cast<address>(place.start) + place.size;
 	});
 
@@ -310,7 +310,7 @@ std::string turns::name_of(const void *where)
 {
 	const auto start = reinterpret_cast<address>(where);
 
-	for (const known_place &place : g_places)
+	for (const known_place &place : places)
 		if (start >= reinterpret_cast<address>(place.start) && start < reinterpret_cast<address>(place.start) + place.size)
 			return place.name;
 	if (start >= 9 * things)

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // sequences LENGTH: all sequences of operations up to that length, shared by as many processes as there are processors.
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <cinttypes>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <unistd.h>
 #include <vector>
-
-#include <sys/wait.h>
 
 #include "sequences.hpp"
 

@@ -3,13 +3,13 @@
 // Commands of a shell, and what bash offers for a command line, asked as bash itself asks.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 namespace tools_tests {
 

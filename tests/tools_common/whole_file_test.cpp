@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // Files that are written whole or not at all, where somebody may have prepared the folder.
-#include "common/whole_file.hpp"
+#include <gtest/gtest.h>
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -20,8 +20,7 @@
 #include <system_error>
 #include <thread>
 
-#include <gtest/gtest.h>
-
+#include "common/whole_file.hpp"
 #include "scratch.hpp"
 
 using flashctl_tests::scratch;
@@ -33,15 +32,15 @@ struct fault {
 	std::string function;
 	int error = 0;
 	int hits = 0;
-} planned;
-bool no_anonymous_files = false;
+} g_planned;
+bool g_no_anonymous_files = false;
 
 bool fails(const char *function)
 {
-	if (planned.function != function)
+	if (g_planned.function != function)
 		return false;
-	++planned.hits;
-	errno = planned.error;
+	++g_planned.hits;
+	errno = g_planned.error;
 	return true;
 }
 
@@ -71,8 +70,8 @@ int __wrap_openat(int folder, const char *path, int flags, ...)
 		mode = va_arg(arguments, mode_t);
 		va_end(arguments);
 	}
-	if ((flags & O_TMPFILE) == O_TMPFILE && (no_anonymous_files || fails("openat"))) {
-		errno = no_anonymous_files ? EOPNOTSUPP : errno;
+	if ((flags & O_TMPFILE) == O_TMPFILE && (g_no_anonymous_files || fails("openat"))) {
+		errno = g_no_anonymous_files ? EOPNOTSUPP : errno;
 		return -1;
 	}
 	if ((flags & O_CREAT) && fails("openat"))
@@ -120,11 +119,11 @@ int error_of(const std::function<void()> &work)
 // Each case twice: on a file system that has files without names, and on one that has not.
 class whole_file : public testing::TestWithParam<bool> {
 protected:
-	whole_file() { no_anonymous_files = GetParam(); }
+	whole_file() { g_no_anonymous_files = GetParam(); }
 	~whole_file() override
 	{
-		no_anonymous_files = false;
-		planned = {};
+		g_no_anonymous_files = false;
+		g_planned = {};
 	}
 
 	int write(const std::string &name, const std::string &text) const
@@ -292,10 +291,10 @@ TEST_P(whole_file, that_cannot_be_stored_leaves_the_old_one_and_nothing_else)
 	for (const char *const function : {"openat", "write", "fchmod", "fsync", "linkat", "renameat"}) {
 		SCOPED_TRACE(function);
 		folder.write("file", "old");
-		planned = {function, ENOSPC};
+		g_planned = {function, ENOSPC};
 		const int error = write("file", "new");
-		const int hits = planned.hits;
-		planned = {};
+		const int hits = g_planned.hits;
+		g_planned = {};
 		if (GetParam() && std::string_view(function) == "linkat") {
 			EXPECT_EQ(hits, 0) << "not needed there";
 			continue;

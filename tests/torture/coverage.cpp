@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "coverage.hpp"
 
+#include <linux/kcov.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
 #include <string>
-
-#include <linux/kcov.h>
-#include <sys/ioctl.h>
-#include <sys/mman.h>
 
 namespace torture {
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "fault_operations.hpp"
 
-#include <cstring>
-#include <stdexcept>
-
 #include <fcntl.h>
 #include <unistd.h>
+
+#include <cstring>
+#include <stdexcept>
 
 #include "lab_device.hpp"
 

@@ -6,6 +6,9 @@
 // Parameters of the kernel command line: fuzz.seconds (20), fuzz.seed (1), fuzz.points: how many points the module's code has.
 // /torture/corpus.txt, when it is there, is run first; inputs that reach new code go to /results/corpus-<process>.txt. With arguments: the
 // inputs of these files, once.
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -14,9 +17,6 @@
 #include <stdexcept>
 #include <thread>
 #include <unordered_set>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "coverage.hpp"
 #include "kernel_state.hpp"

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "kernel_state.hpp"
 
+#include <unistd.h>
+
 #include <filesystem>
 #include <sstream>
-
-#include <unistd.h>
 
 #include "lab_device.hpp"
 

@@ -3,14 +3,14 @@
 // torture: everything that flash_mng can do, at once, for a while. Afterwards the content has to be right, nothing held, no memory leaked.
 //
 // Parameters of the kernel command line: torture.seconds (60), torture.seed (1). The board's task loads the platform and the flash devices.
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 #include <thread>
-
-#include <unistd.h>
 
 #include "kernel_state.hpp"
 #include "lab_device.hpp"

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "workers.hpp"
 
-#include <algorithm>
-#include <csignal>
-#include <cstdio>
-#include <cstring>
-
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
 
 namespace torture {
 

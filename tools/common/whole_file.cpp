@@ -38,31 +38,31 @@ constexpr mode_t plain_mode_bits = 0777;
 
 class descriptor {
 public:
-	explicit descriptor(int number = -1) : m_number(number) {}
-	descriptor(descriptor &&other) noexcept : m_number(std::exchange(other.m_number, -1)) {}
+	explicit descriptor(int number = -1) : number_(number) {}
+	descriptor(descriptor &&other) noexcept : number_(std::exchange(other.number_, -1)) {}
 	descriptor &operator=(descriptor &&other) noexcept
 	{
-		std::swap(m_number, other.m_number);
+		std::swap(number_, other.number_);
 		return *this;
 	}
 	~descriptor()
 	{
-		if (m_number >= 0)
-			::close(m_number);
+		if (number_ >= 0)
+			::close(number_);
 	}
 
-	explicit operator bool() const { return m_number >= 0; }
-	int number() const { return m_number; }
+	explicit operator bool() const { return number_ >= 0; }
+	int number() const { return number_; }
 
 	// Some file systems tell only now that something was not stored.
 	void close()
 	{
-		if (::close(std::exchange(m_number, -1)) != 0)
+		if (::close(std::exchange(number_, -1)) != 0)
 			fail();
 	}
 
 private:
-	int m_number;
+	int number_;
 };
 
 descriptor need(int number)
@@ -219,48 +219,48 @@ std::string random_name()
 // A file that is not there yet: without a name at first where the file system can, gone unless it is moved to its place.
 class unfinished_file {
 public:
-	unfinished_file(int folder, mode_t mode) : m_folder(folder), m_file(openat(folder, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, mode))
+	unfinished_file(int folder, mode_t mode) : folder_(folder), file_(openat(folder, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, mode))
 	{
-		if (m_file)
+		if (file_)
 			return;
-		m_name = random_name();
-		m_file = need(openat(folder, m_name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+		name_ = random_name();
+		file_ = need(openat(folder, name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
 	}
 	unfinished_file(const unfinished_file &) = delete;
 	unfinished_file &operator=(const unfinished_file &) = delete;
 	~unfinished_file() { remove(); }
 
-	int number() const { return m_file.number(); }
+	int number() const { return file_.number(); }
 
 	void move_to(const std::string &name)
 	{
-		if (m_name.empty())
+		if (name_.empty())
 			give_name();
-		if (renameat(m_folder, m_name.c_str(), m_folder, name.c_str()) != 0)
+		if (renameat(folder_, name_.c_str(), folder_, name.c_str()) != 0)
 			fail();
-		m_name.clear();
+		name_.clear();
 	}
 
 private:
 	void give_name()
 	{
 		const std::string name = random_name();
-		const std::string self = "/proc/self/fd/" + std::to_string(m_file.number());
-		if (linkat(AT_FDCWD, self.c_str(), m_folder, name.c_str(), AT_SYMLINK_FOLLOW) != 0 &&
-		    linkat(m_file.number(), "", m_folder, name.c_str(), AT_EMPTY_PATH) != 0)
+		const std::string self = "/proc/self/fd/" + std::to_string(file_.number());
+		if (linkat(AT_FDCWD, self.c_str(), folder_, name.c_str(), AT_SYMLINK_FOLLOW) != 0 &&
+		    linkat(file_.number(), "", folder_, name.c_str(), AT_EMPTY_PATH) != 0)
 			fail();
-		m_name = name;
+		name_ = name;
 	}
 
 	void remove() const
 	{
-		if (!m_name.empty())
-			unlinkat(m_folder, m_name.c_str(), 0);
+		if (!name_.empty())
+			unlinkat(folder_, name_.c_str(), 0);
 	}
 
-	int m_folder;
-	descriptor m_file;
-	std::string m_name; // empty: none
+	int folder_;
+	descriptor file_;
+	std::string name_; // empty: none
 };
 
 // What of the owner the caller may give away. A file that is not the same one's any more must not run as its owner.

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "board_file.hpp"
 
-#include "board_reader.hpp"
-#include "flat_tree.hpp"
-
 #include <board_file.h>
 
 #include <algorithm>
+
+#include "board_reader.hpp"
+#include "flat_tree.hpp"
 
 namespace flash_board {
 namespace {

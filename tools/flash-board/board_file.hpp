@@ -2,12 +2,12 @@
 // The compiled board description: a header with magic, version, length and checksum in front of the flattened tree.
 #pragma once
 
-#include "board.hpp"
-
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <vector>
+
+#include "board.hpp"
 
 namespace flash_board {
 

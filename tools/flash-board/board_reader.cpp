@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "board_reader.hpp"
 
+#include <algorithm>
+
 #include "check_structure.hpp"
 #include "number.hpp"
-
-#include <algorithm>
 
 namespace flash_board {
 namespace {

@@ -2,11 +2,11 @@
 // Reading a board description from XML.
 #pragma once
 
-#include "board.hpp"
-#include "document.hpp"
-
 #include <stdexcept>
 #include <string_view>
+
+#include "board.hpp"
+#include "document.hpp"
 
 namespace flash_board {
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "check_instances.hpp"
 
-#include "tables.hpp"
-
 #include <map>
 #include <set>
 #include <unordered_map>
+
+#include "tables.hpp"
 
 namespace flash_board {
 namespace {
@@ -20,7 +20,7 @@ std::optional<std::uint32_t> parent_of(pugi::xml_node instance)
 // The instances that are in a circle of more than one.
 class circles {
 public:
-	explicit circles(const parents_by_id &parents) : m_parents(parents)
+	explicit circles(const parents_by_id &parents) : parents_(parents)
 	{
 		std::unordered_map<std::uint32_t, std::uint32_t> walk_of; // each instance is walked once
 
@@ -33,7 +33,7 @@ public:
 		}
 	}
 
-	bool contain(std::uint32_t id) const { return m_members.contains(id); }
+	bool contain(std::uint32_t id) const { return members_.contains(id); }
 
 	// 0x10, 0x11, 0x10
 	std::string path_from(std::uint32_t id) const
@@ -50,19 +50,19 @@ public:
 private:
 	std::optional<std::uint32_t> parent_of(std::uint32_t id) const
 	{
-		const auto found = m_parents.find(id);
+		const auto found = parents_.find(id);
 
-		return found == m_parents.end() ? std::nullopt : found->second;
+		return found == parents_.end() ? std::nullopt : found->second;
 	}
 
 	void add(std::uint32_t first)
 	{
-		for (auto at = first; m_members.insert(at).second;)
+		for (auto at = first; members_.insert(at).second;)
 			at = *parent_of(at);
 	}
 
-	const parents_by_id &m_parents;
-	std::set<std::uint32_t> m_members;
+	const parents_by_id &parents_;
+	std::set<std::uint32_t> members_;
 };
 
 void check_parent(document &of, pugi::xml_node instance, const parents_by_id &parents, const circles &round)

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "check_mtd_info.hpp"
 
-#include "tables.hpp"
-
 #include <map>
 #include <set>
+
+#include "tables.hpp"
 
 namespace flash_board {
 namespace {

@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "check_nodes.hpp"
 
-#include "suggestion.hpp"
-#include "tables.hpp"
-
 #include <algorithm>
 #include <array>
 #include <set>
 
+#include "suggestion.hpp"
+#include "tables.hpp"
+
 namespace flash_board {
 namespace {
 
-constexpr std::array<std::string_view, 4> g_section_fields = {"section_id", "mtd_name", "offset", "size"};
-constexpr std::array<std::string_view, 2> g_mtd_info_fields = {"mtd_name", "avail_size"};
-constexpr std::array<std::string_view, 7> g_spi_info_fields = {"flash_id",	"sfc_chip_id",	"sfc_ctrl",	 "sfc_cs",
-							       "hardlock_type", "hardlock_val", "hardunlock_val"};
-constexpr std::array<std::string_view, 3> g_spi_map_fields = {"mtd_name", "offset", "size"};
+constexpr std::array<std::string_view, 4> section_fields = {"section_id", "mtd_name", "offset", "size"};
+constexpr std::array<std::string_view, 2> mtd_info_fields = {"mtd_name", "avail_size"};
+constexpr std::array<std::string_view, 7> spi_info_fields = {"flash_id",      "sfc_chip_id",  "sfc_ctrl",      "sfc_cs",
+							     "hardlock_type", "hardlock_val", "hardunlock_val"};
+constexpr std::array<std::string_view, 3> spi_map_fields = {"mtd_name", "offset", "size"};
 
 struct table_kind {
 	std::string_view name;
@@ -25,19 +25,19 @@ struct table_kind {
 	bool found_by_name;	  // entries are
 };
 
-constexpr std::array g_kinds = {
-	table_kind{"attr", g_section_fields, true, true, false},
-	table_kind{"mtd_info", g_mtd_info_fields, true, true, false},
-	table_kind{"spi_flash_info", g_spi_info_fields, false, false, true},
-	table_kind{"spi_flash_map", g_spi_map_fields, false, false, true},
+constexpr std::array kinds = {
+	table_kind{"attr", section_fields, true, true, false},
+	table_kind{"mtd_info", mtd_info_fields, true, true, false},
+	table_kind{"spi_flash_info", spi_info_fields, false, false, true},
+	table_kind{"spi_flash_map", spi_map_fields, false, false, true},
 };
 
 const table_kind *kind_of(std::string_view node_name)
 {
 	const auto wanted = is_variant_name(node_name) ? "attr" : node_name;
-	const auto found = std::find_if(g_kinds.begin(), g_kinds.end(), [&](const table_kind &one) { return one.name == wanted; });
+	const auto found = std::find_if(kinds.begin(), kinds.end(), [&](const table_kind &one) { return one.name == wanted; });
 
-	return found == g_kinds.end() ? nullptr : &*found;
+	return found == kinds.end() ? nullptr : &*found;
 }
 
 void check_default_instance(document &of)

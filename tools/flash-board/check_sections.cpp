@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "check_sections.hpp"
 
-#include "range_search.hpp"
-#include "tables.hpp"
-
 #include <algorithm>
 #include <map>
+
+#include "range_search.hpp"
+#include "tables.hpp"
 
 namespace flash_board {
 namespace {
@@ -88,17 +88,17 @@ public:
 	std::size_t before(const section_rows &rows, std::size_t index)
 	{
 		const auto differs = [&](std::size_t other) { return other != none_before && rows[other].id != rows[index].id; };
-		const auto found = differs(m_first) ? m_first : differs(m_second) ? m_second : none_before;
+		const auto found = differs(first_) ? first_ : differs(second_) ? second_ : none_before;
 
-		if (m_first == none_before)
-			m_first = index;
-		else if (m_second == none_before && rows[m_first].id != rows[index].id)
-			m_second = index;
+		if (first_ == none_before)
+			first_ = index;
+		else if (second_ == none_before && rows[first_].id != rows[index].id)
+			second_ = index;
 		return found;
 	}
 
 private:
-	std::size_t m_first = none_before, m_second = none_before; // of two ids
+	std::size_t first_ = none_before, second_ = none_before; // of two ids
 };
 
 void check_same_bytes(document &of, const section_rows &rows)

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "check_spi.hpp"
 
-#include "range_search.hpp"
-#include "tables.hpp"
-
 #include <map>
 #include <set>
 #include <tuple>
 #include <unordered_map>
+
+#include "range_search.hpp"
+#include "tables.hpp"
 
 namespace flash_board {
 namespace {
@@ -156,27 +156,27 @@ void check_lock(document &of, pugi::xml_node instance, pugi::xml_node entry)
 // The instances, and the entries of their settings, by number.
 class settings_index {
 public:
-	explicit settings_index(const document &of) : m_document(of)
+	explicit settings_index(const document &of) : document_(of)
 	{
 		for (const auto instance : instances_of(of))
 			if (const auto id = id_of(instance))
-				m_instances.try_emplace(*id, instance);
+				instances_.try_emplace(*id, instance);
 	}
 
 	pugi::xml_node info_of(std::uint32_t instance) const
 	{
-		const auto found = m_instances.find(instance);
+		const auto found = instances_.find(instance);
 
-		return found == m_instances.end() ? pugi::xml_node() : node_of(found->second, "spi_flash_info");
+		return found == instances_.end() ? pugi::xml_node() : node_of(found->second, "spi_flash_info");
 	}
 
 	pugi::xml_node entry_of_card(pugi::xml_node info, std::uint32_t card)
 	{
-		const auto [table, is_new] = m_entries.try_emplace(info.internal_object());
+		const auto [table, is_new] = entries_.try_emplace(info.internal_object());
 
 		if (is_new)
 			for (const auto entry : entries_of(info))
-				if (const auto id = element_number(m_document, entry, "flash_id"))
+				if (const auto id = element_number(document_, entry, "flash_id"))
 					table->second.try_emplace(*id, entry);
 		const auto found = table->second.find(card);
 		return found == table->second.end() ? pugi::xml_node() : found->second;
@@ -185,9 +185,9 @@ public:
 private:
 	using entries_by_card = std::unordered_map<std::uint32_t, pugi::xml_node>;
 
-	const document &m_document;
-	std::unordered_map<std::uint32_t, pugi::xml_node> m_instances;
-	std::unordered_map<pugi::xml_node_struct *, entries_by_card> m_entries;
+	const document &document_;
+	std::unordered_map<std::uint32_t, pugi::xml_node> instances_;
+	std::unordered_map<pugi::xml_node_struct *, entries_by_card> entries_;
 };
 
 void check_own_settings(document &of, settings_index &all, pugi::xml_node instance, pugi::xml_node info, bool is_wanted)

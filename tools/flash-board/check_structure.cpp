@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "check_structure.hpp"
 
-#include "number.hpp"
-#include "suggestion.hpp"
-
 #include <algorithm>
 #include <array>
 #include <map>
 #include <set>
+
+#include "number.hpp"
+#include "suggestion.hpp"
 
 namespace flash_board {
 namespace {
@@ -27,7 +27,7 @@ struct element_rule {
 	std::array<std::string_view, 2> children;
 };
 
-constexpr std::array g_elements = {
+constexpr std::array elements = {
 	element_rule{"board", {{{"name"}, {"bom", kind::optional_number}}}, {"instance"}},
 	element_rule{"instance",
 		     {{{"id", kind::number},
@@ -87,26 +87,26 @@ identity identity_of(pugi::xml_node element)
 
 class structure_check {
 public:
-	explicit structure_check(document &of) : m_document(of) {}
+	explicit structure_check(document &of) : document_(of) {}
 
 	void run()
 	{
 		pugi::xml_node root;
 
-		for (const auto child : m_document.tree().children()) {
+		for (const auto child : document_.tree().children()) {
 			if (child.type() == pugi::node_doctype)
-				m_document.add("document-type", child, "a document type is not allowed");
+				document_.add("document-type", child, "a document type is not allowed");
 			else if (child.type() != pugi::node_element)
-				m_document.add("root-element", child, "only one <board> element is expected here");
+				document_.add("root-element", child, "only one <board> element is expected here");
 			else if (root)
-				m_document.add("root-element", child, "a second element beside " + tag(root) + ": one <board> is expected");
+				document_.add("root-element", child, "a second element beside " + tag(root) + ": one <board> is expected");
 			else
 				root = child;
 		}
 		if (!root || std::string_view(root.name()) != "board")
-			m_document.add("root-element", root, "a <board> element is expected");
+			document_.add("root-element", root, "a <board> element is expected");
 		else
-			check(root, g_elements.front());
+			check(root, elements.front());
 	}
 
 private:
@@ -119,9 +119,9 @@ private:
 			if (!expected.name.empty())
 				check_attribute(at, expected);
 		if (about.name == "instance" && at.attribute("parent").empty() != at.attribute("card").empty())
-			m_document.add("parent-without-card", at, "\"parent\" and \"card\" are given together or not at all");
+			document_.add("parent-without-card", at, "\"parent\" and \"card\" are given together or not at all");
 		if (about.name == "module" && std::string_view(at.attribute("name").value()) == "hard_lock")
-			m_document.add("reserved-name", at, "\"hard_lock\" cannot be a module's name");
+			document_.add("reserved-name", at, "\"hard_lock\" cannot be a module's name");
 		check_children(at, about);
 	}
 
@@ -140,8 +140,8 @@ private:
 				check_entry(child);
 				continue;
 			}
-			check(child, *std::find_if(g_elements.begin(), g_elements.end(),
-						   [&](const auto &one) { return one.name == child.name(); }));
+			check(child,
+			      *std::find_if(elements.begin(), elements.end(), [&](const auto &one) { return one.name == child.name(); }));
 			check_identity(child, seen);
 		}
 	}
@@ -154,16 +154,13 @@ private:
 			return;
 		const auto [first, is_new] = seen.try_emplace(child.name() + identity.key, child);
 		if (!is_new)
-			m_document.add(identity.is_number ? "duplicate-id" : "duplicate-name", child,
-				       m_document.offset_of(child, identity.attribute),
-				       "a second " + tag(child) + " with " + identity.key + "; the first is in line " +
-					       line_of(first->second));
+			document_.add(identity.is_number ? "duplicate-id" : "duplicate-name", child,
+				      document_.offset_of(child, identity.attribute),
+				      "a second " + tag(child) + " with " + identity.key + "; the first is in line " +
+					      line_of(first->second));
 	}
 
-	std::string line_of(pugi::xml_node element) const
-	{
-		return std::to_string(m_document.from().at(m_document.offset_of(element)).line);
-	}
+	std::string line_of(pugi::xml_node element) const { return std::to_string(document_.from().at(document_.offset_of(element)).line); }
 
 	void check_entry(pugi::xml_node at)
 	{
@@ -177,21 +174,21 @@ private:
 			check_value(child);
 			const auto [first, is_new] = seen.try_emplace(child.name(), child);
 			if (!is_new)
-				m_document.add("duplicate-name", child,
-					       "a second " + tag(child) + "; the first is in line " + line_of(first->second));
+				document_.add("duplicate-name", child,
+					      "a second " + tag(child) + "; the first is in line " + line_of(first->second));
 		}
 	}
 
 	void check_value(pugi::xml_node at)
 	{
 		if (!is_name(at.name()))
-			m_document.add("field-name", at, quoted(at.name()) + " cannot be an element's name");
+			document_.add("field-name", at, quoted(at.name()) + " cannot be an element's name");
 		check_attribute_names(at);
 		for (const auto attribute : at.attributes())
 			check_known(at, attribute.name(), {});
 		for (const auto child : at.children())
 			if (child.type() != pugi::node_pcdata && child.type() != pugi::node_cdata)
-				m_document.add("value-element", child, tag(at) + " holds text only");
+				document_.add("value-element", child, tag(at) + " holds text only");
 	}
 
 	void check_attribute_names(pugi::xml_node at)
@@ -199,12 +196,12 @@ private:
 		std::set<std::string_view> seen;
 
 		for (const auto attribute : at.attributes()) {
-			const auto place = m_document.offset_of(at, attribute.name());
+			const auto place = document_.offset_of(at, attribute.name());
 			if (!seen.insert(attribute.name()).second)
-				m_document.add("duplicate-attribute", at, place,
-					       "attribute " + quoted(attribute.name()) + " is given twice");
+				document_.add("duplicate-attribute", at, place,
+					      "attribute " + quoted(attribute.name()) + " is given twice");
 			if (!is_name(attribute.name()) || is_reserved(attribute.name()))
-				m_document.add("field-name", at, place, quoted(attribute.name()) + " cannot be an attribute's name");
+				document_.add("field-name", at, place, quoted(attribute.name()) + " cannot be an attribute's name");
 		}
 	}
 
@@ -216,24 +213,24 @@ private:
 			if (!one.name.empty())
 				known.push_back(one.name);
 		if (std::find(known.begin(), known.end(), name) == known.end())
-			m_document.add("unknown-attribute", at, m_document.offset_of(at, name),
-				       tag(at) + " has no attribute " + quoted(name), did_you_mean(name, known));
+			document_.add("unknown-attribute", at, document_.offset_of(at, name), tag(at) + " has no attribute " + quoted(name),
+				      did_you_mean(name, known));
 	}
 
 	void check_attribute(pugi::xml_node at, const attribute_rule &expected)
 	{
-		const auto value = m_document.attribute(at, std::string(expected.name).c_str());
+		const auto value = document_.attribute(at, std::string(expected.name).c_str());
 
 		if (!value && expected.what != kind::optional_number)
-			m_document.add("missing-attribute", at, tag(at) + " needs the attribute " + quoted(expected.name));
+			document_.add("missing-attribute", at, tag(at) + " needs the attribute " + quoted(expected.name));
 		else if (value && expected.what == kind::name && !is_name(value->text))
-			m_document.add("name-syntax", at, value->offset,
-				       quoted(value->text) +
-					       " is no name: a letter or \"_\", then letters, digits, \"_\", \".\" and \"-\", at most 63");
+			document_.add("name-syntax", at, value->offset,
+				      quoted(value->text) +
+					      " is no name: a letter or \"_\", then letters, digits, \"_\", \".\" and \"-\", at most 63");
 		else if (value && expected.what != kind::name && !number_in(value->text))
-			m_document.add("number-syntax", at, value->offset,
-				       std::string(expected.name) + "=" + quoted(value->text) +
-					       " is no number: decimal or 0x hexadecimal, at most 32 bits");
+			document_.add("number-syntax", at, value->offset,
+				      std::string(expected.name) + "=" + quoted(value->text) +
+					      " is no number: decimal or 0x hexadecimal, at most 32 bits");
 	}
 
 	// Nothing but elements may stand between elements.
@@ -243,18 +240,18 @@ private:
 
 		if (child.type() == pugi::node_element)
 			return true;
-		m_document.add(is_instruction ? "instruction" : "stray-text", child,
-			       "text or an instruction is not expected inside " + tag(child.parent()));
+		document_.add(is_instruction ? "instruction" : "stray-text", child,
+			      "text or an instruction is not expected inside " + tag(child.parent()));
 		return false;
 	}
 
 	void unknown_element(pugi::xml_node child, const element_rule &about)
 	{
-		m_document.add("unknown-element", child, tag(child) + " is not expected inside " + tag(child.parent()),
-			       did_you_mean(child.name(), about.children, "<", ">"));
+		document_.add("unknown-element", child, tag(child) + " is not expected inside " + tag(child.parent()),
+			      did_you_mean(child.name(), about.children, "<", ">"));
 	}
 
-	document &m_document;
+	document &document_;
 };
 
 } // namespace

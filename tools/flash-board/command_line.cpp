@@ -1,6 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "command_line.hpp"
 
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <optional>
+#include <ostream>
+#include <stdexcept>
+
 #include "board_file.hpp"
 #include "board_reader.hpp"
 #include "check.hpp"
@@ -10,13 +17,6 @@
 #include "report.hpp"
 #include "simulate.hpp"
 #include "suggestion.hpp"
-
-#include <CLI/CLI.hpp>
-
-#include <algorithm>
-#include <optional>
-#include <ostream>
-#include <stdexcept>
 
 namespace flash_board {
 namespace {
@@ -55,26 +55,26 @@ struct settings {
 // The commands, once the command line is understood.
 class program {
 public:
-	program(const settings &given, const streams &to) : m_given(given), m_to(to) {}
+	program(const settings &given, const streams &to) : given_(given), to_(to) {}
 
 	// Refuses what check would call an error, unless told to compile all the same; always what keeps the form from being compiled.
 	int compile() const
 	{
-		const auto text = read(m_given.board());
-		const source from(text, m_given.board());
+		const auto text = read(given_.board());
+		const source from(text, given_.board());
 		const auto layout = read_partitions();
 		const auto found = flash_board::check(from, layout ? &*layout : nullptr);
-		const bool is_refused = first_refusal(found) || (is_wrong(found) && !m_given.force);
+		const bool is_refused = first_refusal(found) || (is_wrong(found) && !given_.force);
 
 		if (is_wrong(found))
-			m_to.err << as_text(from, found);
+			to_.err << as_text(from, found);
 		if (is_refused) {
-			m_to.err << "flash-board: " << m_given.board() << " is not compiled"
-				 << (first_refusal(found) ? "" : "; --force compiles it all the same") << "\n";
+			to_.err << "flash-board: " << given_.board() << " is not compiled"
+				<< (first_refusal(found) ? "" : "; --force compiles it all the same") << "\n";
 			return exit_bad_input;
 		}
-		const auto file = flash_board::compile(text, m_given.board());
-		write_file(m_given.output, {reinterpret_cast<const char *>(file.data()), file.size()}, m_to.out);
+		const auto file = flash_board::compile(text, given_.board());
+		write_file(given_.output, {reinterpret_cast<const char *>(file.data()), file.size()}, to_.out);
 		return exit_success;
 	}
 
@@ -83,81 +83,80 @@ public:
 		const auto layout = read_partitions();
 		std::vector<checked_file> files;
 
-		for (const auto &board : m_given.boards)
+		for (const auto &board : given_.boards)
 			files.emplace_back(board, read(board), layout ? &*layout : nullptr);
-		m_to.out << reported(files);
+		to_.out << reported(files);
 		return std::any_of(files.begin(), files.end(), [&](const auto &file) { return is_wrong(file.found()); }) ? exit_bad_input
 															 : exit_success;
 	}
 
 	int simulate() const
 	{
-		const auto text = read(m_given.board());
-		const source from(text, m_given.board());
+		const auto text = read(given_.board());
+		const source from(text, given_.board());
 		const auto layout = read_partitions();
 
 		if (const auto found = structural_findings(from); first_refusal(found)) {
-			(m_given.wants_json() ? m_to.out : m_to.err)
-				<< (m_given.wants_json() ? as_json(from, found) : as_text(from, found));
+			(given_.wants_json() ? to_.out : to_.err) << (given_.wants_json() ? as_json(from, found) : as_text(from, found));
 			return exit_bad_input;
 		}
-		const auto result = flash_board::simulate(read_board(text, m_given.board()), layout.value_or(mtd_layout()));
-		m_to.out << (m_given.wants_json() ? as_json(result) : as_text(result));
+		const auto result = flash_board::simulate(read_board(text, given_.board()), layout.value_or(mtd_layout()));
+		to_.out << (given_.wants_json() ? as_json(result) : as_text(result));
 		return result.load_code ? exit_bad_input : exit_success;
 	}
 
 	int map() const
 	{
-		const auto text = read(m_given.board());
-		const source from(text, m_given.board());
+		const auto text = read(given_.board());
+		const source from(text, given_.board());
 		document of(from);
 		const auto layout = read_partitions();
 
 		if (of.is_whole())
 			check_structure(of);
 		refuse_findings(from, of.found());
-		const auto drawn = map_of(of, layout ? &*layout : nullptr, m_given.bom);
-		if (m_given.output.empty())
-			m_to.out << as_text(drawn);
+		const auto drawn = map_of(of, layout ? &*layout : nullptr, given_.bom);
+		if (given_.output.empty())
+			to_.out << as_text(drawn);
 		else
-			write_file(m_given.output, as_svg(drawn), m_to.out);
+			write_file(given_.output, as_svg(drawn), to_.out);
 		return exit_success;
 	}
 
 	int explain() const
 	{
-		const auto *about = find_rule(m_given.rule);
+		const auto *about = find_rule(given_.rule);
 
-		if (!about && !m_given.rule.empty())
+		if (!about && !given_.rule.empty())
 			unknown_rule();
-		if (m_given.markdown)
-			m_to.out << rules_as_markdown();
+		if (given_.markdown)
+			to_.out << rules_as_markdown();
 		else
-			m_to.out << (about ? explained(*about) : rule_list());
+			to_.out << (about ? explained(*about) : rule_list());
 		return exit_success;
 	}
 
 private:
-	std::string read(const std::string &path) const { return read_file(path, m_to.in); }
+	std::string read(const std::string &path) const { return read_file(path, to_.in); }
 
 	std::optional<mtd_layout> read_partitions() const
 	{
 		try {
-			if (!m_given.mtd_file.empty())
-				return read_layout(read(m_given.mtd_file));
-			if (!m_given.mtdparts.empty())
-				return read_mtdparts(m_given.mtdparts);
+			if (!given_.mtd_file.empty())
+				return read_layout(read(given_.mtd_file));
+			if (!given_.mtdparts.empty())
+				return read_mtdparts(given_.mtdparts);
 		} catch (const layout_error &error) {
-			if (m_given.mtd_file.empty())
+			if (given_.mtd_file.empty())
 				throw usage_error(error.what());
-			throw file_error(m_given.mtd_file, error.what());
+			throw file_error(given_.mtd_file, error.what());
 		}
 		return std::nullopt;
 	}
 
 	bool is_wrong(const findings &found) const
 	{
-		return count_of(found, severity::error) || (m_given.strict && count_of(found, severity::warning));
+		return count_of(found, severity::error) || (given_.strict && count_of(found, severity::warning));
 	}
 
 	static findings structural_findings(const source &from)
@@ -173,9 +172,9 @@ private:
 
 	std::string reported(const std::vector<checked_file> &files) const
 	{
-		if (m_given.format == "sarif")
+		if (given_.format == "sarif")
 			return as_sarif(files, FLASH_BOARD_VERSION);
-		if (m_given.wants_json())
+		if (given_.wants_json())
 			return as_json(files);
 		return as_text(files);
 	}
@@ -186,12 +185,12 @@ private:
 
 		for (const auto &one : all_rules())
 			ids.push_back(one.id);
-		const auto meant = did_you_mean(m_given.rule, ids);
-		throw usage_error("there is no rule " + m_given.rule + (meant.empty() ? "; flash-board explain lists them" : "; " + meant));
+		const auto meant = did_you_mean(given_.rule, ids);
+		throw usage_error("there is no rule " + given_.rule + (meant.empty() ? "; flash-board explain lists them" : "; " + meant));
 	}
 
-	const settings &m_given;
-	const streams &m_to;
+	const settings &given_;
+	const streams &to_;
 };
 
 void add_board(CLI::App &command, settings &given)

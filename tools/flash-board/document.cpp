@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "document.hpp"
 
-#include "files.hpp"
-#include "text_scan.hpp"
-
 #include <algorithm>
 #include <array>
 #include <stdexcept>
+
+#include "files.hpp"
+#include "text_scan.hpp"
 
 namespace flash_board {
 namespace {
@@ -77,10 +77,10 @@ std::string path_to(pugi::xml_node element)
 
 } // namespace
 
-document::document(const source &from) : m_from(from)
+document::document(const source &from) : from_(from)
 {
 	check_bytes();
-	if (!m_readable)
+	if (!readable_)
 		return;
 	check_declaration();
 	if (scan_text(*this))
@@ -96,11 +96,11 @@ std::size_t document::offset_of(pugi::xml_node element, std::string_view attribu
 {
 	const auto wanted = std::pair(offset_of(element), attribute);
 	const auto behind =
-		std::upper_bound(m_attributes.begin(), m_attributes.end(), wanted,
+		std::upper_bound(attributes_.begin(), attributes_.end(), wanted,
 				 [](const auto &key, const attribute_place &one) { return key < std::pair(one.element, one.name); });
 
 	// The last one: of a name given twice the second is the one too many.
-	if (behind == m_attributes.begin() || std::pair(behind[-1].element, behind[-1].name) != wanted)
+	if (behind == attributes_.begin() || std::pair(behind[-1].element, behind[-1].name) != wanted)
 		return wanted.first;
 	return behind[-1].offset;
 }
@@ -125,8 +125,8 @@ void document::add(std::string_view rule_id, pugi::xml_node element, std::size_t
 
 	if (!broken)
 		throw std::logic_error("there is no rule " + std::string(rule_id));
-	m_found.push_back({broken, offset, element ? offset_of(element) : offset, element ? path_to(element) : "", std::move(message),
-			   hint.empty() ? std::string(broken->hint) : std::move(hint)});
+	found_.push_back({broken, offset, element ? offset_of(element) : offset, element ? path_to(element) : "", std::move(message),
+			  hint.empty() ? std::string(broken->hint) : std::move(hint)});
 }
 
 void document::add(std::string_view rule_id, pugi::xml_node element, std::string message, std::string hint)
@@ -136,17 +136,17 @@ void document::add(std::string_view rule_id, pugi::xml_node element, std::string
 
 void document::check_bytes()
 {
-	const auto text = m_from.text();
+	const auto text = from_.text();
 	std::size_t first_foreign = text.size(), foreign = 0, first_control = text.size(), controls = 0;
 
 	if (text.size() > max_xml_size)
 		add("file-too-long", {}, 0, "the file is longer than 1 MiB");
 	if (text.size() > max_file_size) {
-		m_readable = false;
+		readable_ = false;
 		return;
 	}
 	if (const auto *encoding = wide_encoding_of(text)) {
-		m_readable = false;
+		readable_ = false;
 		add("encoding", {}, 0, std::string("the text is ") + encoding);
 		return;
 	}
@@ -162,12 +162,12 @@ void document::check_bytes()
 		add("encoding", {}, first_foreign, "this is not UTF-8" + more_of(foreign));
 	if (controls)
 		add("control-character", {}, first_control, "a control character is no part of XML" + more_of(controls));
-	m_readable = !foreign && !controls;
+	readable_ = !foreign && !controls;
 }
 
 void document::check_declaration()
 {
-	const auto text = m_from.text();
+	const auto text = from_.text();
 
 	if (!text.starts_with("<?xml "))
 		return;
@@ -186,11 +186,11 @@ void document::check_declaration()
 void document::parse()
 {
 	constexpr unsigned options = pugi::parse_default | pugi::parse_doctype | pugi::parse_pi | pugi::parse_fragment;
-	const auto result = m_tree.load_buffer(m_from.text().data(), m_from.text().size(), options, pugi::encoding_utf8);
+	const auto result = tree_.load_buffer(from_.text().data(), from_.text().size(), options, pugi::encoding_utf8);
 
 	if (!result)
-		add("malformed", {}, std::min(static_cast<std::size_t>(result.offset), m_from.text().size()), result.description());
-	m_whole = result;
+		add("malformed", {}, std::min(static_cast<std::size_t>(result.offset), from_.text().size()), result.description());
+	whole_ = result;
 }
 
 std::string text_of(pugi::xml_node element)

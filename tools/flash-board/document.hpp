@@ -2,15 +2,15 @@
 // A board description as a tree of XML whose parts know their places in the text.
 #pragma once
 
-#include "findings.hpp"
-#include "source.hpp"
-
 #include <pugixml.hpp>
 
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "findings.hpp"
+#include "source.hpp"
 
 namespace flash_board {
 
@@ -27,10 +27,10 @@ public:
 	document(const document &) = delete;
 	document &operator=(const document &) = delete;
 
-	const source &from() const { return m_from; }
-	const pugi::xml_document &tree() const { return m_tree; }
+	const source &from() const { return from_; }
+	const pugi::xml_document &tree() const { return tree_; }
 	// Whether the tree stands for the whole text. Without it nothing can be said about the elements.
-	bool is_whole() const { return m_whole; }
+	bool is_whole() const { return whole_; }
 
 	std::size_t offset_of(pugi::xml_node node) const;
 	// The place of an attribute; the element's where it has none of this name.
@@ -41,7 +41,7 @@ public:
 
 	void add(std::string_view rule_id, pugi::xml_node element, std::size_t offset, std::string message, std::string hint = "");
 	void add(std::string_view rule_id, pugi::xml_node element, std::string message, std::string hint = "");
-	const findings &found() const { return m_found; }
+	const findings &found() const { return found_; }
 
 private:
 	friend class text_scan;
@@ -56,12 +56,12 @@ private:
 	void check_declaration();
 	void parse();
 
-	const source &m_from;
-	pugi::xml_document m_tree;
-	bool m_readable = true;
-	bool m_whole = false;
-	std::vector<attribute_place> m_attributes; // by element, then name, then place
-	findings m_found;
+	const source &from_;
+	pugi::xml_document tree_;
+	bool readable_ = true;
+	bool whole_ = false;
+	std::vector<attribute_place> attributes_; // by element, then name, then place
+	findings found_;
 };
 
 // The text of an element: what is directly in it, without the white space around it.

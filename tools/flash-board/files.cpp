@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "files.hpp"
 
-#include "common/whole_file.hpp"
-
 #include <cerrno>
 #include <cstdio>
 #include <iostream>
 #include <memory>
 #include <span>
 #include <system_error>
+
+#include "common/whole_file.hpp"
 
 namespace flash_board {
 namespace {

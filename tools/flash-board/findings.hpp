@@ -2,11 +2,11 @@
 // What is found in a board description.
 #pragma once
 
-#include "rules.hpp"
-
 #include <cstddef>
 #include <string>
 #include <vector>
+
+#include "rules.hpp"
 
 namespace flash_board {
 

@@ -12,35 +12,35 @@ namespace {
 // Writes nodes one after the other; a node lives as long as its scope.
 class tree_writer {
 public:
-	tree_writer() : m_bytes(first_size)
+	tree_writer() : bytes_(first_size)
 	{
-		check(fdt_create(m_bytes.data(), static_cast<int>(m_bytes.size())));
-		check(fdt_finish_reservemap(m_bytes.data()));
+		check(fdt_create(bytes_.data(), static_cast<int>(bytes_.size())));
+		check(fdt_finish_reservemap(bytes_.data()));
 	}
 
 	template <typename content> void node(const std::string &name, content write_content)
 	{
-		with_room([&] { return fdt_begin_node(m_bytes.data(), name.c_str()); });
+		with_room([&] { return fdt_begin_node(bytes_.data(), name.c_str()); });
 		write_content();
-		with_room([&] { return fdt_end_node(m_bytes.data()); });
+		with_room([&] { return fdt_end_node(bytes_.data()); });
 	}
 
 	void text(const std::string &name, const std::string &value)
 	{
-		with_room([&] { return fdt_property_string(m_bytes.data(), name.c_str(), value.c_str()); });
+		with_room([&] { return fdt_property_string(bytes_.data(), name.c_str(), value.c_str()); });
 	}
 
 	void number(const std::string &name, std::optional<std::uint32_t> value)
 	{
 		if (value)
-			with_room([&] { return fdt_property_u32(m_bytes.data(), name.c_str(), *value); });
+			with_room([&] { return fdt_property_u32(bytes_.data(), name.c_str(), *value); });
 	}
 
 	std::vector<std::uint8_t> finish()
 	{
-		with_room([&] { return fdt_finish(m_bytes.data()); });
-		m_bytes.resize(fdt_totalsize(m_bytes.data()));
-		return std::move(m_bytes);
+		with_room([&] { return fdt_finish(bytes_.data()); });
+		bytes_.resize(fdt_totalsize(bytes_.data()));
+		return std::move(bytes_);
 	}
 
 private:
@@ -55,16 +55,16 @@ private:
 		int result = write();
 
 		while (result == -FDT_ERR_NOSPACE) {
-			std::vector<std::uint8_t> larger(m_bytes.size() * 2);
-			check(fdt_resize(m_bytes.data(), larger.data(), static_cast<int>(larger.size())));
-			m_bytes = std::move(larger);
+			std::vector<std::uint8_t> larger(bytes_.size() * 2);
+			check(fdt_resize(bytes_.data(), larger.data(), static_cast<int>(larger.size())));
+			bytes_ = std::move(larger);
 			result = write();
 		}
 		check(result);
 	}
 
 	static constexpr std::size_t first_size = 0x10000;
-	std::vector<std::uint8_t> m_bytes;
+	std::vector<std::uint8_t> bytes_;
 };
 
 std::string numbered(const std::string &name, std::uint32_t number)

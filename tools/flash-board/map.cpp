@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "map.hpp"
 
-#include "range_search.hpp"
-
 #include <algorithm>
 #include <unordered_map>
+
+#include "range_search.hpp"
 
 namespace flash_board {
 namespace {
@@ -33,74 +33,73 @@ std::string place_of(const partition &one)
 class map_maker {
 public:
 	map_maker(const document &of, const mtd_layout *layout, std::optional<std::uint32_t> bom)
-		: m_document(of), m_layout(layout), m_default(instance_of(of, default_instance_id)),
-		  m_bom(bom.value_or(bom_of(of, m_default)))
+		: document_(of), layout_(layout), default_(instance_of(of, default_instance_id)), bom_(bom.value_or(bom_of(of, default_)))
 	{
 	}
 
 	board_map make()
 	{
-		const auto tables = section_tables_of(m_default);
-		const auto name = chosen_table_name(tables.size(), m_bom);
-		const auto table = node_of(m_default, name.c_str()), mtd_info = node_of(m_default, "mtd_info");
+		const auto tables = section_tables_of(default_);
+		const auto name = chosen_table_name(tables.size(), bom_);
+		const auto table = node_of(default_, name.c_str()), mtd_info = node_of(default_, "mtd_info");
 
-		m_map.title = "Flash of board " + std::string(m_document.tree().child("board").attribute("name").value());
-		m_map.subtitle = "variant " + std::to_string(m_bom) + ", " + (table ? "sections of node " + quoted(name) : "no sections");
+		map_.title = "Flash of board " + std::string(document_.tree().child("board").attribute("name").value());
+		map_.subtitle = "variant " + std::to_string(bom_) + ", " + (table ? "sections of node " + quoted(name) : "no sections");
 		add_partitions();
 		if (loads(mtd_info)) {
-			add_sections(section_rows_of(m_document, table), name);
+			add_sections(section_rows_of(document_, table), name);
 			for (const auto entry : entries_of(mtd_info))
 				add_usable(entry);
 		}
-		if (!m_unknown.bars.empty())
-			m_map.groups.push_back(m_unknown);
-		for (const auto instance : instances_of(m_document))
+		if (!unknown_.bars.empty())
+			map_.groups.push_back(unknown_);
+		for (const auto instance : instances_of(document_))
 			add_spi_flash(instance);
-		return std::move(m_map);
+		return std::move(map_);
 	}
 
 private:
 	void add_partitions()
 	{
-		m_unknown.title = m_layout ? "Not on this board" : "Partitions, sizes not known";
-		for (const auto &one : m_layout ? *m_layout : mtd_layout()) {
+		unknown_.title = layout_ ? "Not on this board" : "Partitions, sizes not known";
+		for (const auto &one : layout_ ? *layout_ : mtd_layout()) {
 			const auto title = one.device.empty() ? "MTD partitions" : one.device;
-			if (m_map.groups.empty() || m_map.groups.back().title != title)
-				m_map.groups.push_back({title, {}});
-			m_map.groups.back().bars.push_back({one.name, place_of(one), one.size});
+			if (map_.groups.empty() || map_.groups.back().title != title)
+				map_.groups.push_back({title, {}});
+			map_.groups.back().bars.push_back({one.name, place_of(one), one.size});
 		}
 	}
 
 	// Bars are found by the first partition of a name, as Linux finds them.
 	map_bar &bar_of(const std::string &name)
 	{
-		if (m_places.empty())
-			for (std::size_t group = 0; group < m_map.groups.size(); group++)
-				for (std::size_t bar = 0; bar < m_map.groups[group].bars.size(); bar++)
-					m_places.try_emplace(m_map.groups[group].bars[bar].title, group, bar);
-		if (const auto known = m_places.find(name); known != m_places.end())
-			return m_map.groups[known->second.first].bars[known->second.second];
-		const auto [place, is_new] = m_unknown_places.try_emplace(name, m_unknown.bars.size());
+		if (places_.empty())
+			for (std::size_t group = 0; group < map_.groups.size(); group++)
+				for (std::size_t bar = 0; bar < map_.groups[group].bars.size(); bar++)
+					places_.try_emplace(map_.groups[group].bars[bar].title, group, bar);
+		if (const auto known = places_.find(name); known != places_.end())
+			return map_.groups[known->second.first].bars[known->second.second];
+		const auto [place, is_new] = unknown_places_.try_emplace(name, unknown_.bars.size());
 		if (is_new)
-			m_unknown.bars.push_back({name, "", std::nullopt, m_layout != nullptr});
-		return m_unknown.bars[place->second];
+			unknown_.bars.push_back({name, "", std::nullopt, layout_ != nullptr});
+		return unknown_.bars[place->second];
 	}
 
 	std::string named_with_line(pugi::xml_node entry) const
 	{
 		return "entry " + quoted(entry.attribute("name").value()) + " in line " +
-		       std::to_string(m_document.from().at(m_document.offset_of(entry)).line);
+		       std::to_string(document_.from().at(document_.offset_of(entry)).line);
 	}
 
 	// A row of mtd_info that cannot be read ends the load.
 	bool loads(pugi::xml_node mtd_info)
 	{
 		for (const auto entry : entries_of(mtd_info)) {
-			const auto name = m_document.attribute(entry, "mtd_name");
+			const auto name = document_.attribute(entry, "mtd_name");
 			if (name && name->text.size() <= longest_read_name && number_in(entry.attribute("avail_size").value()))
 				continue;
-			m_map.left_out.push_back("flash_mng does not load, because it cannot read " + named_with_line(entry) +
-						 " of mtd_info");
+			map_.left_out.push_back("flash_mng does not load, because it cannot read " + named_with_line(entry) +
+						" of mtd_info");
 			return false;
 		}
 		return true;
@@ -111,8 +110,8 @@ private:
 	{
 		for (const auto &row : rows)
 			if (!row.is_complete() || row.name->text.size() > longest_read_name) {
-				m_map.left_out.push_back("flash_mng drops all of " + table + ", because it cannot read " +
-							 named_with_line(row.xml));
+				map_.left_out.push_back("flash_mng drops all of " + table + ", because it cannot read " +
+							named_with_line(row.xml));
 				return;
 			}
 		for (const auto &row : rows)
@@ -124,7 +123,7 @@ private:
 	{
 		const auto size = *number_in(entry.attribute("avail_size").value());
 
-		bar_of(m_document.attribute(entry, "mtd_name")->text)
+		bar_of(document_.attribute(entry, "mtd_name")->text)
 			.add({span_kind::usable, "usable " + human_size(size), {0, size}, hexadecimal(size)});
 	}
 
@@ -135,15 +134,15 @@ private:
 
 	void add_spi_partition(map_bar &bar, pugi::xml_node entry)
 	{
-		const auto name = m_document.element(entry, "mtd_name"), offset = m_document.element(entry, "offset"),
-			   size = m_document.element(entry, "size");
+		const auto name = document_.element(entry, "mtd_name"), offset = document_.element(entry, "offset"),
+			   size = document_.element(entry, "size");
 		const auto from = offset ? number_in(offset->text) : std::nullopt, length = size ? number_in(size->text) : std::nullopt;
 		const auto whose = bar.title + ": " + named_with_line(entry);
 
 		if (!name || name->text.size() > longest_map_name || (offset && size && (!from || !length)))
-			m_map.left_out.push_back(whose + " cannot be read");
+			map_.left_out.push_back(whose + " cannot be read");
 		else if (!offset || !size)
-			m_map.left_out.push_back(whose + " has no range");
+			map_.left_out.push_back(whose + " has no range");
 		else
 			bar.add(spi_span(name->text, {*from, std::uint64_t(*from) + *length}));
 	}
@@ -156,24 +155,24 @@ private:
 			add_spi_partition(bar, entry);
 		if (bar.spans.empty())
 			return;
-		if (m_map.groups.empty() || m_map.groups.back().title != spi_title)
-			m_map.groups.push_back({spi_title, {}});
+		if (map_.groups.empty() || map_.groups.back().title != spi_title)
+			map_.groups.push_back({spi_title, {}});
 		if (const auto *parent = instance.attribute("parent").value(); *parent)
 			bar.place = "card " + std::string(instance.attribute("card").value()) + " of " + parent;
-		m_map.groups.back().bars.push_back(std::move(bar));
+		map_.groups.back().bars.push_back(std::move(bar));
 	}
 
 	static constexpr const char *spi_title = "SPI flashes";
 	static constexpr std::size_t longest_read_name = 39, longest_map_name = 18;
 
-	const document &m_document;
-	const mtd_layout *m_layout;
-	pugi::xml_node m_default;
-	std::uint32_t m_bom;
-	board_map m_map;
-	map_group m_unknown;
-	std::unordered_map<std::string, std::pair<std::size_t, std::size_t>> m_places; // group and bar of a partition
-	std::unordered_map<std::string, std::size_t> m_unknown_places;
+	const document &document_;
+	const mtd_layout *layout_;
+	pugi::xml_node default_;
+	std::uint32_t bom_;
+	board_map map_;
+	map_group unknown_;
+	std::unordered_map<std::string, std::pair<std::size_t, std::size_t>> places_; // group and bar of a partition
+	std::unordered_map<std::string, std::size_t> unknown_places_;
 };
 
 } // namespace

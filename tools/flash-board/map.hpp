@@ -2,14 +2,14 @@
 // A picture of a board's flash: partitions, what lies in them, and what is free.
 #pragma once
 
-#include "document.hpp"
-#include "mtd_layout.hpp"
-#include "tables.hpp"
-
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "document.hpp"
+#include "mtd_layout.hpp"
+#include "tables.hpp"
 
 namespace flash_board {
 

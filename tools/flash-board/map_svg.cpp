@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 // The map as a picture. Each bar has a scale of its own; the numbers below it count from its begin.
-#include "map.hpp"
-
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <queue>
 #include <set>
+
+#include "map.hpp"
 
 namespace flash_board {
 namespace {
@@ -78,10 +78,10 @@ public:
 		text(margin, 34, "title ink", map.title);
 		text(margin, 54, "pale", map.subtitle + "; each bar has its own scale, the numbers below it count from its begin");
 		legend(72);
-		m_y = 112;
+		y_ = 112;
 		for (const auto &one : map.left_out) {
-			text(margin, m_y, "label alarm", "left out: " + one);
-			m_y += 16;
+			text(margin, y_, "label alarm", "left out: " + one);
+			y_ += 16;
 		}
 		for (const auto &group : map.groups)
 			draw(group);
@@ -89,26 +89,26 @@ public:
 
 	std::string whole() const
 	{
-		const auto size = "0 0 " + number(width) + " " + number(m_y);
+		const auto size = "0 0 " + number(width) + " " + number(y_);
 
-		return "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + number(width) + "\" height=\"" + number(m_y) +
+		return "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + number(width) + "\" height=\"" + number(y_) +
 		       "\" viewBox=\"" + size + "\">\n<style>" + std::string(style) +
 		       "</style>\n<defs><pattern id=\"hatch\" width=\"8\" height=\"8\" patternUnits=\"userSpaceOnUse\" " +
 		       "patternTransform=\"rotate(45)\"><line class=\"stripe\" x1=\"0\" y1=\"0\" x2=\"0\" y2=\"8\"/></pattern></defs>\n" +
-		       "<rect class=\"paper\" width=\"" + number(width) + "\" height=\"" + number(m_y) + "\"/>\n" + m_body + "</svg>\n";
+		       "<rect class=\"paper\" width=\"" + number(width) + "\" height=\"" + number(y_) + "\"/>\n" + body_ + "</svg>\n";
 	}
 
 private:
 	void rectangle(int x, int y, int w, int h, std::string_view classes)
 	{
-		m_body += "<rect class=\"" + std::string(classes) + "\" x=\"" + number(x) + "\" y=\"" + number(y) + "\" width=\"" +
-			  number(w) + "\" height=\"" + number(h) + "\"/>\n";
+		body_ += "<rect class=\"" + std::string(classes) + "\" x=\"" + number(x) + "\" y=\"" + number(y) + "\" width=\"" +
+			 number(w) + "\" height=\"" + number(h) + "\"/>\n";
 	}
 
 	void text(int x, int y, std::string_view classes, std::string_view words, std::string_view anchor = "start")
 	{
-		m_body += "<text class=\"" + std::string(classes) + "\" x=\"" + number(x) + "\" y=\"" + number(y) + "\"" +
-			  (anchor == "start" ? "" : " text-anchor=\"" + std::string(anchor) + "\"") + ">" + escaped(words) + "</text>\n";
+		body_ += "<text class=\"" + std::string(classes) + "\" x=\"" + number(x) + "\" y=\"" + number(y) + "\"" +
+			 (anchor == "start" ? "" : " text-anchor=\"" + std::string(anchor) + "\"") + ">" + escaped(words) + "</text>\n";
 	}
 
 	void legend(int y)
@@ -131,11 +131,11 @@ private:
 
 	void draw(const map_group &group)
 	{
-		text(margin, m_y, "group ink", group.title);
-		m_y += 14;
+		text(margin, y_, "group ink", group.title);
+		y_ += 14;
 		for (const auto &bar : group.bars)
 			draw(bar);
-		m_y += 18;
+		y_ += 18;
 	}
 
 	static int scaled(std::uint64_t offset, std::uint64_t extent)
@@ -180,20 +180,20 @@ private:
 		const auto count = std::max<int>(1, static_cast<int>(lanes.size()));
 		const auto height = count * (lane_height + lane_gap) + lane_gap;
 
-		text(margin, m_y + 16, bar.is_missing ? "name alarm" : "name ink", bar.title);
-		text(margin, m_y + 31, bar.is_missing ? "label alarm" : "label pale", bar.is_missing ? "no such partition" : bar.place);
-		rectangle(bar_left, m_y, bar_width, height, "free");
+		text(margin, y_ + 16, bar.is_missing ? "name alarm" : "name ink", bar.title);
+		text(margin, y_ + 31, bar.is_missing ? "label alarm" : "label pale", bar.is_missing ? "no such partition" : bar.place);
+		rectangle(bar_left, y_, bar_width, height, "free");
 		for (std::size_t lane = 0; lane < lanes.size(); lane++)
 			for (std::size_t i = 0; i < lanes[lane].size(); i++)
-				draw(bar, *lanes[lane][i], shared, m_y + lane_gap + static_cast<int>(lane) * (lane_height + lane_gap),
+				draw(bar, *lanes[lane][i], shared, y_ + lane_gap + static_cast<int>(lane) * (lane_height + lane_gap),
 				     room_behind(bar, lanes[lane], i));
 		for (const auto &free : bar.free_ranges())
-			label(free, bar, m_y + (height + 8) / 2, "label pale", {"free " + human_size(free.end - free.begin), "free"});
+			label(free, bar, y_ + (height + 8) / 2, "label pale", {"free " + human_size(free.end - free.begin), "free"});
 		if (!bar.size)
 			unknown_end(bar, height);
-		rectangle(bar_left, m_y, (bar.size ? bar_width : scaled(bar.known_end(), bar.extent()) - bar_left), height, "frame");
-		ticks(bar, m_y + height);
-		m_y += std::max(height + tick_height, 36) + bar_space;
+		rectangle(bar_left, y_, (bar.size ? bar_width : scaled(bar.known_end(), bar.extent()) - bar_left), height, "frame");
+		ticks(bar, y_ + height);
+		y_ += std::max(height + tick_height, 36) + bar_space;
 	}
 
 	// Where the next span of the lane begins, or the bar ends.
@@ -257,9 +257,9 @@ private:
 	{
 		const auto from = scaled(bar.known_end(), bar.extent());
 
-		rectangle(from, m_y, bar_left + bar_width - from, height, "paper");
-		rectangle(from, m_y, bar_left + bar_width - from, height, "unknown");
-		label({bar.known_end(), bar.extent()}, bar, m_y + (height + 8) / 2, "label pale", {"size not known", "?"});
+		rectangle(from, y_, bar_left + bar_width - from, height, "paper");
+		rectangle(from, y_, bar_left + bar_width - from, height, "unknown");
+		label({bar.known_end(), bar.extent()}, bar, y_ + (height + 8) / 2, "label pale", {"size not known", "?"});
 	}
 
 	void ticks(const map_bar &bar, int y)
@@ -291,12 +291,12 @@ private:
 
 	void tick(int x, int y)
 	{
-		m_body += "<line class=\"tick\" x1=\"" + number(x) + "\" y1=\"" + number(y) + "\" x2=\"" + number(x) + "\" y2=\"" +
-			  number(y + 4) + "\"/>\n";
+		body_ += "<line class=\"tick\" x1=\"" + number(x) + "\" y1=\"" + number(y) + "\" x2=\"" + number(x) + "\" y2=\"" +
+			 number(y + 4) + "\"/>\n";
 	}
 
-	std::string m_body;
-	int m_y = 0;
+	std::string body_;
+	int y_ = 0;
 };
 
 } // namespace

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 // The map for a terminal.
-#include "map.hpp"
-
 #include <algorithm>
 #include <cmath>
+
+#include "map.hpp"
 
 namespace flash_board {
 namespace {

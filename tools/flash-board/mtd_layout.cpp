@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "mtd_layout.hpp"
 
-#include "source.hpp"
-#include "suggestion.hpp"
-
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+
+#include "source.hpp"
+#include "suggestion.hpp"
 
 namespace flash_board {
 namespace {
@@ -81,7 +81,7 @@ public:
 	{
 		while (!text.empty())
 			read_device(taken_until(text, ';'));
-		return std::move(m_layout);
+		return std::move(layout_);
 	}
 
 private:
@@ -91,9 +91,9 @@ private:
 
 		if (colon == text.npos)
 			throw layout_error("mtdparts: " + quoted(text) + " names no device: <device>:<partition>,...");
-		m_device = text.substr(0, colon);
-		m_next = 0;
-		m_number = 0;
+		device_ = text.substr(0, colon);
+		next_ = 0;
+		number_ = 0;
 		text.remove_prefix(colon + 1);
 		do
 			read_part(taken_part(text));
@@ -116,7 +116,7 @@ private:
 	void read_part(std::string_view part)
 	{
 		auto rest = part;
-		partition made = {numbered_name(), std::nullopt, std::nullopt, m_device, m_next};
+		partition made = {numbered_name(), std::nullopt, std::nullopt, device_, next_};
 
 		if (rest.starts_with('-'))
 			rest.remove_prefix(1);
@@ -137,9 +137,9 @@ private:
 			rest.remove_prefix(2);
 		if (!rest.empty())
 			fail_part(part);
-		m_next = made.offset && made.size ? std::optional(*made.offset + *made.size) : std::nullopt;
-		m_number++;
-		m_layout.push_back(std::move(made));
+		next_ = made.offset && made.size ? std::optional(*made.offset + *made.size) : std::nullopt;
+		number_++;
+		layout_.push_back(std::move(made));
 	}
 
 	// What Linux calls a partition that is given no name.
@@ -147,14 +147,14 @@ private:
 	{
 		char name[16];
 
-		std::snprintf(name, sizeof(name), "Partition_%03u", m_number % 1000);
+		std::snprintf(name, sizeof(name), "Partition_%03u", number_ % 1000);
 		return name;
 	}
 
-	mtd_layout m_layout;
-	std::string m_device;
-	std::optional<std::uint64_t> m_next;
-	unsigned m_number = 0;
+	mtd_layout layout_;
+	std::string device_;
+	std::optional<std::uint64_t> next_;
+	unsigned number_ = 0;
 };
 
 } // namespace

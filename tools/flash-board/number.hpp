@@ -2,11 +2,11 @@
 // Numbers as the board description writes them.
 #pragma once
 
-#include "common/numbers.hpp"
-
 #include <cstdint>
 #include <optional>
 #include <string_view>
+
+#include "common/numbers.hpp"
 
 namespace flash_board {
 

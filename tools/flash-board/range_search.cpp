@@ -31,14 +31,12 @@ std::vector<std::uint64_t> sorted_ends(std::span<const byte_range> ranges)
 // The lowest index of the ranges that were added whose end is at least some value: a Fenwick tree over the ends, from the largest down.
 class lowest_by_end {
 public:
-	explicit lowest_by_end(std::span<const byte_range> ranges) : m_ends(sorted_ends(ranges)), m_lowest(ranges.size() + 1, none_before)
-	{
-	}
+	explicit lowest_by_end(std::span<const byte_range> ranges) : ends_(sorted_ends(ranges)), lowest_(ranges.size() + 1, none_before) {}
 
 	void add(std::uint64_t end, std::size_t index)
 	{
-		for (auto at = place_of(end); at < m_lowest.size(); at += at & (0 - at))
-			m_lowest[at] = std::min(m_lowest[at], index);
+		for (auto at = place_of(end); at < lowest_.size(); at += at & (0 - at))
+			lowest_[at] = std::min(lowest_[at], index);
 	}
 
 	std::size_t among_ends_from(std::uint64_t least) const
@@ -46,7 +44,7 @@ public:
 		std::size_t lowest = none_before;
 
 		for (auto at = place_of(least); at > 0; at -= at & (0 - at))
-			lowest = std::min(lowest, m_lowest[at]);
+			lowest = std::min(lowest, lowest_[at]);
 		return lowest;
 	}
 
@@ -54,11 +52,11 @@ private:
 	// How many ends are at least that large.
 	std::size_t place_of(std::uint64_t end) const
 	{
-		return static_cast<std::size_t>(m_ends.end() - std::lower_bound(m_ends.begin(), m_ends.end(), end));
+		return static_cast<std::size_t>(ends_.end() - std::lower_bound(ends_.begin(), ends_.end(), end));
 	}
 
-	std::vector<std::uint64_t> m_ends;
-	std::vector<std::size_t> m_lowest;
+	std::vector<std::uint64_t> ends_;
+	std::vector<std::size_t> lowest_;
 };
 
 } // namespace

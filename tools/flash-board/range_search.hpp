@@ -2,11 +2,11 @@
 // Searches over all ranges of a table at once, in n log n steps.
 #pragma once
 
-#include "tables.hpp"
-
 #include <cstddef>
 #include <span>
 #include <vector>
+
+#include "tables.hpp"
 
 namespace flash_board {
 

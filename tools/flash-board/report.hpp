@@ -2,14 +2,14 @@
 // Findings as people and programs read them.
 #pragma once
 
-#include "check.hpp"
-#include "findings.hpp"
-#include "source.hpp"
-
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "check.hpp"
+#include "findings.hpp"
+#include "source.hpp"
 
 namespace flash_board {
 
@@ -17,17 +17,17 @@ namespace flash_board {
 class checked_file {
 public:
 	checked_file(const std::string &path, std::string text, const mtd_layout *layout)
-		: m_text(std::make_unique<std::string>(std::move(text))), m_from(*m_text, path), m_found(check(m_from, layout))
+		: text_(std::make_unique<std::string>(std::move(text))), from_(*text_, path), found_(check(from_, layout))
 	{
 	}
 
-	const source &from() const { return m_from; }
-	const findings &found() const { return m_found; }
+	const source &from() const { return from_; }
+	const findings &found() const { return found_; }
 
 private:
-	std::unique_ptr<std::string> m_text; // stays where it is when this is moved
-	source m_from;
-	findings m_found;
+	std::unique_ptr<std::string> text_; // stays where it is when this is moved
+	source from_;
+	findings found_;
 };
 
 // "<file>:<line>:<column>: <severity>: <message> [<rule>]" and the hint, for each; a line that counts them at the end.

@@ -19,7 +19,7 @@ struct group {
 };
 
 // clang-format off
-constexpr std::array g_groups = {
+constexpr std::array groups = {
 	group{"file-too-long", "The text"},
 	group{"root-element", "Elements and attributes"},
 	group{"parent-itself", "Instances"},
@@ -31,7 +31,7 @@ constexpr std::array g_groups = {
 	group{"spi-map-field-missing", "Partition maps of SPI flashes"},
 };
 
-constexpr std::array g_rules = {
+constexpr std::array rules = {
 	rule{"file-too-long", error, refused, not_by_schema, "The file is longer than 1 MiB",
 		"The parser on the board takes at most 1 MiB. A board description is a few kilobytes; a file of this size is hardly one.",
 		"check that this is the right file"},
@@ -393,14 +393,14 @@ std::string wrapped(std::string_view text, std::size_t width, std::string_view i
 
 std::span<const rule> all_rules()
 {
-	return g_rules;
+	return rules;
 }
 
 const rule *find_rule(std::string_view id)
 {
-	const auto found = std::find_if(g_rules.begin(), g_rules.end(), [&](const rule &one) { return one.id == id; });
+	const auto found = std::find_if(rules.begin(), rules.end(), [&](const rule &one) { return one.id == id; });
 
-	return found == g_rules.end() ? nullptr : &*found;
+	return found == rules.end() ? nullptr : &*found;
 }
 
 std::string_view name_of(severity level)
@@ -440,7 +440,7 @@ std::string rule_list()
 {
 	std::string text;
 
-	for (const auto &one : g_rules) {
+	for (const auto &one : rules) {
 		auto id = std::string(one.id);
 		id.resize(std::max<std::size_t>(id.size(), 26), ' ');
 		auto level = std::string(name_of(one.level));
@@ -460,10 +460,10 @@ std::string rules_as_markdown()
 		"Rules marked *schema* are found by `board/schema/flash_mng-board.rng` too. Rules about partitions need\n"
 		"`--mtd` or `--mtdparts`.\n";
 
-	for (const auto &one : g_rules) {
+	for (const auto &one : rules) {
 		const auto starts =
-			std::find_if(g_groups.begin(), g_groups.end(), [&](const group &some) { return some.first_rule == one.id; });
-		if (starts != g_groups.end())
+			std::find_if(groups.begin(), groups.end(), [&](const group &some) { return some.first_rule == one.id; });
+		if (starts != groups.end())
 			text += "\n## " + std::string(starts->title) + "\n";
 		text += "\n" + anchor_line(one) + "**" + escaped(one.title) + "** (" + std::string(name_of(one.level)) +
 			(one.in_schema ? ", *schema*" : "") + ")\n\n" + escaped(one.explanation) + "\n";

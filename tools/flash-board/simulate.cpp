@@ -1,15 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "simulate.hpp"
 
-#include "xml_writer.hpp"
-
-#include "config/flash_config.hpp"
-#include "config/mtd_info.hpp"
-#include "datapath/section_transfer.hpp"
-#include "flash_mng.h"
-#include "simulation.hpp"
-#include "spi/spi_config.hpp"
-#include "uapi/flash_mng.h"
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -18,7 +10,15 @@
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
-#include <unistd.h>
+
+#include "config/flash_config.hpp"
+#include "config/mtd_info.hpp"
+#include "datapath/section_transfer.hpp"
+#include "flash_mng.h"
+#include "simulation.hpp"
+#include "spi/spi_config.hpp"
+#include "uapi/flash_mng.h"
+#include "xml_writer.hpp"
 
 namespace flash_board {
 namespace {
@@ -37,17 +37,17 @@ public:
 		if (file < 0)
 			throw std::runtime_error(name + ": cannot be written");
 		close(file);
-		m_path = name;
-		std::ofstream(m_path) << as_xml(content);
+		path_ = name;
+		std::ofstream(path_) << as_xml(content);
 	}
 	board_on_disk(const board_on_disk &) = delete;
 	board_on_disk &operator=(const board_on_disk &) = delete;
-	~board_on_disk() { std::remove(m_path.c_str()); }
+	~board_on_disk() { std::remove(path_.c_str()); }
 
-	const std::string &path() const { return m_path; }
+	const std::string &path() const { return path_; }
 
 private:
-	std::string m_path;
+	std::string path_;
 };
 
 // Ends what the simulation holds, whichever way this is left.
@@ -145,15 +145,15 @@ public:
 
 		std::copy_n(name.begin(), std::min(name.size(), sizeof(request.name) - 1), request.name);
 		request.length = 1;
-		request.buffer = ::harness::user_address(m_byte);
-		std::memcpy(m_request, &request, sizeof(request));
+		request.buffer = ::harness::user_address(byte_);
+		std::memcpy(request_, &request, sizeof(request));
 		::harness::forget();
-		::harness::ioctl(FLASH_MNG_MTD_READ, ::harness::user_address(m_request));
+		::harness::ioctl(FLASH_MNG_MTD_READ, ::harness::user_address(request_));
 		return road_taken();
 	}
 
 private:
-	std::uint8_t *m_byte = ::harness::user_memory(1), *m_request = ::harness::user_memory(sizeof(flash_mtd_io_arg));
+	std::uint8_t *byte_ = ::harness::user_memory(1), *request_ = ::harness::user_memory(sizeof(flash_mtd_io_arg));
 };
 
 std::optional<std::uint32_t> first_row_of(const std::vector<simulated_section> &sections, const std::string &partition)

@@ -2,13 +2,13 @@
 // What flash_mng makes of a board: the module's own code, loaded over a simulated kernel and platform in this process.
 #pragma once
 
-#include "board.hpp"
-#include "mtd_layout.hpp"
-
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "board.hpp"
+#include "mtd_layout.hpp"
 
 namespace flash_board {
 

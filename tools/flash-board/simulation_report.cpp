@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
-#include "simulate.hpp"
-
-#include "number.hpp"
-
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <array>
+
+#include "number.hpp"
+#include "simulate.hpp"
 
 namespace flash_board {
 namespace {

@@ -18,27 +18,27 @@ std::size_t characters_in(std::string_view text)
 
 } // namespace
 
-source::source(std::string_view text, std::string_view file_name) : m_text(text), m_file_name(file_name), m_lines{0}, m_characters{0}
+source::source(std::string_view text, std::string_view file_name) : text_(text), file_name_(file_name), lines_{0}, characters_{0}
 {
 	for (std::size_t at = 0; at < text.size(); at++)
 		if (text[at] == '\n')
-			m_lines.push_back(at + 1);
+			lines_.push_back(at + 1);
 	for (std::size_t at = 0; at < text.size(); at += block_size)
-		m_characters.push_back(m_characters.back() + characters_in(text.substr(at, block_size)));
+		characters_.push_back(characters_.back() + characters_in(text.substr(at, block_size)));
 }
 
 std::size_t source::characters_before(std::size_t offset) const
 {
 	const auto block = offset / block_size;
 
-	return m_characters[block] + characters_in(m_text.substr(block * block_size, offset % block_size));
+	return characters_[block] + characters_in(text_.substr(block * block_size, offset % block_size));
 }
 
 place source::at(std::size_t offset) const
 {
-	const auto end = std::min(offset, m_text.size());
-	const auto line = std::upper_bound(m_lines.begin(), m_lines.end(), end) - m_lines.begin();
-	const auto begin = m_lines[static_cast<std::size_t>(line) - 1];
+	const auto end = std::min(offset, text_.size());
+	const auto line = std::upper_bound(lines_.begin(), lines_.end(), end) - lines_.begin();
+	const auto begin = lines_[static_cast<std::size_t>(line) - 1];
 
 	return {static_cast<std::size_t>(line), end - begin + 1, characters_before(end) - characters_before(begin) + 1};
 }

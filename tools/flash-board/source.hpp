@@ -23,8 +23,8 @@ public:
 	// The text has to live as long as the source.
 	source(std::string_view text, std::string_view file_name);
 
-	std::string_view text() const { return m_text; }
-	const std::string &file_name() const { return m_file_name; }
+	std::string_view text() const { return text_; }
+	const std::string &file_name() const { return file_name_; }
 
 	// The place of a byte; one beyond the text is the end of the text.
 	place at(std::size_t offset) const;
@@ -33,10 +33,10 @@ private:
 	// Characters before an offset.
 	std::size_t characters_before(std::size_t offset) const;
 
-	std::string_view m_text;
-	std::string m_file_name;
-	std::vector<std::size_t> m_lines;      // where each begins
-	std::vector<std::size_t> m_characters; // before each block of the text
+	std::string_view text_;
+	std::string file_name_;
+	std::vector<std::size_t> lines_;      // where each begins
+	std::vector<std::size_t> characters_; // before each block of the text
 };
 
 // A text in quotation marks, for messages.

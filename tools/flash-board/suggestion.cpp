@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "suggestion.hpp"
 
-#include "common/edit_distance.hpp"
-
 #include <algorithm>
+
+#include "common/edit_distance.hpp"
 
 namespace flash_board {
 

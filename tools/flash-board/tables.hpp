@@ -2,9 +2,6 @@
 // Where the tables of flash_mng are in a board description, and reading their values, right or wrong.
 #pragma once
 
-#include "document.hpp"
-#include "number.hpp"
-
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
@@ -13,6 +10,9 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "document.hpp"
+#include "number.hpp"
 
 namespace flash_board {
 

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "text_scan.hpp"
 
-#include "document.hpp"
-
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <tuple>
+
+#include "document.hpp"
 
 namespace flash_board {
 namespace {
@@ -38,20 +38,20 @@ bool is_known_reference(std::string_view name)
 
 class text_scan {
 public:
-	explicit text_scan(document &of) : m_document(of), m_text(of.from().text()) {}
+	explicit text_scan(document &of) : document_(of), text_(of.from().text()) {}
 
 	bool run()
 	{
-		while (m_at < m_text.size() && !m_lost)
+		while (at_ < text_.size() && !lost_)
 			step();
-		std::sort(m_document.m_attributes.begin(), m_document.m_attributes.end(), [](const auto &a, const auto &b) {
+		std::sort(document_.attributes_.begin(), document_.attributes_.end(), [](const auto &a, const auto &b) {
 			return std::tie(a.element, a.name, a.offset) < std::tie(b.element, b.name, b.offset);
 		});
-		return m_sound;
+		return sound_;
 	}
 
 private:
-	std::string_view rest() const { return m_text.substr(m_at); }
+	std::string_view rest() const { return text_.substr(at_); }
 
 	void step()
 	{
@@ -62,7 +62,7 @@ private:
 		else if (rest().starts_with("<?"))
 			skip_behind("?>");
 		else if (rest().starts_with("<!"))
-			m_lost = true; // a document type, which is refused
+			lost_ = true; // a document type, which is refused
 		else if (rest().starts_with("</"))
 			skip_behind(">");
 		else if (rest().starts_with("<"))
@@ -73,116 +73,116 @@ private:
 
 	void malformed(std::size_t at, std::string message, std::string hint = "")
 	{
-		m_document.add("malformed", {}, at, std::move(message), std::move(hint));
-		m_sound = false;
+		document_.add("malformed", {}, at, std::move(message), std::move(hint));
+		sound_ = false;
 	}
 
 	void skip_behind(std::string_view end)
 	{
-		const auto found = m_text.find(end, m_at);
+		const auto found = text_.find(end, at_);
 
-		m_lost = found == m_text.npos;
-		m_at = m_lost ? m_text.size() : found + end.size();
+		lost_ = found == text_.npos;
+		at_ = lost_ ? text_.size() : found + end.size();
 	}
 
 	void comment()
 	{
-		const auto first = m_text.find("--", m_at + 4);
+		const auto first = text_.find("--", at_ + 4);
 
-		if (first != m_text.npos && first + 2 < m_text.size() && m_text[first + 2] != '>')
+		if (first != text_.npos && first + 2 < text_.size() && text_[first + 2] != '>')
 			malformed(first, "\"--\" inside a comment", "leave a blank between the two");
 		skip_behind("-->");
 	}
 
 	void text()
 	{
-		const auto end = std::min(m_text.find('<', m_at), m_text.size());
-		const auto inside = m_text.substr(0, end);
+		const auto end = std::min(text_.find('<', at_), text_.size());
+		const auto inside = text_.substr(0, end);
 
-		for (auto at = inside.find("]]>", m_at); at != inside.npos; at = inside.find("]]>", at + 1))
+		for (auto at = inside.find("]]>", at_); at != inside.npos; at = inside.find("]]>", at + 1))
 			malformed(at, "\"]]>\" in text", "write ]]&gt;");
-		references(m_at, end);
-		m_at = end;
+		references(at_, end);
+		at_ = end;
 	}
 
 	void references(std::size_t at, std::size_t end)
 	{
-		const auto inside = m_text.substr(0, end);
+		const auto inside = text_.substr(0, end);
 
 		for (at = inside.find('&', at); at != inside.npos; at = inside.find('&', at + 1)) {
 			const auto name = inside.substr(at + 1, longest_reference);
 			const auto semicolon = name.find(';');
 			if (semicolon == name.npos || !is_known_reference(name.substr(0, semicolon)))
-				m_document.add("unknown-reference", {}, at,
-					       "\"&\" may only begin &amp; &lt; &gt; &quot; &apos; "
-					       "or the number of a printable character, as in &#65;");
+				document_.add("unknown-reference", {}, at,
+					      "\"&\" may only begin &amp; &lt; &gt; &quot; &apos; "
+					      "or the number of a printable character, as in &#65;");
 		}
 	}
 
-	void blanks() { m_at = std::min(m_text.find_first_not_of(white_space, m_at), m_text.size()); }
+	void blanks() { at_ = std::min(text_.find_first_not_of(white_space, at_), text_.size()); }
 
 	void tag()
 	{
-		const auto element = ++m_at;
+		const auto element = ++at_;
 
-		m_at = std::min(m_text.find_first_of(" \t\r\n/>", m_at), m_text.size());
-		while (!m_lost && tag_goes_on())
+		at_ = std::min(text_.find_first_of(" \t\r\n/>", at_), text_.size());
+		while (!lost_ && tag_goes_on())
 			attribute(element);
 	}
 
 	// Moves to the next attribute; false behind the end of the tag.
 	bool tag_goes_on()
 	{
-		const auto before = m_at;
+		const auto before = at_;
 
 		blanks();
 		if (rest().starts_with("/>"))
-			m_at++;
+			at_++;
 		if (rest().starts_with(">")) {
-			m_at++;
+			at_++;
 			return false;
 		}
-		m_lost = m_at == m_text.size();
-		if (!m_lost && before == m_at)
-			malformed(m_at, "white space is missing before an attribute");
-		return !m_lost;
+		lost_ = at_ == text_.size();
+		if (!lost_ && before == at_)
+			malformed(at_, "white space is missing before an attribute");
+		return !lost_;
 	}
 
 	void attribute(std::size_t element)
 	{
-		const auto start = m_at;
+		const auto start = at_;
 
-		m_at = std::min(m_text.find_first_of(" \t\r\n=/><\"'", m_at), m_text.size());
-		m_document.m_attributes.push_back({element, m_text.substr(start, m_at - start), start});
+		at_ = std::min(text_.find_first_of(" \t\r\n=/><\"'", at_), text_.size());
+		document_.attributes_.push_back({element, text_.substr(start, at_ - start), start});
 		blanks();
-		m_lost = !rest().starts_with("=");
-		if (m_lost)
+		lost_ = !rest().starts_with("=");
+		if (lost_)
 			return;
-		m_at++;
+		at_++;
 		blanks();
 		value();
 	}
 
 	void value()
 	{
-		const auto opening = m_at;
-		const auto mark = m_at < m_text.size() ? m_text[m_at] : ' ';
-		const auto closing = mark == '"' || mark == '\'' ? m_text.find(mark, m_at + 1) : m_text.npos;
+		const auto opening = at_;
+		const auto mark = at_ < text_.size() ? text_[at_] : ' ';
+		const auto closing = mark == '"' || mark == '\'' ? text_.find(mark, at_ + 1) : text_.npos;
 
-		m_lost = closing == m_text.npos;
-		if (m_lost)
+		lost_ = closing == text_.npos;
+		if (lost_)
 			return;
-		if (const auto less = m_text.substr(0, closing).find('<', opening); less != m_text.npos)
+		if (const auto less = text_.substr(0, closing).find('<', opening); less != text_.npos)
 			malformed(less, "\"<\" in an attribute", "write &lt;, or look for a quotation mark that is missing");
 		references(opening + 1, closing);
-		m_at = closing + 1;
+		at_ = closing + 1;
 	}
 
-	document &m_document;
-	std::string_view m_text;
-	std::size_t m_at = 0;
-	bool m_lost = false; // the parser of the tree will say why
-	bool m_sound = true;
+	document &document_;
+	std::string_view text_;
+	std::size_t at_ = 0;
+	bool lost_ = false; // the parser of the tree will say why
+	bool sound_ = true;
 };
 
 bool scan_text(document &of)

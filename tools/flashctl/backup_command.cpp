@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // backup: every partition that programs can read, twice, into a new folder.
-#include <algorithm>
-
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
+
+#include <algorithm>
 
 #include "backup_folder.hpp"
 #include "commands.hpp"

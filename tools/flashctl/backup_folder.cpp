@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "backup_folder.hpp"
 
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -8,9 +11,6 @@
 #include <filesystem>
 #include <map>
 #include <sstream>
-
-#include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "failure.hpp"
 #include "files.hpp"
@@ -126,10 +126,10 @@ std::string image_name(const mtd_device &device)
 	return fmt::format("mtd{}-{}.img", device.number, safe.substr(0, longest_name));
 }
 
-new_backup::new_backup(const std::string &folder) : m_folder(folder)
+new_backup::new_backup(const std::string &folder) : folder_(folder)
 {
 	std::error_code error;
-	m_made = std::filesystem::create_directory(folder, error);
+	made_ = std::filesystem::create_directory(folder, error);
 	if (error || !std::filesystem::is_directory(folder, error))
 		throw failure{exit_status::file, folder + " cannot be made" + (error ? ": " + error.message() : ": it is a file"), ""};
 	const bool empty = std::filesystem::is_empty(folder, error);
@@ -141,40 +141,40 @@ new_backup::new_backup(const std::string &folder) : m_folder(folder)
 
 new_backup::~new_backup()
 {
-	if (m_finished)
+	if (finished_)
 		return;
 	std::error_code none;
-	for (const std::string &file : m_stored)
-		std::filesystem::remove(m_folder + "/" + file, none);
-	if (m_made)
-		std::filesystem::remove(m_folder, none);
+	for (const std::string &file : stored_)
+		std::filesystem::remove(folder_ + "/" + file, none);
+	if (made_)
+		std::filesystem::remove(folder_, none);
 }
 
 void new_backup::store(const std::string &file, byte_view data)
 {
-	write_file(m_folder + "/" + file, data);
-	m_stored.push_back(file);
+	write_file(folder_ + "/" + file, data);
+	stored_.push_back(file);
 }
 
 void new_backup::add(const mtd_device &device, byte_view data)
 {
 	const std::string file = image_name(device);
 	store(file, data);
-	m_contents.images.push_back({device.name, file, static_cast<std::uint32_t>(data.size()), device.usable, sha256(data)});
+	contents_.images.push_back({device.name, file, static_cast<std::uint32_t>(data.size()), device.usable, sha256(data)});
 }
 
 backup_contents new_backup::finish()
 {
-	m_contents.time = time_now();
-	const std::string manifest = manifest_of(m_contents);
+	contents_.time = time_now();
+	const std::string manifest = manifest_of(contents_);
 	store(manifest_name, view_of(manifest));
 	std::string lines;
-	for (const backup_image &image : m_contents.images)
+	for (const backup_image &image : contents_.images)
 		lines += image.sha256 + "  " + image.file + "\n";
 	lines += sha256(view_of(manifest)) + "  " + manifest_name + "\n";
 	store(sums_name, view_of(lines));
-	m_finished = true;
-	return m_contents;
+	finished_ = true;
+	return contents_;
 }
 
 backup_contents read_backup(const std::string &folder)

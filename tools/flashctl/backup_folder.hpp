@@ -48,10 +48,10 @@ public:
 private:
 	void store(const std::string &file, byte_view data);
 
-	std::string m_folder;
-	bool m_made = false, m_finished = false;
-	std::vector<std::string> m_stored;
-	backup_contents m_contents;
+	std::string folder_;
+	bool made_ = false, finished_ = false;
+	std::vector<std::string> stored_;
+	backup_contents contents_;
 };
 
 // What the folder has, as its manifest says; the manifest is compared with the sums. The images are not looked at.

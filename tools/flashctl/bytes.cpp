@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "bytes.hpp"
 
-#include <algorithm>
-#include <array>
-
 #include <fmt/format.h>
 #include <nettle/sha2.h>
+
+#include <algorithm>
+#include <array>
 
 namespace flashctl {
 

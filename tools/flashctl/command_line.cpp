@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "command_line.hpp"
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <cctype>
 #include <map>
 #include <set>
-
-#include <CLI/CLI.hpp>
 
 #include "code_words.hpp"
 #include "failure.hpp"
@@ -51,7 +51,7 @@ private:
 	void add_plan(CLI::App *command);
 
 	any_request make_list() const { return list_request{}; }
-	any_request make_info() const { return info_request{m_words.partition}; }
+	any_request make_info() const { return info_request{words_.partition}; }
 	any_request make_read() const;
 	any_request make_verify() const;
 	any_request make_write() const;
@@ -67,58 +67,58 @@ private:
 	[[noreturn]] void refuse_extra(const CLI::App *selected, const std::string &extra) const;
 	std::string where_help_is() const;
 
-	CLI::App m_app{"Looks after the flash of a board with flash_mng.", "flashctl"};
-	std::map<const CLI::App *, any_request (parser::*)() const> m_makers;
-	options m_options;
-	words m_words;
+	CLI::App app_{"Looks after the flash of a board with flash_mng.", "flashctl"};
+	std::map<const CLI::App *, any_request (parser::*)() const> makers_;
+	options options_;
+	words words_;
 };
 
 parser::parser()
 {
-	m_app.get_formatter()->column_width(30);
-	m_app.get_formatter()->label("REQUIRED", "");
-	m_app.get_formatter()->label("SUBCOMMAND", "COMMAND");
-	m_app.get_formatter()->label("Positionals", "Arguments");
-	m_app.set_help_flag("-h,--help", "print this help and exit");
-	m_app.set_version_flag("--version", "flashctl " FLASHCTL_VERSION, "print the version and exit");
-	m_app.add_flag("--json", m_options.json, "print the result as one JSON object");
-	m_app.add_flag("--progress", m_options.progress, "progress without a terminal too; with --json as lines of JSON before the result");
-	m_app.add_flag("-q,--quiet", m_options.quiet, "no progress, no result lines of commands that read or write");
-	m_app.add_flag("-v,--verbose", m_options.verbose, "a line for each step, and more about the result");
-	m_app.add_option("--device", m_options.device, "the control device; " FLASH_MNG_DEVICE " if not given")->type_name("PATH");
-	m_app.footer(footer);
-	m_app.require_subcommand(1);
-	m_app.fallthrough();
+	app_.get_formatter()->column_width(30);
+	app_.get_formatter()->label("REQUIRED", "");
+	app_.get_formatter()->label("SUBCOMMAND", "COMMAND");
+	app_.get_formatter()->label("Positionals", "Arguments");
+	app_.set_help_flag("-h,--help", "print this help and exit");
+	app_.set_version_flag("--version", "flashctl " FLASHCTL_VERSION, "print the version and exit");
+	app_.add_flag("--json", options_.json, "print the result as one JSON object");
+	app_.add_flag("--progress", options_.progress, "progress without a terminal too; with --json as lines of JSON before the result");
+	app_.add_flag("-q,--quiet", options_.quiet, "no progress, no result lines of commands that read or write");
+	app_.add_flag("-v,--verbose", options_.verbose, "a line for each step, and more about the result");
+	app_.add_option("--device", options_.device, "the control device; " FLASH_MNG_DEVICE " if not given")->type_name("PATH");
+	app_.footer(footer);
+	app_.require_subcommand(1);
+	app_.fallthrough();
 	add_commands();
 }
 
 CLI::App *parser::command(const std::string &name, const std::string &text, any_request (parser::*make)() const)
 {
-	CLI::App *const added = m_app.add_subcommand(name, text);
+	CLI::App *const added = app_.add_subcommand(name, text);
 	added->group("Commands");
 	added->footer("Options of every command: --json, --progress, --quiet, --verbose, --device PATH; see \"flashctl --help\".");
-	m_makers[added] = make;
+	makers_[added] = make;
 	return added;
 }
 
 void parser::add_partition(CLI::App *command, bool required)
 {
-	command->add_option("PARTITION", m_words.partition, "name of a partition, as \"flashctl list\" shows it")
+	command->add_option("PARTITION", words_.partition, "name of a partition, as \"flashctl list\" shows it")
 		->type_name("")
 		->required(required);
 }
 
 void parser::add_range(CLI::App *command)
 {
-	command->add_option("--offset", m_words.offset, "first byte, counted from the start of the partition; 0 if not given")
+	command->add_option("--offset", words_.offset, "first byte, counted from the start of the partition; 0 if not given")
 		->type_name("SIZE");
-	command->add_option("--length", m_words.length, "number of bytes")->type_name("SIZE");
+	command->add_option("--length", words_.length, "number of bytes")->type_name("SIZE");
 }
 
 void parser::add_backup(CLI::App *command)
 {
-	command->add_option("FOLDER", m_words.folder, "the backup")->type_name("")->required();
-	command->add_option("--partition", m_words.partitions, "this one only; can be given several times")
+	command->add_option("FOLDER", words_.folder, "the backup")->type_name("")->required();
+	command->add_option("--partition", words_.partitions, "this one only; can be given several times")
 		->type_name("NAME")
 		->expected(1)
 		->take_all();
@@ -126,9 +126,9 @@ void parser::add_backup(CLI::App *command)
 
 void parser::add_plan(CLI::App *command)
 {
-	command->add_flag("--dry-run", m_words.dry_run, "tell what would be done, and write nothing");
-	command->add_flag("-y,--yes", m_words.yes, "do not ask");
-	command->add_option("--force", m_words.forced, "write although the partition is in use: mounted, ubi, swap, claimed or unknown")
+	command->add_flag("--dry-run", words_.dry_run, "tell what would be done, and write nothing");
+	command->add_flag("-y,--yes", words_.yes, "do not ask");
+	command->add_option("--force", words_.forced, "write although the partition is in use: mounted, ubi, swap, claimed or unknown")
 		->type_name("DANGER")
 		->expected(1)
 		->take_all();
@@ -144,22 +144,22 @@ void parser::add_commands()
 	CLI::App *const read = command("read", "read bytes of a partition to a file or to standard output", &parser::make_read);
 	add_partition(read);
 	add_range(read);
-	read->add_option("-o,--output", m_words.output, "where to write them; \"-\", if not given, is standard output")->type_name("FILE");
-	read->add_flag("--hex", m_words.hex, "write a dump to look at");
+	read->add_option("-o,--output", words_.output, "where to write them; \"-\", if not given, is standard output")->type_name("FILE");
+	read->add_flag("--hex", words_.hex, "write a dump to look at");
 
 	CLI::App *const write = command("write", "write a file to a partition, and verify it", &parser::make_write);
 	add_partition(write);
-	write->add_option("FILE", m_words.file, "the data; \"-\" is standard input")->type_name("")->required();
+	write->add_option("FILE", words_.file, "the data; \"-\" is standard input")->type_name("")->required();
 	add_range(write);
-	write->add_option("--verify", m_words.verify, "what to compare afterwards: all of the partition, the range written, or none")
+	write->add_option("--verify", words_.verify, "what to compare afterwards: all of the partition, the range written, or none")
 		->type_name("all|range|none");
 	add_plan(write);
 
 	CLI::App *const verify = command("verify", "compare bytes of a partition with a file or a hash", &parser::make_verify);
 	add_partition(verify);
-	verify->add_option("FILE", m_words.file, "the expected data; \"-\" is standard input")->type_name("");
+	verify->add_option("FILE", words_.file, "the expected data; \"-\" is standard input")->type_name("");
 	add_range(verify);
-	verify->add_option("--sha256", m_words.sha256, "the expected hash, instead of FILE")->type_name("HASH");
+	verify->add_option("--sha256", words_.sha256, "the expected hash, instead of FILE")->type_name("HASH");
 
 	add_backup(command("backup", "copy all partitions that programs can read to a new folder", &parser::make_backup));
 
@@ -168,12 +168,12 @@ void parser::add_commands()
 	add_plan(restore);
 
 	CLI::App *const spi = command("spi", "tell where an SPI flash sits", &parser::make_spi);
-	spi->add_option("--instance", m_words.instance, "by its instance")->type_name("NUMBER");
-	spi->add_option("--name", m_words.name, "by the name of a partition on it")->type_name("NAME");
+	spi->add_option("--instance", words_.instance, "by its instance")->type_name("NUMBER");
+	spi->add_option("--name", words_.name, "by the name of a partition on it")->type_name("NAME");
 
 	CLI::App *const explain =
 		command("explain", "explain a code that the module answers with; without one, all of them", &parser::make_explain);
-	explain->add_option("CODE", m_words.code, "a number such as 0x811B04AA, -1, or a name such as NO_BUFFER")->type_name("");
+	explain->add_option("CODE", words_.code, "a number such as 0x811B04AA, -1, or a name such as NO_BUFFER")->type_name("");
 }
 
 std::uint32_t size_of(const std::string &option, const std::string &text)
@@ -186,30 +186,30 @@ std::uint32_t size_of(const std::string &option, const std::string &text)
 
 range_request parser::range() const
 {
-	range_request range = {m_words.partition, 0, std::nullopt};
-	if (!m_words.offset.empty())
-		range.offset = size_of("--offset", m_words.offset);
-	if (!m_words.length.empty())
-		range.length = size_of("--length", m_words.length);
+	range_request range = {words_.partition, 0, std::nullopt};
+	if (!words_.offset.empty())
+		range.offset = size_of("--offset", words_.offset);
+	if (!words_.length.empty())
+		range.length = size_of("--length", words_.length);
 	if (range.length == 0u)
 		throw usage_failure("--length 0 is no range", "leave out --length, or give at least 1 byte");
 	if (range.length && std::uint64_t{range.offset} + *range.length > most_bytes)
-		throw usage_failure("--offset " + m_words.offset + " and --length " + m_words.length + " go beyond 4 GiB", size_hint);
+		throw usage_failure("--offset " + words_.offset + " and --length " + words_.length + " go beyond 4 GiB", size_hint);
 	return range;
 }
 
 std::string parser::input() const
 {
-	if (m_words.file.empty())
+	if (words_.file.empty())
 		throw usage_failure("the FILE is missing", "\"-\" is standard input");
-	return m_words.file;
+	return words_.file;
 }
 
 any_request parser::make_read() const
 {
-	if (m_options.json && m_words.output == "-")
+	if (options_.json && words_.output == "-")
 		throw usage_failure("--json and the data cannot both go to standard output", "give --output FILE");
-	return read_request{range(), m_words.output, m_words.hex};
+	return read_request{range(), words_.output, words_.hex};
 }
 
 // Sixty-four hexadecimal digits in lower case.
@@ -224,11 +224,11 @@ std::string hash_of(std::string text)
 
 any_request parser::make_verify() const
 {
-	if (m_words.sha256.empty())
+	if (words_.sha256.empty())
 		return verify_request{range(), input(), ""};
-	if (!m_words.file.empty())
+	if (!words_.file.empty())
 		throw usage_failure("FILE and --sha256 exclude each other", "give one of them");
-	return verify_request{range(), "", hash_of(m_words.sha256)};
+	return verify_request{range(), "", hash_of(words_.sha256)};
 }
 
 verification verification_of(const std::string &word)
@@ -258,30 +258,30 @@ std::vector<danger> dangers_of(const std::vector<std::string> &words)
 
 any_request parser::make_write() const
 {
-	return write_request{range(), input(), verification_of(m_words.verify), m_words.dry_run, m_words.yes, dangers_of(m_words.forced)};
+	return write_request{range(), input(), verification_of(words_.verify), words_.dry_run, words_.yes, dangers_of(words_.forced)};
 }
 
 any_request parser::make_backup() const
 {
-	return backup_request{m_words.folder, m_words.partitions};
+	return backup_request{words_.folder, words_.partitions};
 }
 
 any_request parser::make_restore() const
 {
-	return restore_request{m_words.folder, m_words.partitions, m_words.dry_run, m_words.yes, dangers_of(m_words.forced)};
+	return restore_request{words_.folder, words_.partitions, words_.dry_run, words_.yes, dangers_of(words_.forced)};
 }
 
 any_request parser::make_spi() const
 {
-	if (m_words.instance.empty() == m_words.name.empty())
+	if (words_.instance.empty() == words_.name.empty())
 		throw usage_failure("an SPI flash is looked up either by --instance or by --name", where_help_is());
-	if (m_words.name.size() > FLASH_MNG_NAME_SIZE)
-		throw usage_failure("--name " + m_words.name + " is too long", "names have at most 32 bytes");
-	if (!m_words.name.empty())
-		return spi_request{std::nullopt, m_words.name};
-	const auto instance = parse_code(m_words.instance);
+	if (words_.name.size() > FLASH_MNG_NAME_SIZE)
+		throw usage_failure("--name " + words_.name + " is too long", "names have at most 32 bytes");
+	if (!words_.name.empty())
+		return spi_request{std::nullopt, words_.name};
+	const auto instance = parse_code(words_.instance);
 	if (!instance)
-		throw usage_failure("--instance " + m_words.instance + " is no instance", "instances are numbers of 32 bits");
+		throw usage_failure("--instance " + words_.instance + " is no instance", "instances are numbers of 32 bits");
 	return spi_request{flash_mng::instance_id{*instance}, ""};
 }
 
@@ -295,20 +295,20 @@ std::vector<std::string> code_names()
 
 any_request parser::make_explain() const
 {
-	if (m_words.code.empty())
+	if (words_.code.empty())
 		return explain_request{};
-	auto code = parse_code(m_words.code);
+	auto code = parse_code(words_.code);
 	if (!code)
-		code = code_of_name(m_words.code);
+		code = code_of_name(words_.code);
 	if (!code)
-		throw usage_failure(m_words.code + " is neither a number of 32 bits nor the name of a code",
-				    did_you_mean(m_words.code, code_names()));
+		throw usage_failure(words_.code + " is neither a number of 32 bits nor the name of a code",
+				    did_you_mean(words_.code, code_names()));
 	return explain_request{code};
 }
 
 std::string parser::where_help_is() const
 {
-	const auto selected = m_app.get_subcommands();
+	const auto selected = app_.get_subcommands();
 	return "see \"flashctl " + (selected.empty() ? "" : selected.back()->get_name() + " ") + "--help\"";
 }
 
@@ -323,12 +323,12 @@ std::vector<std::string> option_names(const CLI::App *app)
 
 void parser::refuse_extra(const CLI::App *selected, const std::string &extra) const
 {
-	std::vector<std::string> names = option_names(&m_app);
+	std::vector<std::string> names = option_names(&app_);
 	if (selected)
 		std::ranges::copy(option_names(selected), std::back_inserter(names));
 	if (!selected && !extra.starts_with("-")) {
 		names.clear();
-		for (const CLI::App *known : m_app.get_subcommands([](const CLI::App *) { return true; }))
+		for (const CLI::App *known : app_.get_subcommands([](const CLI::App *) { return true; }))
 			names.push_back(known->get_name());
 	}
 	const char *const what = extra.starts_with("-") ? "unknown option " : selected ? "unexpected argument " : "unknown command ";
@@ -338,8 +338,8 @@ void parser::refuse_extra(const CLI::App *selected, const std::string &extra) co
 
 void parser::refuse(const CLI::ParseError &error) const
 {
-	const auto selected = m_app.get_subcommands();
-	const std::vector<std::string> extras = m_app.remaining(true);
+	const auto selected = app_.get_subcommands();
+	const std::vector<std::string> extras = app_.remaining(true);
 	if (!extras.empty())
 		refuse_extra(selected.empty() ? nullptr : selected.back(), extras.front());
 	if (selected.empty() && error.get_name() == "RequiredError")
@@ -359,22 +359,22 @@ command_line parser::parse(const std::vector<std::string> &arguments)
 {
 	std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
 	try {
-		m_app.parse(reversed);
+		app_.parse(reversed);
 	} catch (const CLI::CallForHelp &) {
-		return {std::nullopt, "", m_app.help()};
+		return {std::nullopt, "", app_.help()};
 	} catch (const CLI::CallForVersion &) {
-		return {std::nullopt, "", m_app.version() + "\n"};
+		return {std::nullopt, "", app_.version() + "\n"};
 	} catch (const CLI::ParseError &error) {
 		refuse(error);
 	}
-	if (m_options.quiet && m_options.verbose)
+	if (options_.quiet && options_.verbose)
 		throw usage_failure("--quiet and --verbose exclude each other", "give one of them");
-	if (m_options.quiet && m_options.progress)
+	if (options_.quiet && options_.progress)
 		throw usage_failure("--quiet and --progress exclude each other", "give one of them");
-	const CLI::App *const selected = m_app.get_subcommands().front();
-	refuse_empty(&m_app);
+	const CLI::App *const selected = app_.get_subcommands().front();
+	refuse_empty(&app_);
 	refuse_empty(selected);
-	return {request{m_options, (this->*m_makers.at(selected))()}, selected->get_name(), ""};
+	return {request{options_, (this->*makers_.at(selected))()}, selected->get_name(), ""};
 }
 
 } // namespace

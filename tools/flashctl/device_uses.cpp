@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "device_uses.hpp"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -9,8 +11,6 @@
 #include <iterator>
 #include <set>
 #include <sstream>
-
-#include <fmt/format.h>
 
 #include "number.hpp"
 

@@ -69,26 +69,26 @@ status kernel_flash::open(const std::string &path)
 {
 	auto opened = flash_mng::device::open(path.c_str());
 	if (opened)
-		m_device.emplace(std::move(*opened));
+		device_.emplace(std::move(*opened));
 	return opened.status();
 }
 
 kernel_flash::~kernel_flash()
 {
-	for (const int claim : m_claims)
+	for (const int claim : claims_)
 		::close(claim);
 }
 
 status kernel_flash::lock(const mtd_device &device)
 {
-	const bool locked = flock(m_device->descriptor(), LOCK_EX | LOCK_NB) == 0;
+	const bool locked = flock(device_->descriptor(), LOCK_EX | LOCK_NB) == 0;
 	if (!locked && errno != ENOSYS)
 		return status::from_errno(errno);
 
 	// O_EXCL on a block device: one holder at a time, for as long as it is open.
 	const int claim = ::open(("/dev/mtdblock" + std::to_string(device.number)).c_str(), O_RDONLY | O_EXCL | O_CLOEXEC);
 	if (claim >= 0) {
-		m_claims.push_back(claim);
+		claims_.push_back(claim);
 		return {};
 	}
 	if (errno == EBUSY)
@@ -100,27 +100,27 @@ status kernel_flash::lock(const mtd_device &device)
 
 std::vector<device_use> kernel_flash::uses(const mtd_device &device)
 {
-	return uses_of(device, m_root);
+	return uses_of(device, root_);
 }
 
 std::vector<std::string> kernel_flash::load_log()
 {
-	return load_lines(read_log(m_root), most_load_lines);
+	return load_lines(read_log(root_), most_load_lines);
 }
 
 platform_table kernel_flash::platform_codes()
 {
-	if (auto shipped = read_platform_table(m_root + "/usr/share/flash_mng/platform-codes"))
+	if (auto shipped = read_platform_table(root_ + "/usr/share/flash_mng/platform-codes"))
 		return std::move(*shipped);
 	std::error_code none;
-	const bool is_reference = std::filesystem::exists(m_root + "/sys/module/log/parameters/printk_level", none) &&
-				  std::filesystem::exists(m_root + "/sys/module/log/parameters/keep_level", none);
+	const bool is_reference = std::filesystem::exists(root_ + "/sys/module/log/parameters/printk_level", none) &&
+				  std::filesystem::exists(root_ + "/sys/module/log/parameters/keep_level", none);
 	return is_reference ? reference_platform_table() : platform_table{"platform", {}};
 }
 
 std::optional<mtd_device> kernel_flash::kernel_device(std::uint32_t number) const
 {
-	const std::string folder = m_mtd_folder + "/mtd" + std::to_string(number) + "/";
+	const std::string folder = mtd_folder_ + "/mtd" + std::to_string(number) + "/";
 	const auto type = mtd_type_of(first_line(folder + "type"));
 	if (!type)
 		return std::nullopt;
@@ -137,7 +137,7 @@ std::vector<mtd_device> kernel_flash::kernel_devices() const
 {
 	std::vector<mtd_device> devices;
 	std::error_code none;
-	for (const auto &entry : std::filesystem::directory_iterator(m_mtd_folder, none))
+	for (const auto &entry : std::filesystem::directory_iterator(mtd_folder_, none))
 		if (const auto number = device_number(entry.path().filename()))
 			if (auto device = kernel_device(*number))
 				devices.push_back(std::move(*device));
@@ -150,7 +150,7 @@ status kernel_flash::mark_listed(std::vector<mtd_device> &devices) const
 		const auto name = flash_mng::partition_name::make(device.name);
 		if (!name)
 			continue;
-		const auto listed = m_device->is_listed(*name);
+		const auto listed = device_->is_listed(*name);
 		if (!listed)
 			return listed.status();
 		device.listed = *listed;
@@ -161,7 +161,7 @@ status kernel_flash::mark_listed(std::vector<mtd_device> &devices) const
 // The module stops at the first number without a device, and gives no answer at all when a device's name is too long for its record.
 result<std::vector<mtd_device>> kernel_flash::devices()
 {
-	auto told = module_devices(*m_device);
+	auto told = module_devices(*device_);
 	auto all = kernel_devices();
 	if (!told && (!told.status().is(FLASH_MNG_COPY_FAILED) || all.empty()))
 		return told.status();
@@ -180,9 +180,9 @@ result<std::vector<mtd_device>> kernel_flash::devices()
 // The statistics have the flags that a partition was created with, not those that the kernel goes by.
 void kernel_flash::add_facts(std::vector<mtd_device> &devices) const
 {
-	const auto usable = usable_sizes(read_log(m_root));
+	const auto usable = usable_sizes(read_log(root_));
 	for (mtd_device &device : devices) {
-		const std::string flags = first_line(m_mtd_folder + "/mtd" + std::to_string(device.number) + "/flags");
+		const std::string flags = first_line(mtd_folder_ + "/mtd" + std::to_string(device.number) + "/flags");
 		if (const auto known = tools::parse_number(flags, UINT32_MAX)) {
 			device.flags = static_cast<std::uint32_t>(*known);
 			device.writable = device.flags & writable_flag;
@@ -195,39 +195,39 @@ void kernel_flash::add_facts(std::vector<mtd_device> &devices) const
 
 std::uint32_t kernel_flash::bad_blocks(const mtd_device &device)
 {
-	return static_cast<std::uint32_t>(number_in(m_mtd_folder + "/mtd" + std::to_string(device.number) + "/bad_blocks"));
+	return static_cast<std::uint32_t>(number_in(mtd_folder_ + "/mtd" + std::to_string(device.number) + "/bad_blocks"));
 }
 
 status kernel_flash::read(const std::string &name, std::uint32_t offset, std::span<std::byte> data)
 {
 	const auto partition = flash_mng::partition_name::make(name);
-	return partition ? m_device->read(*partition, flash_mng::byte_offset{offset}, data) : status::unfit_request();
+	return partition ? device_->read(*partition, flash_mng::byte_offset{offset}, data) : status::unfit_request();
 }
 
 status kernel_flash::write(const std::string &name, std::uint32_t offset, std::span<const std::byte> data)
 {
 	const auto partition = flash_mng::partition_name::make(name);
-	return partition ? m_device->write(*partition, flash_mng::byte_offset{offset}, data) : status::unfit_request();
+	return partition ? device_->write(*partition, flash_mng::byte_offset{offset}, data) : status::unfit_request();
 }
 
 result<bool> kernel_flash::has_user_data()
 {
-	return m_device->has_user_data();
+	return device_->has_user_data();
 }
 
 result<flash_mng::user_data> kernel_flash::user_data()
 {
-	return m_device->user_data();
+	return device_->user_data();
 }
 
 result<spi_controller_config> kernel_flash::find_spi_flash(flash_mng::instance_id instance)
 {
-	return m_device->find_spi_flash(instance);
+	return device_->find_spi_flash(instance);
 }
 
 result<spi_controller_config> kernel_flash::find_spi_flash(const std::string &name)
 {
-	return m_device->find_spi_flash(std::string_view(name));
+	return device_->find_spi_flash(std::string_view(name));
 }
 
 } // namespace flashctl

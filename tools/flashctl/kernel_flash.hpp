@@ -12,7 +12,7 @@ namespace flashctl {
 class kernel_flash : public flash {
 public:
 	// root: what stands before /sys, /proc, /usr and the log's files in /dev; for tests.
-	explicit kernel_flash(const std::string &root = "") : m_root(root), m_mtd_folder(root + "/sys/class/mtd") {}
+	explicit kernel_flash(const std::string &root = "") : root_(root), mtd_folder_(root + "/sys/class/mtd") {}
 	kernel_flash(const kernel_flash &) = delete;
 	kernel_flash &operator=(const kernel_flash &) = delete;
 	~kernel_flash() override;
@@ -45,9 +45,9 @@ private:
 
 	void add_facts(std::vector<mtd_device> &devices) const;
 
-	std::string m_root, m_mtd_folder;
-	std::optional<flash_mng::device> m_device;
-	std::vector<int> m_claims; // descriptors
+	std::string root_, mtd_folder_;
+	std::optional<flash_mng::device> device_;
+	std::vector<int> claims_; // descriptors
 };
 
 } // namespace flashctl

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "partition.hpp"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <optional>
 #include <string_view>
-
-#include <fmt/format.h>
 
 #include "failure.hpp"
 #include "files.hpp"

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // restore: look at the whole backup and at everything that would be written, ask once, and write and verify one partition after the other.
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <iterator>
-
-#include <fmt/format.h>
 
 #include "backup_folder.hpp"
 #include "commands.hpp"
@@ -56,46 +56,46 @@ range range_of(const mtd_device &device, const backup_image &image)
 class restoration {
 public:
 	restoration(const restore_request &request, workplace &place, restore_outcome &result)
-		: m_request(request), m_place(place), m_result(result)
+		: request_(request), place_(place), result_(result)
 	{
 	}
 
 	// Everything that would refuse the write of an image, and what it would change. A refused one is told in the result.
 	void plan()
 	{
-		for (restored_image &image : m_result.images)
+		for (restored_image &image : result_.images)
 			attempt(image, action::refused, [&] { plan_one(image); });
-		if (m_result.wrong)
-			m_result.wrong->message += "; nothing was written";
+		if (result_.wrong)
+			result_.wrong->message += "; nothing was written";
 	}
 
 	void ask()
 	{
 		const auto changing =
-			std::ranges::count_if(m_result.images, [](const restored_image &image) { return image.changes != 0u; });
-		if (m_request.yes || changing == 0)
+			std::ranges::count_if(result_.images, [](const restored_image &image) { return image.changes != 0u; });
+		if (request_.yes || changing == 0)
 			return;
 		std::uint64_t size = 0;
-		for (const restored_image &image : m_result.images)
+		for (const restored_image &image : result_.images)
 			size += image.image.size;
-		ask_person(m_place, fmt::format("Write {} of {} partitions ({}) from the backup of {}?", changing, m_result.images.size(),
-						human_size(size), m_result.time));
+		ask_person(place_, fmt::format("Write {} of {} partitions ({}) from the backup of {}?", changing, result_.images.size(),
+					       human_size(size), result_.time));
 	}
 
 	void write()
 	{
-		for (restored_image &image : m_result.images)
+		for (restored_image &image : result_.images)
 			image.done = action::left;
-		m_place.work = {0, m_ahead, {}};
-		for (restored_image &image : m_result.images) {
+		place_.work = {0, ahead_, {}};
+		for (restored_image &image : result_.images) {
 			attempt(image, action::failed, [&] { write_one(image); });
-			if (m_place.console.signal() && !m_result.wrong)
-				m_result.wrong = failure{exit_status::interrupted, m_place.console.signal(), ""};
-			if (m_result.wrong)
+			if (place_.console.signal() && !result_.wrong)
+				result_.wrong = failure{exit_status::interrupted, place_.console.signal(), ""};
+			if (result_.wrong)
 				break;
 		}
-		if (m_result.wrong)
-			m_result.wrong->message += "; " + state();
+		if (result_.wrong)
+			result_.wrong->message += "; " + state();
 	}
 
 private:
@@ -107,37 +107,37 @@ private:
 			const failure wrong = failure_in_flight();
 			image.done = when_wrong;
 			image.words = wrong.message;
-			if (!m_result.wrong)
-				m_result.wrong = wrong;
+			if (!result_.wrong)
+				result_.wrong = wrong;
 		}
 	}
 
 	void plan_one(restored_image &image)
 	{
-		leave_if_interrupted(m_place);
-		const mtd_device device = find_writable(m_place, image.image.partition);
+		leave_if_interrupted(place_);
+		const mtd_device device = find_writable(place_, image.image.partition);
 		const range wanted = range_of(device, image.image);
-		keep_others_out(m_place, device, is_known_to_be_used(m_place, device, m_request.forced));
-		const bytes data = read_image(m_request.folder, image.image);
-		const picture taken = take_picture(m_place, wanted, data, verification::all);
+		keep_others_out(place_, device, is_known_to_be_used(place_, device, request_.forced));
+		const bytes data = read_image(request_.folder, image.image);
+		const picture taken = take_picture(place_, wanted, data, verification::all);
 		image.changes = count_changes(taken);
 		image.done = action::planned;
-		m_ahead += taken.area.length + (*image.changes ? wanted.length + std::uint64_t{taken.area.length} : 0);
+		ahead_ += taken.area.length + (*image.changes ? wanted.length + std::uint64_t{taken.area.length} : 0);
 	}
 
 	void write_one(restored_image &image)
 	{
-		const range wanted = range_of(find_writable(m_place, image.image.partition), image.image);
-		const bytes data = read_image(m_request.folder, image.image);
-		const picture taken = take_picture(m_place, wanted, data, verification::all);
+		const range wanted = range_of(find_writable(place_, image.image.partition), image.image);
+		const bytes data = read_image(request_.folder, image.image);
+		const picture taken = take_picture(place_, wanted, data, verification::all);
 		image.changes = count_changes(taken);
 		if (image.changes == 0u) {
 			image.done = action::unchanged;
 			return;
 		}
-		write_data(m_place, wanted, data, &taken);
+		write_data(place_, wanted, data, &taken);
 		write_outcome compared;
-		check_written(m_place, taken, compared);
+		check_written(place_, taken, compared);
 		if (!compared.equal())
 			throw failure{exit_status::mismatch, "\"" + image.image.partition + "\" does not hold what was written",
 				      "look for errors of the flash in the kernel log, then restore again"};
@@ -147,7 +147,7 @@ private:
 	std::string with(std::initializer_list<action> wanted) const
 	{
 		std::vector<std::string> names;
-		for (const restored_image &image : m_result.images)
+		for (const restored_image &image : result_.images)
 			if (std::ranges::find(wanted, image.done) != wanted.end())
 				names.push_back(image.image.partition);
 		return names.empty() ? "none" : fmt::format("{}", fmt::join(names, ", "));
@@ -159,10 +159,10 @@ private:
 				   with({action::left}));
 	}
 
-	const restore_request &m_request;
-	workplace &m_place;
-	restore_outcome &m_result;
-	std::uint64_t m_ahead = 0; // each is read again, and what changes is written and read back
+	const restore_request &request_;
+	workplace &place_;
+	restore_outcome &result_;
+	std::uint64_t ahead_ = 0; // each is read again, and what changes is written and read back
 };
 
 } // namespace

@@ -64,12 +64,12 @@ console::answer answer_of(std::string line)
 	return line == "y" || line == "yes" ? console::answer::yes : console::answer::no;
 }
 
-volatile std::sig_atomic_t first_signal = 0;
+volatile std::sig_atomic_t g_first_signal = 0;
 
 void remember(int number)
 {
-	if (!first_signal)
-		first_signal = number;
+	if (!g_first_signal)
+		g_first_signal = number;
 }
 
 } // namespace
@@ -87,7 +87,7 @@ bool terminal::errors_are_terminal() const
 void terminal::print(std::string_view text)
 {
 	if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size())
-		m_output_failed = true;
+		output_failed_ = true;
 }
 
 void terminal::complain(std::string_view text)
@@ -98,9 +98,9 @@ void terminal::complain(std::string_view text)
 
 void terminal::show_step(const std::string &text)
 {
-	m_ticker = {};
+	ticker_ = {};
 	if (!text.empty())
-		m_ticker = std::jthread([text](const std::stop_token &stop) { tick(stop, text); });
+		ticker_ = std::jthread([text](const std::stop_token &stop) { tick(stop, text); });
 }
 
 // Standard input may carry the data, so the question goes to the terminal itself where there is one.
@@ -130,7 +130,7 @@ void terminal::hold_signals()
 
 const char *terminal::signal() const
 {
-	switch (first_signal) {
+	switch (g_first_signal) {
 	case 0:
 		return nullptr;
 	case SIGINT:
@@ -164,8 +164,8 @@ std::chrono::microseconds terminal::clock() const
 
 bool terminal::finish()
 {
-	m_output_failed |= std::fflush(stdout) != 0;
-	return !m_output_failed;
+	output_failed_ |= std::fflush(stdout) != 0;
+	return !output_failed_;
 }
 
 bool wants_no_colours()

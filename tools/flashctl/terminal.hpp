@@ -24,8 +24,8 @@ public:
 	const char *signal() const override;
 
 private:
-	std::jthread m_ticker; // redraws the step with the time that it takes
-	bool m_output_failed = false;
+	std::jthread ticker_; // redraws the step with the time that it takes
+	bool output_failed_ = false;
 };
 
 // Whether the environment asks for no colours (NO_COLOR, TERM=dumb).

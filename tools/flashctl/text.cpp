@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "text.hpp"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <sstream>
-
-#include <fmt/format.h>
 
 #include "mtd_words.hpp"
 #include "number.hpp"

@@ -68,7 +68,7 @@ std::string in_front(const std::string &text)
 } // namespace
 
 transfer::transfer(workplace &place, phase what, const range &bytes)
-	: m_place(place), m_phase(what), m_partition(bytes.device.name), m_size(bytes.length), m_begin(place.console.clock())
+	: place_(place), phase_(what), partition_(bytes.device.name), size_(bytes.length), begin_(place.console.clock())
 {
 	if (is_told_as_json())
 		tell_event("begin", 0);
@@ -78,43 +78,43 @@ transfer::transfer(workplace &place, phase what, const range &bytes)
 
 transfer::~transfer()
 {
-	if (m_shown)
-		m_place.console.show_step("");
+	if (shown_)
+		place_.console.show_step("");
 }
 
 void transfer::done()
 {
-	const std::chrono::microseconds taken = m_place.console.clock() - m_begin;
-	work_ahead &work = m_place.work;
-	work.done += m_size;
+	const std::chrono::microseconds taken = place_.console.clock() - begin_;
+	work_ahead &work = place_.work;
+	work.done += size_;
 	work.taken += taken;
 	if (is_told_as_json())
-		tell_event("end", bytes_per_second(m_size, taken));
-	else if (m_in_lines && work.done == work.total)
-		m_place.console.complain("flashctl: " + text_of(work) + "\n");
+		tell_event("end", bytes_per_second(size_, taken));
+	else if (in_lines_ && work.done == work.total)
+		place_.console.complain("flashctl: " + text_of(work) + "\n");
 }
 
 bool transfer::is_told_as_json() const
 {
-	return m_place.options.json && m_place.options.progress;
+	return place_.options.json && place_.options.progress;
 }
 
 void transfer::tell_event(const char *state, std::uint64_t bytes_per_second) const
 {
-	m_place.console.print(
-		json_event({word_of(m_phase), state, m_partition, m_size, m_place.work.done, m_place.work.total, bytes_per_second}));
-	m_place.console.finish();
+	place_.console.print(
+		json_event({word_of(phase_), state, partition_, size_, place_.work.done, place_.work.total, bytes_per_second}));
+	place_.console.finish();
 }
 
 void transfer::tell_person()
 {
-	const std::string text = in_front(text_of(m_place.work)) + text_of(m_phase, m_partition, m_size);
-	m_shown = m_place.console.errors_are_terminal() && !m_place.options.verbose;
-	m_in_lines = !m_shown && (m_place.options.verbose || m_place.options.progress);
-	if (m_shown)
-		m_place.console.show_step(text);
-	if (m_in_lines)
-		m_place.console.complain("flashctl: " + text + "\n");
+	const std::string text = in_front(text_of(place_.work)) + text_of(phase_, partition_, size_);
+	shown_ = place_.console.errors_are_terminal() && !place_.options.verbose;
+	in_lines_ = !shown_ && (place_.options.verbose || place_.options.progress);
+	if (shown_)
+		place_.console.show_step(text);
+	if (in_lines_)
+		place_.console.complain("flashctl: " + text + "\n");
 }
 
 } // namespace flashctl

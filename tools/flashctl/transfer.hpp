@@ -29,13 +29,13 @@ private:
 	void tell_event(const char *state, std::uint64_t bytes_per_second) const;
 	void tell_person();
 
-	workplace &m_place;
-	const phase m_phase;
-	const std::string m_partition;
-	const std::uint32_t m_size;
-	const std::chrono::microseconds m_begin;
-	bool m_shown = false;
-	bool m_in_lines = false;
+	workplace &place_;
+	const phase phase_;
+	const std::string partition_;
+	const std::uint32_t size_;
+	const std::chrono::microseconds begin_;
+	bool shown_ = false;
+	bool in_lines_ = false;
 };
 
 } // namespace flashctl

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "writing.hpp"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cerrno>
-
-#include <fmt/format.h>
 
 #include "failure.hpp"
 #include "number.hpp"

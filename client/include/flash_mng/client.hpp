@@ -51,13 +51,13 @@ public:
 		return partition_name(text);
 	}
 
-	constexpr std::string_view view() const { return m_text; }
-	constexpr const char *c_str() const { return m_text; }
+	constexpr std::string_view view() const { return text_; }
+	constexpr const char *c_str() const { return text_; }
 
 private:
-	constexpr explicit partition_name(std::string_view text) { text.copy(m_text, text.size()); }
+	constexpr explicit partition_name(std::string_view text) { text.copy(text_, text.size()); }
 
-	char m_text[FLASH_MNG_NAME_SIZE] = {};
+	char text_[FLASH_MNG_NAME_SIZE] = {};
 };
 
 // The NAND partition for user data.
@@ -80,19 +80,19 @@ public:
 	// Takes over an open descriptor of the control device.
 	static device adopt(int descriptor) { return device(descriptor); }
 
-	device(device &&other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
+	device(device &&other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
 	device &operator=(device &&other) noexcept
 	{
 		if (this != &other) {
 			close();
-			m_descriptor = std::exchange(other.m_descriptor, -1);
+			descriptor_ = std::exchange(other.descriptor_, -1);
 		}
 		return *this;
 	}
 	~device() { close(); }
 
 	// The descriptor, still owned by the handle; -1 after a move.
-	int descriptor() const { return m_descriptor; }
+	int descriptor() const { return descriptor_; }
 
 	// Reads data.size() bytes of a listed partition. A failed read may have changed part of the buffer.
 	status read(const partition_name &name, byte_offset offset, std::span<std::byte> data) const
@@ -165,17 +165,17 @@ public:
 	}
 
 private:
-	explicit device(int descriptor) : m_descriptor(descriptor) {}
+	explicit device(int descriptor) : descriptor_(descriptor) {}
 
 	void close()
 	{
-		if (m_descriptor >= 0)
-			::close(m_descriptor);
+		if (descriptor_ >= 0)
+			::close(descriptor_);
 	}
 
 	status command(std::uint32_t number, void *record) const
 	{
-		const int answer = ::ioctl(m_descriptor, number, record);
+		const int answer = ::ioctl(descriptor_, number, record);
 		return status::from_ioctl(answer, errno);
 	}
 
@@ -197,7 +197,7 @@ private:
 		return command(number, &record);
 	}
 
-	int m_descriptor;
+	int descriptor_;
 };
 
 } // namespace flash_mng

@@ -39,20 +39,20 @@ public:
 		return result == -1 && error != EPERM ? from_errno(error) : from_code(flash_mng_code(result, error));
 	}
 
-	constexpr bool ok() const { return m_origin == flash_mng::origin::success; }
-	constexpr flash_mng::origin origin() const { return m_origin; }
+	constexpr bool ok() const { return origin_ == flash_mng::origin::success; }
+	constexpr flash_mng::origin origin() const { return origin_; }
 
 	// The module's 32-bit code: FLASH_MNG_OK on success, and also when the module was not reached: look at origin() or ok() first.
-	constexpr std::uint32_t code() const { return m_origin == flash_mng::origin::module ? m_value : FLASH_MNG_OK; }
-	constexpr bool is(std::uint32_t code) const { return m_origin == flash_mng::origin::module && m_value == code; }
+	constexpr std::uint32_t code() const { return origin_ == flash_mng::origin::module ? value_ : FLASH_MNG_OK; }
+	constexpr bool is(std::uint32_t code) const { return origin_ == flash_mng::origin::module && value_ == code; }
 
 	// The kernel's errno; 0 when the kernel did not refuse.
-	constexpr int error() const { return m_origin == flash_mng::origin::system ? static_cast<int>(m_value) : 0; }
+	constexpr int error() const { return origin_ == flash_mng::origin::system ? static_cast<int>(value_) : 0; }
 
 	// One sentence, never nullptr. A literal, except for the kernel's errors, whose text is strerror()'s.
 	const char *meaning() const
 	{
-		switch (m_origin) {
+		switch (origin_) {
 		case flash_mng::origin::success:
 			return find_code(FLASH_MNG_OK)->meaning;
 		case flash_mng::origin::system:
@@ -62,37 +62,37 @@ public:
 		case flash_mng::origin::module:
 			break;
 		}
-		const code_text *const known = find_code(m_value);
+		const code_text *const known = find_code(value_);
 		return known ? known->meaning : "a code of the platform, passed through by the module";
 	}
 
 	friend constexpr bool operator==(const status &, const status &) = default;
 
 private:
-	constexpr status(flash_mng::origin origin, std::uint32_t value) : m_value(value), m_origin(origin) {}
+	constexpr status(flash_mng::origin origin, std::uint32_t value) : value_(value), origin_(origin) {}
 
-	std::uint32_t m_value = 0;
-	flash_mng::origin m_origin = flash_mng::origin::success;
+	std::uint32_t value_ = 0;
+	flash_mng::origin origin_ = flash_mng::origin::success;
 };
 
 // A value, or the reason why there is none.
 template <typename value_type> class [[nodiscard]] result {
 public:
-	constexpr result(value_type value) : m_value(std::move(value)) {}
-	constexpr result(flash_mng::status failure) : m_status(failure) {}
+	constexpr result(value_type value) : value_(std::move(value)) {}
+	constexpr result(flash_mng::status failure) : status_(failure) {}
 
-	constexpr explicit operator bool() const { return m_value.has_value(); }
-	constexpr flash_mng::status status() const { return m_status; }
+	constexpr explicit operator bool() const { return value_.has_value(); }
+	constexpr flash_mng::status status() const { return status_; }
 
 	// Only for a result that has a value.
-	constexpr value_type &operator*() { return *m_value; }
-	constexpr const value_type &operator*() const { return *m_value; }
-	constexpr value_type *operator->() { return &*m_value; }
-	constexpr const value_type *operator->() const { return &*m_value; }
+	constexpr value_type &operator*() { return *value_; }
+	constexpr const value_type &operator*() const { return *value_; }
+	constexpr value_type *operator->() { return &*value_; }
+	constexpr const value_type *operator->() const { return &*value_; }
 
 private:
-	std::optional<value_type> m_value;
-	flash_mng::status m_status;
+	std::optional<value_type> value_;
+	flash_mng::status status_;
 };
 
 } // namespace flash_mng

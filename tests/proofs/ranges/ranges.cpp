@@ -41,9 +41,7 @@ inline void prove(const char *text, bool holds)
 	std::exit(1);
 }
 
-inline void reached(const char *)
-{
-}
+inline void reached(const char *) {}
 
 inline u32 place_in_image(const std::uint8_t *dest, const std::uint8_t *image)
 {
@@ -145,18 +143,18 @@ template <int bits> truth compared(const char *operation, const number<bits> &a,
 using u32 = number<32>;
 using u64 = number<64>;
 
-#define OPERATOR(type, symbol, result, made, operation)                                                                                   \
-	inline result operator symbol(const type &a, const type &b)                                                                       \
-	{                                                                                                                                 \
-		return made(operation, a, b);                                                                                             \
+#define OPERATOR(type, symbol, result, made, operation)                                                                                    \
+	inline result operator symbol(const type &a, const type &b)                                                                        \
+	{                                                                                                                                  \
+		return made(operation, a, b);                                                                                              \
 	}
-#define OPERATORS(type)                                                                                                                   \
-	OPERATOR(type, +, type, combined, "bvadd")                                                                                        \
-	OPERATOR(type, -, type, combined, "bvsub")                                                                                        \
-	OPERATOR(type, <, truth, compared, "bvult")                                                                                       \
-	OPERATOR(type, <=, truth, compared, "bvule")                                                                                      \
-	OPERATOR(type, >, truth, compared, "bvugt")                                                                                       \
-	OPERATOR(type, >=, truth, compared, "bvuge")                                                                                      \
+#define OPERATORS(type)                                                                                                                    \
+	OPERATOR(type, +, type, combined, "bvadd")                                                                                         \
+	OPERATOR(type, -, type, combined, "bvsub")                                                                                         \
+	OPERATOR(type, <, truth, compared, "bvult")                                                                                        \
+	OPERATOR(type, <=, truth, compared, "bvule")                                                                                       \
+	OPERATOR(type, >, truth, compared, "bvugt")                                                                                        \
+	OPERATOR(type, >=, truth, compared, "bvuge")                                                                                       \
 	OPERATOR(type, ==, truth, compared, "=")
 OPERATORS(u32)
 OPERATORS(u64)
