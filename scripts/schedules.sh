@@ -34,7 +34,9 @@ schedules_command() {
 	--replay)
 		at_most 2 schedules "$@"
 		case ${2-} in
-		'' | *[!0-9]* | ???????????????*) usage_error "schedules: --replay needs the number of a schedule, as ./dev schedules prints it" ;;
+		'' | *[!0-9]* | ???????????????*)
+			usage_error "schedules: --replay needs the number of a schedule, as ./dev schedules prints it"
+			;;
 		esac
 		;;
 	*) usage_error "schedules: unknown word '$1'" ;;
@@ -50,7 +52,10 @@ sequences_command() {
 	at_most 1 sequences "$@"
 	sequences_length=${1-4}
 	whole_numbers sequences "$sequences_length"
-	[ "$sequences_length" -ge 1 ] && [ "$sequences_length" -le 8 ] || usage_error "sequences: a length from 1 to 8 is needed"
+	case $sequences_length in
+	[1-8]) ;;
+	*) usage_error "sequences: a length from 1 to 8 is needed" ;;
+	esac
 	hold_clone
 	need_packages "$build_packages" "$host_packages" "$test_packages"
 	build_program_target release sequences

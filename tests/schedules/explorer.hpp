@@ -28,7 +28,8 @@ struct counts {
 
 class explorer {
 public:
-	// begin: puts the board to the start and adds the callers. end: looks at a schedule that is over, deadlocked or broken; false ends all.
+	// begin: puts the board to the start and adds the callers. end: looks at a schedule that is over, deadlocked or broken; false
+	// ends all.
 	explorer(turns &callers, std::function<void()> begin, std::function<bool(std::uint64_t number)> end)
 		: turns_(callers), begin_(std::move(begin)), end_(std::move(end))
 	{

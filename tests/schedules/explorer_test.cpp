@@ -105,11 +105,6 @@ TEST_F(explorer_test, the_reduction_finds_each_end)
 		step(1, true);
 		count = loaded + 1;
 	};
-	const auto begin = [&] {
-		count = 0;
-		step(2, false);
-	};
-	static_cast<void>(begin);
 	struct fresh {
 		static std::string text()
 		{

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// The module is compiled for these schedules with the compiler's own hooks for a thread sanitizer: a call before each access of memory. Here
-// is what they call. The module's sources know nothing of it, and the module of Linux is compiled without them.
+// The module is compiled for these schedules with the compiler's own hooks for a thread sanitizer: a call before each access of memory.
+// Here is what they call. The module's sources know nothing of it, and the module of Linux is compiled without them.
 #include <cstring>
 
 #include "turns.hpp"

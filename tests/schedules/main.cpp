@@ -56,6 +56,8 @@ public:
 
 	void print(const char *what) const
 	{
+		if (!scenes_)
+			return;
 		std::printf("%s: %zu, %" PRIu64 " schedules (%" PRIu64 " more given up as repetitions), the longest %" PRIu64
 			    " steps (%s), %zu violations\n",
 			    what, scenes_, schedules_, given_up_, longest_, longest_name_.c_str(), violations_);

@@ -30,8 +30,8 @@ struct counterexample {
 	std::string text() const;
 };
 
-// Makes all sequences of this length that begin with one of the operations from `first` up to before `end`. Each begins at power-on, with the
-// module loaded; each call's answer is compared, and all that can be seen at the end.
+// Makes all sequences of this length that begin with one of the operations from `first` up to before `end`. Each begins at power-on, with
+// the module loaded; each call's answer is compared, and all that can be seen at the end.
 counterexample try_all(std::size_t length, std::size_t first, std::size_t end, counts &of);
 
 // The sequence that is being made, for who has to say where a rule of the simulation was broken.
