@@ -3,6 +3,7 @@
 #
 # Tests of the gates themselves, a program of its own: each inspection is shown an object or a text with the fault that it exists for, and
 # must find it; and one without, and must be silent. It needs the board's kernel and a configured preset debug.
+# shellcheck disable=SC2030,SC2031 # each test is run apart, with names of its own
 
 set -u
 root=$(CDPATH='' cd -- "$(dirname -- "$0")/../.." && pwd)

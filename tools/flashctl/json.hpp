@@ -21,7 +21,8 @@ struct transfer_event {
 // A line.
 std::string json_event(const transfer_event &event);
 
-// One object and a line end, all of it in one line where that is asked for. Both pointers may be nullptr, and both may be given: a comparison that came out badly has a result.
+// One object and a line end, all of it in one line where that is asked for. Both pointers may be nullptr, and both may be given: a
+// comparison that came out badly has a result.
 std::string json_report(const std::string &command, const outcome *found, const failure *wrong, bool one_line = false);
 
 } // namespace flashctl
