@@ -24,7 +24,7 @@ bool is_code_type(const std::string &type)
 
 bool is_other_type(const std::string &type)
 {
-	static const std::regex pattern("void|bool|u64|.*[*&]|mtd_device|.*::");
+	static const std::regex pattern("void|bool|u64|.*[*&]|mtd_device|list_of<\\w+>|.*::");
 	return std::regex_match(type, pattern);
 }
 

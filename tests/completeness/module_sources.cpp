@@ -40,7 +40,8 @@ std::string joined_literals(const std::string &literals)
 std::vector<function> functions_of(const std::string &text)
 {
 	static const std::regex definition("\n(\\S[^\n;]*(?:\n[ \t]+[^\n;]+)?)\n\\{\n((?:[^}\n][^\n]*\n|\n)*)\\}");
-	static const std::regex typed_name("^(?:constexpr |inline |static |const )*([\\w:<>]+(?: ?[*&]+)?(?: const)?)\\s*\\b(\\w+)\\(");
+	static const std::regex typed_name(
+		"^(?:constexpr |inline |static |const |[A-Z_]+ )*([\\w:<>]+(?: ?[*&]+)?(?: const)?)\\s*\\b(\\w+)\\(");
 	std::vector<function> functions;
 
 	for (const std::smatch &match : matches(text, definition)) {
