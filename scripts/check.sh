@@ -569,6 +569,7 @@ check_sources() {
 	check manuals "manual pages: mandoc, $(our_files 'docs/man/*' | wc -l) pages" nothing_in manual_findings $(our_files 'docs/man/*')
 	check site "documents as a site: every link leads somewhere" make_site
 	check lab "job for LAVA, by its schema" lab_job_valid packages/lab/lava-qemu.yaml
+	check promises "each promise has what supports it" nothing_in verification_findings
 	check litmus "litmus tests and the module name the same lines" nothing_in litmus_differences
 	check licence "licence line on top of every source" nothing_in files_without_licence
 	check copyright "copyright and licence of every file: reuse lint" licences_stand

@@ -110,8 +110,8 @@ read_sources() {
 	make -C "$kernel_dir" M="$read_folder" $kernel_make_arguments -j"$jobs" $(printf '%s.i ' "$@") || return 1
 	for read_source in "$@"; do
 		[ -z "$(find "$read_folder/$read_source.i" -newer "$read_folder/$read_source.gb" 2>&1)" ] ||
-			newer "$cbmc_files/usr/bin/goto-cc" -funsigned-char -c -o "$read_folder/$read_source.gb" "$read_folder/$read_source.i" ||
-			return 1
+			newer "$cbmc_files/usr/bin/goto-cc" -funsigned-char -c -o "$read_folder/$read_source.gb" \
+				"$read_folder/$read_source.i" || return 1
 	done
 }
 
@@ -257,7 +257,8 @@ test_proofs() {
 
 read_proved_sources() {
 	# shellcheck disable=SC2046 # names without blanks
-	stage_proofs "$build_dir/proofs" && read_sources "$build_dir/proofs" $(listed proofs.list | awk -F ' [|] ' '!seen[$2]++ { print $2 }')
+	stage_proofs "$build_dir/proofs" &&
+		read_sources "$build_dir/proofs" $(listed proofs.list | awk -F ' [|] ' '!seen[$2]++ { print $2 }')
 }
 
 test_mutations() {

@@ -5,8 +5,8 @@
  *
  *   reproducer DEVICE [ROUNDS]
  *
- * Each round makes two partitions of the device, opens the block device of the second and removes that partition. Then one thread closes the
- * block device while another one removes the first partition.
+ * Each round makes two partitions of the device, opens the block device of the second and removes that partition. Then one thread closes
+ * the block device while another one removes the first partition.
  */
 #include <fcntl.h>
 #include <linux/blkpg.h>

@@ -40,6 +40,8 @@ clone=$root
 . "$root/scripts/fuzz.sh"
 # shellcheck source=scripts/test.sh
 . "$root/scripts/test.sh"
+# shellcheck source=scripts/verification.sh
+. "$root/scripts/verification.sh"
 # shellcheck source=scripts/mcdc.sh
 . "$root/scripts/mcdc.sh"
 
@@ -332,6 +334,45 @@ test_litmus_gate() {
 	sed -i 's/RELEASE/RELAXED/' "$root/flash_mng_kernel/spi/probe.cpp"
 	finds 'no longer in the module: spi/probe.cpp: __atomic_store_n(&known, 1, __ATOMIC_RELEASE);' litmus_differences
 	finds 'named by no litmus test: spi/probe.cpp: __atomic_store_n(&known, 1, __ATOMIC_RELAXED);' litmus_differences
+}
+
+# verification_clone: one promise, with one of each kind that supports it.
+verification_clone() {
+	root=$gate_dir/verification
+	build_dir=$gate_dir
+	rm -rf "$root"
+	mkdir -p "$root/docs" "$root/tests/memory_model" "$root/tests/proofs/ranges" "$root/simulation" "$gate_dir/results"
+	printf '## Promises\n\n| Promise | Tried by |\n|---|---|\n| Nothing is lost, ever | us |\n\n### More\n' >"$root/docs/reliability.md"
+	printf 'TEST_F(probe, holds)\n' >"$root/tests/probe.cpp"
+	printf '  probe            a command\n' >"$root/dev"
+	: >"$root/tests/memory_model/probe.litmus"
+	printf 'probe | probe | proof_probe | 2 | one byte\n' >"$root/tests/proofs/proofs.list"
+	printf 'inline void probe_holds(u32 a)\n' >"$root/tests/proofs/ranges/properties.inc"
+	printf '%s\n' 'promise | docs/reliability.md | Nothing is lost' 'case | probe | a' 'case | probe.holds | b' 'command | probe | c' \
+		'litmus | probe | d' 'proof | probe | e' 'ranges | probe_holds | f' 'suite | conformance_host | g' \
+		'board | board-suite | h' 'open | all else' >"$root/docs/verification.list"
+	verification_text >"$root/docs/verification.md"
+}
+
+test_verification_gate() {
+	verification_clone
+	silent verification_findings
+	for missing_support in 'case | gone' 'case | probe.gone' 'command | gone' 'litmus | gone' 'proof | gone' 'ranges | gone' \
+		'suite | gone' 'board | gone'; do
+		verification_clone
+		echo "$missing_support | x" >>"$root/docs/verification.list"
+		finds "$(echo "$missing_support" | sed 's/ |//') is named in docs/verification.list and not there" verification_findings
+	done
+	verification_clone
+	sed -i 's/ is lost/ is kept/' "$root/docs/reliability.md"
+	finds 'docs/reliability.md does not say: Nothing is lost' verification_findings
+	finds 'promises what the list does not have: Nothing is kept, ever' verification_findings
+	verification_clone
+	: >"$root/tests/memory_model/other.litmus"
+	finds 'litmus other supports no promise' verification_findings
+	verification_clone
+	echo more >>"$root/docs/verification.md"
+	finds 'docs/verification.md is not what its list makes' verification_findings
 }
 
 test_console_gate() {
@@ -1040,6 +1081,7 @@ apart test_checks
 apart test_other_kernels
 apart test_list_gates
 apart test_litmus_gate
+apart test_verification_gate
 apart test_console_gate
 apart test_shim_gate
 apart test_report_sums

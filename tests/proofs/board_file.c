@@ -25,6 +25,14 @@ static u32 number_at(u32 offset)
 	return g_file[offset] | g_file[offset + 1] << 8 | g_file[offset + 2] << 16 | (u32)g_file[offset + 3] << 24;
 }
 
+/* tree_states() - the length that the tree states, its second number, which has the largest byte first. */
+static u32 tree_states(void)
+{
+	const u8 *number = g_file + BOARD_FILE_HEADER_SIZE + 4;
+
+	return (u32)number[0] << 24 | number[1] << 16 | number[2] << 8 | number[3];
+}
+
 void proof_file(void)
 {
 	u8 all[MOST];
@@ -37,13 +45,13 @@ void proof_file(void)
 	g_checksum = nondet_u32();
 	if (fault_of(g_file, g_size))
 		return;
-	proved(g_size >= BOARD_FILE_HEADER_SIZE + sizeof(struct fdt_header), "a good file has both headers");
+	proved(g_size >= BOARD_FILE_HEADER_SIZE + TREE_HEADER_SIZE, "a good file has both headers");
 	for (i = 0; i < BOARD_FILE_MAGIC_SIZE; i++)
 		proved(g_file[i] == BOARD_FILE_MAGIC[i], "a good file has the magic");
 	proved(number_at(BOARD_FILE_AT_VERSION) == BOARD_FILE_VERSION, "a good file is of this version");
 	proved(number_at(BOARD_FILE_AT_LENGTH) == g_size, "a good file has the length it states");
 	proved(number_at(BOARD_FILE_AT_CHECKSUM) == g_checksum, "a good file has the checksum it states");
-	proved(fdt_totalsize(g_file + BOARD_FILE_HEADER_SIZE) == g_size - BOARD_FILE_HEADER_SIZE, "the tree fills the rest");
+	proved(tree_states() == g_size - BOARD_FILE_HEADER_SIZE, "the tree fills the rest");
 }
 
 static bool is_name_character(char c)

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only */
 /*
- * What the compiler and Linux's assembler have bodies for, byte by byte, so that CBMC looks at each byte that is read or written. Behind the
- * source that a proof is about.
+ * What Linux has in assembler, byte by byte, so that CBMC looks at each byte that is read or written. Behind the source that a proof is
+ * about.
  */
 #ifndef PROOFS_BODIES_H
 #define PROOFS_BODIES_H
