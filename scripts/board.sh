@@ -43,7 +43,16 @@ copy_modules() {
 	for folder in "$@"; do
 		find "$stage_dir/$folder" -name '*.ko' -exec cp {} "$initramfs_root/lib/modules/" \; || return 1
 	done
-	cp "$kernel_dir/drivers/mtd/nand/raw/nandsim.ko" "$kernel_dir/drivers/mtd/devices/mtdram.ko" "$initramfs_root/lib/modules/"
+	copy_linux_modules
+}
+
+# copy_linux_modules: those of the kernel itself; one of Debian (scripts/matrix.sh) has others.
+copy_linux_modules() {
+	if [ -n "${stock_files-}" ]; then
+		copy_stock_modules
+	else
+		cp "$kernel_dir/drivers/mtd/nand/raw/nandsim.ko" "$kernel_dir/drivers/mtd/devices/mtdram.ko" "$initramfs_root/lib/modules/"
+	fi
 }
 
 # The programs that are on the board: those that the machine's preset installs below bin/, tests/ and demo/.

@@ -1029,6 +1029,10 @@ test_usage() {
 	refuses fuzz 1 foo
 	refuses fuzz 1 2 3
 	refuses twin 1 2
+	refuses matrix foo
+	refuses matrix ''
+	refuses matrix 6
+	refuses matrix 5.10 6.1
 	refuses torture 1 foo
 	refuses torture 1 2 foo
 	refuses torture 1 2 3 4

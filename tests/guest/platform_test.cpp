@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "harness.hpp"
 #include "lab_device.hpp"
 
 namespace {
@@ -28,6 +29,11 @@ void run_group(const std::string &group)
 	ASSERT_EQ(error, 0) << guest::kernel_messages("platform_check: ");
 	EXPECT_EQ(guest::remove_module("platform_check"), 0);
 }
+
+// Debian's kernels have none.
+#define SKIP_WITHOUT_NANDSIM()                                                                                                             \
+	if (!guest::file_exists(guest::module_file("nandsim")))                                                                            \
+	GTEST_SKIP() << "this kernel has no simulated NAND flash (CONFIG_MTD_NAND_NANDSIM)"
 
 // Simulated NAND flash for the time of a test.
 class simulated_nand {
@@ -74,23 +80,28 @@ TEST_F(platform, instances_and_hardware_locks)
 
 TEST_F(platform, flash_buffer_skips_bad_blocks)
 {
+	SKIP_WITHOUT_NANDSIM();
 	simulated_nand nand;
 	run_group("good_flash");
 }
 
 TEST_F(platform, flash_buffer_reports_worn_flash)
 {
+	SKIP_WITHOUT_NANDSIM();
 	simulated_nand nand("gravepages=2691:1 weakblocks=44:1 weakpages=2880:1");
 	run_group("worn_flash");
 }
 
 TEST_F(platform, flash_buffer_judges_each_answer_of_mtd)
 {
+	// The device of these checks corrects bits of pages that it read in part, at which newer Linux wonders.
+	const harness::expected_report report("drivers/mtd/mtdcore.c:");
 	run_group("flash_answers");
 }
 
 TEST_F(platform, flash_buffer_accepts_corrected_bits)
 {
+	SKIP_WITHOUT_NANDSIM();
 	simulated_nand nand("bitflips=1");
 	run_group("flipping_flash");
 }

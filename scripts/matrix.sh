@@ -1,0 +1,158 @@
+# SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
+# shellcheck shell=sh
+#
+# ./dev matrix: the suite on each kernel that flash_mng is made for. 5.10 is the board's own, configured here; the others are Debian's
+# binary kernels as they come, with modules built against their header packages.
+
+# What Debian has in modules and the board needs before anything else: its reports' ports, and MTD.
+stock_first_modules="virtio_mmio virtio_console mtd mtdblock"
+
+# use_stock KERNEL: as use_kernel and use_stage, for Debian's kernel. Sets stock_image, and stock_files, the folder with its modules.
+use_stock() {
+	use_headers_stage "$1"
+	fetch_package "$headers_suite" arm64 "linux-image-$headers_release"
+	stock_files=$package_files/files
+	stock_image=$(find "$stock_files" -name "vmlinuz-$headers_release")
+	[ -z "$stock_image" ] || return 0
+	# Newer releases have the image and the modules in packages of their own.
+	fetch_package "$headers_suite" arm64 "linux-binary-$headers_release"
+	stock_image=$(find "$package_files/files" -name 'vmlinuz*' -type f)
+	fetch_package "$headers_suite" arm64 "linux-modules-$headers_release"
+	stock_files=$package_files/files
+}
+
+# copy_stock_modules: of Debian's modules those that are needed first, with what they need, and the order in which they load. What is no
+# module of this kernel is part of it.
+copy_stock_modules() {
+	stock_root=$initramfs_root.linux
+	stock_modules=$stock_root/lib/modules/$headers_release
+	rm -rf "$stock_root"
+	mkdir -p "$stock_modules/kernel/drivers"
+	stock_drivers=$(find "$stock_files" -type d -path "*/lib/modules/$headers_release/kernel/drivers")
+	cp -R "$stock_drivers/mtd" "$stock_drivers/virtio" "$stock_drivers/char" "$stock_modules/kernel/drivers" || return 1
+	find "$stock_root" -name '*.ko.xz' -exec xz -d {} + && depmod -b "$stock_root" "$headers_release" || return 1
+	for stock_module in $stock_first_modules; do
+		[ -z "$(find "$stock_root" -name "$stock_module.ko")" ] ||
+			modprobe -d "$stock_root" -S "$headers_release" --show-depends "$stock_module" || return 1
+	done | awk '$1 == "insmod" && !seen[$2]++ { print $2 }' >"$stock_root/first"
+	: >"$initramfs_root/lib/modules/first"
+	while IFS= read -r stock_module; do
+		cp "$stock_module" "$initramfs_root/lib/modules/" || return 1
+		basename "$stock_module" .ko >>"$initramfs_root/lib/modules/first"
+	done <"$stock_root/first"
+}
+
+build_stock() {
+	use_stock "$1"
+	run_step "build the modules for Debian's $headers_release" "modules_stock_$1" make_headers_modules
+	use_busybox
+	name_initramfs "stock-$1" full
+	run_step "build the initramfs for it" "initramfs_stock_$1" make_initramfs full
+}
+
+# run_stock KERNEL FOLDER TASK OPTION...: the task's status. The lab follows calls of modules that are near the kernel, where they are
+# without a random layout.
+run_stock() {
+	use_stock "$1"
+	name_initramfs "stock-$1" full
+	stock_output=$2
+	stock_task=$3
+	shift 3
+	"$root/board/run" --machine "$machine" --kernel "$stock_image" --initramfs "$initramfs" \
+		--task "$stock_task" --output "$stock_output" "$@" --append "nokaslr maxcpus=1"
+}
+
+# run_own FOLDER TASK OPTION...: the same on the board's own kernel.
+run_own() {
+	own_output=$1
+	own_task=$2
+	shift 2
+	run_board board full "$own_task" --output "$own_output" "$@" --append maxcpus=1
+}
+
+# ---- the table
+
+matrix_page=$root/docs/kernels.md
+matrix_limit=3600 # seconds of processor time of a task
+
+# matrix_row KERNEL: where its result goes.
+matrix_row() {
+	echo "$build_dir/results/matrix-$1"
+}
+
+# skip_reasons REPORT: the reasons of skipped cases with their counts, the most frequent first.
+skip_reasons() {
+	sed -n 's/.*<skipped message="\([^"]*\)".*/\1/p' "$1" | sed "s/.*&#x0A;//; s/&apos;/'/g; s/|/,/g" | sort | uniq -c |
+		sort -rn | sed 's/^ *\([0-9]*\) \(.*\)/\1: \2/' | paste -s -d ';' - | sed 's/;/; /g'
+}
+
+# run_row KERNEL NAME COMPILER COMMAND...: runs the suite and the load cycles by the command; leaves the row of the table. A report of the
+# kernel, and cycles that failed, are failures too.
+run_row() {
+	row_begin="| $1 | $2 | $3"
+	row_file=$(matrix_row "$1")
+	row_folder=$build_dir/board/matrix-$1
+	row_title="Linux $1"
+	shift 3
+	row_failed=0
+	try_step "suite on $row_title" "matrix_suite" "$@" "$row_folder" suite --time-limit "$matrix_limit" || true
+	try_step "load cycles on $row_title" "matrix_cycles" "$@" "$row_folder-cycles" cycles --time-limit "$matrix_limit" || row_failed=1
+	row_report=$row_folder/results/conformance.xml
+	if [ ! -s "$row_report" ]; then
+		echo "$row_begin | – | – | the suite did not come to its end |" >"$row_file"
+		return 1
+	fi
+	for row_console in "$row_folder" "$row_folder-cycles"; do
+		row_failed=$((row_failed + $(awk -f "$root/scripts/console_reports.awk" "$row_console/console.log" | wc -l)))
+	done
+	# shellcheck disable=SC2046 # three numbers
+	set -- $(awk -f "$root/scripts/results.awk" "$row_report" | head -n 1)
+	row_failed=$((row_failed + $2))
+	echo "$row_begin | $1 | $row_failed | $3$([ "$3" -eq 0 ] || echo "; $(skip_reasons "$row_report")") |" >"$row_file"
+	[ "$row_failed" -eq 0 ]
+}
+
+# keep_row KERNEL: in the page, in place of that kernel's.
+keep_row() {
+	awk -v kernel="$1" -v row="$(cat "$(matrix_row "$1")")" '
+		index($0, "| " kernel " |") == 1 { print row; next }
+		{ print }' "$matrix_page" >"$build_dir/results/page" && cp "$build_dir/results/page" "$matrix_page"
+}
+
+# matrix_kernel KERNEL: in a subshell, as each kernel has tools of its own.
+matrix_kernel() (
+	if [ "$1" = "$(supported_kernels | head -n 1)" ]; then
+		build_kernel board
+		build_modules board
+		build_lab board
+		build_initramfs board full
+		run_row "$1" "$(make -s -C "$kernel_source" kernelversion), the board's" "gcc $(aarch64-linux-gnu-gcc -dumpversion)" run_own
+	elif headers_fetched "$1"; then
+		build_stock "$1"
+		run_row "$1" "Debian's $headers_release" "gcc $headers_compiler" run_stock "$1"
+	else
+		echo "| $1 | Debian's | – | – | – | not run: $(why_no_headers "$1") |" >"$(matrix_row "$1")"
+	fi
+)
+
+# matrix_command [KERNEL]: all of them, or that one.
+matrix_command() {
+	at_most 1 matrix "$@"
+	[ $# -eq 0 ] || supported_kernels | grep -qxF -- "$1" ||
+		usage_error "matrix: '$1' is not among the kernels of flash_mng_kernel/KERNELS"
+	hold_clone
+	need_packages "$build_packages" "$host_packages" "$check_packages"
+	say "A kernel takes 10 to 20 minutes on two cores, and its packages up to 900 MiB of $cache_dir, once."
+	build_program_target debug flash-board
+	build_program_target debug agreement_boards
+	build_program_preset guest
+	mkdir -p "$build_dir/results"
+	matrix_result=0
+	for matrix_each in ${1:-$(supported_kernels)}; do
+		rm -f "$(matrix_row "$matrix_each")"
+		matrix_kernel "$matrix_each" || matrix_result=1
+		[ ! -s "$(matrix_row "$matrix_each")" ] || keep_row "$matrix_each"
+	done
+	grep '^| ' "$matrix_page" | grep -vE '^\| (-|[A-Z][a-z]+ into)'
+	return "$matrix_result"
+}
