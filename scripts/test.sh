@@ -148,6 +148,7 @@ run_lane_2() {
 	run_task debug-suite-2 debug full suite "$suite_time_limit" "GTEST_TOTAL_SHARDS=2 GTEST_SHARD_INDEX=1 maxcpus=1"
 	run_task board-cycles board full cycles "$short_time_limit"
 	run_task board-foreign board full foreign "$short_time_limit"
+	run_task board-modprobe board modprobe modprobe "$short_time_limit"
 	run_task debug-fuzz debug fuzz fuzz "$short_time_limit" "$(fuzz_parameters "$short_fuzz_seconds" 1)"
 }
 
@@ -203,7 +204,7 @@ shims_ran() {
 		}' "$@"
 }
 
-board_runs="board-suite debug-suite-1 debug-suite-2 board-cycles board-foreign debug-cycles debug-leftovers
+board_runs="board-suite debug-suite-1 debug-suite-2 board-cycles board-foreign board-modprobe debug-cycles debug-leftovers
 	debug-concurrency debug-fuzz"
 
 test_board() {
@@ -216,6 +217,7 @@ test_board() {
 		build_initramfs "$test_flavour" full
 	done
 	build_fuzz_board
+	build_modprobe_board
 	announce board-full
 	announce debug-full
 	for test_run in $board_runs; do
