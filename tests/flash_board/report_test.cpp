@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "common/printable.hpp"
 #include "fixtures.hpp"
 #include "golden.hpp"
 #include "report.hpp"
@@ -43,7 +44,7 @@ TEST(report, as_json_says_the_same_as_the_text_for_every_fixture)
 				std::to_string(finding["column"].get<int>()) + ": " + finding["severity"].get<std::string>() + ": " +
 				finding["message"].get<std::string>() + " [" + finding["rule"].get<std::string>() + "]\n\t" +
 				finding["hint"].get<std::string>() + "\n";
-		EXPECT_TRUE(as_text(board.from, board.found).starts_with(text)) << one.name;
+		EXPECT_TRUE(as_text(board.from, board.found).starts_with(tools::printable_lines(text))) << one.name;
 		EXPECT_EQ(all["findings"].size(), board.found.size());
 	}
 }
@@ -102,6 +103,18 @@ TEST(report, of_text_that_is_not_utf_8_is_still_json)
 
 	EXPECT_TRUE(json::accept(as_json(board.from, board.found)));
 	EXPECT_TRUE(json::accept(as_sarif(board.from, board.found, "1")));
+}
+
+// The description may be anybody's.
+TEST(report, has_no_characters_that_steer_a_terminal)
+{
+	const std::string text = "<board name='b'><instance id='0xffffffff'><module name='flash_mng'><node name='mtd_info'>"
+				 "<entry name='\xc2\x9b' mtd_name='&#27;[2K' avail_size='1'/></node></module></instance></board>";
+	const flash_board::source from(text, "b.xml");
+	const auto report = as_text(from, flash_board::check(from, nullptr));
+
+	EXPECT_EQ(report.find('\033'), report.npos) << report;
+	EXPECT_EQ(report.find("\xc2\x9b"), report.npos) << report;
 }
 
 TEST(report, says_when_there_is_nothing)

@@ -174,6 +174,14 @@ TEST_F(backups, show_on_a_terminal_how_far_they_are)
 							   "62 % of 64 KiB, 666.7 KiB/s: verifying 24 KiB of usrdata", ""}));
 }
 
+TEST_F(backups, show_names_without_characters_that_steer_a_terminal)
+{
+	flash.part("config").device.name = "\x1b[2K\r";
+	console.errors_terminal = true;
+	ASSERT_EQ(back_up(), 0);
+	EXPECT_EQ(console.steps.at(0), "0 % of 64 KiB: reading 8 KiB of \\x1b[2K\\x0d");
+}
+
 // ---- restore
 
 struct restores : backups {
@@ -229,6 +237,19 @@ TEST_F(restores, ask_once)
 	EXPECT_EQ(console.questions.size(), 1u);
 }
 
+// A backup of somebody else may call itself what it likes.
+TEST_F(restores, ask_without_characters_that_steer_a_terminal)
+{
+	json manifest = json::parse(folder.content("b/manifest.json"));
+	manifest["time"] = "\x1b[2K\rGo on";
+	const std::string text = manifest.dump();
+	folder.write("b/manifest.json", text);
+	folder.write("b/SHA256SUMS", folder.content("b/SHA256SUMS") + flashctl::sha256(data_of(text)) + "  manifest.json\n");
+	console.errors_terminal = true;
+	EXPECT_EQ(restore(), 0) << console.err;
+	EXPECT_TRUE(has(console.questions.at(0), "\\x1b[2K\\x0dGo on")) << console.questions[0];
+}
+
 TEST_F(restores, refuse_a_changed_image)
 {
 	std::string image = folder.content("b/mtd2-usrdata.img");
@@ -275,7 +296,9 @@ TEST_F(restores, refuse_a_manifest_that_means_nothing)
 	     {std::string("{"), std::string("[]"), std::string("{}"), changed("/format", 2), changed("/images/0/size", -1),
 	      changed("/images/0/size", 0), changed("/images/0/size", 4294967296), changed("/images/0/file", "../x"),
 	      changed("/images/0/file", ""), changed("/images/0/partition", 1), changed("/images/0/partition", "usrdata"),
-	      changed("/images/0/sha256", std::string(64, '0')), changed("/images", "no")}) {
+	      changed("/images/0/sha256", std::string(64, '0')), changed("/images", "no"), changed("/images", json::array()),
+	      changed("/images/0/size", 8192.5), changed("/images/0/usable", -1), changed("/images/0/usable", 1e300),
+	      changed("/images/0/usable", 4294967296), changed("/format", "1")}) {
 		with(manifest);
 		EXPECT_EQ(restore("--yes"), 1) << manifest;
 		EXPECT_TRUE(is_as_damaged()) << manifest;

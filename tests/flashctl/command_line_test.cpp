@@ -178,6 +178,8 @@ INSTANTIATE_TEST_SUITE_P(
 			refused_line{{"explain", "NO_BUFER"}, "neither a number", "did you mean \"NO_BUFFER\"?"},
 			refused_line{{"explain", "0x1811B04AA"}, "neither a number", ""},
 			refused_line{{"list", "-q", "--progress"}, "exclude each other", ""},
+			refused_line{{"write", "usrdata", "-", "--dry-run=0"}, "--dry-run takes no value", ""},
+			refused_line{{"write", "usrdata", "-", "--yes=no"}, "--yes takes no value", ""},
 			refused_line{{"list", "-q", "-v"}, "exclude each other", ""}));
 
 } // namespace

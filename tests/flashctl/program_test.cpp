@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <regex>
 
 #include "bytes.hpp"
 #include "scratch.hpp"
@@ -174,6 +175,21 @@ TEST_F(programs, show_progress_of_long_work_on_a_terminal_and_wipe_it)
 	EXPECT_TRUE(has(program.output, " s\r\033[K")) << program.output;
 	EXPECT_FALSE(has(shell("printf World | FLASHCTL_FAKE_DELAY=600 flashctl write usrdata -").output, "..."));
 	EXPECT_FALSE(has(on_terminal("flashctl read usrdata --hex", "").output, "reading")) << "short work";
+}
+
+// A line that wraps is not wiped.
+TEST_F(programs, show_progress_within_the_width_of_the_terminal)
+{
+	const ended program =
+		on_terminal("stty cols 30; printf Hello | FLASHCTL_FAKE_DELAY=600 flashctl write usrdata - --yes --quiet; "
+			    "stty cols 5; FLASHCTL_FAKE_DELAY=600 flashctl verify usrdata --length 5 --sha256 $(printf Hello | sha256sum | "
+			    "cut -c -64); stty cols 30; FLASHCTL_FAKE_DELAY=600 flashctl read usrdata -o /dev/null",
+			    "");
+	std::size_t drawn = 0;
+	for (std::size_t at = 0; (at = program.output.find("\r\033[K", at)) != std::string::npos; at += 4, ++drawn)
+		EXPECT_FALSE(std::regex_search(program.output.substr(at + 4, 60), std::regex("^[^\r\n]{28,} s\r"))) << program.output;
+	EXPECT_GT(drawn, 2u) << program.output;
+	EXPECT_TRUE(has(program.output, "\r\033[K0 % of 32 KiB: readin ... 0 s")) << program.output;
 }
 
 TEST_F(programs, ask_on_the_terminal_when_the_data_comes_in_a_pipe)

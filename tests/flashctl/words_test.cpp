@@ -186,9 +186,4 @@ TEST(mtd_words, types_and_flags)
 	EXPECT_TRUE(mtd_flag_names(0).empty());
 }
 
-TEST(names, do_not_steer_the_terminal)
-{
-	EXPECT_EQ(printable("a\033[31mb\n"), "a\\x1b[31mb\\x0a");
-}
-
 } // namespace

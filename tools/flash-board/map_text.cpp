@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "common/printable.hpp"
 #include "map.hpp"
 
 namespace flash_board {
@@ -83,7 +84,7 @@ std::string as_text(const board_map &map)
 		for (const auto &bar : group.bars)
 			text += bar_lines(bar);
 	}
-	return text + "\n# section or SPI partition   = usable   . free   X more than one   ? not known\n";
+	return tools::printable_lines(text + "\n# section or SPI partition   = usable   . free   X more than one   ? not known\n");
 }
 
 } // namespace flash_board

@@ -5,6 +5,8 @@
 
 #include <array>
 
+#include "common/printable.hpp"
+
 namespace flash_board {
 namespace {
 
@@ -109,7 +111,7 @@ std::string as_text(const source &from, const findings &all)
 			std::string(name_of(one.broken->level)) + ": " + one.message + " [" + std::string(one.broken->id) + "]\n\t" +
 			one.hint + "\n";
 	}
-	return text + from.file_name() + ": " + total(all) + "\n";
+	return tools::printable_lines(text + from.file_name() + ": " + total(all) + "\n");
 }
 
 std::string as_json(const source &from, const findings &all)

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 
+#include "common/printable.hpp"
 #include "number.hpp"
 #include "simulate.hpp"
 
@@ -134,8 +135,8 @@ std::string as_text(const simulation_result &result)
 		text += section_table(result) + partition_table(result) +
 			"\nuser data partition: " + (result.user_data_partition.empty() ? "none" : result.user_data_partition) + "\n" +
 			spi_flash_table(result) + map_table(result);
-	return text + message_list("messages of the load", result.load_messages) +
-	       message_list("messages of the searches for SPI flashes", result.search_messages);
+	return tools::printable_lines(text + message_list("messages of the load", result.load_messages) +
+				      message_list("messages of the searches for SPI flashes", result.search_messages));
 }
 
 std::string as_json(const simulation_result &result)

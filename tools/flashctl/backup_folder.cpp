@@ -87,14 +87,20 @@ bool is_plain_name(const std::string &file)
 	return !file.empty() && file.front() != '.' && file.find('/') == std::string::npos && file.find('\0') == std::string::npos;
 }
 
+// Nothing for what is not a whole number of 32 bits.
+std::optional<std::uint32_t> count_in(const nlohmann::json &value)
+{
+	if (!value.is_number_unsigned() || value.get<std::uint64_t>() > UINT32_MAX)
+		return std::nullopt;
+	return value.get<std::uint32_t>();
+}
+
 backup_image image_of(const nlohmann::json &row)
 {
-	const auto size = row.at("size").get<std::uint64_t>();
-	backup_image image = {row.at("partition").get<std::string>(), row.at("file").get<std::string>(), static_cast<std::uint32_t>(size),
-			      std::nullopt, row.at("sha256").get<std::string>()};
-	if (!row.at("usable").is_null())
-		image.usable = row.at("usable").get<std::uint32_t>();
-	if (size == 0 || size > UINT32_MAX || !is_plain_name(image.file))
+	const auto size = count_in(row.at("size")), usable = count_in(row.at("usable"));
+	backup_image image = {row.at("partition").get<std::string>(), row.at("file").get<std::string>(), size.value_or(0), usable,
+			      row.at("sha256").get<std::string>()};
+	if (image.size == 0 || !is_plain_name(image.file) || (!usable && !row.at("usable").is_null()))
 		throw broken("\"" + image.partition + "\" of the manifest has no size or no file name that a backup can have");
 	return image;
 }
@@ -102,7 +108,7 @@ backup_image image_of(const nlohmann::json &row)
 backup_contents contents_of(const std::string &manifest)
 {
 	const auto read = nlohmann::json::parse(manifest);
-	if (read.at("format").get<int>() != format)
+	if (read.at("format") != format)
 		throw broken("the manifest has a format that this flashctl does not know");
 	backup_contents contents = {read.at("time").get<std::string>(), {}};
 	for (const auto &row : read.at("images")) {
@@ -111,6 +117,8 @@ backup_contents contents_of(const std::string &manifest)
 			throw broken("the manifest has \"" + image.partition + "\" twice");
 		contents.images.push_back(std::move(image));
 	}
+	if (contents.images.empty())
+		throw broken("the manifest has no image");
 	return contents;
 }
 

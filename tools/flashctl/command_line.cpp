@@ -75,6 +75,7 @@ private:
 
 parser::parser()
 {
+	app_.option_defaults()->disable_flag_override(); // --dry-run=0 is no way to write
 	app_.get_formatter()->column_width(30);
 	app_.get_formatter()->label("REQUIRED", "");
 	app_.get_formatter()->label("SUBCOMMAND", "COMMAND");
@@ -342,6 +343,9 @@ void parser::refuse(const CLI::ParseError &error) const
 	const std::vector<std::string> extras = app_.remaining(true);
 	if (!extras.empty())
 		refuse_extra(selected.empty() ? nullptr : selected.back(), extras.front());
+	const std::string said = error.what();
+	if (const std::size_t end = said.find(" was given a disallowed flag override"); end != said.npos)
+		throw usage_failure("--" + said.substr(0, end) + " takes no value", "leave out the option where it is not wanted");
 	if (selected.empty() && error.get_name() == "RequiredError")
 		throw usage_failure("a command is missing", where_help_is());
 	throw usage_failure(error.what(), where_help_is());

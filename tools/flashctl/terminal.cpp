@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "terminal.hpp"
 
+#include <fmt/format.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -27,6 +29,25 @@ struct closer {
 	void operator()(std::FILE *file) const { std::fclose(file); }
 };
 
+// Columns of the terminal behind standard error; a longer line could not be wiped.
+std::size_t columns()
+{
+	winsize size = {};
+	return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col ? size.ws_col : 80;
+}
+
+// As much of it as fits before the ending; a letter of several bytes stays whole.
+std::string fitting(const std::string &text, const std::string &ending)
+{
+	const std::size_t room = columns() - std::min(columns(), ending.size() + 1);
+	if (text.size() <= room)
+		return text + ending;
+	std::size_t end = room;
+	while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0) == 0x80)
+		--end;
+	return text.substr(0, end) + ending;
+}
+
 // Draws "text ... 3 s" every quarter of a second, from the first quarter on, until it is stopped, and wipes it then.
 void tick(const std::stop_token &stop, const std::string &text)
 {
@@ -38,7 +59,8 @@ void tick(const std::stop_token &stop, const std::string &text)
 	bool drawn = false;
 	while (!changed.wait_for(lock, stop, 250ms, stopped)) {
 		const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - begin);
-		std::fprintf(stderr, "\r\033[K%s ... %lld s", text.c_str(), static_cast<long long>(seconds.count()));
+		const std::string line = fitting(text, fmt::format(" ... {} s", seconds.count()));
+		std::fprintf(stderr, "\r\033[K%s", line.c_str());
 		drawn = true;
 	}
 	if (drawn)

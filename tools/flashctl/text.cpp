@@ -279,16 +279,6 @@ std::string tell(const explain_outcome &found, const options &, style style)
 
 } // namespace
 
-std::string printable(const std::string &text)
-{
-	std::string safe;
-	for (const char c : text) {
-		const auto code = static_cast<unsigned char>(c);
-		safe += code < 0x20 || code == 0x7f ? fmt::format("\\x{:02x}", code) : std::string(1, c);
-	}
-	return safe;
-}
-
 std::string text_report(const outcome &found, const options &options, style style)
 {
 	return std::visit([&](const auto &facts) { return tell(facts, options, style); }, found);

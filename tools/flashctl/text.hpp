@@ -5,10 +5,13 @@
 
 #include <string>
 
+#include "common/printable.hpp"
 #include "failure.hpp"
 #include "outcome.hpp"
 
 namespace flashctl {
+
+using tools::printable;
 
 struct style {
 	bool colours = false;
@@ -19,8 +22,5 @@ std::string text_report(const outcome &found, const options &options, style styl
 
 // What goes to standard error: "flashctl: write: ...", and a line with what to do.
 std::string text_of_failure(const std::string &command, const failure &wrong, style style);
-
-// Text of others, without characters that would steer a terminal.
-std::string printable(const std::string &text);
 
 } // namespace flashctl

@@ -5,6 +5,7 @@
 
 #include "json.hpp"
 #include "number.hpp"
+#include "text.hpp"
 
 namespace flashctl {
 
@@ -108,7 +109,7 @@ void transfer::tell_event(const char *state, std::uint64_t bytes_per_second) con
 
 void transfer::tell_person()
 {
-	const std::string text = in_front(text_of(place_.work)) + text_of(phase_, partition_, size_);
+	const std::string text = in_front(text_of(place_.work)) + text_of(phase_, printable(partition_), size_);
 	shown_ = place_.console.errors_are_terminal() && !place_.options.verbose;
 	in_lines_ = !shown_ && (place_.options.verbose || place_.options.progress);
 	if (shown_)

@@ -9,6 +9,7 @@
 #include "failure.hpp"
 #include "number.hpp"
 #include "partition.hpp"
+#include "text.hpp"
 #include "transfer.hpp"
 
 namespace flashctl {
@@ -112,7 +113,7 @@ void ask_person(workplace &place, const std::string &question)
 {
 	if (!place.console.errors_are_terminal())
 		return;
-	const auto answer = place.console.ask(question);
+	const auto answer = place.console.ask(printable(question));
 	leave_if_interrupted(place);
 	switch (answer) {
 	case console::answer::yes:
