@@ -5,6 +5,11 @@
 # the clone's scripts runs with stand-ins for all that builds, fetches and emulates: each phase takes no time, and can be stopped half-way.
 
 set -eu
+# A shell cannot take back what its caller has it ignore, and behind nohup or in a background without job control these are ignored.
+if [ -z "${DEV_TEST_SIGNALS-}" ]; then
+	DEV_TEST_SIGNALS=default exec env --default-signal=HUP,INT,QUIT,TERM "$0" "$@"
+fi
+unset DEV_TEST_SIGNALS
 dev_tests=$(CDPATH='' cd -- "$(dirname -- "$0")" && pwd)
 dev_source=${dev_tests%/tests/dev}
 dev_scratch=$(mktemp -d "${TMPDIR:-/tmp}/flash_mng_dev.XXXXXX")
