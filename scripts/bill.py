@@ -8,6 +8,7 @@ FILE is the archive or package, FOLDER what is in it, SECONDS the time that is w
 where KIND is tool, library or kernel. The same input gives the same bytes.
 """
 
+import fnmatch
 import hashlib
 import json
 import os
@@ -20,6 +21,7 @@ LICENCE = "BSD-3-Clause OR GPL-2.0-only"
 COPYRIGHT = "2026 The flash_mng developers"
 MAKER = "Organization: The flash_mng developers"
 SITE = "https://spdx.org/spdxdocs/"
+OTHER_LICENCES = {"docs/upstream/*.patch": "GPL-2.0-only"}  # as .reuse/dep5 says
 LICENCE_LINE = re.compile(rb"SPDX-License-Identifier: ([A-Z][A-Za-z0-9.+ -]*[A-Za-z0-9.+])")
 RELATIONS = {"tool": "BUILD_TOOL_OF", "library": "BUILD_DEPENDENCY_OF", "kernel": "TEST_DEPENDENCY_OF"}
 
@@ -41,6 +43,9 @@ def licence_of(name, content):
     """The licence that a file names at its top; the project's where it names none. The texts of licences are under themselves."""
     if name.startswith("LICENSES/"):
         return os.path.splitext(os.path.basename(name))[0]
+    for pattern, licence in OTHER_LICENCES.items():
+        if fnmatch.fnmatch(name, pattern):
+            return licence
     line = LICENCE_LINE.search(b"\n".join(content.split(b"\n", 4)[:4]))
     return line.group(1).decode() if line else LICENCE
 
