@@ -18,8 +18,8 @@ copy_kmod() {
 	mkdir -p "$initramfs_root/kmod" "$initramfs_root/lib" || return 1
 	find "$package_files/files" -path '*/bin/kmod' -type f -exec cp {} "$initramfs_root/kmod/kmod" \; || return 1
 	ln -s kmod "$initramfs_root/kmod/modprobe" && ln -s kmod "$initramfs_root/kmod/depmod" || return 1
-	for kmod_file in $kmod_libraries; do
-		find "$cache_dir/packages/$(machine_codename)-arm64-${kmod_file%/*}/files" -name "${kmod_file#*/}" \
+	for copied_file in $kmod_libraries; do
+		find "$cache_dir/packages/$(machine_codename)-arm64-${copied_file%/*}/files" -name "${copied_file#*/}" \
 			-exec cp -L {} "$initramfs_root/lib/" \; || return 1
 	done
 	cp "$bench_libraries/ld-linux-aarch64.so.1" "$bench_libraries/libc.so.6" "$initramfs_root/lib/"

@@ -140,10 +140,11 @@ class site:
             return link
         folder = os.path.dirname(source)
         path = os.path.normpath(os.path.join(folder, target))
-        page = page_of(path) if path.endswith(".md") else path
+        is_source = path.endswith(".md") or (path.startswith(MANUALS + "/") and not path.endswith(".html"))
+        page = page_of(path) if is_source else path
         if os.path.isdir(os.path.join(self.repository, path)):
             return None
-        if path.endswith(".md") or page.startswith(MANUALS) or page == MESSAGES:
+        if is_source or page.startswith(MANUALS) or page == MESSAGES:
             pass
         elif os.path.isfile(os.path.join(self.repository, path)):
             self.copy(path)
