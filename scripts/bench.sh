@@ -71,8 +71,8 @@ make_bench_initramfs() {
 
 # build_bench: everything that a run needs.
 build_bench() {
-	build_kernel board
-	build_modules board
+	build_kernel production
+	build_modules production
 	run_step "build the modules that measure" bench_client make_bench_client
 	build_program_target debug flash-board
 	build_program_target debug bench_report
@@ -80,7 +80,7 @@ build_bench() {
 	use_busybox
 	fetch_package "$(machine_codename)" arm64 mtd-utils
 	mtd_utils=$package_files
-	name_initramfs board bench
+	name_initramfs production bench
 	mkdir -p "$build_dir/bench"
 	run_step "build the initramfs (bench)" initramfs_bench make_bench_initramfs
 }
@@ -90,7 +90,7 @@ run_bench() {
 	bench_mode=$1
 	bench_run=$2
 	shift 2
-	run_board board bench bench --output "$build_dir/board/$bench_run-run" --time-limit "$bench_time_limit" \
+	run_board production bench bench --output "$build_dir/board/$bench_run-run" --time-limit "$bench_time_limit" \
 		--append "quiet bench.mode=$bench_mode" "$@"
 }
 

@@ -168,7 +168,7 @@ run_demo() {
 	[ "$1" = no ] || demo_options=--verbose
 	demo_status=0
 	# shellcheck disable=SC2086
-	attend run_board board demo demo --output "$run_dir" --nor "$run_dir.nor" --time-limit 120 $demo_options || demo_status=$?
+	attend run_board production demo demo --output "$run_dir" --nor "$run_dir.nor" --time-limit 120 $demo_options || demo_status=$?
 	if [ "$demo_status" -ge 100 ]; then
 		say "dev: the board did not finish the tour; the end of its console ($run_dir/console.log):" >&2
 		tail -n 30 "$run_dir/console.log" >&2

@@ -81,17 +81,17 @@ host_cases() {
 
 board_cases() {
 	need_packages "$build_packages" "$host_packages"
-	build_kernel board
-	build_modules board
-	build_lab board
+	build_kernel production
+	build_modules production
+	build_lab production
 	build_program_target debug flash-board
 	build_program_preset guest
-	build_initramfs board full
+	build_initramfs production full
 	own_run case
-	keep_initramfs board full
+	keep_initramfs production full
 	release_clone
 	board_cases_status=0
-	attend run_board board full suite --output "$run_dir" --time-limit "$short_time_limit" \
+	attend run_board production full suite --output "$run_dir" --time-limit "$short_time_limit" \
 		--append "GTEST_FILTER=$case_filter maxcpus=1" || board_cases_status=$?
 	grep -vE '^\[ +OK \]|^\[-+\]|^\[ RUN' "$run_dir/terminal.log" | tail -n 40
 	[ "$board_cases_status" -eq 0 ] || say "the board's console is in $run_dir/console.log"

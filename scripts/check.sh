@@ -345,7 +345,7 @@ strict_findings() {
 	else
 		printf '%s\n' "$strict_text"
 	fi
-	use_stage board
+	use_stage production
 }
 
 kernel_style_findings() {
@@ -531,9 +531,9 @@ checks_of_programs="gates tidy"
 build_for_checks() {
 	# shellcheck disable=SC2086 # lists of names
 	if are_wanted $checks_of_modules; then
-		build_kernel board
-		build_modules board
-		build_lab board
+		build_kernel production
+		build_modules production
+		build_lab production
 	fi
 	# shellcheck disable=SC2086
 	! are_wanted $checks_of_programs || configure_programs debug
@@ -587,8 +587,8 @@ run_checks() {
 	cd "$root" || return 1
 	[ ! -e "$root/.git" ] || git -C "$root" rev-parse --git-dir >/dev/null || die "the checks ask git for the files of this clone"
 	# shellcheck disable=SC2086 # a list of names
-	! are_wanted $checks_of_modules style || use_kernel board
-	use_stage board
+	! are_wanted $checks_of_modules style || use_kernel production
+	use_stage production
 	say "checks"
 	check gates "the checks find what they look for" "$root/tests/gate/gate_test.sh"
 	check dev "./dev: at the same time, ended half-way, without room or network" "$root/tests/dev/dev_test.sh"

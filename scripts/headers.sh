@@ -85,7 +85,7 @@ start_by_own_libraries() {
 # use_headers_stage KERNEL: a stage, and the tools, of that kernel instead of the board's, for the rest of this shell.
 use_headers_stage() {
 	use_headers "$1"
-	use_machine board
+	use_machine production
 	kernel_dir=$headers_dir
 	use_stage "headers-$1"
 	PATH=$headers_path:$PATH

@@ -69,7 +69,7 @@ unpack_kernel_source_locked() {
 # kernel_fragments FLAVOUR: the configuration, later lines win.
 kernel_fragments() {
 	case $1 in
-	board) fragments="board aarch64" ;;
+	production) fragments="board aarch64" ;;
 	debug) fragments="board aarch64 debug kcov" ;;
 	twin) fragments="board x86_64 debug twin" ;;
 	twin-kcsan) fragments="board x86_64 twin-kcsan" ;;
@@ -117,7 +117,8 @@ configure_kernel() {
 	check_configuration "$kernel_dir/wanted.config" "$kernel_dir/.config"
 }
 
-# use_kernel FLAVOUR: sets kernel_source and kernel_dir, the build folder of that kernel, and its machine.
+# use_kernel FLAVOUR: sets kernel_source and kernel_dir, the build folder of that kernel, and its machine. A folder is found by its key; the
+# name in front is for people.
 use_kernel() {
 	find_kernel_source
 	use_machine "$1"
@@ -127,6 +128,9 @@ use_kernel() {
 		merged_fragments "$1"
 	} | hash_of)
 	kernel_dir=$cache_dir/kernels/$1-$kernel_key
+	for there_already in "$cache_dir/kernels"/*-"$kernel_key"; do
+		[ ! -e "$there_already/.complete" ] || kernel_dir=$there_already
+	done
 }
 
 # build_kernel FLAVOUR

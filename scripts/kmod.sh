@@ -32,10 +32,10 @@ make_modprobe_initramfs() {
 
 # build_modprobe_board: after the modules; run_board has it as "modprobe".
 build_modprobe_board() {
-	use_kernel board
-	use_stage board
+	use_kernel production
+	use_stage production
 	use_busybox
 	fetch_kmod
-	name_initramfs board modprobe
+	name_initramfs production modprobe
 	run_step "build the initramfs (modprobe)" initramfs_modprobe make_modprobe_initramfs
 }

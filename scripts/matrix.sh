@@ -67,7 +67,7 @@ run_own() {
 	own_output=$1
 	own_task=$2
 	shift 2
-	run_board board full "$own_task" --output "$own_output" "$@" --append maxcpus=1
+	run_board production full "$own_task" --output "$own_output" "$@" --append maxcpus=1
 }
 
 # ---- the table
@@ -122,10 +122,10 @@ keep_row() {
 # matrix_kernel KERNEL: in a subshell, as each kernel has tools of its own.
 matrix_kernel() (
 	if [ "$1" = "$(supported_kernels | head -n 1)" ]; then
-		build_kernel board
-		build_modules board
-		build_lab board
-		build_initramfs board full
+		build_kernel production
+		build_modules production
+		build_lab production
+		build_initramfs production full
 		run_row "$1" "$(make -s -C "$kernel_source" kernelversion), the board's" "gcc $(aarch64-linux-gnu-gcc -dumpversion)" run_own
 	elif headers_fetched "$1"; then
 		build_stock "$1"

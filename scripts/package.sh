@@ -37,7 +37,7 @@ build_staged() {
 # For the board: the packages of programs alone, cross-built. Libraries and headers that this machine has for its own architecture only make
 # dpkg complain; what the programs need is in the cross compiler's folder, but for one library.
 build_board_packages() {
-	use_machine board
+	use_machine production
 	fetch_package "$(machine_codename)" "$debian_architecture" nettle-dev
 	export FLASHCTL_NETTLE_ROOT="$package_files/files"
 	build_staged --no-check-builddeps --build=any --host-arch "$debian_architecture" --no-pre-clean
@@ -84,8 +84,8 @@ test_package_build() {
 # The tests of what was built, and of the ways to build the module that need the kernel.
 test_built_packages() {
 	forget_limits
-	build_kernel board
-	build_modules board
+	build_kernel production
+	build_modules production
 	count_program packages_test "$root/tests/packages/packages_test.sh" all
 	count_program debian_test "$root/tests/packages/debian_test.sh"
 	show_total || exit 1

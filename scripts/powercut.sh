@@ -17,11 +17,11 @@ make_powercut_initramfs() {
 
 # build_powercut_board: the board's modules, the one that writes, and a small initramfs.
 build_powercut_board() {
-	build_kernel board
-	build_modules board
+	build_kernel production
+	build_modules production
 	run_step "build the module that writes" powercut_client make_powercut_client
 	use_busybox
-	name_initramfs board powercut
+	name_initramfs production powercut
 	run_step "build the initramfs (powercut)" initramfs_powercut make_powercut_initramfs
 }
 

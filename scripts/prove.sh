@@ -279,7 +279,7 @@ prove_command() {
 	! has_option --mutations prove "$@" || prove_mutations=yes
 	hold_clone
 	need_packages "$build_packages" "$prove_packages"
-	build_kernel board
+	build_kernel production
 	use_provers
 	mkdir -p "$log_dir" "$build_dir/results"
 	say "publication without a lock, in the memory model of Linux $(make -s -C "$kernel_source" kernelversion)"

@@ -58,8 +58,8 @@ renew_by_cases() {
 }
 
 build_for_lists() {
-	use_kernel board
-	build_modules board
+	use_kernel production
+	build_modules production
 	flash_object=$stage_dir/flash_mng_kernel/flash_mng.ko
 	mkdir -p "$build_dir/results"
 }

@@ -146,14 +146,14 @@ run_lane_1() {
 
 run_lane_2() {
 	run_task debug-suite-2 debug full suite "$suite_time_limit" "GTEST_TOTAL_SHARDS=2 GTEST_SHARD_INDEX=1 maxcpus=1"
-	run_task board-cycles board full cycles "$short_time_limit"
-	run_task board-foreign board full foreign "$short_time_limit"
-	run_task board-modprobe board modprobe modprobe "$short_time_limit"
+	run_task production-cycles production full cycles "$short_time_limit"
+	run_task production-foreign production full foreign "$short_time_limit"
+	run_task production-modprobe production modprobe modprobe "$short_time_limit"
 	run_task debug-fuzz debug fuzz fuzz "$short_time_limit" "$(fuzz_parameters "$short_fuzz_seconds" 1)"
 }
 
 run_lane_3() {
-	run_task board-suite board full suite "$suite_time_limit" maxcpus=1
+	run_task production-suite production full suite "$suite_time_limit" maxcpus=1
 	run_task debug-concurrency debug full concurrency "$short_time_limit"
 	run_task debug-leftovers debug full leftovers "$short_time_limit"
 }
@@ -204,13 +204,13 @@ shims_ran() {
 		}' "$@"
 }
 
-board_runs="board-suite debug-suite-1 debug-suite-2 board-cycles board-foreign board-modprobe debug-cycles debug-leftovers
-	debug-concurrency debug-fuzz"
+board_runs="production-suite debug-suite-1 debug-suite-2 production-cycles production-foreign production-modprobe debug-cycles
+	debug-leftovers debug-concurrency debug-fuzz"
 
 test_board() {
 	build_program_target debug flash-board
 	build_program_preset guest
-	for test_flavour in board debug; do
+	for test_flavour in production debug; do
 		build_kernel "$test_flavour"
 		build_modules "$test_flavour"
 		build_lab "$test_flavour"
@@ -218,20 +218,20 @@ test_board() {
 	done
 	build_fuzz_board
 	build_modprobe_board
-	announce board-full
+	announce production-full
 	announce debug-full
 	for test_run in $board_runs; do
 		rm -rf "$build_dir/board/$test_run-run"
 	done
 	rm -f "$build_dir/results/checks"
 	try_step "suite, load cycles, leftovers, several callers and fuzzed calls; checks" boards run_boards
-	for test_run in board-suite debug-suite-1 debug-suite-2; do
+	for test_run in production-suite debug-suite-1 debug-suite-2; do
 		count_report "conformance on the board, $test_run" "$build_dir/board/$test_run-run/results/conformance.xml"
 	done
 	for test_run in $board_runs; do
 		count_task "$test_run"
 	done
-	count_step "the module's C in the board's kernel" shims_ran "$build_dir/board/board-suite-run/results/shims"
+	count_step "the module's C in the production kernel" shims_ran "$build_dir/board/production-suite-run/results/shims"
 	count_step "the module's C in the debug kernel" shims_ran "$build_dir"/board/debug-suite-*-run/results/shims
 }
 

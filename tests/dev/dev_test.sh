@@ -227,6 +227,17 @@ two_clones() {
 	nothing_half
 }
 
+# A kernel is known by what it is built of, whatever the folder was called.
+kernel_of_another_name() {
+	begin_case "a kernel that was built under another name"
+	for kernel_folder in "$XDG_CACHE_HOME"/flash_mng/kernels/production-*[!k]; do
+		mv "$kernel_folder" "${kernel_folder%/*}/other-${kernel_folder##*-}"
+	done
+	start first clone ./dev demo
+	ends_with 0 "$(pid_of first)"
+	! reached kernel || dev_wrong "the kernel was made again"
+}
+
 clean_waits() {
 	begin_case "clean beside a run"
 	STAND_IN_BOARD_AWAITS=$dev_scratch/go start first clone ./dev demo
@@ -245,7 +256,7 @@ shell_beside() {
 	begin_case "a shell beside tests"
 	start first clone ./dev demo
 	ends_with 0 "$(pid_of first)"
-	cp "$dev_scratch/clone/build/board/board-demo.cpio.gz" "$dev_scratch/clone/build/board/board-full.cpio.gz"
+	cp "$dev_scratch/clone/build/board/production-demo.cpio.gz" "$dev_scratch/clone/build/board/production-full.cpio.gz"
 	cat >"$dev_scratch/clone/long" <<'PART'
 set -eu
 root=$PWD
@@ -253,7 +264,7 @@ root=$PWD
 name_command ./dev test
 hold_clone
 until grep -qs 'waiting for' ../shell.output && grep -qs 'waiting for' ../other.output; do sleep 0.1; done
-announce board-full
+announce production-full
 attend sleep 1000
 PART
 	start long clone sh ./long
@@ -283,7 +294,7 @@ shell_after() {
 	start first clone ./dev demo
 	ends_with 0 "$(pid_of first)"
 	ended_command=$(sh -c 'echo $$')
-	printf '%s ./dev test\nbuilt board-full\n' "$ended_command" >"$dev_scratch/clone/build/lock"
+	printf '%s ./dev test\nbuilt production-full\n' "$ended_command" >"$dev_scratch/clone/build/lock"
 	start next clone flock build/lock sleep 1000
 	until_true is_locked "$dev_scratch/clone/build/lock"
 	start shell clone ./dev shell
@@ -496,6 +507,7 @@ interrupted_tests
 killed
 two_in_one_clone
 two_clones
+kernel_of_another_name
 clean_waits
 shell_beside
 shell_after

@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #
 # Tests of the gates themselves, a program of its own: each inspection is shown an object or a text with the fault that it exists for, and
-# must find it; and one without, and must be silent. It needs the board's kernel and a configured preset debug.
+# must find it; and one without, and must be silent. It needs the production kernel and a configured preset debug.
 # shellcheck disable=SC2030,SC2031 # each test is run apart, with names of its own
 
 set -u
@@ -350,7 +350,7 @@ verification_clone() {
 	printf 'inline void probe_holds(u32 a)\n' >"$root/tests/proofs/ranges/properties.inc"
 	printf '%s\n' 'promise | docs/reliability.md | Nothing is lost' 'case | probe | a' 'case | probe.holds | b' 'command | probe | c' \
 		'litmus | probe | d' 'proof | probe | e' 'ranges | probe_holds | f' 'suite | conformance_host | g' \
-		'board | board-suite | h' 'open | all else' >"$root/docs/verification.list"
+		'board | production-suite | h' 'open | all else' >"$root/docs/verification.list"
 	verification_text >"$root/docs/verification.md"
 }
 
@@ -1076,7 +1076,7 @@ in_planted_clone() {
 
 rm -rf "$gate_dir"
 mkdir -p "$gate_dir"
-use_kernel board
+use_kernel production
 apart test_object_gates
 apart test_frames_gate
 apart test_information_gate

@@ -30,7 +30,7 @@
 # shellcheck source=scripts/results.sh
 . "$root/scripts/results.sh"
 
-platform_symbols=$build_dir/kernel/board/reference_platform/Module.symvers
+platform_symbols=$build_dir/kernel/production/reference_platform/Module.symvers
 port_page=$root/docs/your-board.md
 
 # wrong TEXT: says what is wrong, and fails.

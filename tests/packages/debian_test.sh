@@ -1,7 +1,7 @@
 #!/bin/sh
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #
-# Tests of the built Debian packages, a program of its own; it needs the packages and the board's kernel and modules. They are installed
+# Tests of the built Debian packages, a program of its own; it needs the packages and the production kernel's modules. They are installed
 # below a folder of their own, used there, and removed. The machine itself stays as it is.
 
 set -eu
@@ -148,7 +148,7 @@ dkms_there() {
 }
 
 dkms_builds() {
-	use_kernel board
+	use_kernel production
 	mkdir -p "$scratch/var/lib/dkms"
 	dkms_there add || return 1
 	dkms_there build -k "$(kernel_release)" -a aarch64 --kernelsourcedir "$kernel_dir" -j "$jobs" ||
@@ -164,7 +164,7 @@ dkms_builds() {
 
 # A module of somebody else, with the installed header and the symbols that DKMS kept.
 module_links_to_it() {
-	use_kernel board
+	use_kernel production
 	mkdir -p "$scratch/user"
 	echo '#include <linux/module.h>
 #include <flash_mng.h>
@@ -194,7 +194,7 @@ page_commands() {
 }
 
 page_commands_run() {
-	use_kernel board
+	use_kernel production
 	[ -n "$(page_commands)" ] || wrong "no commands in $port_page" || return 1
 	page_commands | (cd "$package_source" && KDIR=$kernel_dir PLATFORM=$(dirname "$platform_symbols") sh -e) || return 1
 	module_is_whole "$package_source/flash_mng_kernel"

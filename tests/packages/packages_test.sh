@@ -1,7 +1,7 @@
 #!/bin/sh
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #
-# Tests of packages/, a program of its own; it needs the board's kernel and modules. What Yocto and Buildroot are given is read as they
+# Tests of packages/, a program of its own; it needs the production kernel's modules. What Yocto and Buildroot are given is read as they
 # read it, and the module is built by the calls that their classes for kernel modules make.
 
 set -eu
@@ -63,7 +63,7 @@ page_texts() {
 
 # Every text is in the module's sources or in Linux's loader of modules.
 page_texts_exist() {
-	use_kernel board
+	use_kernel production
 	cat "$root"/flash_mng_kernel/*/*.cpp "$kernel_source/kernel/module.c" >"$build_dir/packages_test/texts"
 	page_texts | while IFS= read -r text; do
 		grep -qF -- "$text" "$build_dir/packages_test/texts" || wrong "nobody writes '$text'" || exit 1
@@ -177,7 +177,7 @@ yocto_make() {
 }
 
 yocto_builds() {
-	use_kernel board
+	use_kernel production
 	yocto_fetch "$yocto_recipe" || return 1
 	yocto_make KERNEL_PATH="$kernel_source" KERNEL_VERSION="$(kernel_release)" KBUILD_EXTRA_SYMBOLS="$platform_symbols" || return 1
 	yocto_make DEPMOD=echo MODLIB="$yocto_work/image/lib/modules/$(kernel_release)" INSTALL_FW_PATH="$yocto_work/image/lib/firmware" \
@@ -225,7 +225,7 @@ buildroot_tools_options() {
 }
 
 buildroot_parses() {
-	use_kernel board
+	use_kernel production
 	grep -qx 'name: FLASH_MNG' "$root/packages/buildroot/external.desc" || wrong "external.desc has no name" || return 1
 	buildroot_options y || return 1
 	for chosen in FLASH_MNG FLASH_MNG_TOOLS NETTLE; do
@@ -241,7 +241,7 @@ buildroot_parses() {
 }
 
 buildroot_builds() {
-	use_kernel board
+	use_kernel production
 	rm -rf "$build_dir/packages_test/buildroot"
 	buildroot_make build || return 1
 	module_is_whole "$build_dir/packages_test/buildroot/flash_mng_kernel"
@@ -304,8 +304,8 @@ needless_modules_of_softdeps() {
 
 # modprobe, on the board's modules, loads the platform and the flash before flash_mng.
 loading_order() {
-	use_kernel board
-	use_stage board
+	use_kernel production
+	use_stage production
 	modules_root=$build_dir/packages_test/modules
 	rm -rf "$modules_root"
 	mkdir -p "$modules_root/lib/modules/$(kernel_release)"
@@ -407,7 +407,7 @@ kernels_are_refused() {
 
 # Kbuild and the Makefile say the same sentence, and build nothing.
 refusal_ends_the_build() {
-	use_kernel board
+	use_kernel production
 	unknown=$build_dir/packages_test/unknown
 	rm -rf "$unknown"
 	cp -R "$root/flash_mng_kernel" "$unknown"

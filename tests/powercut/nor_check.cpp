@@ -11,7 +11,7 @@ namespace {
 
 using content = std::span<const std::uint8_t>;
 
-constexpr std::size_t page_size = 4096; // of the board's kernel
+constexpr std::size_t page_size = 4096; // of the production kernel
 
 std::size_t place_of(const powercut_write &write)
 {
