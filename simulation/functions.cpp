@@ -162,7 +162,7 @@ struct named_global {
 	}
 
 const std::array globals = {
-	GLOBAL(g_flash_config_list),   GLOBAL(g_usrdata_mtd_name),	  GLOBAL(g_usrdata_mtd_name_known),
+	GLOBAL(g_flash_config_list),   GLOBAL(g_usrdata_mtd_name),	  GLOBAL(g_usrdata_mtd_name_ready),
 	GLOBAL(g_flash_mtd_info_list), GLOBAL(g_flash_mtd_info_list_num), GLOBAL(g_spi_flash_info_list),
 	GLOBAL(g_flash_funcs),	       GLOBAL(g_flash_mng_patch),
 };

@@ -87,7 +87,7 @@ extern "C" {
 
 constinit list_head g_flash_config_list = {&g_flash_config_list, &g_flash_config_list};
 constinit char g_usrdata_mtd_name[mtd_name_size] = {};
-constinit u32 g_usrdata_mtd_name_known = 0;
+constinit const char *g_usrdata_mtd_name_ready = "";
 
 void get_usrdata_mtd_name(void)
 {
@@ -98,7 +98,7 @@ void get_usrdata_mtd_name(void)
 		drv_log_record(common_log, serious, 0, "copy usrdata mtd name failed, ret %d", failed);
 		return;
 	}
-	__atomic_store_n(&g_usrdata_mtd_name_known, 1, __ATOMIC_RELEASE);
+	__atomic_store_n(&g_usrdata_mtd_name_ready, &g_usrdata_mtd_name[0], __ATOMIC_RELEASE);
 	drv_log_record(common_log, ordinary, 0, "Get usrdata mtd name: %s", g_usrdata_mtd_name);
 }
 

@@ -31,7 +31,7 @@ extern "C" {
 
 extern list_head g_flash_config_list;	       // of flash_config_entry, in order of creation
 extern char g_usrdata_mtd_name[mtd_name_size]; // "usrdata" once such a partition was seen, else empty
-extern u32 g_usrdata_mtd_name_known;	       // 1 once that name is there, whole
+extern const char *g_usrdata_mtd_name_ready;   // that name once it is whole, else an empty one
 
 // Reads an instance's sections and makes its entry. 0 also when the XML has no sections, or broken ones, and when the entry exists;
 // FLASH_MNG_FAILED when the entry cannot be allocated.
@@ -62,7 +62,7 @@ namespace flash_mng {
 // The name of the user-data partition, whole or empty, at any time.
 inline const char *usrdata_mtd_name()
 {
-	return __atomic_load_n(&g_usrdata_mtd_name_known, __ATOMIC_ACQUIRE) ? g_usrdata_mtd_name : "";
+	return __atomic_load_n(&g_usrdata_mtd_name_ready, __ATOMIC_ACQUIRE);
 }
 
 // Removes all entries.
