@@ -47,21 +47,25 @@ litmus_holds() {
 	fi
 }
 
-# weakened FROM TO TEST: the test must not hold once FROM is TO in it.
+# weakened FROM TO TEST: once FROM is TO in it, the test still stands for a program, and its outcome happens or something races.
 weakened() {
 	sed "s/$1/$2/" "$root/tests/memory_model/$3.litmus" >"$build_dir/results/weakened.litmus"
-	! litmus_holds "$build_dir/results/weakened.litmus" >/dev/null
+	! litmus_holds "$build_dir/results/weakened.litmus" >/dev/null || return 1
+	grep -E '^Observation [a-z_]* Sometimes |^Flag ' "$log_dir/herd.log" || {
+		cat "$log_dir/herd.log"
+		return 1
+	}
 }
 
 test_memory_model() {
 	count_step "seen: a plain store where lookups read" \
 		weakened 'WRITE_ONCE(\*list, 1)' '*list = 1' listed_partition_while_loading
 	count_step "seen: a count that is published without order" \
-		weakened smp_store_release WRITE_ONCE listed_partition_while_loading
+		weakened 'smp_store_release(' 'WRITE_ONCE(\*' listed_partition_while_loading
 	count_step "seen: a driver that is published without order" \
-		weakened smp_store_release WRITE_ONCE flash_driver_registers
+		weakened 'smp_store_release(' 'WRITE_ONCE(\*' flash_driver_registers
 	count_step "seen: a name that is published without order" \
-		weakened smp_store_release WRITE_ONCE usrdata_name_while_loading
+		weakened 'smp_store_release(' 'WRITE_ONCE(\*' usrdata_name_while_loading
 	for litmus_test in "$root"/tests/memory_model/*.litmus; do
 		count_step "$(basename "$litmus_test" .litmus)" litmus_holds "$litmus_test"
 	done
