@@ -21,25 +21,24 @@ static struct fault_switch *fault_switch_find(struct fault_switches *switches, c
 	return NULL;
 }
 
-bool fault_switch_fires(struct fault_switches *switches, const char *function, u32 *status)
+s64 fault_switch_fires(struct fault_switches *switches, const char *function)
 {
 	struct fault_switch *one;
 	unsigned long irq_state;
-	bool fires = false;
+	s64 status = -1;
 
 	spin_lock_irqsave(&switches->lock, irq_state);
 	one = fault_switch_find(switches, function);
 	if (one && one->calls_left) {
-		fires = one->calls_left == 1;
-		if (!fires || !one->sticky)
+		if (one->calls_left == 1)
+			status = one->status;
+		if (status < 0 || !one->sticky)
 			one->calls_left--;
 		if (!one->calls_left)
 			WRITE_ONCE(switches->armed, switches->armed - 1);
-		if (fires)
-			*status = one->status;
 	}
 	spin_unlock_irqrestore(&switches->lock, irq_state);
-	return fires;
+	return status;
 }
 
 static void fault_switches_clear(struct fault_switches *switches)

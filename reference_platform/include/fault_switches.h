@@ -47,8 +47,13 @@ struct fault_switches {
 		.all = table,						\
 	}
 
-/* fault_switch_fires() - fault_switched(), while any switch of the module is armed. */
-bool fault_switch_fires(struct fault_switches *switches, const char *function, u32 *status);
+/*
+ * fault_switch_fires() - fault_switched(), while any switch of the module is armed
+ *
+ * Return: the status to return, or -1 when the function is to do its work. It is not written through a pointer: a caller would keep a
+ * variable in memory for it, and guard its stack, in calls that find no switch armed.
+ */
+s64 fault_switch_fires(struct fault_switches *switches, const char *function);
 
 /*
  * fault_switched() - count a call of a function and say whether it has to fail; any context.
@@ -56,7 +61,12 @@ bool fault_switch_fires(struct fault_switches *switches, const char *function, u
  */
 static inline bool fault_switched(struct fault_switches *switches, const char *function, u32 *status)
 {
-	return READ_ONCE(switches->armed) && fault_switch_fires(switches, function, status);
+	s64 fired = READ_ONCE(switches->armed) ? fault_switch_fires(switches, function) : -1;
+
+	if (fired < 0)
+		return false;
+	*status = fired;
+	return true;
 }
 
 /* fault_switches_create() - offer the file "switches" in the module's debugfs directory */
