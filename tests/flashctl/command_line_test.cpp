@@ -166,7 +166,7 @@ INSTANTIATE_TEST_SUITE_P(
 			refused_line{{"write", "", "f"}, "PARTITION is empty", ""}, refused_line{{"info", ""}, "PARTITION is empty", ""},
 			refused_line{{"verify", "boot", "f", "--sha256", ""}, "--sha256 is empty", ""},
 			refused_line{{"spi", "--instance", "", "--name", "a"}, "--instance is empty", ""},
-			refused_line{{"explain", ""}, "CODE is empty", ""}, refused_line{{"list", "--device", ""}, "--device is empty", ""},
+			refused_line{{"explain", ""}, "WHAT is empty", ""}, refused_line{{"list", "--device", ""}, "--device is empty", ""},
 			refused_line{{"verify", "boot", "f", "--sha256", std::string(64, 'a')}, "exclude each other", ""},
 			refused_line{{"verify", "boot", "--sha256", "abc"}, "no SHA-256", "64"},
 			refused_line{{"verify", "boot", "--sha256", std::string(64, 'g')}, "no SHA-256", "64"},

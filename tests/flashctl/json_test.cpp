@@ -81,6 +81,22 @@ TEST(json_report, of_spi_and_explain)
 	EXPECT_EQ(report_of(desk, {"spi", "--instance", "5"})["result"]["chip_select"], 3);
 	EXPECT_EQ(report_of(desk, {"explain", "-1"})["result"]["codes"][0]["hex"], "0xFFFFFFFF");
 	EXPECT_GT(report_of(desk, {"explain"})["result"]["codes"].size(), 30u);
+	EXPECT_TRUE(report_of(desk, {"explain"})["result"]["messages"].empty());
+}
+
+TEST(json_report, of_a_message)
+{
+	desk desk;
+	const json result = report_of(desk, {"explain", "[ 1.0] log: 27: mtd read: open /dev/mtdblock3 failed ret=-2"})["result"];
+	EXPECT_TRUE(result["codes"].empty());
+	ASSERT_EQ(result["messages"].size(), 1u);
+	const json message = result["messages"][0];
+	EXPECT_EQ(message["text"], "log: 27: mtd read: open %s failed ret=%ld");
+	EXPECT_EQ(message["group"], "Transfers by name");
+	EXPECT_EQ(message["values"][0], json({{"name", "device"}, {"text", "/dev/mtdblock3"}, {"code", nullptr}}));
+	EXPECT_EQ(message["values"][1]["code"]["source"], "kernel");
+	EXPECT_EQ(report_of(desk, {"explain", "read over mtd area"})["result"]["messages"].size(), 2u);
+	EXPECT_EQ(report_of(desk, {"explain", "no such line at all"})["status"], "not_found");
 }
 
 TEST(json_report, of_read_and_verify)

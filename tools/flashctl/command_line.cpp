@@ -12,6 +12,7 @@
 #include "failure.hpp"
 #include "name_match.hpp"
 #include "number.hpp"
+#include "troubleshooting.hpp"
 
 namespace flashctl {
 
@@ -31,9 +32,9 @@ failure usage_failure(const std::string &message, const std::string &hint = "")
 
 // What the options store before it is looked at as a whole.
 struct words {
-	std::string partition, file, offset, length, output = "-", sha256, verify = "all", instance, name, code;
+	std::string partition, file, offset, length, output = "-", sha256, verify = "all", instance, name;
 	std::string folder;
-	std::vector<std::string> forced, partitions;
+	std::vector<std::string> forced, partitions, explained;
 	bool hex = false, dry_run = false, yes = false;
 };
 
@@ -172,9 +173,11 @@ void parser::add_commands()
 	spi->add_option("--instance", words_.instance, "by its instance")->type_name("NUMBER");
 	spi->add_option("--name", words_.name, "by the name of a partition on it")->type_name("NAME");
 
-	CLI::App *const explain =
-		command("explain", "explain a code that the module answers with; without one, all of them", &parser::make_explain);
-	explain->add_option("CODE", words_.code, "a number such as 0x811B04AA, -1, or a name such as NO_BUFFER")->type_name("");
+	CLI::App *const explain = command("explain", "explain a code of the module or a line of the kernel log; without one, all codes",
+					  &parser::make_explain);
+	explain->add_option("WHAT", words_.explained,
+			    "a number such as 0x811B04AA or -1, a name such as NO_BUFFER, or a line of the kernel log")
+		->type_name("");
 }
 
 std::uint32_t size_of(const std::string &option, const std::string &text)
@@ -294,17 +297,27 @@ std::vector<std::string> code_names()
 	return names;
 }
 
+std::string joined(const std::vector<std::string> &words)
+{
+	std::string text;
+	for (const std::string &word : words)
+		text += (text.empty() ? "" : " ") + word;
+	return text;
+}
+
 any_request parser::make_explain() const
 {
-	if (words_.code.empty())
+	const std::string what = joined(words_.explained);
+	if (what.empty())
 		return explain_request{};
-	auto code = parse_code(words_.code);
+	auto code = parse_code(what);
 	if (!code)
-		code = code_of_name(words_.code);
-	if (!code)
-		throw usage_failure(words_.code + " is neither a number of 32 bits nor the name of a code",
-				    did_you_mean(words_.code, code_names()));
-	return explain_request{code};
+		code = code_of_name(what);
+	const bool is_word = what.find_first_of(" \t\n") == what.npos;
+	if (!code && is_word && messages_with(what).empty())
+		throw usage_failure(what + " is neither a number of 32 bits, nor the name of a code, nor part of a message",
+				    did_you_mean(what, code_names()));
+	return explain_request{code, code ? "" : what};
 }
 
 std::string parser::where_help_is() const

@@ -185,12 +185,26 @@ ordered_json tell(const spi_outcome &found)
 		{"hardunlock_value", config.hardunlock_val}};
 }
 
+ordered_json described(const explained_message &found)
+{
+	ordered_json values = ordered_json::array();
+	for (const message_value &value : found.values)
+		values.push_back(
+			{{"name", value.name}, {"text", value.text}, {"code", value.code ? described(*value.code) : ordered_json()}});
+	const trouble &section = *found.section;
+	return {{"text", found.message->text}, {"level", found.message->level}, {"group", section.group},   {"title", section.title},
+		{"meaning", section.meaning},  {"look", section.look},		{"advice", section.advice}, {"values", values}};
+}
+
 ordered_json tell(const explain_outcome &found)
 {
 	ordered_json codes = ordered_json::array();
 	for (const code_words &words : found.codes)
 		codes.push_back(described(words));
-	return {{"codes", codes}};
+	ordered_json messages = ordered_json::array();
+	for (const explained_message &message : found.messages)
+		messages.push_back(described(message));
+	return {{"codes", codes}, {"messages", messages}};
 }
 
 ordered_json described(const failure &wrong)

@@ -14,6 +14,7 @@
 #include "failure.hpp"
 #include "flash.hpp"
 #include "request.hpp"
+#include "troubleshooting.hpp"
 
 namespace flashctl {
 
@@ -102,6 +103,7 @@ struct spi_outcome {
 
 struct explain_outcome {
 	std::vector<code_words> codes;
+	std::vector<explained_message> messages;
 };
 
 using outcome = std::variant<list_outcome, info_outcome, read_outcome, verify_outcome, write_outcome, backup_outcome, restore_outcome,

@@ -12,6 +12,8 @@ namespace flashctl {
 
 namespace {
 
+constexpr std::size_t most_messages = 5; // that are told at once
+
 std::optional<flash_mng::user_data> ask_for_user_data(workplace &place)
 {
 	const auto exists = place.flash.has_user_data();
@@ -39,6 +41,20 @@ std::string spi_flash_wanted(const spi_request &request)
 {
 	return request.instance ? fmt::format("the SPI flash of instance {:#x}", static_cast<std::uint32_t>(*request.instance))
 				: fmt::format("the SPI flash with a partition \"{}\"", request.name);
+}
+
+// A line that fits nothing is looked for as words of a message.
+std::vector<explained_message> explain_message(const std::string &line)
+{
+	auto found = messages_of_line(line);
+	if (found.empty())
+		found = messages_with(line);
+	if (found.empty())
+		throw failure{exit_status::not_found, fmt::format("no message is like \"{}\"", line),
+			      "give a line of the kernel log as it stands there, or some words of it that are no values"};
+	if (found.size() > most_messages)
+		throw failure{exit_status::not_found, fmt::format("{} messages have \"{}\"", found.size(), line), "give more of the line"};
+	return found;
 }
 
 } // namespace
@@ -80,7 +96,9 @@ outcome run_command(const spi_request &request, workplace &place)
 
 outcome run_command(const explain_request &request, workplace &)
 {
-	explain_outcome told = {request.code ? std::vector{explain_code(*request.code)} : all_codes()};
+	if (!request.message.empty())
+		return explain_outcome{{}, explain_message(request.message)};
+	explain_outcome told = {request.code ? std::vector{explain_code(*request.code)} : all_codes(), {}};
 	for (code_words &words : told.codes)
 		if (is_unwritten_count(words.code))
 			words.meaning += "; after a lookup of an SPI flash: so many bytes of the answer could not be written";

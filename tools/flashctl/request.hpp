@@ -69,7 +69,8 @@ struct spi_request {
 };
 
 struct explain_request {
-	std::optional<std::uint32_t> code; // nothing: all of them
+	std::optional<std::uint32_t> code;
+	std::string message; // a line of a log, or words of a message; with neither all codes
 };
 
 using any_request = std::variant<list_request, info_request, read_request, verify_request, write_request, backup_request, restore_request,

@@ -17,6 +17,7 @@ constexpr char bold[] = "\033[1m";
 constexpr char green[] = "\033[32m";
 constexpr char red[] = "\033[31m";
 constexpr char plain[] = "\033[0m";
+constexpr std::size_t text_width = 110; // of what is broken into lines
 
 std::string coloured(const char *colour, const std::string &text, style style)
 {
@@ -269,11 +270,48 @@ std::string tell(const spi_outcome &found, const options &, style)
 						 both_ways(config.hardlock_val), both_ways(config.hardunlock_val)));
 }
 
+std::string tell(const code_words &words, style style)
+{
+	return coloured(bold, words.label(), style) + "\n  " + words.meaning + "\n  " + words.advice + "\n";
+}
+
+// In lines that begin with two blanks, words whole.
+std::string in_lines(const std::string &text)
+{
+	std::string result, line;
+	std::istringstream words(text);
+	for (std::string word; words >> word; line += " " + word)
+		if (line.size() + word.size() > text_width) {
+			result += " " + line + "\n";
+			line.clear();
+		}
+	return result + " " + line + "\n";
+}
+
+std::string tell(const explained_message &found, style style)
+{
+	const trouble &section = *found.section;
+	std::string values, codes;
+	for (const message_value &value : found.values) {
+		values += (values.empty() ? "" : ", ") + value.name + " " + printable(value.text);
+		if (value.code)
+			codes += tell(*value.code, style);
+	}
+	std::string text = coloured(bold, found.message->text, style) + " (" + found.message->level + ")\n";
+	text += values.empty() ? "" : in_lines(values);
+	text += in_lines(section.title + ". " + section.meaning);
+	return text + in_lines("Look at " + section.look) + in_lines("To do: " + section.advice) + codes;
+}
+
 std::string tell(const explain_outcome &found, const options &, style style)
 {
 	std::string text;
 	for (const code_words &words : found.codes)
-		text += coloured(bold, words.label(), style) + "\n  " + words.meaning + "\n  " + words.advice + "\n";
+		text += tell(words, style);
+	if (found.messages.size() > 1)
+		text += fmt::format("It may be one of {} messages.\n", found.messages.size());
+	for (const explained_message &message : found.messages)
+		text += (text.empty() ? "" : "\n") + tell(message, style);
 	return text;
 }
 

@@ -19,7 +19,8 @@ PV = "${@open('${FLASH_MNG_CLONE}/VERSION').read().strip()}"
 FILESEXTRAPATHS:prepend := "${FLASH_MNG_CLONE}:"
 SRC_URI = "file://CMakeLists.txt;subdir=source file://VERSION;subdir=source file://cmake;subdir=source file://client;subdir=source \
            file://tools;subdir=source file://flash_mng_kernel;subdir=source file://reference_platform;subdir=source \
-           file://docs/man;subdir=source file://LICENSES;subdir=source"
+           file://docs/man;subdir=source file://docs/troubleshooting.md;subdir=source \
+           file://LICENSES;subdir=source"
 S = "${WORKDIR}/source"
 
 EXTRA_OECMAKE = "-DFLASH_MNG_TESTS=OFF -DFLASH_MNG_WERROR=OFF -DNETTLE_LIBRARY=${STAGING_LIBDIR}/libnettle.so"
