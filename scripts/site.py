@@ -4,9 +4,9 @@
 
 usage: site.py REPOSITORY OUTPUT
 
-Documents are the Markdown files and manual pages of REPOSITORY, by pandoc and mandoc; beside them a page of all messages of the module,
-with where each is written. Says what is wrong with links, one line each, and ends with status 1 if anything is. The same input gives the
-same bytes.
+Documents are the Markdown files and manual pages of REPOSITORY, by pandoc and mandoc; beside them a page of all messages of the module and
+of the reference platform, with where each is written; what it means stands in docs/troubleshooting.md. Says what is wrong with links, and
+which messages are not explained, one line each, and ends with status 1 if anything is. The same input gives the same bytes.
 """
 
 import html
@@ -21,9 +21,11 @@ import sys
 START = ["README.md", "docs/your-board.md", "docs/board-xml.md", "docs/board-rules.md", "docs/reliability.md", "docs/power-cuts.md"]
 MANUALS = "docs/man"
 MESSAGES = "docs/messages.html"
+HELP = "docs/troubleshooting.html"
 NOT_READ = (".", "build")
 LITERAL = re.compile(r'"((?:[^"\\]|\\.)*)"')
-CALL = re.compile(r"drv_log_record\(")
+CALL = re.compile(r'\b(?:drv_log_record|pr_err)\([^"();]*((?:"(?:[^"\\]|\\.)*"\s*)+)')
+SOURCES = (("flash_mng_kernel", (".cpp", ".hpp")), ("reference_platform", (".c",)))
 
 
 def text_of(path):
@@ -61,37 +63,42 @@ def documents(repository):
 
 
 def messages_in(source):
-    """Texts of the messages that a source of the module writes, with their lines."""
+    """Texts of the messages that a source writes, with their lines."""
     for call in CALL.finditer(source):
-        end, depth = call.end(), 1
-        while depth and end < len(source):
-            literal = LITERAL.match(source, end)
-            if literal:
-                end = literal.end()
-                continue
-            depth += {"(": 1, ")": -1}.get(source[end], 0)
-            end += 1
-        text = "".join(LITERAL.findall(source[call.end() : end]))
-        if text:
-            yield text, source.count("\n", 0, call.start()) + 1
+        text = "".join(LITERAL.findall(call.group(1))).replace('\\"', '"')
+        yield text.removesuffix("\\n"), source.count("\n", 0, call.start()) + 1
 
 
-def messages_page(repository):
+def messages_of(repository):
+    """Every message, by its text, and the line that writes it."""
     rows = []
-    for name in files_in(os.path.join(repository, "flash_mng_kernel"), (".cpp", ".hpp")):
-        source = f"flash_mng_kernel/{name}"
-        for text, line in messages_in(text_of(os.path.join(repository, source))):
-            rows.append((text, f"{source}:{line}"))
-    rows.sort()
+    for folder, endings in SOURCES:
+        for name in files_in(os.path.join(repository, folder), endings):
+            source = f"{folder}/{name}"
+            rows += [(text, f"{source}:{line}") for text, line in messages_in(text_of(os.path.join(repository, source)))]
+    return sorted(rows)
+
+
+def section_about(text, sections):
+    """Where the page of help explains a message; None where it does not."""
+    wanted = " ".join(text.split())
+    return next((place for place, _, content in sections if wanted in " ".join(content.split())), None)
+
+
+def messages_page(rows, sections):
+    def link(text):
+        place = section_about(text, sections)
+        shown = f"<code>{html.escape(text)}</code>"
+        return shown if place is None else f'<a href="{os.path.basename(HELP)}#{place}">{shown}</a>'
+
     lines = "\n".join(
-        f'<tr id="message-{number}"><td><code>{html.escape(text)}</code></td><td>{place}</td></tr>'
-        for number, (text, place) in enumerate(rows)
+        f'<tr id="message-{number}"><td>{link(text)}</td><td>{place}</td></tr>' for number, (text, place) in enumerate(rows)
     )
     return (
-        '<h1 id="messages">Messages</h1>\n<p>Every message of the module, and the line of its source that writes it. '
-        "What stands for a value begins with <code>%</code>.</p>\n"
+        '<h1 id="messages">Messages</h1>\n<p>Every message of the module and of the reference platform, and the line of its source that '
+        "writes it. What stands for a value begins with <code>%</code>; the link leads to what it means.</p>\n"
         f"<table><thead><tr><th>Message</th><th>Written by</th></tr></thead><tbody>\n{lines}\n</tbody></table>\n"
-    ), rows
+    )
 
 
 class reader(html.parser.HTMLParser):
@@ -131,7 +138,7 @@ def outside(link):
 class site:
     def __init__(self, repository, output):
         self.repository, self.output = repository, output
-        self.pages, self.wrong, self.messages = {}, [], []
+        self.pages, self.wrong, self.messages, self.help = {}, [], [], []
 
     def link_to(self, source, link):
         """Where a link of a document leads in the site; None where it leads to a folder, which a site has not."""
@@ -166,6 +173,15 @@ class site:
         fragment = re.sub(r"(<table.*?</table>)", r'<div class="wide">\1</div>', fragment, flags=re.S)
         self.pages[page_of(source)] = self.with_links(source, fragment)
 
+    def add_messages(self):
+        self.messages = messages_of(self.repository)
+        if HELP in self.pages:
+            self.help = reader(self.pages[HELP]).sections
+            unexplained = sorted({text for text, _ in self.messages if section_about(text, self.help) is None})
+            self.wrong += [f'{HELP}: nothing about "{text}"' for text in unexplained]
+        page = messages_page(self.messages, self.help)
+        self.pages[MESSAGES] = page.replace("<table>", '<div class="wide"><table>').replace("</table>", "</table></div>")
+
     def check(self):
         read = {page: reader(fragment) for page, fragment in self.pages.items()}
         for page, content in read.items():
@@ -187,7 +203,9 @@ class site:
             titles[page] = os.path.basename(page)[:-5] if page.startswith(MANUALS) else title.strip()
         index = []
         for number, (text, place) in enumerate(self.messages):
-            index.append([MESSAGES, f"message-{number}", "Message", text, f"Written by {place}."])
+            section = section_about(text, self.help)
+            to = [MESSAGES, f"message-{number}"] if section is None else [HELP, section]
+            index.append(to + ["Message", text, f"Written by {place}."])
         for page, content in read.items():
             for place, heading, text in content.sections if page != MESSAGES else []:
                 index.append([page, place, titles[page], heading.strip(), " ".join(text.split())])
@@ -219,8 +237,7 @@ def main(words):
     os.makedirs(made.output)
     for source, fragment in documents(made.repository):
         made.add(source, fragment)
-    page, made.messages = messages_page(made.repository)
-    made.pages[MESSAGES] = page.replace("<table>", '<div class="wide"><table>').replace("</table>", "</table></div>")
+    made.add_messages()
     made.write(made.check())
     print("\n".join(made.wrong) or f"{len(made.pages)} pages, {len(made.messages)} messages")
     sys.exit(bool(made.wrong))

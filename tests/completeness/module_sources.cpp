@@ -220,6 +220,34 @@ module_sources read_module_sources(const std::string &project_dir)
 	return sources;
 }
 
+platform_sources read_platform_messages(const std::string &project_dir)
+{
+	static const std::regex any("\\b(?:pr_(?:emerg|alert|crit|err|warn|notice|info|debug|devel|cont)\\w*|printk\\w*|dev_[a-z]+|"
+				    "drv_log_record)\\((?!u32 )");
+	static const std::regex printed("\\bpr_err\\(((?:\\s*\"(?:[^\"\\\\]|\\\\.)*\")+)");
+	static const std::regex record(
+		"\\bdrv_log_record\\(LOG_COMMON_ID, LOG_LEVEL_ORDINARY, LOG_FLAG_PLATFORM,((?:\\s*\"(?:[^\"\\\\]|\\\\.)*\")+)");
+	static const std::regex passed_on("\\bpr_(?:warn|info|debug)\\(\"%u: %pV");
+	const std::filesystem::path platform = std::filesystem::path(project_dir) / "reference_platform";
+	platform_sources sources;
+
+	for (const auto &entry : std::filesystem::recursive_directory_iterator(platform)) {
+		if (entry.path().extension() != ".c" && entry.path().extension() != ".h")
+			continue;
+		const std::string text = content_of(entry.path());
+		const auto messages = matches(text, printed), records = matches(text, record);
+		if (messages.size() + records.size() + matches(text, passed_on).size() != matches(text, any).size())
+			sources.puzzles.insert(entry.path().filename().string() + ": a message that is not understood");
+		const bool shared = entry.path().parent_path() == platform;
+		const std::string module = shared ? "%s" : entry.path().parent_path().filename().string();
+		for (const std::smatch &match : messages)
+			sources.messages.insert(module + ": " + joined_literals(match[1]));
+		for (const std::smatch &match : records)
+			sources.messages.insert("log: 0: " + joined_literals(match[1]));
+	}
+	return sources;
+}
+
 std::set<std::string> callable_functions(const std::string &project_dir)
 {
 	static const std::regex row("\tFUNCTION\\((\\w+)\\)");

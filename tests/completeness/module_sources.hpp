@@ -24,6 +24,15 @@ struct module_sources {
 // and the functions whose answers it hands on; where they lead to something else, that is a puzzle.
 module_sources read_module_sources(const std::string &project_dir);
 
+struct platform_sources {
+	// As the kernel log has them: "xml_parser: %s is refused: %s". "%s: " stands for what several modules share.
+	std::set<std::string> messages;
+	std::set<std::string> puzzles;
+};
+
+// Reads the C files of reference_platform. Its log prints the records of others; those are not messages of its own.
+platform_sources read_platform_messages(const std::string &project_dir);
+
 // The functions that the suite can call by name.
 std::set<std::string> callable_functions(const std::string &project_dir);
 

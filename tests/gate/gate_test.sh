@@ -823,6 +823,14 @@ test_site() {
 	finds '12 pages, 1 messages' make_site
 	finds 'planted %s of two &lt;parts&gt;' cat build/site/docs/messages.html
 	finds 'planted %s of two <parts>' cat build/site/index.js
+	printf '# Help\n\n### One\n\n- \140log: 27: planted %%s of two <parts>\140 (serious): name\n' | plant docs/troubleshooting.md
+	passes make_site
+	finds 'troubleshooting.html#one' cat build/site/docs/messages.html
+	finds '"docs/troubleshooting.html", "one", "Message"' cat build/site/index.js
+	echo '# Help' | plant docs/troubleshooting.md
+	finds 'nothing about "planted %s of two <parts>"' make_site
+	fails make_site
+	rm docs/troubleshooting.md
 	printf '[gone](gone.md)\n' | plant docs/reliability.md
 	finds 'docs/reliability.html: gone.html is not there' make_site
 	fails make_site
