@@ -102,11 +102,13 @@ TEST_F(cli, check_prints_json_and_sarif)
 
 TEST_F(cli, wrong_usage_gives_2)
 {
-	for (const auto *arguments : {"", "unknown", "check", "compile a.xml b.xml -o c", "simulate a.xml b.xml", "check --strict",
-				      "check good/section-wraps.xml --format xml", "check good/section-wraps.xml --mtd",
-				      "check good/section-wraps.xml --mtd partitions.mtd --mtdparts 'f:1M'",
-				      "check good/section-wraps.xml --mtdparts nonsense", "compile good/section-wraps.xml",
-				      "map good/section-wraps.xml --bom many", "explain no-such-rule", "simulate --frmat json x"}) {
+	for (const auto *arguments :
+	     {"", "unknown", "check", "compile a.xml b.xml -o c", "simulate a.xml b.xml", "check --strict",
+	      "check good/section-wraps.xml --format xml", "check good/section-wraps.xml --mtd",
+	      "check good/section-wraps.xml --mtd partitions.mtd --mtdparts 'f:1M'", "check good/section-wraps.xml --mtdparts nonsense",
+	      "compile good/section-wraps.xml", "map good/section-wraps.xml --bom many", "diff good/section-wraps.xml",
+	      "diff good/malformed.xml good/malformed.xml --new-mtd partitions.mtd",
+	      "diff good/malformed.xml good/malformed.xml good/malformed.xml", "explain no-such-rule", "simulate --frmat json x"}) {
 		const auto result = run(arguments);
 		EXPECT_EQ(result.status, 2) << arguments;
 		EXPECT_EQ(result.out, "") << arguments;
@@ -305,6 +307,29 @@ TEST_F(cli, map_draws_on_the_terminal_or_into_a_file)
 	EXPECT_EQ(run("map bad/duplicate-id.xml").status, 1);
 }
 
+TEST_F(cli, diff_gives_0_where_no_data_is_concerned_and_1_where_it_is)
+{
+	const auto same = run("diff good/section-wraps.xml good/section-wraps.xml --mtd partitions.mtd");
+	const auto other = run("diff good/section-wraps.xml good/malformed.xml");
+
+	EXPECT_EQ(same.status, 0);
+	EXPECT_NE(same.out.find(": nothing changes; "), std::string::npos) << same.out;
+	EXPECT_EQ(other.status, 1);
+	EXPECT_NE(other.out.find("[moved]"), std::string::npos) << other.out;
+	EXPECT_EQ(other.err, "");
+}
+
+TEST_F(cli, diff_refuses_a_board_that_does_not_compile_on_either_side)
+{
+	const auto refused = run("diff bad/duplicate-id.xml good/malformed.xml");
+
+	EXPECT_EQ(refused.status, 1);
+	EXPECT_EQ(refused.out, "");
+	EXPECT_EQ(refused.err, fixtures::read(FIXTURES_DIR "/bad/duplicate-id.txt"));
+	EXPECT_EQ(nlohmann::json::parse(run("diff --json good/malformed.xml bad/duplicate-id.xml").out)["errors"], 1);
+	EXPECT_EQ(run("diff good/malformed.xml none.xml").status, 3);
+}
+
 TEST_F(cli, explain_knows_every_rule_and_suggests_one_for_a_misspelling)
 {
 	for (const auto &one : flash_board::all_rules()) {
@@ -370,10 +395,10 @@ std::string without_markup(std::string page)
 TEST_F(cli, every_option_of_the_help_is_in_the_manual_page)
 {
 	const auto page = without_markup(fixtures::read(REPOSITORY_DIR "/docs/man/flash-board.1"));
-	const std::regex option("--[a-z]+");
+	const std::regex option("--[a-z]+(-[a-z]+)*");
 	std::size_t options = 0;
 
-	for (const auto *command : {"", "compile", "check", "simulate", "map", "explain"}) {
+	for (const auto *command : {"", "compile", "check", "simulate", "map", "diff", "explain"}) {
 		const auto help = run(std::string(command) + " --help").out;
 		EXPECT_NE(page.find(command), page.npos);
 		for (auto at = std::sregex_iterator(help.begin(), help.end(), option); at != std::sregex_iterator(); ++at, options++)
@@ -385,10 +410,10 @@ TEST_F(cli, every_option_of_the_help_is_in_the_manual_page)
 TEST_F(cli, every_option_of_the_manual_page_is_in_the_help)
 {
 	const auto page = without_markup(fixtures::read(REPOSITORY_DIR "/docs/man/flash-board.1"));
-	const std::regex option("--[a-z]+");
+	const std::regex option("--[a-z]+(-[a-z]+)*");
 	std::string help;
 
-	for (const auto *command : {"", "compile", "check", "simulate", "map", "explain"})
+	for (const auto *command : {"", "compile", "check", "simulate", "map", "diff", "explain"})
 		help += run(std::string(command) + " --help").out;
 	for (auto at = std::sregex_iterator(page.begin(), page.end(), option); at != std::sregex_iterator(); ++at)
 		EXPECT_NE(help.find(at->str()), help.npos) << at->str();

@@ -10,6 +10,7 @@
 #include "board_file.hpp"
 #include "board_reader.hpp"
 #include "check.hpp"
+#include "layout_change.hpp"
 #include "map.hpp"
 #include "report.hpp"
 #include "xml_writer.hpp"
@@ -46,4 +47,7 @@ inline void try_text(const std::string &text)
 	const flash_board::document of(from);
 	as_text(map_of(of, &layout, std::nullopt));
 	as_svg(map_of(of, nullptr, 1));
+	// It is no update to itself.
+	if (const auto made = flash_board::compare({of, &layout}, {of, &layout}); !made.changes.empty())
+		std::abort();
 }

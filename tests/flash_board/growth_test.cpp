@@ -8,6 +8,7 @@
 
 #include "check.hpp"
 #include "large_boards.hpp"
+#include "layout_change.hpp"
 #include "map.hpp"
 #include "report.hpp"
 
@@ -60,6 +61,16 @@ void draw_all(const std::string &text)
 	as_svg(map_of(of, &layout, std::nullopt));
 }
 
+// An update of a board to a smaller one.
+void compare_all(const std::string &text, const std::string &next)
+{
+	const auto layout = read_mtdparts("flash:1M(boot),4M(config),8M(usrdata),-(rootfs)");
+	const source before(text, "b.xml"), after(next, "n.xml");
+	const document old_board(before), new_board(after);
+
+	as_text(before, after, compare({old_board, &layout}, {new_board, &layout}));
+}
+
 class growth : public testing::TestWithParam<large_boards::kind> {};
 
 TEST_P(growth, is_nearly_linear)
@@ -69,6 +80,10 @@ TEST_P(growth, is_nearly_linear)
 
 	EXPECT_TRUE(is_nearly_linear(check_all, small, large)) << "check";
 	EXPECT_TRUE(is_nearly_linear(draw_all, small, large)) << "map";
+	const auto shorter = GetParam().make(rows / 8);
+	EXPECT_TRUE(is_nearly_linear([&](const std::string &text) { compare_all(text, shorter); }, GetParam().make(rows / 4),
+				     GetParam().make(2 * rows)))
+		<< "diff";
 }
 
 INSTANTIATE_TEST_SUITE_P(boards, growth, testing::ValuesIn(large_boards::all()), [](const auto &info) { return info.param.name; });

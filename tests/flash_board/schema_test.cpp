@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// What check and simulate print as JSON agrees with the schema, for every fixture and board.
+// What check, simulate and diff print as JSON agrees with the schema, for every fixture and board.
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
@@ -12,6 +12,7 @@
 
 #include "board_reader.hpp"
 #include "fixtures.hpp"
+#include "layout_change.hpp"
 #include "report.hpp"
 #include "simulate.hpp"
 
@@ -117,6 +118,31 @@ void expect_each_key_of_a_row_is_looked_at(const json &good, const char *array)
 		wrong[array][0][item.key()] = -1.5;
 		EXPECT_NE(disagreement(wrong), "") << array << " " << item.key();
 	}
+}
+
+// What an update from the board of cards to another one does.
+json changed_to(const char *name)
+{
+	const auto old_text = fixtures::read(REPOSITORY_DIR "/board/xml/cards.xml");
+	const auto new_text = fixtures::read(REPOSITORY_DIR "/board/xml/" + std::string(name) + ".xml");
+	const flash_board::source before(old_text, "cards.xml"), after(new_text, name);
+	const flash_board::document old_board(before), new_board(after);
+
+	return json::parse(as_json(before, after, flash_board::compare({old_board, nullptr}, {new_board, nullptr})));
+}
+
+TEST(schema, agrees_with_diff)
+{
+	for (const auto *name : {"cards", "plain", "variants", "bare"})
+		EXPECT_EQ(disagreement(changed_to(name)), "") << name;
+}
+
+TEST(schema, refuses_changes_that_do_not_agree)
+{
+	const auto good = changed_to("variants");
+
+	expect_each_key_is_looked_at(good);
+	expect_each_key_of_a_row_is_looked_at(good, "changes");
 }
 
 TEST(schema, refuses_findings_that_do_not_agree)

@@ -13,6 +13,7 @@
 #include "check.hpp"
 #include "check_structure.hpp"
 #include "files.hpp"
+#include "layout_change.hpp"
 #include "map.hpp"
 #include "report.hpp"
 #include "simulate.hpp"
@@ -26,9 +27,10 @@ constexpr int exit_bad_input = 1;
 constexpr int exit_usage = 2;
 constexpr int exit_file = 3;
 
-constexpr const char *description = "Board descriptions on the host: compile, check, simulate, map, explain.";
+constexpr const char *description = "Board descriptions on the host: compile, check, simulate, map, diff, explain.";
 constexpr const char *exit_statuses =
-	"Exit status: 0 success, 1 the board description is wrong, 2 wrong usage, 3 a file cannot be read or written.";
+	"Exit status: 0 success, 1 the board description is wrong or (diff) data is concerned, 2 wrong usage, 3 a file cannot be read or "
+	"written.";
 
 struct usage_error : std::runtime_error {
 	using std::runtime_error::runtime_error;
@@ -40,6 +42,8 @@ struct settings {
 	std::string output;
 	std::string mtd_file;
 	std::string mtdparts;
+	std::string new_mtd_file; // after an update; the same as before it where nothing is given
+	std::string new_mtdparts;
 	std::string format = "text";
 	std::optional<std::uint32_t> bom;
 	std::string rule;
@@ -96,10 +100,8 @@ public:
 		const source from(text, given_.board());
 		const auto layout = read_partitions();
 
-		if (const auto found = structural_findings(from); first_refusal(found)) {
-			(given_.wants_json() ? to_.out : to_.err) << (given_.wants_json() ? as_json(from, found) : as_text(from, found));
-			return exit_bad_input;
-		}
+		if (const auto found = structural_findings(from); first_refusal(found))
+			return refuse(from, found);
 		const auto result = flash_board::simulate(read_board(text, given_.board()), layout.value_or(mtd_layout()));
 		to_.out << (given_.wants_json() ? as_json(result) : as_text(result));
 		return result.load_code ? exit_bad_input : exit_success;
@@ -123,6 +125,23 @@ public:
 		return exit_success;
 	}
 
+	int diff() const
+	{
+		const auto old_text = read(given_.boards[0]), new_text = read(given_.boards[1]);
+		const source before(old_text, given_.boards[0]), after(new_text, given_.boards[1]);
+		const auto layout = read_partitions();
+		const bool is_layout_new = !given_.new_mtd_file.empty() || !given_.new_mtdparts.empty();
+		const auto new_layout = is_layout_new ? read_partitions(given_.new_mtd_file, given_.new_mtdparts) : layout;
+
+		for (const auto *one : {&before, &after})
+			if (const auto found = structural_findings(*one); first_refusal(found))
+				return refuse(*one, found);
+		const document old_board(before), new_board(after);
+		const auto made = compare({old_board, layout ? &*layout : nullptr}, {new_board, new_layout ? &*new_layout : nullptr});
+		to_.out << (given_.wants_json() ? as_json(before, after, made) : as_text(before, after, made));
+		return made.concerns_data() ? exit_bad_input : exit_success;
+	}
+
 	int explain() const
 	{
 		const auto *about = find_rule(given_.rule);
@@ -139,19 +158,28 @@ public:
 private:
 	std::string read(const std::string &path) const { return read_file(path, to_.in); }
 
-	std::optional<mtd_layout> read_partitions() const
+	std::optional<mtd_layout> read_partitions() const { return read_partitions(given_.mtd_file, given_.mtdparts); }
+
+	std::optional<mtd_layout> read_partitions(const std::string &file, const std::string &mtdparts) const
 	{
 		try {
-			if (!given_.mtd_file.empty())
-				return read_layout(read(given_.mtd_file));
-			if (!given_.mtdparts.empty())
-				return read_mtdparts(given_.mtdparts);
+			if (!file.empty())
+				return read_layout(read(file));
+			if (!mtdparts.empty())
+				return read_mtdparts(mtdparts);
 		} catch (const layout_error &error) {
-			if (given_.mtd_file.empty())
+			if (file.empty())
 				throw usage_error(error.what());
-			throw file_error(given_.mtd_file, error.what());
+			throw file_error(file, error.what());
 		}
 		return std::nullopt;
+	}
+
+	// Of a board that cannot be compiled.
+	int refuse(const source &from, const findings &found) const
+	{
+		(given_.wants_json() ? to_.out : to_.err) << (given_.wants_json() ? as_json(from, found) : as_text(from, found));
+		return exit_bad_input;
 	}
 
 	bool is_wrong(const findings &found) const
@@ -212,6 +240,17 @@ void add_layout(CLI::App &command, settings &given)
 		->excludes(file);
 }
 
+void add_new_layout(CLI::App &command, settings &given)
+{
+	auto *file =
+		command.add_option("--new-mtd", given.new_mtd_file, "the partitions after the update, as --mtd; the same where left out")
+			->type_name("FILE");
+
+	command.add_option("--new-mtdparts", given.new_mtdparts, "the partitions after the update, as --mtdparts")
+		->type_name("STRING")
+		->excludes(file);
+}
+
 void add_format(CLI::App &command, settings &given, const std::vector<std::string> &formats, const std::string &list)
 {
 	auto *format =
@@ -252,6 +291,13 @@ struct commands {
 		map->add_option("--bom", given.bom, "draw this variant instead of the board's own")->type_name("NUMBER");
 		map->add_option("-o,--output", given.output, "write an SVG picture there instead of drawing on the terminal")
 			->type_name("FILE");
+		diff->add_option("boards", given.boards, "the description that is on the board, and the new one, XML; - is standard input")
+			->required()
+			->expected(2)
+			->type_name("OLD.xml NEW.xml");
+		add_layout(*diff, given);
+		add_new_layout(*diff, given);
+		add_format(*diff, given, {"text", "json"}, "text (the default) or json");
 		explain->add_option("rule", given.rule, "the rule; without it all are listed")->type_name("RULE");
 		explain->add_flag("--markdown", given.markdown, "all rules as the page docs/board-rules.md");
 	}
@@ -261,6 +307,7 @@ struct commands {
 	CLI::App *check = app.add_subcommand("check", "Find everything that is wrong with board descriptions");
 	CLI::App *simulate = app.add_subcommand("simulate", "Show what flash_mng makes of a board: its tables and its messages");
 	CLI::App *map = app.add_subcommand("map", "Draw the flash of a board");
+	CLI::App *diff = app.add_subcommand("diff", "Show what an update of the layout does to the data on the flash");
 	CLI::App *explain = app.add_subcommand("explain", "Explain a rule of check");
 };
 
@@ -274,14 +321,25 @@ int run(const commands &all, const program &of)
 		return of.simulate();
 	if (all.map->parsed())
 		return of.map();
+	if (all.diff->parsed())
+		return of.diff();
 	return of.explain();
 }
 
 // Standard input can be read once.
 void refuse_second_use_of_the_input(const settings &given)
 {
-	if (std::count(given.boards.begin(), given.boards.end(), "-") + (given.mtd_file == "-") > 1)
+	if (std::count(given.boards.begin(), given.boards.end(), "-") + (given.mtd_file == "-") + (given.new_mtd_file == "-") > 1)
 		throw usage_error("- is given twice, and there is one standard input");
+}
+
+// Every partition would be new.
+void refuse_half_a_layout(const settings &given)
+{
+	const bool is_before = !given.mtd_file.empty() || !given.mtdparts.empty();
+
+	if (!is_before && (!given.new_mtd_file.empty() || !given.new_mtdparts.empty()))
+		throw usage_error("the partitions after the update are given, and not those before it: --mtd or --mtdparts");
 }
 
 // A variable of a script that is not set must not choose what happens when nothing is given.
@@ -311,6 +369,7 @@ int parse_and_run(const std::vector<std::string> &arguments, const streams &to)
 	}
 	refuse_empty(*all.app.get_subcommands().front());
 	refuse_second_use_of_the_input(given);
+	refuse_half_a_layout(given);
 	return finish(run(all, program(given, to)), to);
 }
 

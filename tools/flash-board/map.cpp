@@ -2,6 +2,7 @@
 #include "map.hpp"
 
 #include <algorithm>
+#include <set>
 #include <unordered_map>
 
 #include "range_search.hpp"
@@ -66,7 +67,8 @@ private:
 			const auto title = one.device.empty() ? "MTD partitions" : one.device;
 			if (map_.groups.empty() || map_.groups.back().title != title)
 				map_.groups.push_back({title, {}});
-			map_.groups.back().bars.push_back({one.name, place_of(one), one.size});
+			map_.groups.back().bars.push_back(
+				{.title = one.name, .place = place_of(one), .size = one.size, .offset = one.offset, .is_partition = true});
 		}
 	}
 
@@ -116,7 +118,14 @@ private:
 			}
 		for (const auto &row : rows)
 			bar_of(row.name->text)
-				.add({span_kind::section, "section " + std::to_string(*row.id), {0, *row.size}, row.range().text()});
+				.add({span_kind::section,
+				      "section " + std::to_string(*row.id),
+				      {0, *row.size},
+				      row.range().text(),
+				      *row.offset,
+				      *row.id,
+				      "",
+				      document_.offset_of(row.xml)});
 	}
 
 	void add_usable(pugi::xml_node entry)
@@ -124,12 +133,16 @@ private:
 		const auto size = *number_in(entry.attribute("avail_size").value());
 
 		bar_of(document_.attribute(entry, "mtd_name")->text)
-			.add({span_kind::usable, "usable " + human_size(size), {0, size}, hexadecimal(size)});
+			.add({.kind = span_kind::usable,
+			      .title = "usable " + human_size(size),
+			      .range = {0, size},
+			      .addresses = hexadecimal(size),
+			      .at = document_.offset_of(entry)});
 	}
 
-	static map_span spi_span(const std::string &name, const byte_range &range)
+	map_span spi_span(const std::string &name, const byte_range &range, pugi::xml_node entry) const
 	{
-		return {span_kind::spi_partition, name, range, range.text()};
+		return {span_kind::spi_partition, name, range, range.text(), range.begin, {}, name, document_.offset_of(entry)};
 	}
 
 	void add_spi_partition(map_bar &bar, pugi::xml_node entry)
@@ -144,13 +157,14 @@ private:
 		else if (!offset || !size)
 			map_.left_out.push_back(whose + " has no range");
 		else
-			bar.add(spi_span(name->text, {*from, std::uint64_t(*from) + *length}));
+			bar.add(spi_span(name->text, {*from, std::uint64_t(*from) + *length}, entry));
 	}
 
 	void add_spi_flash(pugi::xml_node instance)
 	{
 		map_bar bar = {"instance " + std::string(instance.attribute("id").value()), "", std::nullopt};
 
+		bar.instance = id_of(instance);
 		for (const auto entry : entries_of(node_of(instance, "spi_flash_map")))
 			add_spi_partition(bar, entry);
 		if (bar.spans.empty())
@@ -213,6 +227,27 @@ std::vector<byte_range> map_bar::free_ranges() const
 std::vector<byte_range> map_bar::shared_ranges() const
 {
 	return covered(ranges_of(*this, false), extent(), 2);
+}
+
+std::uint32_t own_variant(const document &of)
+{
+	return bom_of(of, instance_of(of, default_instance_id));
+}
+
+std::vector<std::uint32_t> variants_of(const document &of)
+{
+	const auto tables = section_tables_of(instance_of(of, default_instance_id));
+	std::set<std::uint32_t> found = {own_variant(of)};
+
+	if (tables.size() < 2)
+		return {*found.begin()};
+	for (const auto table : tables) {
+		const std::string_view name = table.attribute("name").value();
+		const auto variant = name == "attr" ? 0 : number_in(name.substr(5));
+		if (variant && chosen_table_name(tables.size(), *variant) == name)
+			found.insert(*variant);
+	}
+	return {found.begin(), found.end()};
 }
 
 board_map map_of(const document &of, const mtd_layout *layout, std::optional<std::uint32_t> bom)

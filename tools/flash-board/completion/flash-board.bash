@@ -8,11 +8,11 @@ _flash_board_command() {
 	local word skip=
 	for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
 		case $skip$word in
-		compile | check | simulate | map | explain)
+		compile | check | simulate | map | diff | explain)
 			printf '%s' "$word"
 			return
 			;;
-		--mtd | --mtdparts | --format | --bom | -o | --output) skip=value ;;
+		--mtd | --mtdparts | --new-mtd | --new-mtdparts | --format | --bom | -o | --output) skip=value ;;
 		*) skip= ;;
 		esac
 	done
@@ -24,6 +24,7 @@ _flash_board_options() {
 	check) echo "--help --mtd --mtdparts --format --json --strict" ;;
 	simulate) echo "--help --mtd --mtdparts --format --json" ;;
 	map) echo "--help --mtd --mtdparts --bom --output" ;;
+	diff) echo "--help --mtd --mtdparts --new-mtd --new-mtdparts --format --json" ;;
 	explain) echo "--help --markdown" ;;
 	*) echo "--help --version" ;;
 	esac
@@ -55,8 +56,8 @@ _flash_board() {
 		)
 		return
 		;;
-	--mtdparts | --bom) return ;;
-	-o | --output | --mtd)
+	--mtdparts | --new-mtdparts | --bom) return ;;
+	-o | --output | --mtd | --new-mtd)
 		mapfile -t COMPREPLY < <(compgen -f -- "$current")
 		return
 		;;
@@ -65,7 +66,7 @@ _flash_board() {
 	if [[ $current == -?* ]]; then
 		_flash_board_offer "$current" < <(_flash_board_options "$command" | tr ' ' '\n')
 	elif [ -z "$command" ]; then
-		_flash_board_offer "$current" < <(printf '%s\n' compile check simulate map explain)
+		_flash_board_offer "$current" < <(printf '%s\n' compile check simulate map diff explain)
 	elif [ "$command" = explain ]; then
 		_flash_board_offer "$current" < <(_flash_board_rules)
 	else
