@@ -18,6 +18,7 @@ twin_packages="qemu-system-x86 seabios"
 package_packages="git kmod dpkg-dev debhelper dh-dkms dkms fakeroot lintian man-db qemu-user"
 
 docs_packages="python3 pandoc mandoc"
+browser_packages="python3 chromium"
 release_packages="git python3 pandoc mandoc"
 
 package_installed() {

@@ -106,8 +106,8 @@ TEST_F(cli, wrong_usage_gives_2)
 	     {"", "unknown", "check", "compile a.xml b.xml -o c", "simulate a.xml b.xml", "check --strict",
 	      "check good/section-wraps.xml --format xml", "check good/section-wraps.xml --mtd",
 	      "check good/section-wraps.xml --mtd partitions.mtd --mtdparts 'f:1M'", "check good/section-wraps.xml --mtdparts nonsense",
-	      "compile good/section-wraps.xml", "map good/section-wraps.xml --bom many", "diff good/section-wraps.xml",
-	      "diff good/malformed.xml good/malformed.xml --new-mtd partitions.mtd",
+	      "compile good/section-wraps.xml", "map good/section-wraps.xml --bom many", "report good/section-wraps.xml",
+	      "diff good/section-wraps.xml", "diff good/malformed.xml good/malformed.xml --new-mtd partitions.mtd",
 	      "diff good/malformed.xml good/malformed.xml good/malformed.xml", "explain no-such-rule", "simulate --frmat json x"}) {
 		const auto result = run(arguments);
 		EXPECT_EQ(result.status, 2) << arguments;
@@ -122,7 +122,8 @@ TEST_F(cli, files_that_cannot_be_read_or_written_give_3)
 	for (const auto &arguments :
 	     {std::string("check none.xml"), std::string("simulate none.xml"), std::string("map none.xml"), std::string("check ."),
 	      "compile none.xml -o '" + path("board.fbd") + "'", std::string("compile good/malformed.xml -o none/board.fbd"),
-	      std::string("map good/malformed.xml -o none/map.svg"), std::string("check good/malformed.xml --mtd none.mtd"),
+	      std::string("map good/malformed.xml -o none/map.svg"), std::string("report good/malformed.xml -o none/report.html"),
+	      "report none.xml -o '" + path("report.html") + "'", std::string("check good/malformed.xml --mtd none.mtd"),
 	      "check good/malformed.xml --mtd '" + path("noise") + "'"}) {
 		const auto result = run(arguments);
 		EXPECT_EQ(result.status, 3) << arguments;
@@ -330,6 +331,25 @@ TEST_F(cli, diff_refuses_a_board_that_does_not_compile_on_either_side)
 	EXPECT_EQ(run("diff good/malformed.xml none.xml").status, 3);
 }
 
+TEST_F(cli, report_writes_a_page_of_a_good_board_and_of_a_wrong_one)
+{
+	const auto output = " -o '" + path("report.html") + "'";
+	const auto good = run("report good/section-wraps.xml --mtd partitions.mtd" + output);
+
+	EXPECT_EQ(good.status, 0);
+	EXPECT_EQ(good.out + good.err, "");
+	EXPECT_TRUE(fixtures::read(path("report.html")).starts_with("<!DOCTYPE html>"));
+	std::filesystem::remove(path("report.html"));
+	const auto wrong = run("report bad/section-wraps.xml" + output);
+	EXPECT_EQ(wrong.status, 1);
+	EXPECT_EQ(wrong.err, fixtures::read(FIXTURES_DIR "/bad/section-wraps.txt"));
+	EXPECT_TRUE(fixtures::read(path("report.html")).ends_with("</html>\n"));
+	EXPECT_EQ(run("report bad/section-overlap.xml" + output).status, 0);
+	EXPECT_EQ(run("report bad/section-overlap.xml --strict" + output).status, 1);
+	EXPECT_EQ(run("report bad/duplicate-id.xml" + output).status, 1);
+	EXPECT_TRUE(run("report - -o - <good/malformed.xml").out.starts_with("<!DOCTYPE html>"));
+}
+
 TEST_F(cli, explain_knows_every_rule_and_suggests_one_for_a_misspelling)
 {
 	for (const auto &one : flash_board::all_rules()) {
@@ -398,7 +418,7 @@ TEST_F(cli, every_option_of_the_help_is_in_the_manual_page)
 	const std::regex option("--[a-z]+(-[a-z]+)*");
 	std::size_t options = 0;
 
-	for (const auto *command : {"", "compile", "check", "simulate", "map", "diff", "explain"}) {
+	for (const auto *command : {"", "compile", "check", "simulate", "map", "diff", "report", "explain"}) {
 		const auto help = run(std::string(command) + " --help").out;
 		EXPECT_NE(page.find(command), page.npos);
 		for (auto at = std::sregex_iterator(help.begin(), help.end(), option); at != std::sregex_iterator(); ++at, options++)
@@ -413,7 +433,7 @@ TEST_F(cli, every_option_of_the_manual_page_is_in_the_help)
 	const std::regex option("--[a-z]+(-[a-z]+)*");
 	std::string help;
 
-	for (const auto *command : {"", "compile", "check", "simulate", "map", "diff", "explain"})
+	for (const auto *command : {"", "compile", "check", "simulate", "map", "diff", "report", "explain"})
 		help += run(std::string(command) + " --help").out;
 	for (auto at = std::sregex_iterator(page.begin(), page.end(), option); at != std::sregex_iterator(); ++at)
 		EXPECT_NE(help.find(at->str()), help.npos) << at->str();

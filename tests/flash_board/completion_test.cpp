@@ -17,7 +17,7 @@ namespace {
 constexpr const char *bash_file = REPOSITORY_DIR "/tools/flash-board/completion/flash-board.bash";
 constexpr const char *zsh_file = REPOSITORY_DIR "/tools/flash-board/completion/_flash-board";
 
-const std::vector<std::string> commands = {"compile", "check", "simulate", "map", "diff", "explain"};
+const std::vector<std::string> commands = {"compile", "check", "simulate", "map", "diff", "report", "explain"};
 
 using tools_tests::output_of;
 
@@ -56,7 +56,7 @@ private:
 
 TEST_F(completion, of_bash_offers_commands)
 {
-	EXPECT_EQ(offered("''"), "<compile><check><simulate><map><diff><explain>");
+	EXPECT_EQ(offered("''"), "<compile><check><simulate><map><diff><report><explain>");
 	EXPECT_EQ(offered("c"), "<compile><check>");
 }
 
@@ -93,7 +93,7 @@ TEST_F(completion, of_bash_offers_files_as_they_are_called_and_runs_none)
 	for (const auto &name : names)
 		EXPECT_NE(offered("check '" + name.substr(0, 1) + "'").find("<"), std::string::npos) << name;
 	EXPECT_EQ(offered("check '$(touch ran)'"), "");
-	EXPECT_EQ(offered("'$(touch ran)' ''"), "<compile><check><simulate><map><diff><explain>");
+	EXPECT_EQ(offered("'$(touch ran)' ''"), "<compile><check><simulate><map><diff><report><explain>");
 	EXPECT_EQ(files(), count);
 }
 

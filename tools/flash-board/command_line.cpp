@@ -15,6 +15,7 @@
 #include "files.hpp"
 #include "layout_change.hpp"
 #include "map.hpp"
+#include "page.hpp"
 #include "report.hpp"
 #include "simulate.hpp"
 #include "suggestion.hpp"
@@ -27,7 +28,7 @@ constexpr int exit_bad_input = 1;
 constexpr int exit_usage = 2;
 constexpr int exit_file = 3;
 
-constexpr const char *description = "Board descriptions on the host: compile, check, simulate, map, diff, explain.";
+constexpr const char *description = "Board descriptions on the host: compile, check, simulate, map, diff, report, explain.";
 constexpr const char *exit_statuses =
 	"Exit status: 0 success, 1 the board description is wrong or (diff) data is concerned, 2 wrong usage, 3 a file cannot be read or "
 	"written.";
@@ -142,6 +143,24 @@ public:
 		return made.concerns_data() ? exit_bad_input : exit_success;
 	}
 
+	// Of a board that is wrong, too: then it says so, and what.
+	int report() const
+	{
+		const auto text = read(given_.board());
+		const source from(text, given_.board());
+		const auto layout = read_partitions();
+		const auto found = flash_board::check(from, layout ? &*layout : nullptr);
+		page_content page = {from, found, layout ? &*layout : nullptr,	     layout_name(), {},
+				     "",   false, "flash-board " FLASH_BOARD_VERSION};
+
+		page.has_map = !first_refusal(structural_findings(from));
+		simulate_for(page);
+		write_file(given_.output, as_page(page), to_.out);
+		if (is_wrong(found))
+			to_.err << as_text(from, found);
+		return is_wrong(found) ? exit_bad_input : exit_success;
+	}
+
 	int explain() const
 	{
 		const auto *about = find_rule(given_.rule);
@@ -157,6 +176,19 @@ public:
 
 private:
 	std::string read(const std::string &path) const { return read_file(path, to_.in); }
+
+	std::string layout_name() const { return given_.mtd_file.empty() ? given_.mtdparts : given_.mtd_file; }
+
+	static void simulate_for(page_content &page)
+	{
+		const auto *refusal = first_refusal(page.found);
+
+		if (refusal)
+			page.no_simulation = "The description does not compile: " + refusal->message + ".";
+		else
+			page.simulation = flash_board::simulate(read_board(page.from.text(), page.from.file_name()),
+								page.layout ? *page.layout : mtd_layout());
+	}
 
 	std::optional<mtd_layout> read_partitions() const { return read_partitions(given_.mtd_file, given_.mtdparts); }
 
@@ -298,6 +330,12 @@ struct commands {
 		add_layout(*diff, given);
 		add_new_layout(*diff, given);
 		add_format(*diff, given, {"text", "json"}, "text (the default) or json");
+		add_board(*report, given);
+		report->add_option("-o,--output", given.output, "where to write the page, HTML; - is standard output")
+			->required()
+			->type_name("FILE");
+		add_layout(*report, given);
+		add_strict(*report, given);
 		explain->add_option("rule", given.rule, "the rule; without it all are listed")->type_name("RULE");
 		explain->add_flag("--markdown", given.markdown, "all rules as the page docs/board-rules.md");
 	}
@@ -308,6 +346,7 @@ struct commands {
 	CLI::App *simulate = app.add_subcommand("simulate", "Show what flash_mng makes of a board: its tables and its messages");
 	CLI::App *map = app.add_subcommand("map", "Draw the flash of a board");
 	CLI::App *diff = app.add_subcommand("diff", "Show what an update of the layout does to the data on the flash");
+	CLI::App *report = app.add_subcommand("report", "Write a page that shows a board: map, findings, variants, tables");
 	CLI::App *explain = app.add_subcommand("explain", "Explain a rule of check");
 };
 
@@ -323,6 +362,8 @@ int run(const commands &all, const program &of)
 		return of.map();
 	if (all.diff->parsed())
 		return of.diff();
+	if (all.report->parsed())
+		return of.report();
 	return of.explain();
 }
 

@@ -8,7 +8,7 @@ _flash_board_command() {
 	local word skip=
 	for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
 		case $skip$word in
-		compile | check | simulate | map | diff | explain)
+		compile | check | simulate | map | diff | report | explain)
 			printf '%s' "$word"
 			return
 			;;
@@ -25,6 +25,7 @@ _flash_board_options() {
 	simulate) echo "--help --mtd --mtdparts --format --json" ;;
 	map) echo "--help --mtd --mtdparts --bom --output" ;;
 	diff) echo "--help --mtd --mtdparts --new-mtd --new-mtdparts --format --json" ;;
+	report) echo "--help --output --mtd --mtdparts --strict" ;;
 	explain) echo "--help --markdown" ;;
 	*) echo "--help --version" ;;
 	esac
@@ -66,7 +67,7 @@ _flash_board() {
 	if [[ $current == -?* ]]; then
 		_flash_board_offer "$current" < <(_flash_board_options "$command" | tr ' ' '\n')
 	elif [ -z "$command" ]; then
-		_flash_board_offer "$current" < <(printf '%s\n' compile check simulate map diff explain)
+		_flash_board_offer "$current" < <(printf '%s\n' compile check simulate map diff report explain)
 	elif [ "$command" = explain ]; then
 		_flash_board_offer "$current" < <(_flash_board_rules)
 	else
