@@ -116,6 +116,29 @@ TEST_F(cli, wrong_usage_gives_2)
 	}
 }
 
+TEST_F(cli, a_flag_takes_no_value)
+{
+	const auto board = " good/section-wraps.xml";
+
+	for (const auto &[line, flag] : std::vector<std::pair<std::string, std::string>>{
+		     {"check --strict=0" + std::string(board), "strict"},
+		     {"check --strict=true" + std::string(board), "strict"},
+		     {"check --json=1" + std::string(board), "json"},
+		     {"simulate --json=false" + std::string(board), "json"},
+		     {"compile --force=no bad/section-wraps.xml -o '" + path("board.fbd") + "'", "force"},
+		     {"compile --force= bad/section-wraps.xml -o '" + path("board.fbd") + "'", "force"},
+		     {"explain --markdown=0", "markdown"},
+		     {"--version=2", "version"},
+		     {"--help=all", "help"},
+		     {"check --help=all", "help"}}) {
+		const auto result = run(line);
+		EXPECT_EQ(result.status, 2) << line;
+		EXPECT_EQ(result.out, "") << line;
+		EXPECT_EQ(result.err, "flash-board: --" + flag + " takes no value; leave it out where it is not wanted\n") << line;
+		EXPECT_FALSE(std::filesystem::exists(path("board.fbd"))) << line;
+	}
+}
+
 TEST_F(cli, files_that_cannot_be_read_or_written_give_3)
 {
 	write("noise", "noise\n");

@@ -398,11 +398,39 @@ int finish(int status, const streams &to)
 	return status;
 }
 
+bool is_flag(const CLI::App &app, const std::string &name)
+{
+	const auto commands = app.get_subcommands([](const CLI::App *) { return true; });
+	const auto *option = app.get_option_no_throw(name);
+
+	return option ? option->get_items_expected_max() == 0
+		      : std::any_of(commands.begin(), commands.end(), [&](const auto *one) { return is_flag(*one, name); });
+}
+
+// The parser takes --strict=0 for no --strict, and --force= for --force.
+void refuse_values(const CLI::App &app, const std::vector<std::string> &arguments)
+{
+	for (const std::string &word : arguments) {
+		const auto end = word.find('=');
+		const auto name = word.substr(0, end);
+
+		if (word == "--")
+			return;
+		if (!word.starts_with("--") || end == word.npos)
+			continue;
+		if (is_flag(app, name))
+			throw usage_error(name + " takes no value; leave it out where it is not wanted");
+		if (end + 1 == word.size())
+			throw usage_error(name + " is empty");
+	}
+}
+
 int parse_and_run(const std::vector<std::string> &arguments, const streams &to)
 {
 	settings given;
 	commands all(given);
 
+	refuse_values(all.app, arguments);
 	try {
 		all.app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
 	} catch (const CLI::ParseError &error) {

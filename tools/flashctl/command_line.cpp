@@ -372,8 +372,20 @@ void parser::refuse_empty(const CLI::App *app) const
 			throw usage_failure(option->get_name() + " is empty", where_help_is());
 }
 
+// The library takes --yes= for --yes.
+void refuse_empty_values(const std::vector<std::string> &arguments)
+{
+	for (const std::string &word : arguments) {
+		if (word == "--")
+			break;
+		if (word.starts_with("--") && word.ends_with("="))
+			throw usage_failure(word.substr(0, word.size() - 1) + " is empty", "leave out an option that is not wanted");
+	}
+}
+
 command_line parser::parse(const std::vector<std::string> &arguments)
 {
+	refuse_empty_values(arguments);
 	std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
 	try {
 		app_.parse(reversed);
