@@ -320,6 +320,37 @@ blank_in_path() {
 	done
 }
 
+# ---- words that mean nothing
+
+# refuses_line WORDS TEXT: a usage error that says so, before anything is begun.
+refuses_line() {
+	: >"$dev_scratch/clone/build/kept"
+	# shellcheck disable=SC2086 # words
+	start refused clone ./dev $1
+	ends_with 2 "$(pid_of refused)"
+	output_has refused "dev: $2"
+	[ ! -e "$STAND_IN_PLACES" ] || dev_wrong "'./dev $1' began: $(cat "$STAND_IN_PLACES")"
+	[ -e "$dev_scratch/clone/build/kept" ] || dev_wrong "'./dev $1' removed the build"
+}
+
+refused_words() {
+	begin_case "words that a command does not take"
+	mkdir -p "$dev_scratch/clone/build"
+	refuses_line 'clean everything' "clean: unknown option 'everything'"
+	refuses_line 'clean --cach' "clean: unknown option '--cach'"
+	refuses_line 'clean --cache more' "clean: unknown word 'more'"
+	refuses_line 'test --hots' "test: unknown option '--hots'"
+	refuses_line 'build now' "build: unknown word 'now'"
+	refuses_line 'cleen' "unknown command 'cleen'"
+	for timed_command in torture powercut fuzz twin; do
+		refuses_line "$timed_command 0" "$timed_command: a run of 0 minutes shows nothing"
+		refuses_line "$timed_command 1x" "$timed_command: '1x' is not a whole number of at most 9 digits"
+		refuses_line "$timed_command 10081" "$timed_command: 10081 minutes are more than a week"
+	done
+	refuses_line 'torture 1 2 3 4' "torture: unknown word '4'"
+	rm -r "$dev_scratch/clone/build"
+}
+
 # ---- what the machine lacks
 
 # lacks PLACE TEXT WORD...: a failure whose output is the text is explained by the words.
@@ -497,6 +528,7 @@ board_limited
 shares
 goes_on
 one_check
+refused_words
 for place in download unpack kernel modules configure build board; do
 	interrupt "$place" INT 130 command
 done
