@@ -200,6 +200,23 @@ INSTANTIATE_TEST_SUITE_P(all, opening,
 					 open_case{ENXIO, 5, "load"}, open_case{EACCES, 4, "root"}, open_case{EPERM, 4, "root"},
 					 open_case{EBUSY, 8, "busy"}, open_case{ENOMEM, 11, "memory"}, open_case{EIO, 6, "Input/output"}));
 
+// A load that failed may have been told as a success by modprobe or insmod.
+TEST(without_a_device, what_the_log_says_of_the_last_load_is_told)
+{
+	desk desk;
+	desk.flash.log = {"mtd info init fail", "flash_mng MODULE INIT END result 0x811b0da2 in 3 ms"};
+	desk.flash.fail_call(1, status::from_errno(ENOENT));
+	EXPECT_EQ(desk.flashctl("list"), 5);
+	EXPECT_TRUE(has(desk.console.err, "; the log says of the last load:\n  mtd info init fail\n"
+					  "  flash_mng MODULE INIT END result 0x811b0da2 in 3 ms\n"))
+		<< desk.console.err;
+
+	desk.flash.log.clear();
+	desk.flash.fail_call(1, status::from_errno(ENODEV));
+	EXPECT_EQ(desk.flashctl("list"), 5);
+	EXPECT_TRUE(has(desk.console.err, "the log tells nothing of a load that this user may read")) << desk.console.err;
+}
+
 TEST(output, that_does_not_arrive_is_no_success)
 {
 	desk desk;
