@@ -71,9 +71,9 @@ test_memory_model() {
 	done
 }
 
-# use_newest_model: sets newest_model and newest_version, of the kernel of a later Debian release.
+# use_newest_model: sets newest_model and newest_version, of the newest kernel that Debian has.
 use_newest_model() {
-	fetch_package trixie "$(dpkg --print-architecture)" linux-source-6.12
+	fetch_package sid "$(dpkg --print-architecture)" linux-source-7.2
 	newest_version=$(cat "$package_files/version")
 	newest_model=$package_files/tools/memory-model
 	[ -e "$newest_model/.complete" ] || with_lock "$cache_dir/packages.lock" unpack_newest_model
@@ -82,7 +82,7 @@ use_newest_model() {
 unpack_newest_model() {
 	[ ! -e "$newest_model/.complete" ] || return 0
 	run_step "unpack the memory model of $newest_version" memory_model tar -C "$package_files" --strip-components=1 \
-		-xf "$package_files/files/usr/src/linux-source-6.12.tar.xz" --wildcards '*/tools/memory-model/linux-kernel*' \
+		-xf "$package_files/files/usr/src/linux-source-7.2.tar.xz" --wildcards '*/tools/memory-model/linux-kernel*' \
 		'*/tools/memory-model/lock.cat'
 	touch "$newest_model/.complete"
 }
