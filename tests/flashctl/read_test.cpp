@@ -7,6 +7,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "failure.hpp"
+#include "partition.hpp"
 #include "scratch.hpp"
 #include "simulated_console.hpp"
 
@@ -50,7 +52,23 @@ TEST(read, beyond_the_end_is_refused_without_reading)
 	EXPECT_TRUE(has(desk.console.err, "at most 16 bytes fit there")) << desk.console.err;
 	EXPECT_EQ(desk.flashctl("read", "usrdata", "--offset", "32KiB"), 2);
 	EXPECT_EQ(desk.flashctl("read", "usrdata", "--offset", "32KiB", "--length", "1"), 2);
+	EXPECT_TRUE(has(desk.console.err, "1 byte at 0x8000 ends beyond \"usrdata\"")) << desk.console.err;
+	desk.console.err.clear();
+	EXPECT_EQ(desk.flashctl("read", "usrdata", "--offset", "0x7fff", "--length", "2"), 2);
+	EXPECT_TRUE(has(desk.console.err, "2 bytes at 0x7fff end beyond \"usrdata\"")) << desk.console.err;
+	EXPECT_TRUE(has(desk.console.err, "at most 1 byte fits there")) << desk.console.err;
 	EXPECT_EQ(std::count(desk.flash.calls.begin(), desk.flash.calls.end(), "read"), 0);
+}
+
+// The module counts the bytes of a partition in 32 bits.
+TEST(read, of_a_partition_of_more_than_4_gib_ends_below_them)
+{
+	const flashctl::mtd_device large = {9, "large", 4, std::uint64_t(5) << 30, 0x20000, 0, true};
+	const flashctl::range_request from = {"large", 0xfffffff0, std::nullopt};
+	EXPECT_EQ(range_within(large, from, 15).length, 15u);
+	EXPECT_THROW(range_within(large, from, 16), flashctl::failure);
+	EXPECT_THROW(range_within(large, from, 17), flashctl::failure);
+	EXPECT_THROW(range_within(large, {"large", 0, std::nullopt}, std::uint64_t(1) << 32), flashctl::failure);
 }
 
 TEST(read, the_rest_ends_before_the_blocks_that_bad_ones_cost)
