@@ -138,8 +138,7 @@ matrix_kernel() (
 # matrix_command [KERNEL]: all of them, or that one.
 matrix_command() {
 	at_most 1 matrix "$@"
-	[ $# -eq 0 ] || supported_kernels | grep -qxF -- "$1" ||
-		usage_error "matrix: '$1' is not among the kernels of flash_mng_kernel/KERNELS"
+	known_words matrix supported_kernels "$@"
 	hold_clone
 	need_packages "$build_packages" "$host_packages" "$check_packages"
 	say "A kernel takes 10 to 20 minutes on two cores, and its packages up to 900 MiB of $cache_dir, once."

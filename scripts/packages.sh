@@ -9,7 +9,7 @@ build_packages="gcc g++ libc6-dev make bc bison flex perl libelf-dev libssl-dev 
 	libc6-dev-arm64-cross qemu-system-arm cmake ninja-build googletest
 	libpugixml-dev libfdt-dev libcli11-dev libfmt-dev nlohmann-json3-dev nettle-dev libvalijson-dev pkgconf"
 host_packages="gcc-arm-linux-gnueabihf libc6-dev-armhf-cross"
-check_packages="git clang-tidy clang-format cppcheck shellcheck sparse kmod mandoc zsh rsync reuse python3
+check_packages="git universal-ctags clang-tidy clang-format cppcheck shellcheck sparse kmod mandoc zsh rsync reuse python3
 	python3-license-expression lava-common pandoc"
 test_packages="libxml2-utils gcovr"
 prove_packages="z3"

@@ -108,12 +108,7 @@ renew_and_show() {
 
 # renew_command [WHAT...]
 renew_command() {
-	for renewal in "$@"; do
-		renewable | grep -qxF -- "$renewal" || {
-			printf "dev: renew: there is no '%s'; there are: %s\n" "$renewal" "$(renewable | tr '\n' ' ')" >&2
-			exit 2
-		}
-	done
+	known_words renew renewable "$@"
 	# shellcheck disable=SC2046 # words
 	[ $# -gt 0 ] || set -- $(renewable)
 	hold_clone

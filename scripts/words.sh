@@ -23,6 +23,19 @@ has_option() {
 	[ "$2" = "$option_wanted" ] || usage_error "$1: unknown option '$2'"
 }
 
+# known_words COMMAND LIST WORD...: each is among the words that the function LIST prints, one per line.
+known_words() {
+	words_for=$1
+	word_list=$2
+	shift 2
+	for asked_word in "$@"; do
+		"$word_list" | grep -qxF -- "$asked_word" || {
+			printf "dev: %s: there is no '%s'; there are: %s\n" "$words_for" "$asked_word" "$("$word_list" | tr '\n' ' ')" >&2
+			exit 2
+		}
+	done
+}
+
 # whole_numbers COMMAND VALUE...: of at most 9 digits, as the shell counts with them.
 whole_numbers() {
 	numbers_of=$1

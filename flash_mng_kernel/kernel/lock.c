@@ -9,11 +9,11 @@
 static_assert(sizeof(struct mutex) == LINUX_MUTEX_SIZE && __alignof__(struct mutex) == LINUX_MUTEX_ALIGN);
 static_assert(sizeof(struct semaphore) == LINUX_SEMAPHORE_SIZE && __alignof__(struct semaphore) == LINUX_SEMAPHORE_ALIGN);
 
-static struct lock_class_key mutex_class;
+static struct lock_class_key g_mutex_class;
 
 void linux_mutex_init(struct mutex *lock, const char *name)
 {
-	__mutex_init(lock, name, &mutex_class);
+	__mutex_init(lock, name, &g_mutex_class);
 }
 
 void linux_mutex_lock(struct mutex *lock)

@@ -60,7 +60,7 @@ static int records_show(struct seq_file *out, void *current_record)
 	return 0;
 }
 
-static const struct seq_operations g_records_sequence = {
+static const struct seq_operations records_sequence = {
 	.start = records_start,
 	.next = records_next,
 	.stop = records_stop,
@@ -69,7 +69,7 @@ static const struct seq_operations g_records_sequence = {
 
 static int records_open(struct inode *inode, struct file *file)
 {
-	return seq_open_private(file, &g_records_sequence, sizeof(struct log_record));
+	return seq_open_private(file, &records_sequence, sizeof(struct log_record));
 }
 
 static ssize_t records_write(struct file *file, const char __user *from, size_t size, loff_t *position)
@@ -84,7 +84,7 @@ static ssize_t records_write(struct file *file, const char __user *from, size_t 
 	return size;
 }
 
-static const struct file_operations g_records_file = {
+static const struct file_operations records_file = {
 	.owner = THIS_MODULE,
 	.open = records_open,
 	.read = seq_read,
@@ -113,7 +113,7 @@ void log_files_set_last_init(const char *name, u32 result, const char *failure)
 void log_files_create(struct fault_switches *switches)
 {
 	g_directory = debugfs_create_dir("log", NULL);
-	debugfs_create_file("records", 0600, g_directory, NULL, &g_records_file);
+	debugfs_create_file("records", 0600, g_directory, NULL, &records_file);
 	debugfs_create_file("last_init", 0400, g_directory, NULL, &last_init_fops);
 	fault_switches_create(switches, g_directory);
 }

@@ -125,7 +125,7 @@ static u32 spi_flash_destroy(u32 cfg_inst_id, u32 chip_id, u32 ctrl, u32 cs)
 	return status;
 }
 
-static const struct flash_driver_ops g_ops = {
+static const struct flash_driver_ops operations = {
 	.get_size = spi_flash_get_size,
 	.create = spi_flash_create,
 	.destroy = spi_flash_destroy,
@@ -135,7 +135,7 @@ static int __init spi_flash_driver_init(void)
 {
 	g_directory = debugfs_create_dir(KBUILD_MODNAME, NULL);
 	fault_switches_create(&g_switches, g_directory);
-	drv_flash_driver_register(0, 0, &g_ops);
+	drv_flash_driver_register(0, 0, &operations);
 	return 0;
 }
 

@@ -48,7 +48,7 @@ static ssize_t reload_read(struct file *file, char __user *to, size_t size, loff
 	return simple_read_from_buffer(to, size, position, name, strlen(name));
 }
 
-static const struct file_operations g_reload_file = {
+static const struct file_operations reload_file = {
 	.owner = THIS_MODULE,
 	.open = simple_open,
 	.read = reload_read,
@@ -62,7 +62,7 @@ static int __init xml_parser_init(void)
 	if (result)
 		return result;
 	g_directory = debugfs_create_dir("xml_parser", NULL);
-	debugfs_create_file("reload", 0600, g_directory, NULL, &g_reload_file);
+	debugfs_create_file("reload", 0600, g_directory, NULL, &reload_file);
 	fault_switches_create(&g_xml_switches, g_directory);
 	return 0;
 }

@@ -443,7 +443,7 @@ one_check() {
 	[ ! -e "$STAND_IN_PLACES" ] || dev_wrong "builds $(cat "$STAND_IN_PLACES")"
 	start first clone ./dev check licence unheard_of
 	ends_with 2 "$(pid_of first)"
-	output_has first "no check is named 'unheard_of'; there are: constructors runtime"
+	output_has first "there is no 'unheard_of'; there are: constructors runtime"
 }
 
 # ---- limits of time, and reports that are not there

@@ -767,11 +767,6 @@ SOURCE
 		finds 'clang-tidy ended with' tidy_findings
 	)
 	finds planted.cpp format_findings
-	silent naming_findings
-	printf 'class named {\n\tint m_other;\n};\n' | plant tests/members.hpp
-	finds members.hpp naming_findings
-	printf 'const int g_unchanging = 1;\n' | plant tests/constants.cpp
-	finds constants.cpp naming_findings
 	finds planted.cpp files_without_licence
 	finds columns long_lines
 	finds 'white space at the end' long_lines
@@ -779,6 +774,32 @@ SOURCE
 	finds flash_mng_kernel/Makefile files_without_licence
 	finds 'flash_mng_kernel/Makefile:1: white space at the end' long_lines
 	finds room cppcheck_findings flash_mng_kernel
+}
+
+# names_are_refused FILE SOURCE FINDING
+names_are_refused() {
+	printf '%b' "$2" | plant "$1"
+	finds "$1:$3" naming_findings
+	rm "$root/$1"
+}
+
+test_naming() {
+	{
+		printf 'int g_count;\nstatic constexpr int limit = 1;\nconst char *const words[] = {"x"};\n'
+		printf 'TEST_F(suite, name)\n{\n\tint local = 1;\n}\n'
+		printf 'class counter {\npublic:\n\tint left() const;\n\nprivate:\n\tstatic constexpr int most = 2;\n\tint left_ = 0;\n};\n'
+	} | plant tests/planted.cpp
+	printf 'static unsigned int level;\nmodule_param(level, uint, 0600);\nstatic const int limit = 1;\n' | plant board/planted.c
+	silent naming_findings
+	names_are_refused tests/planted.hpp 'class named {\n\tint m_other;\n};\n' 2:
+	names_are_refused tests/planted.hpp 'class named {\n\tint other;\n};\n' '2: other: a private member'
+	names_are_refused tests/planted.hpp 'struct named {\n\tint other_;\n};\n' '2: other_: a public member'
+	names_are_refused tests/planted.hpp 'int changeCase();\n' '1: changeCase: is not'
+	names_are_refused tests/planted.hpp 'enum class kind { FIRST };\n' '1: FIRST: is not'
+	names_are_refused tests/planted.cpp 'const int g_unchanging = 1;\n' '1: g_unchanging: a constant'
+	names_are_refused tests/planted.cpp 'static const int *unmarked = nullptr;\n' '1: unmarked: a variable'
+	names_are_refused board/planted.c 'static int unmarked;\n' '1: unmarked: a variable'
+	names_are_refused board/planted.c 'static const int g_unchanging = 1;\n' '1: g_unchanging: a constant'
 }
 
 test_licences() {
@@ -1105,7 +1126,7 @@ apart test_task_gates
 apart test_condition_gate
 apart test_coverage_gate
 apart test_figures_gate
-for style_test in test_cpp_style test_licences test_site test_c_style test_shell_style test_shared_names test_manual_style \
+for style_test in test_cpp_style test_naming test_licences test_site test_c_style test_shell_style test_shared_names test_manual_style \
 	test_commits test_usage; do
 	apart in_planted_clone "$style_test"
 done

@@ -160,7 +160,7 @@ static ssize_t call_write(struct file *file, const char __user *from, size_t siz
 	return size;
 }
 
-static const struct file_operations g_call_operations = {
+static const struct file_operations call_operations = {
 	.owner = THIS_MODULE,
 	.write = call_write,
 	.read = simple_transaction_read,
@@ -172,7 +172,7 @@ static struct dentry *g_directory;
 static int __init demo_client_init(void)
 {
 	g_directory = debugfs_create_dir(KBUILD_MODNAME, NULL);
-	debugfs_create_file("call", 0600, g_directory, NULL, &g_call_operations);
+	debugfs_create_file("call", 0600, g_directory, NULL, &call_operations);
 	return 0;
 }
 

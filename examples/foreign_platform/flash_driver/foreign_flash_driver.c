@@ -44,7 +44,7 @@ static u32 foreign_destroy(u32 cfg_inst_id, u32 sfc_chip_id, u32 sfc_ctrl, u32 s
 	return find_flash(sfc_chip_id, sfc_ctrl, sfc_cs);
 }
 
-static const struct flash_driver_ops g_operations = {
+static const struct flash_driver_ops operations = {
 	.get_size = foreign_get_size,
 	.create = foreign_create,
 	.destroy = foreign_destroy,
@@ -52,7 +52,7 @@ static const struct flash_driver_ops g_operations = {
 
 static int __init foreign_flash_driver_init(void)
 {
-	return drv_flash_driver_register(0, 0, &g_operations) == FLASH_MNG_OK ? 0 : -EINVAL;
+	return drv_flash_driver_register(0, 0, &operations) == FLASH_MNG_OK ? 0 : -EINVAL;
 }
 
 static void __exit foreign_flash_driver_exit(void)

@@ -85,21 +85,21 @@ void try_all()
 namespace symbolic {
 
 // The path that is being walked: which way each decision goes, and what that asks of the numbers.
-inline std::vector<bool> decisions;
-inline std::size_t decided;
-inline std::vector<std::string> conditions;
-inline std::set<std::string> names;
-inline std::string questions;
+inline std::vector<bool> g_decisions;
+inline std::size_t g_decided;
+inline std::vector<std::string> g_conditions;
+inline std::set<std::string> g_names;
+inline std::string g_questions;
 
 struct truth {
 	std::string text;
 
 	operator bool() const
 	{
-		if (decided == decisions.size())
-			decisions.push_back(true);
-		const bool way = decisions[decided++];
-		conditions.push_back(way ? text : "(not " + text + ")");
+		if (g_decided == g_decisions.size())
+			g_decisions.push_back(true);
+		const bool way = g_decisions[g_decided++];
+		g_conditions.push_back(way ? text : "(not " + text + ")");
 		return way;
 	}
 };
@@ -112,7 +112,7 @@ template <int bits> struct number {
 	template <int others> explicit number(const number<others> &other) : text(resized(other)) {}
 	static number named(const std::string &name)
 	{
-		names.insert("(declare-const " + name + " (_ BitVec " + std::to_string(bits) + "))");
+		g_names.insert("(declare-const " + name + " (_ BitVec " + std::to_string(bits) + "))");
 		number result;
 		result.text = name;
 		return result;
@@ -179,10 +179,10 @@ inline truth add_overflow(const u32 &a, const u32 &b, u32 *sum)
 
 inline void ask(const std::string &text, const std::string &more)
 {
-	questions += "(echo \"" + text + "\")\n(push)\n";
-	for (const std::string &condition : conditions)
-		questions += "(assert " + condition + ")\n";
-	questions += more + "(check-sat)\n(pop)\n";
+	g_questions += "(echo \"" + text + "\")\n(push)\n";
+	for (const std::string &condition : g_conditions)
+		g_questions += "(assert " + condition + ")\n";
+	g_questions += more + "(check-sat)\n(pop)\n";
 }
 
 inline void prove(const char *text, const truth &holds)
@@ -195,33 +195,33 @@ inline void reached(const char *text)
 	ask(std::string("reached: ") + text, "");
 }
 
-inline u32 place;
+inline u32 g_place;
 
 inline unsigned char *operator+(unsigned char *image, const u32 &offset)
 {
-	place = offset;
+	g_place = offset;
 	return image;
 }
 
 inline u32 place_in_image(const unsigned char *, const unsigned char *)
 {
-	return place;
+	return g_place;
 }
 
 #include "stubs.inc"
 
-inline int usable_reads;
+inline int g_usable_reads;
 
 // Another value each time; the second is the one of the patch.
 inline u32 usable_size(mtd_info_entry &)
 {
-	return ++usable_reads == 2 ? usable_when_patched : u32::named("usable" + std::to_string(usable_reads));
+	return ++g_usable_reads == 2 ? usable_when_patched : u32::named("usable" + std::to_string(g_usable_reads));
 }
 
 inline void reset_image(const u32 &usable)
 {
 	usable_when_patched = usable;
-	usable_reads = 0;
+	g_usable_reads = 0;
 }
 
 #include "functions.inc"
@@ -230,16 +230,16 @@ inline void reset_image(const u32 &usable)
 // all_paths() - walks each path through a property.
 template <typename property> void all_paths(property walk)
 {
-	decisions.clear();
+	g_decisions.clear();
 	do {
-		decided = 0;
-		conditions.clear();
+		g_decided = 0;
+		g_conditions.clear();
 		walk();
-		while (!decisions.empty() && !decisions.back())
-			decisions.pop_back();
-		if (!decisions.empty())
-			decisions.back() = false;
-	} while (!decisions.empty());
+		while (!g_decisions.empty() && !g_decisions.back())
+			g_decisions.pop_back();
+		if (!g_decisions.empty())
+			g_decisions.back() = false;
+	} while (!g_decisions.empty());
 }
 
 void print_questions()
@@ -254,9 +254,9 @@ void print_questions()
 	all_paths([&] { image_is_patched(a, b, c, d); });
 	all_paths([&] { image_is_read(a, b); });
 	std::puts("(set-logic QF_BV)");
-	for (const std::string &name : names)
+	for (const std::string &name : g_names)
 		std::puts(name.c_str());
-	std::fputs(questions.c_str(), stdout);
+	std::fputs(g_questions.c_str(), stdout);
 }
 
 } // namespace symbolic
