@@ -31,11 +31,11 @@ namespace {
 
 constexpr u32 command_count = sizeof(g_flash_ioctl_cmd) / sizeof(flash_command);
 
-// The row in which a command is, as the numbers follow one another. Other numbers have a row of the table too, which is another command's:
-// not even a processor that guesses ahead is led out of it.
+// The row in which a command is, as the lowest bytes of the numbers follow one another. Other numbers have a row of the table too, which is
+// another command's: not even a processor that guesses ahead is led out of it.
 constexpr u32 row_of(u32 number)
 {
-	return (number - g_flash_ioctl_cmd[0].number) % command_count;
+	return (number - g_flash_ioctl_cmd[0].number) % 256 % command_count;
 }
 
 static_assert(
@@ -45,7 +45,7 @@ static_assert(
 				return false;
 		return true;
 	}(),
-	"the numbers of the commands follow one another, and so do their rows");
+	"the lowest bytes of the commands' numbers follow one another, and so do their rows");
 
 } // namespace
 
