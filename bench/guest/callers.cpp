@@ -41,11 +41,11 @@ std::uint32_t run_callers(unsigned callers, const transfer &once)
 	return counter() - start;
 }
 
-void count_callers(recorder &figures, const row &of, const std::string &road, const transfer &once)
+void count_callers(recorder &figures, const row &of, const std::string &way, const transfer &once)
 {
 	run_callers(static_cast<unsigned>(of.size), once);
 	const std::uint32_t took = run_callers(static_cast<unsigned>(of.size), once);
-	figures.note(of, road, "instructions", took / (of.size * transfers_of_each));
+	figures.note(of, way, "instructions", took / (of.size * transfers_of_each));
 }
 
 // The listed partitions of the board of 64 entries, after the first: "part2" and so on.
@@ -61,7 +61,7 @@ void several_callers(recorder &figures, const char *subject, std::uint32_t calle
 	for (unsigned i = 0; i < most_callers; ++i)
 		paths.push_back(device_path("mtd", partition_of(i)));
 
-	count_callers(figures, of, module_road, [&](unsigned caller, bytes &buffer) {
+	count_callers(figures, of, module_way, [&](unsigned caller, bytes &buffer) {
 		flash_mtd_io_arg request = io_request(partition_of(place_of(caller)), 0, transfer_size, buffer.data());
 		return whole_command(FLASH_MNG_MTD_READ, &request);
 	});

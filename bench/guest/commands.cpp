@@ -15,7 +15,7 @@ void statistics_of(recorder &figures, std::uint32_t devices)
 	if (figures.kernel().command(BENCH_DEVICES, static_cast<unsigned long>(devices)))
 		fail("the devices cannot be made");
 	static flash_mtd_statistics answer;
-	figures.count(of, module_road, 8, [] { return whole_command(FLASH_MNG_GET_MTD_STATISTICS, &answer); });
+	figures.count(of, module_way, 8, [] { return whole_command(FLASH_MNG_GET_MTD_STATISTICS, &answer); });
 	if (answer.count != devices)
 		fail("the statistics list " + std::to_string(answer.count) + " devices");
 	figures.count(of, "/proc/mtd", 8, [] { return read_file("/proc/mtd"); });
@@ -38,18 +38,18 @@ void commands(recorder &figures)
 	nand_part_info info = {};
 
 	const row dispatch = {"commands", "user-data partition exists", 1, "command"};
-	figures.count(dispatch, module_road, 16, [&] { return code_of(flash, FLASH_MNG_GET_NAND_IS_EXIST, &number); });
+	figures.count(dispatch, module_way, 16, [&] { return code_of(flash, FLASH_MNG_GET_NAND_IS_EXIST, &number); });
 	figures.count(dispatch, "empty ioctl", 16, [&] { return static_cast<std::uint32_t>(figures.kernel().command(BENCH_EMPTY, 0ul)); });
 
 	const row count = {"commands", "number of user-data partitions", 1, "command"};
-	figures.count(count, module_road, 16, [&] { return code_of(flash, FLASH_MNG_GET_PART_NUM, &number); });
+	figures.count(count, module_way, 16, [&] { return code_of(flash, FLASH_MNG_GET_PART_NUM, &number); });
 
 	const row size = {"commands", "size of the user-data partition", 1, "command"};
-	figures.count(size, module_road, 16, [&] { return code_of(flash, FLASH_MNG_GET_NAND_PART_INFO, &info); });
+	figures.count(size, module_way, 16, [&] { return code_of(flash, FLASH_MNG_GET_NAND_PART_INFO, &info); });
 	figures.count(size, "/proc/mtd", 16, [] { return read_file("/proc/mtd"); });
 
 	const row unknown = {"commands", "unknown command", 1, "command"};
-	figures.count(unknown, module_road, 16, [&] { return code_of(flash, 0x5400, &number) ^ FLASH_MNG_UNKNOWN_COMMAND; });
+	figures.count(unknown, module_way, 16, [&] { return code_of(flash, 0x5400, &number) ^ FLASH_MNG_UNKNOWN_COMMAND; });
 	figures.count(unknown, "empty ioctl", 16, [&] { return static_cast<std::uint32_t>(figures.kernel().command(BENCH_EMPTY, 0ul)); });
 }
 

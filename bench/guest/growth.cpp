@@ -37,10 +37,10 @@ void lookups_of(recorder &figures, std::uint32_t records)
 	question.name = reinterpret_cast<std::uintptr_t>(name.data());
 
 	const row by_instance = {"lookup", "by instance, the last record", records, "records"};
-	figures.count(by_instance, module_road, 8, [&] { return code_of(flash, FLASH_MNG_FIND_CONFIG_BY_INST, &question); });
+	figures.count(by_instance, module_way, 8, [&] { return code_of(flash, FLASH_MNG_FIND_CONFIG_BY_INST, &question); });
 	figures.count(by_instance, "a list walked on the spot", 8, [&] { return found_in_rows(figures, BENCH_FIND, question); });
 	const row by_name = {"lookup", "by partition name, the last record", records, "records"};
-	figures.count(by_name, module_road, 8, [&] { return code_of(flash, FLASH_MNG_FIND_CONFIG, &question); });
+	figures.count(by_name, module_way, 8, [&] { return code_of(flash, FLASH_MNG_FIND_CONFIG, &question); });
 	figures.count(by_name, "a list walked on the spot", 8, [&] { return found_in_rows(figures, BENCH_FIND_NAME, question); });
 }
 
@@ -70,7 +70,7 @@ void tables(recorder &figures)
 	const row section = {"section search", "read of 512 bytes, the last row", rows, "rows"};
 	bench_request call = kernel_call(BENCH_SECTION_READ, 8, "", "", 0, buffer, transfer_size);
 	call.section_id = rows;
-	figures.count(section, module_road, call);
+	figures.count(section, module_way, call);
 	make_rows(figures, rows);
 	bench_request searched = kernel_call(BENCH_BLOCK_READ, 8, "", device_path("mtdblock", "ram0"), 0, buffer, transfer_size);
 	searched.search = BENCH_SEARCH_RANGE;
@@ -79,7 +79,7 @@ void tables(recorder &figures)
 	const std::uint32_t entries = table_size("BENCH_ENTRIES");
 	const row listed = {"table of listed partitions", "read of 512 bytes, the last entry", entries, "entries"};
 	flash_mtd_io_arg request = io_request("boot", 0, transfer_size, buffer.data());
-	figures.count(listed, module_road, 8, [&] { return whole_command(FLASH_MNG_MTD_READ, &request); });
+	figures.count(listed, module_way, 8, [&] { return whole_command(FLASH_MNG_MTD_READ, &request); });
 	make_rows(figures, entries);
 	bench_request service = kernel_call(BENCH_LISTED_READ, 8, "boot", device_path("mtd", "boot"), 0, buffer, transfer_size);
 	service.search = BENCH_SEARCH_NAME;
@@ -94,7 +94,7 @@ void loading(recorder &figures)
 		return status ? status : unload_module(module);
 	};
 	const row of = {"load and unload", "section table", rows, "rows"};
-	figures.count(of, module_road, 4, [&] { return cycle("flash_mng"); });
+	figures.count(of, module_way, 4, [&] { return cycle("flash_mng"); });
 	figures.count(of, "an empty module", 4, [&] { return cycle("flash_bench_empty"); });
 }
 

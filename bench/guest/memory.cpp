@@ -50,8 +50,8 @@ void note_peak(recorder &figures, const row &of, std::uint64_t buffers, const st
 		fail("memory is held after the call: " + of.subject);
 	if (watched("peak") != buffers)
 		fail("more or less memory than its buffers was held at the peak of: " + of.subject);
-	figures.note(of, module_road, "bytes at the peak", watched("peak"));
-	figures.note(of, module_road, "bytes of the buffers", buffers);
+	figures.note(of, module_way, "bytes at the peak", watched("peak"));
+	figures.note(of, module_way, "bytes of the buffers", buffers);
 }
 
 void note_command(recorder &figures, const char *subject, unsigned long command, std::uint64_t buffers)
@@ -76,7 +76,7 @@ void note_records(recorder &figures, std::uint32_t records)
 	if (figures.kernel().command(BENCH_RECORDS, static_cast<unsigned long>(records)))
 		fail("the records cannot be made");
 	expect_nothing_lost();
-	figures.note({"memory of the tables", "SPI flash records, each with a name of 7 characters", records, "records"}, module_road,
+	figures.note({"memory of the tables", "SPI flash records, each with a name of 7 characters", records, "records"}, module_way,
 		     "bytes held", watched("held"));
 }
 
@@ -132,7 +132,7 @@ void table_memory(recorder &figures)
 		fail("flash_mng does not go");
 	if (watched("held"))
 		fail("flash_mng keeps memory when it goes");
-	figures.note(of, module_road, "bytes held", held);
+	figures.note(of, module_way, "bytes held", held);
 }
 
 } // namespace bench

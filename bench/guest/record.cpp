@@ -30,12 +30,12 @@ std::set<std::string> committed_rows()
 	return rows;
 }
 
-void expect_success(const row &of, const std::string &road, std::uint32_t code)
+void expect_success(const row &of, const std::string &way, std::uint32_t code)
 {
 	if (code == 0)
 		return;
 	std::ostringstream text;
-	text << of.subject << ", " << of.size << " " << of.unit << ", " << road << ": code 0x" << std::hex << code;
+	text << of.subject << ", " << of.size << " " << of.unit << ", " << way << ": code 0x" << std::hex << code;
 	fail(text.str());
 }
 
@@ -53,11 +53,11 @@ recorder::recorder(mode wanted, const device &kernel)
 {
 }
 
-bool recorder::is_wanted(const row &of, const std::string &road) const
+bool recorder::is_wanted(const row &of, const std::string &way) const
 {
 	if (mode_ == mode::full)
 		return true;
-	return road == module_road && (mode_ == mode::trace || committed_.count(key(of)));
+	return way == module_way && (mode_ == mode::trace || committed_.count(key(of)));
 }
 
 void recorder::trace(const row &of, const std::function<std::uint32_t()> &operation)
@@ -65,44 +65,44 @@ void recorder::trace(const row &of, const std::function<std::uint32_t()> &operat
 	kernel_.command(BENCH_MARK, 0ul);
 	const std::uint32_t code = operation();
 	kernel_.command(BENCH_MARK, 0ul);
-	expect_success(of, module_road, code);
+	expect_success(of, module_way, code);
 	marks_ << key(of) << std::endl;
 }
 
-void recorder::count(const row &of, const std::string &road, unsigned times, const std::function<std::uint32_t()> &operation)
+void recorder::count(const row &of, const std::string &way, unsigned times, const std::function<std::uint32_t()> &operation)
 {
-	if (!is_wanted(of, road))
+	if (!is_wanted(of, way))
 		return;
 	if (mode_ == mode::trace)
 		return trace(of, operation);
 
-	expect_success(of, road, operation());
+	expect_success(of, way, operation());
 	std::uint32_t smallest = std::numeric_limits<std::uint32_t>::max();
 	for (unsigned i = 0; i < times; ++i) {
 		const std::uint32_t start = counter();
 		const std::uint32_t code = operation();
 		smallest = std::min(smallest, counter() - start);
-		expect_success(of, road, code);
+		expect_success(of, way, code);
 	}
-	note(of, road, "instructions", smallest);
+	note(of, way, "instructions", smallest);
 }
 
-void recorder::count(const row &of, const std::string &road, bench_request request)
+void recorder::count(const row &of, const std::string &way, bench_request request)
 {
-	if (!is_wanted(of, road))
+	if (!is_wanted(of, way))
 		return;
 	const auto run = [&] { return run_call(kernel_, request); };
 	if (mode_ == mode::trace) {
 		request.times = 1;
 		return trace(of, run);
 	}
-	expect_success(of, road, run());
-	note(of, road, "instructions", request.instructions);
+	expect_success(of, way, run());
+	note(of, way, "instructions", request.instructions);
 }
 
-void recorder::note(const row &of, const std::string &road, const std::string &what, std::uint64_t figure)
+void recorder::note(const row &of, const std::string &way, const std::string &what, std::uint64_t figure)
 {
-	figures_ << key(of) << '\t' << road << '\t' << what << '\t' << figure << std::endl;
+	figures_ << key(of) << '\t' << way << '\t' << what << '\t' << figure << std::endl;
 }
 
 } // namespace bench

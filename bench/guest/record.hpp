@@ -24,10 +24,10 @@ struct row {
 };
 
 // The way it is done: through flash_mng, or by a peer.
-inline const std::string module_road = "flash_mng";
+inline const std::string module_way = "flash_mng";
 
 enum class mode {
-	full,  // every row and every road
+	full,  // every row and every way
 	gate,  // the rows with a committed figure, through flash_mng
 	trace, // every row through flash_mng once, between two marks for who watches the emulator's trace
 };
@@ -39,15 +39,15 @@ public:
 
 	// Counts a piece of this program: the smallest of so many times, after one that is not counted. It returns 0, or a code that
 	// ends the program.
-	void count(const row &of, const std::string &road, unsigned times, const std::function<std::uint32_t()> &operation);
+	void count(const row &of, const std::string &way, unsigned times, const std::function<std::uint32_t()> &operation);
 
 	// Counts a call in the kernel.
-	void count(const row &of, const std::string &road, bench_request request);
+	void count(const row &of, const std::string &way, bench_request request);
 
 	// Writes a figure that was found otherwise.
-	void note(const row &of, const std::string &road, const std::string &what, std::uint64_t figure);
+	void note(const row &of, const std::string &way, const std::string &what, std::uint64_t figure);
 
-	bool is_wanted(const row &of, const std::string &road) const;
+	bool is_wanted(const row &of, const std::string &way) const;
 	bool is_full() const { return mode_ == mode::full; }
 	bool is_traced() const { return mode_ == mode::trace; }
 	const device &kernel() const { return kernel_; }

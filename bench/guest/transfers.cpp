@@ -16,7 +16,7 @@ constexpr std::uint32_t boot_size = 1 * mib;
 constexpr char usrdata[] = "usrdata"; // listed, 8 MiB
 constexpr char boot[] = "boot";	      // listed, 1 MiB
 constexpr char rootfs[] = "rootfs";   // NAND, not listed
-constexpr char ram[] = "ram0";	      // memory-backed: the block device's road, and the sections
+constexpr char ram[] = "ram0";	      // memory-backed: the block device's way, and the sections
 
 unsigned times_for(std::uint32_t bytes)
 {
@@ -41,7 +41,7 @@ void read_listed(recorder &figures, const char *subject, std::uint32_t offset, s
 	const unsigned times = offset + length <= mib ? times_for(length) : 2;
 
 	flash_mtd_io_arg request = io_request(usrdata, offset, length, buffer.data());
-	figures.count(of, module_road, times, [&] { return whole_command(FLASH_MNG_MTD_READ, &request); });
+	figures.count(of, module_way, times, [&] { return whole_command(FLASH_MNG_MTD_READ, &request); });
 	figures.count(of, "service call and one copy",
 		      kernel_call(BENCH_LISTED_READ, times, usrdata, character_device, offset, buffer, length));
 	figures.count(of, "pread of /dev/mtdN", times, [&] { return read_range(character_device, offset, buffer.data(), length); });
@@ -58,24 +58,24 @@ std::uint32_t erase_and_write(const std::string &path, const char *file)
 }
 
 // What an operation does on flash; counted apart from its instructions, which the probes would add to.
-void count_work(recorder &figures, const row &of, const std::string &road, const std::function<std::uint32_t()> &operation)
+void count_work(recorder &figures, const row &of, const std::string &way, const std::function<std::uint32_t()> &operation)
 {
 	if (!figures.is_full())
 		return;
 	bench_work work = {};
 	if (figures.kernel().command(BENCH_WATCH, 1ul) || operation() || figures.kernel().command(BENCH_WORK, &work) ||
 	    figures.kernel().command(BENCH_WATCH, 0ul))
-		fail("the work on flash cannot be counted: " + road);
-	figures.note(of, road, "pages read", work.pages_read);
-	figures.note(of, road, "pages programmed", work.pages_programmed);
-	figures.note(of, road, "blocks erased", work.blocks_erased);
+		fail("the work on flash cannot be counted: " + way);
+	figures.note(of, way, "pages read", work.pages_read);
+	figures.note(of, way, "pages programmed", work.pages_programmed);
+	figures.note(of, way, "blocks erased", work.blocks_erased);
 }
 
-void count_call(recorder &figures, const row &of, const std::string &road, bench_request request)
+void count_call(recorder &figures, const row &of, const std::string &way, bench_request request)
 {
-	figures.count(of, road, request);
+	figures.count(of, way, request);
 	request.times = 1;
-	count_work(figures, of, road, [&] { return run_call(figures.kernel(), request); });
+	count_work(figures, of, way, [&] { return run_call(figures.kernel(), request); });
 }
 
 void rewrite_listed(recorder &figures, std::uint32_t length)
@@ -95,8 +95,8 @@ void rewrite_listed(recorder &figures, std::uint32_t length)
 	const auto with_tools = [&] { return erase_and_write(character_device, image); };
 	std::ofstream(image) << std::string(boot_size, 'x');
 
-	figures.count(of, module_road, 2, through_module);
-	count_work(figures, of, module_road, through_module);
+	figures.count(of, module_way, 2, through_module);
+	count_work(figures, of, module_way, through_module);
 	bench_request bare = kernel_call(BENCH_LISTED_WRITE, 2, boot, character_device, 0, buffer, length);
 	bare.usable = boot_size;
 	count_call(figures, of, "service calls and one copy", bare);
@@ -131,7 +131,7 @@ struct kernel_row {
 	const char *device_kind;
 	bench_call module_call;
 	bench_call bare_call;
-	const char *bare_road;
+	const char *bare_way;
 };
 
 void count_kernel_row(recorder &figures, const kernel_row &what, const char *subject, std::uint32_t length)
@@ -142,9 +142,9 @@ void count_kernel_row(recorder &figures, const kernel_row &what, const char *sub
 	bench_request call = kernel_call(what.module_call, times_for(length), what.partition, path, 0, buffer, length);
 	call.section_id = 8;
 	call.usable = boot_size;
-	figures.count(of, module_road, call);
+	figures.count(of, module_way, call);
 	call.call = what.bare_call;
-	figures.count(of, what.bare_road, call);
+	figures.count(of, what.bare_way, call);
 }
 
 } // namespace
@@ -187,7 +187,7 @@ void partitions(recorder &figures)
 
 	const row size = {"exported queries", "size of a partition", 1, "call"};
 	bytes none(1);
-	figures.count(size, module_road, kernel_call(BENCH_PARTITION_SIZE, 16, ram, "", 0, none, 1));
+	figures.count(size, module_way, kernel_call(BENCH_PARTITION_SIZE, 16, ram, "", 0, none, 1));
 	figures.count(size, "find the device by name", kernel_call(BENCH_DEVICE_BY_NAME, 16, ram, "", 0, none, 1));
 }
 

@@ -29,7 +29,7 @@ reason_list read_reasons(const std::string &path)
 
 struct lag {
 	std::string area;
-	std::string road;
+	std::string way;
 	std::string cases; // subjects and sizes, each with its ratio
 	std::string last_subject;
 };
@@ -50,13 +50,13 @@ std::vector<lag> lags_of(const std::vector<row> &rows)
 	std::vector<lag> lags;
 	std::map<std::string, std::size_t> places;
 	for (const row &of : rows)
-		for (std::size_t i = 1; of.is_counted() && i < of.roads.size(); ++i) {
-			const peer &by = of.roads[i];
+		for (std::size_t i = 1; of.is_counted() && i < of.ways.size(); ++i) {
+			const peer &by = of.ways[i];
 			if (by.instructions == 0 || ratio(of, by) < level)
 				continue;
-			const auto [place, is_new] = places.emplace(of.area + '\t' + by.road, lags.size());
+			const auto [place, is_new] = places.emplace(of.area + '\t' + by.way, lags.size());
 			if (is_new)
-				lags.push_back({of.area, by.road, "", ""});
+				lags.push_back({of.area, by.way, "", ""});
 			add_case(lags[place->second], of, by);
 		}
 	return lags;
@@ -69,10 +69,10 @@ void write_behind(std::ostream &out, const std::vector<row> &rows, const std::st
 	const reason_list known = read_reasons(reasons);
 	out << "| What | Peer | Ratio | Why |\n|---|---|---|---|\n";
 	for (const lag &of : lags_of(rows)) {
-		const auto reason = known.find(of.area + '\t' + of.road);
+		const auto reason = known.find(of.area + '\t' + of.way);
 		if (reason == known.end())
-			fail(reasons + " has no reason for: " + of.area + ", " + of.road + " (" + of.cases + ")");
-		out << "| " << heading(of.area) << " | " << of.road << " | " << of.cases << " | " << reason->second << " |\n";
+			fail(reasons + " has no reason for: " + of.area + ", " + of.way + " (" + of.cases + ")");
+		out << "| " << heading(of.area) << " | " << of.way << " | " << of.cases << " | " << reason->second << " |\n";
 	}
 }
 

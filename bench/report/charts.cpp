@@ -143,12 +143,12 @@ panel panel_of(const std::vector<row> &rows, const std::string &area, const std:
 		if (of.area != area || of.subject != subject)
 			continue;
 		made.unit = of.unit;
-		for (std::size_t i = 0; i < of.roads.size() && (i == 0 || with_peers); ++i) {
-			const auto named = [&](const series &line) { return line.name == of.roads[i].road; };
+		for (std::size_t i = 0; i < of.ways.size() && (i == 0 || with_peers); ++i) {
+			const auto named = [&](const series &line) { return line.name == of.ways[i].way; };
 			auto line = std::find_if(made.lines.begin(), made.lines.end(), named);
 			if (line == made.lines.end())
-				line = made.lines.insert(line, {of.roads[i].road, {}});
-			line->points.emplace_back(of.size, of.roads[i].instructions);
+				line = made.lines.insert(line, {of.ways[i].way, {}});
+			line->points.emplace_back(of.size, of.ways[i].instructions);
 		}
 	}
 	if (made.lines.empty())

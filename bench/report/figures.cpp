@@ -12,10 +12,10 @@ namespace bench {
 
 namespace {
 
-peer &road_of(row &of, const std::string &name)
+peer &way_of(row &of, const std::string &name)
 {
-	const auto found = std::find_if(of.roads.begin(), of.roads.end(), [&](const peer &road) { return road.road == name; });
-	return found != of.roads.end() ? *found : of.roads.emplace_back(peer{name});
+	const auto found = std::find_if(of.ways.begin(), of.ways.end(), [&](const peer &way) { return way.way == name; });
+	return found != of.ways.end() ? *found : of.ways.emplace_back(peer{name});
 }
 
 row &row_of(std::vector<row> &rows, const std::vector<std::string> &words)
@@ -68,14 +68,14 @@ std::vector<row> read_figures(const std::string &path)
 		const std::vector<std::string> words = split(line, '\t');
 		if (words.size() != 7)
 			fail(path + ": not a figure: " + line);
-		peer &road = road_of(row_of(rows, words), words[4]);
+		peer &way = way_of(row_of(rows, words), words[4]);
 		if (words[5] == "instructions")
-			road.instructions = std::stoull(words[6]);
+			way.instructions = std::stoull(words[6]);
 		else
-			road.counts.emplace_back(words[5], std::stoull(words[6]));
+			way.counts.emplace_back(words[5], std::stoull(words[6]));
 	}
-	if (rows.empty() || rows.front().module().road != module_road)
-		fail(path + " does not begin with a figure of " + module_road);
+	if (rows.empty() || rows.front().module().way != module_way)
+		fail(path + " does not begin with a figure of " + module_way);
 	return rows;
 }
 

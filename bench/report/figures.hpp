@@ -13,10 +13,10 @@
 
 namespace bench {
 
-inline const std::string module_road = "flash_mng";
+inline const std::string module_way = "flash_mng";
 
 struct peer {
-	std::string road;
+	std::string way;
 	std::uint64_t instructions = 0;				     // 0 where they were not counted
 	std::vector<std::pair<std::string, std::uint64_t>> counts{}; // of anything else, by name
 };
@@ -28,10 +28,10 @@ struct row {
 	std::string subject;
 	std::uint64_t size = 0;
 	std::string unit;
-	std::vector<peer> roads;    // flash_mng first
+	std::vector<peer> ways;	    // flash_mng first
 	const share *own = nullptr; // instructions inside flash_mng, where that was traced
 
-	const peer &module() const { return roads.front(); }
+	const peer &module() const { return ways.front(); }
 	bool is_counted() const { return module().instructions != 0; }
 };
 

@@ -32,9 +32,9 @@ std::string own_text(const row &of)
 std::string peers_text(const row &of)
 {
 	std::string text;
-	for (std::size_t i = 1; i < of.roads.size(); ++i) {
-		const peer &by = of.roads[i];
-		text += (i > 1 ? "; " : "") + by.road + " " + number_text(by.instructions) + " (" + fixed(ratio(of, by), 2) + ")";
+	for (std::size_t i = 1; i < of.ways.size(); ++i) {
+		const peer &by = of.ways[i];
+		text += (i > 1 ? "; " : "") + by.way + " " + number_text(by.instructions) + " (" + fixed(ratio(of, by), 2) + ")";
 	}
 	return text;
 }
@@ -77,12 +77,12 @@ void write_slope(std::ostream &out, const std::vector<const row *> &like)
 	    << (like.size() > 2 ? fixed(100 * off, 1) + " %" : "two sizes only") << " |\n";
 }
 
-// The names of what was counted, of the first road that has any.
+// The names of what was counted, of the first way that has any.
 std::vector<std::string> count_names(const std::vector<row> &rows, const std::string &area)
 {
 	std::vector<std::string> names;
 	for (const row &of : rows)
-		for (const peer &by : of.roads)
+		for (const peer &by : of.ways)
 			if (of.area == area && names.empty())
 				for (const auto &[name, count] : by.counts)
 					names.push_back(name);
@@ -105,19 +105,19 @@ void write_count_table(std::ostream &out, const std::vector<row> &rows, const st
 		out << "---:|";
 	out << "\n";
 	for (const row &of : rows)
-		for (const peer &by : of.roads) {
+		for (const peer &by : of.ways) {
 			if (of.area != area || by.counts.empty())
 				continue;
-			out << "| " << of.subject << " | " << size_text(of) << " | " << by.road << " |";
+			out << "| " << of.subject << " | " << size_text(of) << " | " << by.way << " |";
 			for (const auto &[name, count] : by.counts)
 				out << " " << number_text(count) << " |";
 			out << "\n";
 		}
 }
 
-void write_json_road(std::ostream &out, const peer &by)
+void write_json_way(std::ostream &out, const peer &by)
 {
-	out << "\"" << by.road << "\": {";
+	out << "\"" << by.way << "\": {";
 	if (by.instructions)
 		out << " \"instructions\": " << by.instructions << (by.counts.empty() ? "" : ",");
 	for (const auto &[name, count] : by.counts)
@@ -198,9 +198,9 @@ void write_json(std::ostream &out, const std::vector<row> &rows, const std::stri
 	out << "{\n\t\"versions\": \"" << versions << "\",\n\t\"rows\": [";
 	for (const row &of : rows) {
 		out << (&of == &rows.front() ? "\n" : ",\n") << "\t\t{ \"area\": \"" << of.area << "\", \"subject\": \"" << of.subject
-		    << "\", \"size\": " << of.size << ", \"unit\": \"" << of.unit << "\", \"roads\": {";
-		for (const peer &by : of.roads)
-			write_json_road(out << (&by == &of.roads.front() ? " " : ", "), by);
+		    << "\", \"size\": " << of.size << ", \"unit\": \"" << of.unit << "\", \"ways\": {";
+		for (const peer &by : of.ways)
+			write_json_way(out << (&by == &of.ways.front() ? " " : ", "), by);
 		out << " }";
 		if (of.own) {
 			out << ", \"inside\": " << of.own->instructions << ", \"copies\": " << of.own->copies << ", \"functions\": {";

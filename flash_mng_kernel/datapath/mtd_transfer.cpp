@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// Partitions read and written by name: the exported functions, and the road over the block device for partitions that are not NAND.
+// Partitions read and written by name: the exported functions, and the transfer path through the block device for those that are not NAND.
 #include "datapath/device_path.hpp"
 #include "datapath/mtd_query.hpp"
 #include "datapath/nand_transfer.hpp"

@@ -12,7 +12,7 @@
  *
  * What a write that gave FLASH_MNG_OK has done
  *
- *	road						the bytes are
+ *	transfer path					the bytes are
  *	a section, drv_flash_write()			on the flash: errors of erase and program are reported
  *	NAND by name, listed or not			where the platform's flash service says they are: its status is reported
  *	not NAND, by name (block device)		on the flash if it reported no error: Linux tells an error to the flush,
@@ -35,10 +35,10 @@
  *   everybody else until the flash is made once more.
  * - A path is a number. It is formed before a lock is waited for and resolved afterwards. Where MTD devices go and others come meanwhile,
  *   the number may be another partition's, which is then read or written. Who removes devices sees to it that nobody transfers.
- * - Reach a partition on one road only. The sections of an instance, a listed partition and a block device are each guarded on their own
- *   or not at all: of a section that lies on a partition listed in mtd_info, a write that gave FLASH_MNG_OK is lost when a write by name
- *   is under way, and on NAND the two roads count bad blocks differently. A listed partition that is not NAND is reached by commands
- *   through the flash service and by the functions below through its block device.
+ * - Reach a partition on one transfer path only. The sections of an instance, a listed partition and a block device are each guarded on
+ *   their own or not at all: of a section that lies on a partition listed in mtd_info, a write that gave FLASH_MNG_OK is lost when a
+ *   write by name is under way, and on NAND the two count bad blocks differently. A listed partition that is not NAND is reached by
+ *   commands through the flash service and by the functions below through its block device.
  */
 #ifndef FLASH_MNG_H
 #define FLASH_MNG_H
@@ -132,9 +132,9 @@ u32 drv_flash_mtd_read(const char *mtd_name, u32 offset, void *buf, u32 len);
  * @buf: the data, only read
  * @len: number of bytes, at least 1
  *
- * The roads are those of drv_flash_mtd_read(). A listed NAND partition is changed by reading its usable bytes, patching them in memory
- * and writing them back, all under its lock; a range beyond the usable bytes is refused with nothing written. A block device is flushed
- * before the call returns, and the result of the flush is not looked at: see above for what FLASH_MNG_OK means on this road.
+ * The transfer paths are those of drv_flash_mtd_read(). A listed NAND partition is changed by reading its usable bytes, patching them in
+ * memory and writing them back, all under its lock; a range beyond the usable bytes is refused with nothing written. A block device is
+ * flushed before the call returns, and the result of the flush is not looked at: see above for what FLASH_MNG_OK means there.
  *
  * Return: FLASH_MNG_OK; as drv_flash_mtd_read() up to FLASH_MNG_COPY_FAILED, but for FLASH_MNG_CLEAR_FAILED, which does not occur. Then,
  * through a block device: FLASH_MNG_NOT_OPENED; FLASH_MNG_FAILED when the seek fails or fewer bytes were taken. Of NAND: a status of the

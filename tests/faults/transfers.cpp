@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// Transfers by name and by section, on each road that they take.
+// Transfers by name and by section, on each transfer path.
 #include "words.hpp"
 
 namespace faults {

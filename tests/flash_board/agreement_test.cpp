@@ -258,10 +258,10 @@ TEST(simulation, shows_the_two_ways_to_a_listed_partition_that_is_not_nand)
 	const auto result = simulated_fixture("mtd-info-not-nand");
 
 	ASSERT_EQ(result.partitions.size(), 2u);
-	EXPECT_EQ(result.partitions[0].of_commands, road::whole);
-	EXPECT_EQ(result.partitions[0].of_functions, road::whole);
-	EXPECT_EQ(result.partitions[1].of_commands, road::whole);
-	EXPECT_EQ(result.partitions[1].of_functions, road::block);
+	EXPECT_EQ(result.partitions[0].of_commands, transfer_path::whole);
+	EXPECT_EQ(result.partitions[0].of_functions, transfer_path::whole);
+	EXPECT_EQ(result.partitions[1].of_commands, transfer_path::whole);
+	EXPECT_EQ(result.partitions[1].of_functions, transfer_path::block);
 	EXPECT_NE(as_text(result).find("writes of \"nor\" can be lost: programs and modules go different ways\n"), std::string::npos);
 }
 

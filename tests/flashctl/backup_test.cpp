@@ -21,7 +21,7 @@ bool has(const std::string &text, const std::string &part)
 }
 
 // A board with two partitions for programs, whose usable bytes are known, and a backup of it.
-struct backups : testing::Test, desk {
+struct backups : testing::Test, host {
 	backups()
 	{
 		flash.part("config").device.usable = 0x2000;

@@ -41,28 +41,28 @@ bool is_of_folders(const arguments &scenario)
 
 const char *const for_programs[] = {"config", "usrdata"};
 
-void tell_usable(desk &desk)
+void tell_usable(host &host)
 {
 	for (const char *const name : for_programs)
-		desk.flash.part(name).device.usable = desk.flash.part(name).usable;
+		host.flash.part(name).device.usable = host.flash.part(name).usable;
 }
 
 // Of both partitions for programs.
 struct finished_backup {
 	finished_backup()
 	{
-		desk desk;
-		tell_usable(desk);
-		EXPECT_EQ(desk.flashctl("backup", path), 0) << desk.console.err;
+		host host;
+		tell_usable(host);
+		EXPECT_EQ(host.flashctl("backup", path), 0) << host.console.err;
 	}
 
 	scratch folder;
 	const std::string path = folder.path("b");
 };
 
-// A desk on which a scenario succeeds.
-struct prepared_desk : desk {
-	explicit prepared_desk(arguments scenario) : line(std::move(scenario))
+// A host on which a scenario succeeds.
+struct prepared_host : host {
+	explicit prepared_host(arguments scenario) : line(std::move(scenario))
 	{
 		const bytes &content = flash.part("usrdata").content;
 		console.input = line.front() == "write" ? bytes(300, std::byte{0x5a}) : bytes(content.begin(), content.begin() + 300);
@@ -139,22 +139,22 @@ std::vector<fault> every_fault()
 {
 	std::vector<fault> faults;
 	for (const arguments &scenario : scenarios) {
-		prepared_desk desk(scenario);
-		desk.run(desk.line);
-		for (std::size_t i = 0; i < desk.flash.calls.size(); ++i) {
-			faults.push_back({scenario, i + 1, desk.flash.calls[i], false});
+		prepared_host host(scenario);
+		host.run(host.line);
+		for (std::size_t i = 0; i < host.flash.calls.size(); ++i) {
+			faults.push_back({scenario, i + 1, host.flash.calls[i], false});
 			if (scenario.front() != "read")
-				faults.push_back({scenario, i + 1, desk.flash.calls[i], true});
+				faults.push_back({scenario, i + 1, host.flash.calls[i], true});
 		}
 	}
 	return faults;
 }
 
-int run_with_fault(prepared_desk &desk, const fault &fault)
+int run_with_fault(prepared_host &host, const fault &fault)
 {
 	if (fault.json)
-		desk.line.push_back("--json");
-	return desk.run(desk.line);
+		host.line.push_back("--json");
+	return host.run(host.line);
 }
 
 // What is in use cannot be told when the question fails; a code for a range is one in answer to what it is given.
@@ -170,17 +170,17 @@ flashctl::exit_status expected_exit(const fault &fault, const status &with)
 	return flashctl::exit_of(with);
 }
 
-void expect_refused(const prepared_desk &desk, const fault &fault, const status &with, int exit)
+void expect_refused(const prepared_host &host, const fault &fault, const status &with, int exit)
 {
 	EXPECT_EQ(exit, static_cast<int>(expected_exit(fault, with))) << with.meaning();
 	EXPECT_NE(exit, 0);
-	EXPECT_EQ(desk.console.err.empty(), fault.json) << desk.console.err;
-	EXPECT_FALSE(desk.left_a_backup());
+	EXPECT_EQ(host.console.err.empty(), fault.json) << host.console.err;
+	EXPECT_FALSE(host.left_a_backup());
 	if (fault.scenario.front() == "restore") // which tells of each partition
 		return;
-	EXPECT_EQ(desk.console.out.empty(), !fault.json) << desk.console.out;
+	EXPECT_EQ(host.console.out.empty(), !fault.json) << host.console.out;
 	if (fault.json) {
-		EXPECT_NE(desk.console.out.find("\"result\": null"), std::string::npos) << desk.console.out;
+		EXPECT_NE(host.console.out.find("\"result\": null"), std::string::npos) << host.console.out;
 	}
 }
 
@@ -189,25 +189,25 @@ class fault_matrix : public testing::TestWithParam<fault> {};
 TEST_P(fault_matrix, once)
 {
 	for (const status &with : failures_for(GetParam().scenario)) {
-		prepared_desk desk(GetParam().scenario);
-		const bytes before = desk.flash.part("usrdata").content, config = desk.flash.part("config").content;
-		desk.flash.fail_call(GetParam().call, with);
-		const int exit = run_with_fault(desk, GetParam());
-		expect_refused(desk, GetParam(), with, exit);
+		prepared_host host(GetParam().scenario);
+		const bytes before = host.flash.part("usrdata").content, config = host.flash.part("config").content;
+		host.flash.fail_call(GetParam().call, with);
+		const int exit = run_with_fault(host, GetParam());
+		expect_refused(host, GetParam(), with, exit);
 
-		const auto &calls = desk.flash.calls;
+		const auto &calls = host.flash.calls;
 		const bool written = std::ranges::count(calls, "write") > (GetParam().function == "write");
-		EXPECT_TRUE(written || (desk.flash.part("usrdata").content == before && desk.flash.part("config").content == config));
+		EXPECT_TRUE(written || (host.flash.part("usrdata").content == before && host.flash.part("config").content == config));
 	}
 }
 
 TEST_P(fault_matrix, from_then_on)
 {
 	for (const status &with : failures_for(GetParam().scenario)) {
-		prepared_desk desk(GetParam().scenario);
-		desk.flash.fail_from(GetParam().call, with);
-		const int exit = run_with_fault(desk, GetParam());
-		expect_refused(desk, GetParam(), with, exit);
+		prepared_host host(GetParam().scenario);
+		host.flash.fail_from(GetParam().call, with);
+		const int exit = run_with_fault(host, GetParam());
+		expect_refused(host, GetParam(), with, exit);
 	}
 }
 
@@ -217,9 +217,9 @@ class healthy : public testing::TestWithParam<arguments> {};
 
 TEST_P(healthy, scenario_succeeds)
 {
-	prepared_desk desk(GetParam());
-	EXPECT_EQ(desk.run(desk.line), 0) << desk.console.err;
-	EXPECT_FALSE(desk.flash.calls.empty());
+	prepared_host host(GetParam());
+	EXPECT_EQ(host.run(host.line), 0) << host.console.err;
+	EXPECT_FALSE(host.flash.calls.empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(all, healthy, testing::ValuesIn(scenarios));

@@ -23,7 +23,7 @@ bool has(const std::string &text, const std::string &part)
 
 struct hazard {
 	const char *name;
-	std::function<void(desk &)> prepare;
+	std::function<void(host &)> prepare;
 	int exit;
 	bool dry_run_too; // a dry run ends in the same way
 	const char *words;
@@ -34,36 +34,36 @@ void PrintTo(const hazard &hazard, std::ostream *out)
 	*out << hazard.name;
 }
 
-std::function<void(desk &)> used(danger kind)
+std::function<void(host &)> used(danger kind)
 {
-	return [kind](desk &desk) { desk.flash.users = {{kind, std::string("is in danger of ") + word_of(kind), "stop it"}}; };
+	return [kind](host &host) { host.flash.users = {{kind, std::string("is in danger of ") + word_of(kind), "stop it"}}; };
 }
 
-std::function<void(desk &)> not_locked(int error)
+std::function<void(host &)> not_locked(int error)
 {
-	return [error](desk &desk) { desk.flash.lock_answer = status::from_errno(error); };
+	return [error](host &host) { host.flash.lock_answer = status::from_errno(error); };
 }
 
-std::function<void(desk &)> write_answers(std::uint32_t code)
+std::function<void(host &)> write_answers(std::uint32_t code)
 {
-	return [code](desk &desk) { desk.flash.write_answer = status::from_code(code); };
+	return [code](host &host) { host.flash.write_answer = status::from_code(code); };
 }
 
-void read_only(desk &desk)
+void read_only(host &host)
 {
-	desk.flash.part("usrdata").device.writable = false;
+	host.flash.part("usrdata").device.writable = false;
 }
 
 // Flash that takes no new data and says that it did.
-void silently_worn(desk &desk)
+void silently_worn(host &host)
 {
-	const bytes old = desk.flash.part("usrdata").content;
-	desk.flash.after_write = [old](partition &part) { part.content = old; };
+	const bytes old = host.flash.part("usrdata").content;
+	host.flash.after_write = [old](partition &part) { part.content = old; };
 }
 
-void short_of_usable_bytes(desk &desk)
+void short_of_usable_bytes(host &host)
 {
-	desk.flash.part("usrdata").device.usable = 99;
+	host.flash.part("usrdata").device.usable = 99;
 }
 
 const std::vector<hazard> hazards = {
@@ -96,7 +96,7 @@ protected:
 	bytes &content() { return board.flash.part("usrdata").content; }
 	std::size_t writes() { return static_cast<std::size_t>(std::ranges::count(board.flash.calls, "write")); }
 
-	desk board;
+	host board;
 	bytes before;
 };
 
@@ -119,7 +119,7 @@ TEST_P(dangerous, dry_run_promises_nothing_that_fails)
 
 INSTANTIATE_TEST_SUITE_P(all, dangerous, testing::ValuesIn(hazards));
 
-struct forcing : testing::Test, desk {
+struct forcing : testing::Test, host {
 	forcing() { console.input = bytes(100, std::byte{0x5a}); }
 	bool written() { return flash.part("usrdata").content[0] == std::byte{0x5a}; }
 };
@@ -156,35 +156,35 @@ TEST_F(forcing, lets_no_second_flashctl_in)
 
 TEST(usable_bytes, bound_a_write_at_the_last_one)
 {
-	desk desk;
-	desk.flash.part("usrdata").device.usable = 0x6000;
-	desk.console.input = bytes(0x100, std::byte{1});
-	EXPECT_EQ(desk.flashctl("write", "usrdata", "-", "--offset", "0x5f01", "--dry-run"), 2);
-	EXPECT_TRUE(has(desk.console.err, "256 bytes at 0x5f01 end beyond the usable bytes of \"usrdata\"")) << desk.console.err;
-	EXPECT_TRUE(has(desk.console.err, "at most 255 bytes fit there"));
-	EXPECT_EQ(desk.flashctl("write", "usrdata", "-", "--offset", "0x5f01"), 2);
-	EXPECT_EQ(desk.flashctl("write", "usrdata", "-", "--offset", "0x6000", "--length", "1"), 2);
-	EXPECT_TRUE(has(desk.console.err, "1 byte at 0x6000 ends beyond")) << desk.console.err;
-	EXPECT_EQ(desk.flashctl("write", "usrdata", "-", "--offset", "0x5f00", "--dry-run"), 0);
-	EXPECT_EQ(desk.flashctl("write", "usrdata", "-", "--offset", "0x5f00"), 0);
-	EXPECT_EQ(desk.flashctl("read", "usrdata", "--offset", "0x6000", "--length", "1", "--hex"), 0) << "they can be read all the same";
+	host host;
+	host.flash.part("usrdata").device.usable = 0x6000;
+	host.console.input = bytes(0x100, std::byte{1});
+	EXPECT_EQ(host.flashctl("write", "usrdata", "-", "--offset", "0x5f01", "--dry-run"), 2);
+	EXPECT_TRUE(has(host.console.err, "256 bytes at 0x5f01 end beyond the usable bytes of \"usrdata\"")) << host.console.err;
+	EXPECT_TRUE(has(host.console.err, "at most 255 bytes fit there"));
+	EXPECT_EQ(host.flashctl("write", "usrdata", "-", "--offset", "0x5f01"), 2);
+	EXPECT_EQ(host.flashctl("write", "usrdata", "-", "--offset", "0x6000", "--length", "1"), 2);
+	EXPECT_TRUE(has(host.console.err, "1 byte at 0x6000 ends beyond")) << host.console.err;
+	EXPECT_EQ(host.flashctl("write", "usrdata", "-", "--offset", "0x5f00", "--dry-run"), 0);
+	EXPECT_EQ(host.flashctl("write", "usrdata", "-", "--offset", "0x5f00"), 0);
+	EXPECT_EQ(host.flashctl("read", "usrdata", "--offset", "0x6000", "--length", "1", "--hex"), 0) << "they can be read all the same";
 }
 
 TEST(usable_bytes, that_nobody_tells_are_not_promised)
 {
-	desk desk;
-	desk.console.input = bytes(1, std::byte{1});
-	EXPECT_EQ(desk.flashctl("write", "usrdata", "-", "--offset", "0x6000", "--dry-run"), 0);
-	EXPECT_TRUE(has(desk.console.out, "known to the module only")) << desk.console.out;
-	EXPECT_EQ(desk.flashctl("write", "usrdata", "-", "--offset", "0x6000"), 2) << "as when they are known";
-	desk.flash.platform = {"platform", {}};
-	EXPECT_EQ(desk.flashctl("write", "usrdata", "-", "--offset", "0x6000"), 6);
-	EXPECT_TRUE(has(desk.console.err, "(platform code 34)")) << desk.console.err;
+	host host;
+	host.console.input = bytes(1, std::byte{1});
+	EXPECT_EQ(host.flashctl("write", "usrdata", "-", "--offset", "0x6000", "--dry-run"), 0);
+	EXPECT_TRUE(has(host.console.out, "known to the module only")) << host.console.out;
+	EXPECT_EQ(host.flashctl("write", "usrdata", "-", "--offset", "0x6000"), 2) << "as when they are known";
+	host.flash.platform = {"platform", {}};
+	EXPECT_EQ(host.flashctl("write", "usrdata", "-", "--offset", "0x6000"), 6);
+	EXPECT_TRUE(has(host.console.err, "(platform code 34)")) << host.console.err;
 }
 
 // ---- signals
 
-struct signalled : testing::Test, desk {
+struct signalled : testing::Test, host {
 	signalled() { console.input = bytes(100, std::byte{0x5a}); }
 };
 
@@ -275,7 +275,7 @@ std::ptrdiff_t files_in(const std::string &folder)
 }
 
 // Works in a folder of its own, with a backup that is not what the flash holds.
-class any_command_line : public testing::Test, public desk {
+class any_command_line : public testing::Test, public host {
 protected:
 	any_command_line()
 	{
@@ -296,21 +296,21 @@ private:
 TEST_F(any_command_line, ends_with_a_documented_status_and_an_untouched_flash)
 {
 	std::mt19937 random(20261122);
-	desk &desk = *this;
-	const bytes before = desk.flash.part("usrdata").content, config = desk.flash.part("config").content;
+	host &host = *this;
+	const bytes before = host.flash.part("usrdata").content, config = host.flash.part("config").content;
 	std::ptrdiff_t backups = 0, restores = 0, files = files_in(".");
 	std::size_t succeeded = 0;
 	for (int i = 0; i < 20000; ++i) {
 		const auto line = any_line(random);
 		if (std::ranges::find(line, "-o") != line.end())
 			continue;
-		desk.flash.calls.clear();
-		desk.console.input = bytes(4, std::byte{0xa5});
-		const int exit = desk.run(line);
+		host.flash.calls.clear();
+		host.console.input = bytes(4, std::byte{0xa5});
+		const int exit = host.run(line);
 		ASSERT_TRUE(exit >= 0 && exit <= 12) << shown(line);
-		ASSERT_TRUE(exit == 0 || !desk.console.err.empty() || has(desk.console.out, "\"error\"")) << shown(line);
+		ASSERT_TRUE(exit == 0 || !host.console.err.empty() || has(host.console.out, "\"error\"")) << shown(line);
 		succeeded += exit == 0;
-		const bool wrote = desk.flash.part("usrdata").content != before || desk.flash.part("config").content != config;
+		const bool wrote = host.flash.part("usrdata").content != before || host.flash.part("config").content != config;
 		const auto said = [&line](const char *word) { return std::ranges::find(line, word) != line.end(); };
 		ASSERT_TRUE(!wrote || (exit == 0 && (said("write") || said("restore")) && !said("--dry-run"))) << shown(line);
 		const std::ptrdiff_t made = files_in(".") - files;
@@ -319,8 +319,8 @@ TEST_F(any_command_line, ends_with_a_documented_status_and_an_untouched_flash)
 		backups += made;
 		restores += wrote && said("restore");
 		if (wrote) {
-			desk.flash.part("usrdata").content = before;
-			desk.flash.part("config").content = config;
+			host.flash.part("usrdata").content = before;
+			host.flash.part("config").content = config;
 		}
 	}
 	EXPECT_GT(succeeded, 100u) << "some lines have to mean something";

@@ -44,12 +44,12 @@ testing::AssertionResult agrees(const json &report)
 	return no << report.dump(2);
 }
 
-json report_of(desk &desk, std::vector<std::string> arguments)
+json report_of(host &host, std::vector<std::string> arguments)
 {
 	arguments.push_back("--json");
-	const int exit = desk.run(arguments);
-	EXPECT_EQ(desk.console.err, "");
-	const json report = json::parse(desk.console.out);
+	const int exit = host.run(arguments);
+	EXPECT_EQ(host.console.err, "");
+	const json report = json::parse(host.console.out);
 	EXPECT_TRUE(agrees(report));
 	EXPECT_EQ(report["exit"], exit);
 	EXPECT_EQ(report["status"] == "done", exit == 0);
@@ -58,8 +58,8 @@ json report_of(desk &desk, std::vector<std::string> arguments)
 
 TEST(json_report, of_list)
 {
-	desk desk;
-	const json report = report_of(desk, {"list"});
+	host host;
+	const json report = report_of(host, {"list"});
 	EXPECT_EQ(report["result"]["devices"].size(), 6u);
 	EXPECT_EQ(report["result"]["devices"][2],
 		  json::parse(R"({"number": 2, "name": "usrdata", "type": "nand", "type_number": 4, "size": 32768,
@@ -69,25 +69,25 @@ TEST(json_report, of_list)
 
 TEST(json_report, of_info)
 {
-	desk desk;
-	EXPECT_EQ(report_of(desk, {"info"})["result"]["user_data"]["size"], 32768);
-	desk.flash.user_data_exists = false;
-	EXPECT_TRUE(report_of(desk, {"info", "nor"})["result"]["user_data"].is_null());
+	host host;
+	EXPECT_EQ(report_of(host, {"info"})["result"]["user_data"]["size"], 32768);
+	host.flash.user_data_exists = false;
+	EXPECT_TRUE(report_of(host, {"info", "nor"})["result"]["user_data"].is_null());
 }
 
 TEST(json_report, of_spi_and_explain)
 {
-	desk desk;
-	EXPECT_EQ(report_of(desk, {"spi", "--instance", "5"})["result"]["chip_select"], 3);
-	EXPECT_EQ(report_of(desk, {"explain", "-1"})["result"]["codes"][0]["hex"], "0xFFFFFFFF");
-	EXPECT_GT(report_of(desk, {"explain"})["result"]["codes"].size(), 30u);
-	EXPECT_TRUE(report_of(desk, {"explain"})["result"]["messages"].empty());
+	host host;
+	EXPECT_EQ(report_of(host, {"spi", "--instance", "5"})["result"]["chip_select"], 3);
+	EXPECT_EQ(report_of(host, {"explain", "-1"})["result"]["codes"][0]["hex"], "0xFFFFFFFF");
+	EXPECT_GT(report_of(host, {"explain"})["result"]["codes"].size(), 30u);
+	EXPECT_TRUE(report_of(host, {"explain"})["result"]["messages"].empty());
 }
 
 TEST(json_report, of_a_message)
 {
-	desk desk;
-	const json result = report_of(desk, {"explain", "[ 1.0] log: 27: mtd read: open /dev/mtdblock3 failed ret=-2"})["result"];
+	host host;
+	const json result = report_of(host, {"explain", "[ 1.0] log: 27: mtd read: open /dev/mtdblock3 failed ret=-2"})["result"];
 	EXPECT_TRUE(result["codes"].empty());
 	ASSERT_EQ(result["messages"].size(), 1u);
 	const json message = result["messages"][0];
@@ -95,75 +95,75 @@ TEST(json_report, of_a_message)
 	EXPECT_EQ(message["group"], "Transfers by name");
 	EXPECT_EQ(message["values"][0], json({{"name", "device"}, {"text", "/dev/mtdblock3"}, {"code", nullptr}}));
 	EXPECT_EQ(message["values"][1]["code"]["source"], "kernel");
-	EXPECT_EQ(report_of(desk, {"explain", "read over mtd area"})["result"]["messages"].size(), 2u);
-	EXPECT_EQ(report_of(desk, {"explain", "no such line at all"})["status"], "not_found");
+	EXPECT_EQ(report_of(host, {"explain", "read over mtd area"})["result"]["messages"].size(), 2u);
+	EXPECT_EQ(report_of(host, {"explain", "no such line at all"})["status"], "not_found");
 }
 
 TEST(json_report, of_read_and_verify)
 {
-	desk desk;
+	host host;
 	scratch folder;
-	EXPECT_EQ(report_of(desk, {"read", "usrdata", "--length", "16", "-o", folder.path("f")})["result"]["range"]["length"], 16);
-	EXPECT_EQ(report_of(desk, {"verify", "usrdata", folder.path("f")})["result"]["equal"], true);
-	const json report = report_of(desk, {"verify", "usrdata", folder.path("f"), "--offset", "1"});
+	EXPECT_EQ(report_of(host, {"read", "usrdata", "--length", "16", "-o", folder.path("f")})["result"]["range"]["length"], 16);
+	EXPECT_EQ(report_of(host, {"verify", "usrdata", folder.path("f")})["result"]["equal"], true);
+	const json report = report_of(host, {"verify", "usrdata", folder.path("f"), "--offset", "1"});
 	EXPECT_EQ(report["result"]["difference"]["first"], 1);
 	EXPECT_EQ(report["status"], "mismatch");
-	report_of(desk, {"verify", "usrdata", "--sha256", std::string(64, '0')});
+	report_of(host, {"verify", "usrdata", "--sha256", std::string(64, '0')});
 }
 
 TEST(json_report, of_write)
 {
-	desk desk;
-	desk.console.input = bytes(16, std::byte{0x5a});
-	EXPECT_EQ(report_of(desk, {"write", "usrdata", "-", "--dry-run"})["result"]["action"], "planned");
-	EXPECT_EQ(report_of(desk, {"write", "usrdata", "-"})["result"]["compared_bytes"], 32768);
-	EXPECT_EQ(report_of(desk, {"write", "usrdata", "-"})["result"]["action"], "unchanged");
-	EXPECT_TRUE(report_of(desk, {"write", "usrdata", "-", "--verify", "none"})["result"]["changed_bytes"].is_null());
-	EXPECT_EQ(report_of(desk, {"write", "usrdata", "-", "--verify", "range", "--offset", "32"})["result"]["verify"], "range");
-	desk.flash.after_write = [](partition &part) { part.content[100] ^= std::byte{1}; };
-	EXPECT_EQ(report_of(desk, {"write", "usrdata", "-", "--offset", "64"})["result"]["difference_around"]["first"], 100);
+	host host;
+	host.console.input = bytes(16, std::byte{0x5a});
+	EXPECT_EQ(report_of(host, {"write", "usrdata", "-", "--dry-run"})["result"]["action"], "planned");
+	EXPECT_EQ(report_of(host, {"write", "usrdata", "-"})["result"]["compared_bytes"], 32768);
+	EXPECT_EQ(report_of(host, {"write", "usrdata", "-"})["result"]["action"], "unchanged");
+	EXPECT_TRUE(report_of(host, {"write", "usrdata", "-", "--verify", "none"})["result"]["changed_bytes"].is_null());
+	EXPECT_EQ(report_of(host, {"write", "usrdata", "-", "--verify", "range", "--offset", "32"})["result"]["verify"], "range");
+	host.flash.after_write = [](partition &part) { part.content[100] ^= std::byte{1}; };
+	EXPECT_EQ(report_of(host, {"write", "usrdata", "-", "--offset", "64"})["result"]["difference_around"]["first"], 100);
 }
 
 TEST(json_report, of_backup_and_restore)
 {
-	desk desk;
+	host host;
 	scratch folder;
 	for (const char *const name : {"config", "usrdata"})
-		desk.flash.part(name).device.usable = desk.flash.part(name).usable;
-	EXPECT_EQ(report_of(desk, {"backup", folder.path("b")})["result"]["images"][1]["file"], "mtd2-usrdata.img");
-	desk.flash.part("usrdata").content[0] ^= std::byte{1};
-	EXPECT_EQ(report_of(desk, {"restore", folder.path("b"), "--dry-run"})["result"]["images"][1]["action"], "planned");
-	desk.flash.part("config").device.writable = false;
-	const json refused = report_of(desk, {"restore", folder.path("b")});
+		host.flash.part(name).device.usable = host.flash.part(name).usable;
+	EXPECT_EQ(report_of(host, {"backup", folder.path("b")})["result"]["images"][1]["file"], "mtd2-usrdata.img");
+	host.flash.part("usrdata").content[0] ^= std::byte{1};
+	EXPECT_EQ(report_of(host, {"restore", folder.path("b"), "--dry-run"})["result"]["images"][1]["action"], "planned");
+	host.flash.part("config").device.writable = false;
+	const json refused = report_of(host, {"restore", folder.path("b")});
 	EXPECT_EQ(refused["result"]["images"][0]["action"], "refused");
 	EXPECT_TRUE(refused["result"]["images"][0]["changed_bytes"].is_null());
 	EXPECT_EQ(refused["status"], "unsupported");
-	desk.flash.part("config").device.writable = true;
-	EXPECT_EQ(report_of(desk, {"restore", folder.path("b")})["result"]["images"][1]["action"], "written");
-	report_of(desk, {"backup", folder.path("b")});
+	host.flash.part("config").device.writable = true;
+	EXPECT_EQ(report_of(host, {"restore", folder.path("b")})["result"]["images"][1]["action"], "written");
+	report_of(host, {"backup", folder.path("b")});
 }
 
 // Each line agrees with the schema; the last one is the result.
-std::vector<json> lines_of(desk &desk, std::vector<std::string> arguments)
+std::vector<json> lines_of(host &host, std::vector<std::string> arguments)
 {
 	arguments.insert(arguments.end(), {"--json", "--progress"});
-	desk.run(arguments);
-	EXPECT_EQ(desk.console.err, "");
-	std::istringstream text(desk.console.out);
+	host.run(arguments);
+	EXPECT_EQ(host.console.err, "");
+	std::istringstream text(host.console.out);
 	std::vector<json> lines;
 	for (std::string line; std::getline(text, line);) {
 		lines.push_back(json::parse(line));
 		EXPECT_TRUE(agrees(lines.back()));
 	}
-	EXPECT_TRUE(!lines.empty() && lines.back().contains("command")) << desk.console.out;
+	EXPECT_TRUE(!lines.empty() && lines.back().contains("command")) << host.console.out;
 	return lines;
 }
 
 TEST(json_progress, of_a_write_tells_its_phases)
 {
-	desk desk;
-	desk.console.input = bytes(16, std::byte{0x5a});
-	const auto lines = lines_of(desk, {"write", "usrdata", "-"});
+	host host;
+	host.console.input = bytes(16, std::byte{0x5a});
+	const auto lines = lines_of(host, {"write", "usrdata", "-"});
 	ASSERT_EQ(lines.size(), 7u);
 	const std::vector<std::pair<std::string, std::size_t>> phases = {{"read", 0},	    {"read", 0x8000},	{"write", 0x8000},
 									 {"write", 0x8010}, {"verify", 0x8010}, {"verify", 0x10010}};
@@ -178,16 +178,16 @@ TEST(json_progress, of_a_write_tells_its_phases)
 
 TEST(json_progress, of_backup_and_restore_ends_with_all_bytes)
 {
-	desk desk;
+	host host;
 	scratch folder;
 	for (const char *const name : {"config", "usrdata"})
-		desk.flash.part(name).device.usable = desk.flash.part(name).usable;
-	const auto backup = lines_of(desk, {"backup", folder.path("b")});
+		host.flash.part(name).device.usable = host.flash.part(name).usable;
+	const auto backup = lines_of(host, {"backup", folder.path("b")});
 	ASSERT_EQ(backup.size(), 9u);
 	EXPECT_EQ(backup[0]["total_bytes"], 2 * 0x8000);
 	EXPECT_EQ(backup[7]["done_bytes"], 2 * 0x8000);
-	desk.flash.part("usrdata").content[0] ^= std::byte{1};
-	const auto restore = lines_of(desk, {"restore", folder.path("b")});
+	host.flash.part("usrdata").content[0] ^= std::byte{1};
+	const auto restore = lines_of(host, {"restore", folder.path("b")});
 	EXPECT_TRUE(restore[0]["total_bytes"].is_null()) << "what changes is not known yet";
 	const json &last = restore[restore.size() - 2];
 	EXPECT_EQ(last["done_bytes"], last["total_bytes"]);
@@ -196,26 +196,26 @@ TEST(json_progress, of_backup_and_restore_ends_with_all_bytes)
 
 TEST(json_progress, has_no_end_of_a_transfer_that_fails)
 {
-	desk desk;
-	desk.console.input = bytes(16, std::byte{0x5a});
-	desk.flash.write_answer = status::from_code(0x70050006);
-	const auto lines = lines_of(desk, {"write", "usrdata", "-"});
+	host host;
+	host.console.input = bytes(16, std::byte{0x5a});
+	host.flash.write_answer = status::from_code(0x70050006);
+	const auto lines = lines_of(host, {"write", "usrdata", "-"});
 	EXPECT_EQ(lines[lines.size() - 2]["state"], "begin");
 	EXPECT_EQ(lines.back()["exit"], 6);
 }
 
 TEST(json_progress, is_one_line_without_a_transfer)
 {
-	desk desk;
-	EXPECT_EQ(lines_of(desk, {"list"}).size(), 1u);
-	EXPECT_EQ(lines_of(desk, {"lst"}).size(), 1u) << "a wrong command line too";
+	host host;
+	EXPECT_EQ(lines_of(host, {"list"}).size(), 1u);
+	EXPECT_EQ(lines_of(host, {"lst"}).size(), 1u) << "a wrong command line too";
 }
 
 TEST(json_progress, tells_the_speed_of_each_transfer)
 {
-	desk desk;
-	desk.console.tick = std::chrono::milliseconds(500);
-	const auto lines = lines_of(desk, {"verify", "usrdata", "--sha256", std::string(64, '0')});
+	host host;
+	host.console.tick = std::chrono::milliseconds(500);
+	const auto lines = lines_of(host, {"verify", "usrdata", "--sha256", std::string(64, '0')});
 	ASSERT_EQ(lines.size(), 3u);
 	EXPECT_TRUE(lines[0]["bytes_per_second"].is_null());
 	EXPECT_EQ(lines[1]["bytes_per_second"], 2 * 0x8000);
@@ -225,40 +225,40 @@ TEST(json_progress, tells_the_speed_of_each_transfer)
 // What cannot be told does not stop a write, and is no success.
 TEST(json_progress, that_nobody_reads_stops_no_write)
 {
-	desk desk;
-	desk.console.input = bytes(16, std::byte{0x5a});
-	desk.console.output_breaks = true;
-	EXPECT_EQ(desk.flashctl("write", "usrdata", "-", "--json", "--progress"), 1);
-	EXPECT_TRUE(std::ranges::equal(desk.console.input, std::span(desk.flash.part("usrdata").content).first(16)));
+	host host;
+	host.console.input = bytes(16, std::byte{0x5a});
+	host.console.output_breaks = true;
+	EXPECT_EQ(host.flashctl("write", "usrdata", "-", "--json", "--progress"), 1);
+	EXPECT_TRUE(std::ranges::equal(host.console.input, std::span(host.flash.part("usrdata").content).first(16)));
 }
 
 TEST(json_report, of_failures)
 {
-	desk desk;
-	EXPECT_EQ(report_of(desk, {"info", "usrdat"})["error"]["hint"], "did you mean \"usrdata\"?");
-	EXPECT_EQ(report_of(desk, {"write", "boot", "-"})["error"]["code"]["name"], "FLASH_MNG_NOT_LISTED");
-	desk.flash.fail_call(1, status::from_errno(ENOENT));
-	EXPECT_EQ(report_of(desk, {"list"})["error"]["system_error"]["errno"], ENOENT);
+	host host;
+	EXPECT_EQ(report_of(host, {"info", "usrdat"})["error"]["hint"], "did you mean \"usrdata\"?");
+	EXPECT_EQ(report_of(host, {"write", "boot", "-"})["error"]["code"]["name"], "FLASH_MNG_NOT_LISTED");
+	host.flash.fail_call(1, status::from_errno(ENOENT));
+	EXPECT_EQ(report_of(host, {"list"})["error"]["system_error"]["errno"], ENOENT);
 }
 
 TEST(json_report, of_a_wrong_command_line)
 {
-	desk desk;
-	EXPECT_EQ(report_of(desk, {"lst"})["status"], "usage");
-	EXPECT_EQ(report_of(desk, {"read", "usrdata", "--offset", "x"})["exit"], 2);
+	host host;
+	EXPECT_EQ(report_of(host, {"lst"})["status"], "usage");
+	EXPECT_EQ(report_of(host, {"read", "usrdata", "--offset", "x"})["exit"], 2);
 }
 
 TEST(json_report, of_a_name_that_is_no_text)
 {
-	desk desk;
-	desk.flash.parts[0].device.name = "\xff\xfe";
-	report_of(desk, {"list"});
+	host host;
+	host.flash.parts[0].device.name = "\xff\xfe";
+	report_of(host, {"list"});
 }
 
 TEST(schema, refuses_what_does_not_agree)
 {
-	desk desk;
-	const json good = report_of(desk, {"list"});
+	host host;
+	const json good = report_of(host, {"list"});
 	const auto without = [&good](const char *key) {
 		json bad = good;
 		bad.erase(key);

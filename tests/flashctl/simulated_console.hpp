@@ -51,8 +51,8 @@ public:
 	const char *pending = nullptr; // the signal that came
 };
 
-// A desk with a board: flashctl("read", "usrdata", ...) gives the exit status.
-struct desk {
+// flashctl on the host, for a simulated board: flashctl("read", "usrdata", ...) gives the exit status.
+struct host {
 	simulated_flash flash;
 	simulated_console console;
 

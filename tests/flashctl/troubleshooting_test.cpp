@@ -184,46 +184,46 @@ TEST(words, find_the_messages_that_have_them)
 
 TEST(explain, says_of_a_line_what_it_means_and_what_to_do)
 {
-	desk desk;
-	EXPECT_EQ(desk.flashctl("explain", "[ 1.0] log: 27: mtd total write: memcpy offset 6291400 len 100 fail 0x22"), 0);
+	host host;
+	EXPECT_EQ(host.flashctl("explain", "[ 1.0] log: 27: mtd total write: memcpy offset 6291400 len 100 fail 0x22"), 0);
 	for (const char *part :
 	     {"log: 27: mtd total write: memcpy offset %u len %u fail 0x%x (serious)\n", "  offset 6291400, length 100, code 0x22\n",
 	      "A write is beyond the usable bytes. ", "\n  Look at ", "\n  To do: write less.", "BOUNDED_NO_ROOM"})
-		EXPECT_TRUE(has(desk.console.out, part)) << part << "\nis not in\n" << desk.console.out;
-	EXPECT_TRUE(desk.flash.calls.empty());
+		EXPECT_TRUE(has(host.console.out, part)) << part << "\nis not in\n" << host.console.out;
+	EXPECT_TRUE(host.flash.calls.empty());
 }
 
 TEST(explain, takes_the_words_of_a_line_one_by_one)
 {
-	desk desk;
-	EXPECT_EQ(desk.flashctl("explain", "mtd", "read:", "read", "over", "mtd", "area"), 0);
-	EXPECT_TRUE(has(desk.console.out, "log: 27: mtd read: read over mtd area (ordinary)\n")) << desk.console.out;
+	host host;
+	EXPECT_EQ(host.flashctl("explain", "mtd", "read:", "read", "over", "mtd", "area"), 0);
+	EXPECT_TRUE(has(host.console.out, "log: 27: mtd read: read over mtd area (ordinary)\n")) << host.console.out;
 }
 
 TEST(explain, tells_all_that_words_may_be)
 {
-	desk desk;
-	EXPECT_EQ(desk.flashctl("explain", "read over mtd area"), 0);
-	EXPECT_TRUE(has(desk.console.out, "It may be one of 2 messages.\n")) << desk.console.out;
-	EXPECT_TRUE(has(desk.console.out, "\nlog: 27: mtd write: read over mtd area (ordinary)\n")) << desk.console.out;
+	host host;
+	EXPECT_EQ(host.flashctl("explain", "read over mtd area"), 0);
+	EXPECT_TRUE(has(host.console.out, "It may be one of 2 messages.\n")) << host.console.out;
+	EXPECT_TRUE(has(host.console.out, "\nlog: 27: mtd write: read over mtd area (ordinary)\n")) << host.console.out;
 }
 
 TEST(explain, refuses_words_that_many_messages_have_or_none)
 {
-	desk desk;
-	EXPECT_EQ(desk.flashctl("explain", "fail"), 3);
-	EXPECT_TRUE(has(desk.console.err, " messages have \"fail\"")) << desk.console.err;
-	EXPECT_EQ(desk.flashctl("explain", "usb 1-1: new device \x1b[31m"), 3);
-	EXPECT_TRUE(has(desk.console.err, "no message is like \"usb 1-1: new device \\x1b[31m\"")) << desk.console.err;
-	EXPECT_EQ(desk.console.out, "");
+	host host;
+	EXPECT_EQ(host.flashctl("explain", "fail"), 3);
+	EXPECT_TRUE(has(host.console.err, " messages have \"fail\"")) << host.console.err;
+	EXPECT_EQ(host.flashctl("explain", "usb 1-1: new device \x1b[31m"), 3);
+	EXPECT_TRUE(has(host.console.err, "no message is like \"usb 1-1: new device \\x1b[31m\"")) << host.console.err;
+	EXPECT_EQ(host.console.out, "");
 }
 
 TEST(explain, shows_no_value_that_steers_a_terminal)
 {
-	desk desk;
-	EXPECT_EQ(desk.flashctl("explain", "log: 0: Get usrdata mtd name: \x1b[2J"), 0);
-	EXPECT_TRUE(has(desk.console.out, "partition \\x1b[2J")) << desk.console.out;
-	EXPECT_FALSE(has(desk.console.out, "\x1b"));
+	host host;
+	EXPECT_EQ(host.flashctl("explain", "log: 0: Get usrdata mtd name: \x1b[2J"), 0);
+	EXPECT_TRUE(has(host.console.out, "partition \\x1b[2J")) << host.console.out;
+	EXPECT_FALSE(has(host.console.out, "\x1b"));
 }
 
 } // namespace

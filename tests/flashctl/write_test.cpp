@@ -13,8 +13,8 @@ bool has(const std::string &text, const std::string &part)
 	return text.find(part) != std::string::npos;
 }
 
-// A desk with 512 bytes to write at 4 KiB - 256 of usrdata, across the border of two erase blocks.
-struct writing : testing::Test, desk {
+// A host with 512 bytes to write at 4 KiB - 256 of usrdata, across the border of two erase blocks.
+struct writing : testing::Test, host {
 	static constexpr std::size_t offset = 0x1000 - 256;
 
 	writing()
@@ -329,21 +329,21 @@ class lies : public testing::TestWithParam<lie> {};
 
 TEST_P(lies, are_found_out)
 {
-	desk desk;
-	desk.console.input = bytes(512, std::byte{0x5a});
-	GetParam().tell(desk.flash);
-	EXPECT_EQ(desk.flashctl("write", "usrdata", "-", "--offset", "0xf00"), 7);
-	EXPECT_TRUE(has(desk.console.out, GetParam().in_range ? "\n  written   " : "\n  around    ")) << desk.console.out;
-	EXPECT_TRUE(has(desk.console.err, "does not hold what was written"));
-	EXPECT_FALSE(has(desk.console.out, "verified"));
+	host host;
+	host.console.input = bytes(512, std::byte{0x5a});
+	GetParam().tell(host.flash);
+	EXPECT_EQ(host.flashctl("write", "usrdata", "-", "--offset", "0xf00"), 7);
+	EXPECT_TRUE(has(host.console.out, GetParam().in_range ? "\n  written   " : "\n  around    ")) << host.console.out;
+	EXPECT_TRUE(has(host.console.err, "does not hold what was written"));
+	EXPECT_FALSE(has(host.console.out, "verified"));
 }
 
 TEST_P(lies, are_found_out_in_the_range)
 {
-	desk desk;
-	desk.console.input = bytes(512, std::byte{0x5a});
-	GetParam().tell(desk.flash);
-	EXPECT_EQ(desk.flashctl("write", "usrdata", "-", "--offset", "0xf00", "--verify", "range", "--quiet"), GetParam().in_range ? 7 : 0);
+	host host;
+	host.console.input = bytes(512, std::byte{0x5a});
+	GetParam().tell(host.flash);
+	EXPECT_EQ(host.flashctl("write", "usrdata", "-", "--offset", "0xf00", "--verify", "range", "--quiet"), GetParam().in_range ? 7 : 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(all, lies,

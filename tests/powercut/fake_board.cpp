@@ -40,7 +40,7 @@ void rewrite_block(std::size_t block, const std::vector<unsigned char> &image)
 void do_write(unsigned int seed, unsigned int generation)
 {
 	const auto write = powercut_plan(seed, generation);
-	const std::size_t begin = std::size_t(write.road) * POWERCUT_PARTITION_SIZE + write.offset, end = begin + write.length;
+	const std::size_t begin = std::size_t(write.path) * POWERCUT_PARTITION_SIZE + write.offset, end = begin + write.length;
 	std::vector<unsigned char> data(write.length), image(POWERCUT_BLOCK_SIZE);
 
 	powercut_fill(seed, generation, data.data(), write.length);

@@ -15,7 +15,7 @@ constexpr std::size_t page_size = 4096; // of the production kernel
 
 std::size_t place_of(const powercut_write &write)
 {
-	return std::size_t(write.road) * POWERCUT_PARTITION_SIZE + write.offset;
+	return std::size_t(write.path) * POWERCUT_PARTITION_SIZE + write.offset;
 }
 
 content block_of(content image, std::size_t block)
@@ -84,7 +84,7 @@ nor_verdict check_nor(std::vector<std::uint8_t> &expected, content found, const 
 	const auto flight = powercut_plan(writes.seed, writes.reported + 1);
 	const auto first_block = place_of(flight) / POWERCUT_BLOCK_SIZE;
 	const auto last_block = (place_of(flight) + flight.length - 1) / POWERCUT_BLOCK_SIZE;
-	const bool by_service = flight.road == POWERCUT_BY_SERVICE;
+	const bool by_service = flight.path == POWERCUT_BY_SERVICE;
 	std::vector<block_state> states;
 	std::vector<std::size_t> blocks;
 	nor_verdict verdict;

@@ -15,12 +15,12 @@ namespace {
 
 constexpr std::uint32_t seed = 7;
 
-// The first generation from 1 whose write takes that road and touches so many erase blocks.
-std::uint32_t generation_over(std::size_t blocks, std::uint32_t road)
+// The first generation from 1 whose write takes that path and touches so many erase blocks.
+std::uint32_t generation_over(std::size_t blocks, std::uint32_t path)
 {
 	for (std::uint32_t generation = 2;; ++generation) {
 		const auto write = powercut_plan(seed, generation);
-		if (write.road == road &&
+		if (write.path == path &&
 		    (write.offset + write.length - 1) / POWERCUT_BLOCK_SIZE - write.offset / POWERCUT_BLOCK_SIZE + 1 == blocks)
 			return generation;
 	}
@@ -29,7 +29,7 @@ std::uint32_t generation_over(std::size_t blocks, std::uint32_t road)
 class nor_check : public testing::Test {
 protected:
 	// The board wrote all generations before this one, which was in flight.
-	explicit nor_check(std::uint32_t road = POWERCUT_BY_SERVICE) : generation(generation_over(3, road))
+	explicit nor_check(std::uint32_t path = POWERCUT_BY_SERVICE) : generation(generation_over(3, path))
 	{
 		found = expected;
 		for (std::uint32_t one = 1; one < generation; ++one)
@@ -37,7 +37,7 @@ protected:
 		after = found;
 		apply_generation(after, seed, generation);
 		const auto write = powercut_plan(seed, generation);
-		begin = (std::size_t(write.road) * POWERCUT_PARTITION_SIZE + write.offset) / POWERCUT_BLOCK_SIZE * POWERCUT_BLOCK_SIZE;
+		begin = (std::size_t(write.path) * POWERCUT_PARTITION_SIZE + write.offset) / POWERCUT_BLOCK_SIZE * POWERCUT_BLOCK_SIZE;
 	}
 
 	// Gives so many bytes from the first block in flight on the new content, and as many blank ones as asked behind them.
@@ -194,9 +194,9 @@ TEST_F(nor_check, finds_a_write_that_is_more_than_one_ahead)
 	EXPECT_FALSE(check().findings.empty());
 }
 
-TEST(powercut_plan, writes_stay_in_the_partition_of_their_road)
+TEST(powercut_plan, writes_stay_in_the_partition_of_their_path)
 {
-	std::set<std::uint32_t> roads;
+	std::set<std::uint32_t> paths;
 	std::size_t short_ones = 0, across = 0;
 
 	for (std::uint32_t generation = 1; generation < 10000; ++generation) {
@@ -204,11 +204,11 @@ TEST(powercut_plan, writes_stay_in_the_partition_of_their_road)
 		ASSERT_GE(write.length, 1u);
 		ASSERT_LE(write.length, POWERCUT_LONGEST);
 		ASSERT_LE(write.offset, POWERCUT_PARTITION_SIZE - write.length);
-		roads.insert(write.road);
+		paths.insert(write.path);
 		short_ones += write.length <= 0x1000;
 		across += write.offset / POWERCUT_BLOCK_SIZE != (write.offset + write.length - 1) / POWERCUT_BLOCK_SIZE;
 	}
-	EXPECT_EQ(roads.size(), std::size_t(POWERCUT_ROADS));
+	EXPECT_EQ(paths.size(), std::size_t(POWERCUT_PATHS));
 	EXPECT_GT(short_ones, 4000u);
 	EXPECT_GT(across, 3000u);
 }

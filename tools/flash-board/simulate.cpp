@@ -116,7 +116,7 @@ void read_sections(simulation_result &to)
 }
 
 // What the module called since the last time this was asked.
-road road_taken()
+transfer_path path_taken()
 {
 	const auto calls = ::harness::calls();
 	const auto called = [&](std::string_view function) {
@@ -124,22 +124,22 @@ road road_taken()
 	};
 
 	::harness::forget();
-	return called("plat_mtd_read_buf(") ? road::whole : called("kernel_read(") ? road::block : road::none;
+	return called("plat_mtd_read_buf(") ? transfer_path::whole : called("kernel_read(") ? transfer_path::block : transfer_path::none;
 }
 
-road road_of_functions(const std::string &name)
+transfer_path path_of_functions(const std::string &name)
 {
 	std::uint8_t byte = 0;
 
 	::harness::forget();
 	drv_flash_mtd_read(name.c_str(), 0, &byte, sizeof(byte));
-	return road_taken();
+	return path_taken();
 }
 
 // Reads a byte as a program does, from memory of its own.
 class program_read {
 public:
-	road of(const std::string &name) const
+	transfer_path of(const std::string &name) const
 	{
 		flash_mtd_io_arg request = {};
 
@@ -149,7 +149,7 @@ public:
 		std::memcpy(request_, &request, sizeof(request));
 		::harness::forget();
 		::harness::ioctl(FLASH_MNG_MTD_READ, ::harness::user_address(request_));
-		return road_taken();
+		return path_taken();
 	}
 
 private:
@@ -170,7 +170,7 @@ void read_partitions(simulation_result &to)
 
 	for (std::uint32_t i = 0; i < g_flash_mtd_info_list_num; i++) {
 		const std::string name = g_flash_mtd_info_list[i].name();
-		to.partitions.push_back({name, g_flash_mtd_info_list[i].avail_size, by_program.of(name), road_of_functions(name),
+		to.partitions.push_back({name, g_flash_mtd_info_list[i].avail_size, by_program.of(name), path_of_functions(name),
 					 first_row_of(to.sections, name)});
 	}
 }

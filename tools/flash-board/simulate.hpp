@@ -22,13 +22,13 @@ struct simulated_section {
 };
 
 // How the bytes of a request travel: through the platform's flash service as a whole, through the block device, or not at all.
-enum class road { none, whole, block };
+enum class transfer_path { none, whole, block };
 
 struct simulated_partition {
 	std::string name; // as flash_mng keeps it, which is not always as it is written
 	std::uint32_t avail_size;
-	road of_commands;			   // of a read by a program
-	road of_functions;			   // of a read by another module
+	transfer_path of_commands;		   // of a read by a program
+	transfer_path of_functions;		   // of a read by another module
 	std::optional<std::uint32_t> section = {}; // the first row of the section table that is this partition
 
 	// Two ways to the same bytes that know nothing of each other: what one writes is lost when the other writes at the same time.

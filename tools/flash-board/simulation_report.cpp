@@ -49,7 +49,7 @@ std::string section_table(const simulation_result &result)
 	return rows.size() == 1 ? "\nno sections\n" : table("sections", rows);
 }
 
-std::string_view name_of(road way)
+std::string_view name_of(transfer_path way)
 {
 	constexpr std::array<std::string_view, 3> names = {"none", "whole", "block"};
 
@@ -67,7 +67,7 @@ std::string loss_of(const simulated_partition &one)
 
 std::string partition_table(const simulation_result &result)
 {
-	std::vector<std::vector<std::string>> rows = {{"name", "usable size", "road of programs", "road of modules"}};
+	std::vector<std::vector<std::string>> rows = {{"name", "usable size", "path of programs", "path of modules"}};
 	std::string losses;
 
 	for (const auto &one : result.partitions) {
@@ -153,8 +153,8 @@ std::string as_json(const simulation_result &result)
 	for (const auto &one : result.partitions)
 		partitions.push_back({{"name", one.name},
 				      {"avail_size", one.avail_size},
-				      {"road_of_programs", name_of(one.of_commands)},
-				      {"road_of_modules", name_of(one.of_functions)},
+				      {"transfer_path_of_programs", name_of(one.of_commands)},
+				      {"transfer_path_of_modules", name_of(one.of_functions)},
 				      {"section_row", one.section ? json(*one.section) : json()},
 				      {"can_lose_writes", one.can_lose_writes()}});
 	for (const auto &one : result.spi_flashes) {

@@ -3,7 +3,7 @@
  * What is written to the NOR flash while its power is cut: generation after generation, each a write of its own. Both sides compute it
  * from a seed: the kernel module that writes, and the checker on the host.
  *
- * The flash has a partition for each road of a write, and one that nobody writes to.
+ * The flash has a partition for each path of a write, and one that nobody writes to.
  */
 #ifndef POWERCUT_PLAN_H
 #define POWERCUT_PLAN_H
@@ -21,17 +21,17 @@
 #define POWERCUT_INSTANCE 0xffffffffu
 #define POWERCUT_SECTION 1u
 
-/* The roads, in the order of their partitions on the flash. */
-enum powercut_road {
+/* The paths, in the order of their partitions on the flash. */
+enum powercut_path {
 	POWERCUT_BY_SECTION = 0,   /* drv_flash_write() */
 	POWERCUT_BY_PARTITION = 1, /* drv_flash_mtd_write(): the block device of a partition that is not NAND */
 	POWERCUT_BY_SERVICE = 2,   /* plat_mtd_update_buf() */
-	POWERCUT_ROADS = 3
+	POWERCUT_PATHS = 3
 };
 
 struct powercut_write {
-	unsigned int road;
-	unsigned int offset; /* in the road's partition */
+	unsigned int path;
+	unsigned int offset; /* in the path's partition */
 	unsigned int length;
 };
 
@@ -54,7 +54,7 @@ static inline struct powercut_write powercut_plan(unsigned int seed, unsigned in
 	unsigned int longest = powercut_hash(seed, generation, 0xffffff00u) % 2 ? POWERCUT_LONGEST : 0x1000u;
 	struct powercut_write write;
 
-	write.road = powercut_hash(seed, generation, 0xffffff01u) % POWERCUT_ROADS;
+	write.path = powercut_hash(seed, generation, 0xffffff01u) % POWERCUT_PATHS;
 	write.length = 1 + powercut_hash(seed, generation, 0xffffff02u) % longest;
 	write.offset = powercut_hash(seed, generation, 0xffffff03u) % (POWERCUT_PARTITION_SIZE - write.length + 1);
 	return write;

@@ -45,7 +45,7 @@ static u32 update_by_service(const struct powercut_write *write)
 
 static u32 do_write(const struct powercut_write *write)
 {
-	switch (write->road) {
+	switch (write->path) {
 	case POWERCUT_BY_SECTION:
 		return drv_flash_write(POWERCUT_INSTANCE, POWERCUT_SECTION, write->offset, g_data, write->length);
 	case POWERCUT_BY_PARTITION:

@@ -45,8 +45,8 @@ function simulation_tables(from) {
 			columns(["Partition", "Usable size", "Programs read", "Modules read", "Writes can be lost"], one => [
 				one.name,
 				hex(one.avail_size),
-				one.road_of_programs,
-				one.road_of_modules,
+				one.transfer_path_of_programs,
+				one.transfer_path_of_modules,
 				one.can_lose_writes ? element("span", { class: "badge warning" }, "yes") : "no",
 			]),
 		),
