@@ -170,9 +170,7 @@ INSTANTIATE_TEST_SUITE_P(for_instance, config_no_entry,
 			 testing::Values(without_entry{"unknown", unconfigured, {no_node_count}},
 					 without_entry{"without_table", no_nodes, {no_section_table}},
 					 without_entry{"with_empty_table", single_empty, {}},
-					 without_entry{"of_missing_variant",
-						       variant_missing,
-						       {common_log(ordinary, "flash mng get xml attr inst_id:0x7, bom_value:3")}}),
+					 without_entry{"of_missing_variant", variant_missing, {variant_unreadable(7, 3)}}),
 			 [](const auto &row) { return std::string(row.param.name); });
 
 // ------------------------------------------------------------------------------------ looking up

@@ -59,12 +59,6 @@ protected:
 		return common_log(ordinary, "flash get xml attr error inst_id:" + hexadecimal(instance) + " node_num:1");
 	}
 
-	static log_line variant_unreadable(uint32_t instance, uint32_t bom_value)
-	{
-		return common_log(ordinary,
-				  "flash mng get xml attr inst_id:" + hexadecimal(instance) + ", bom_value:" + decimal(bom_value));
-	}
-
 	static log_line plain_unreadable(uint32_t instance)
 	{
 		return common_log(ordinary, "flash mng get xml attr error inst_id:" + hexadecimal(instance) + ", bom_value:0");

@@ -30,11 +30,6 @@ protected:
 		harness::call("get_usrdata_mtd_name", {});
 		return harness::calls();
 	}
-
-	static log_line copy_failed_with(int code)
-	{
-		return common_log(serious, "copy usrdata mtd name failed, ret " + std::to_string(code));
-	}
 };
 
 const call_list look_with_success = joined({usrdata_present, {message(common, ordinary, "Get usrdata mtd name: %s")}});
@@ -133,7 +128,7 @@ TEST_P(config_usrdata_copy, that_fails_is_said_and_does_not_matter)
 	harness::add_mtd({.name = "usrdata"});
 	harness::fail("strcpy_s", GetParam());
 	load("plain");
-	EXPECT_EQ(harness::log(), joined_lines({{load_begins, copy_failed_with(GetParam())}, plain_partitions_listed}));
+	EXPECT_EQ(harness::log(), joined_lines({{load_begins, usrdata_not_copied(GetParam())}, plain_partitions_listed}));
 	EXPECT_EQ(recorded(), bytes(40, 0));
 	EXPECT_TRUE(has_entry(default_instance));
 }

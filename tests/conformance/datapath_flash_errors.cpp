@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// What the flash itself reports: an erase or a program that fails, on each road. The road by name through a block device does not learn of
+// What the flash itself reports: an erase or a program that fails, on each transfer path. The one through a block device does not learn of
 // it: Linux tells the flush, whose result does not matter.
 #include "section_words.hpp"
 
@@ -12,7 +12,7 @@ using harness::flash_operation;
 constexpr uint32_t block = 0x10000, within_block = 0x100;
 constexpr uint32_t erase_failed = 0x7005000A, program_failed = 0x7005000B; // statuses of the flash service
 
-// All three roads by name, and sections; the board "sections" lists a partition too.
+// All three transfer paths by name, and sections; the board "sections" lists a partition too.
 class datapath_flash_error : public on_sections {
 protected:
 	static constexpr uint32_t section_start = 0x1000;

@@ -6,9 +6,6 @@
 namespace conformance {
 namespace {
 
-const log_line bad_argument = own_log(ordinary, "mtd getinfo: input argument are invalid");
-const log_line not_found = own_log(trace, "mtd getinfo: info not found");
-
 // ---------------------------------------------------------------------------------------------------------------- names
 
 struct name_length {
@@ -116,14 +113,14 @@ TEST_F(datapath_info, is_fresh_at_each_call)
 TEST_F(datapath_info, of_a_missing_record_is_refused_after_the_name_was_looked_at)
 {
 	EXPECT_EQ(get_info("nand", nullptr), invalid);
-	EXPECT_EQ(harness::log(), log_lines{bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_mtd_name});
 	EXPECT_EQ(deeds(), call_list());
 }
 
 TEST_F(datapath_info, of_a_bad_name_and_a_missing_record_is_refused_once)
 {
 	EXPECT_EQ(get_info("", nullptr), invalid);
-	EXPECT_EQ(harness::log(), log_lines{bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_mtd_name});
 	EXPECT_EQ(deeds(), call_list());
 }
 
@@ -131,7 +128,7 @@ TEST_F(datapath_info, of_a_null_name_is_refused)
 {
 	bytes info(info_size, 0xEE);
 	EXPECT_EQ(get_info(nullptr, &info), invalid);
-	EXPECT_EQ(harness::log(), log_lines{bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_mtd_name});
 	EXPECT_EQ(info, bytes(info_size, 0xEE));
 	EXPECT_EQ(deeds(), call_list());
 }
@@ -158,7 +155,7 @@ TEST_P(datapath_bad_name, has_no_info)
 {
 	bytes info(info_size, 0xEE);
 	EXPECT_EQ(get_info(GetParam().text, &info), invalid);
-	EXPECT_EQ(harness::log(), log_lines{bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_mtd_name});
 	EXPECT_EQ(deeds(), call_list());
 	EXPECT_EQ(info, bytes(info_size, 0xEE));
 }
@@ -167,7 +164,7 @@ TEST_P(datapath_bad_name, has_no_size)
 {
 	bytes size(8, 0xEE);
 	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {GetParam().text, &size}), invalid);
-	EXPECT_EQ(harness::log(), log_lines{bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_mtd_name});
 	EXPECT_EQ(deeds(), call_list());
 	EXPECT_EQ(size, bytes(8, 0xEE));
 }
@@ -180,7 +177,7 @@ TEST_P(datapath_absent_name, has_no_info)
 {
 	bytes info(info_size, 0xEE);
 	EXPECT_EQ(get_info(GetParam().text, &info), no_partition);
-	EXPECT_EQ(harness::log(), log_lines{not_found});
+	EXPECT_EQ(harness::log(), log_lines{no_mtd_device});
 	EXPECT_EQ(deeds(), call_list{"get_mtd_device_nm(\"" + GetParam().text + "\")"});
 	EXPECT_EQ(info, bytes(info_size, 0xEE));
 }
@@ -189,7 +186,7 @@ TEST_P(datapath_absent_name, has_no_size)
 {
 	bytes size(8, 0xEE);
 	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {GetParam().text, &size}), no_partition);
-	EXPECT_EQ(harness::log(), log_lines{not_found});
+	EXPECT_EQ(harness::log(), log_lines{no_mtd_device});
 	EXPECT_EQ(deeds(), call_list{"get_mtd_device_nm(\"" + GetParam().text + "\")"});
 	EXPECT_EQ(size, bytes(8, 0xEE));
 }
@@ -210,7 +207,7 @@ TEST_P(datapath_no_device, means_no_info_and_nothing_to_release)
 {
 	bytes info(info_size, 0xEE);
 	EXPECT_EQ(get_info("nand", &info), no_partition);
-	EXPECT_EQ(harness::log(), log_lines{not_found});
+	EXPECT_EQ(harness::log(), log_lines{no_mtd_device});
 	EXPECT_FALSE(called("put_mtd_device"));
 	EXPECT_EQ(info, bytes(info_size, 0xEE));
 }
@@ -219,7 +216,7 @@ TEST_P(datapath_no_device, means_no_size)
 {
 	bytes size(8, 0xEE);
 	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {"nand", &size}), no_partition);
-	EXPECT_EQ(harness::log(), log_lines{not_found});
+	EXPECT_EQ(harness::log(), log_lines{no_mtd_device});
 	EXPECT_FALSE(called("put_mtd_device"));
 	EXPECT_EQ(size, bytes(8, 0xEE));
 }
@@ -263,7 +260,7 @@ TEST_F(datapath_size, is_eight_bytes)
 TEST_F(datapath_size, without_a_place_for_it_is_refused_with_one_message)
 {
 	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {"nor", nullptr}), invalid);
-	EXPECT_EQ(harness::log(), log_lines{bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_mtd_name});
 	EXPECT_EQ(deeds(), call_list());
 }
 
@@ -271,20 +268,20 @@ TEST_F(datapath_size, of_a_null_name_is_refused_with_one_message)
 {
 	bytes size(8, 0xEE);
 	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {nullptr, &size}), invalid);
-	EXPECT_EQ(harness::log(), log_lines{bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_mtd_name});
 	EXPECT_EQ(size, bytes(8, 0xEE));
 }
 
 TEST_F(datapath_size, of_a_null_name_to_nowhere_is_refused_with_one_message)
 {
 	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {nullptr, nullptr}), invalid);
-	EXPECT_EQ(harness::log(), log_lines{bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_mtd_name});
 }
 
 TEST_F(datapath_size, of_an_absent_partition_to_nowhere_is_an_invalid_argument)
 {
 	EXPECT_EQ(harness::call("drv_flash_get_mtd_size", {"nowhere", nullptr}), invalid);
-	EXPECT_EQ(harness::log(), log_lines{bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_mtd_name});
 	EXPECT_EQ(deeds(), call_list());
 }
 
@@ -307,13 +304,6 @@ INSTANTIATE_TEST_SUITE_P(of, datapath_large_size, testing::Values(0x10000, 0xFFF
 // ---------------------------------------------------------------------------------------------------------------- the user-data partition
 
 constexpr std::size_t part_info_size = 520, part_info_field = 264;
-
-log_line no_usrdata(const std::string &name)
-{
-	return own_log(serious, "Failed to get " + name + " MTD information.\n");
-}
-
-const log_line no_part_num = own_log(serious, "Failed to get nand part num, (ret=4294967295)\n");
 
 class datapath_without_usrdata : public on_partitions {};
 

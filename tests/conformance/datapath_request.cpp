@@ -6,9 +6,6 @@
 namespace conformance {
 namespace {
 
-const log_line bad_name = own_log(ordinary, "mtd getinfo: input argument are invalid");
-const log_line no_device = own_log(trace, "mtd getinfo: info not found");
-
 log_line name_message(direction way, const std::string &name, uint32_t code)
 {
 	return own_log(ordinary, std::string(way == direction::write ? "mtd write: " : "") + "mtd info not found, name:" + name +
@@ -53,40 +50,40 @@ protected:
 
 TEST_P(datapath_request, for_an_unknown_partition_gives_two_messages)
 {
-	expect_refused("nowhere", 0, 16, no_partition, {no_device, name_message(way(), "nowhere", no_partition)});
+	expect_refused("nowhere", 0, 16, no_partition, {no_mtd_device, name_message(way(), "nowhere", no_partition)});
 }
 
 TEST_P(datapath_request, for_a_name_of_32_characters_gives_two_messages)
 {
-	expect_refused(name_of_32, 0, 16, invalid, {bad_name, name_message(way(), name_of_32, invalid)});
+	expect_refused(name_of_32, 0, 16, invalid, {bad_mtd_name, name_message(way(), name_of_32, invalid)});
 	EXPECT_FALSE(called("get_mtd_device_nm"));
 }
 
 TEST_P(datapath_request, for_an_empty_name_gives_two_messages)
 {
-	expect_refused("", 0, 16, invalid, {bad_name, name_message(way(), "", invalid)});
+	expect_refused("", 0, 16, invalid, {bad_mtd_name, name_message(way(), "", invalid)});
 }
 
 TEST_P(datapath_request, for_a_null_name_prints_it_as_null)
 {
-	expect_refused(nullptr, 0, 16, invalid, {bad_name, name_message(way(), "(null)", invalid)});
+	expect_refused(nullptr, 0, 16, invalid, {bad_mtd_name, name_message(way(), "(null)", invalid)});
 }
 
 TEST_P(datapath_request, for_an_unknown_name_of_31_characters_passes_the_name_check)
 {
 	const std::string name(31, 'q');
-	expect_refused(name, 0, 16, no_partition, {no_device, name_message(way(), name, no_partition)});
+	expect_refused(name, 0, 16, no_partition, {no_mtd_device, name_message(way(), name, no_partition)});
 }
 
 TEST_P(datapath_request, looks_at_the_name_before_the_buffer)
 {
 	EXPECT_EQ(transfer(way(), "nowhere", 0, nullptr, 0), no_partition);
-	EXPECT_EQ(harness::log(), (log_lines{no_device, name_message(way(), "nowhere", no_partition)}));
+	EXPECT_EQ(harness::log(), (log_lines{no_mtd_device, name_message(way(), "nowhere", no_partition)}));
 }
 
 TEST_P(datapath_request, looks_at_the_name_before_the_range)
 {
-	expect_refused("", 0xFFFFFFFF, 16, invalid, {bad_name, name_message(way(), "", invalid)});
+	expect_refused("", 0xFFFFFFFF, 16, invalid, {bad_mtd_name, name_message(way(), "", invalid)});
 }
 
 TEST_P(datapath_request, of_no_bytes_is_refused)
@@ -306,16 +303,16 @@ TEST_F(datapath_clearing_order, has_no_place_in_a_write)
 	EXPECT_FALSE(called("memset_s"));
 }
 
-// ---------------------------------------------------------------------------------------------------------------- roads
+// ---------------------------------------------------------------------------------------------------------------- transfer paths
 
-struct road {
+struct transfer_path {
 	uint32_t type;
 	bool nand;
 };
 
-class datapath_road : public on_partitions, public testing::WithParamInterface<std::tuple<direction, road>> {};
+class datapath_transfer_path : public on_partitions, public testing::WithParamInterface<std::tuple<direction, transfer_path>> {};
 
-TEST_P(datapath_road, is_chosen_by_the_type)
+TEST_P(datapath_transfer_path, is_chosen_by_the_type)
 {
 	const auto [way, taken] = GetParam();
 	const int index = add({.name = "typed", .size = 0x20000, .type = taken.type, .index = 5});
@@ -342,10 +339,10 @@ TEST_P(datapath_road, is_chosen_by_the_type)
 	}
 }
 
-INSTANTIATE_TEST_SUITE_P(for_type, datapath_road,
-			 testing::Combine(both,
-					  testing::Values(road{1, false}, road{2, false}, road{3, false}, road{4, true}, road{6, false},
-							  road{7, false}, road{8, true}, road{9, false}, road{12, false})),
+INSTANTIATE_TEST_SUITE_P(for_type, datapath_transfer_path,
+			 testing::Combine(both, testing::Values(transfer_path{1, false}, transfer_path{2, false}, transfer_path{3, false},
+								transfer_path{4, true}, transfer_path{6, false}, transfer_path{7, false},
+								transfer_path{8, true}, transfer_path{9, false}, transfer_path{12, false})),
 			 [](const auto &row) {
 				 return as_case_name(std::get<0>(row.param)) + "_" + std::to_string(std::get<1>(row.param).type);
 			 });

@@ -410,7 +410,7 @@ TEST_F(datapath_section, read_over_the_end_of_the_partition_keeps_what_it_got)
 {
 	bytes buf(0x20, 0xEE);
 	EXPECT_EQ(section_read(default_instance, longer_than_its_partition, 0x41FFF0, &buf, 0x20), short_read);
-	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "[drv flash Read] device nor fail, expect 32, read 16")});
+	EXPECT_EQ(harness::log(), log_lines{short_transfer_said(direction::read, "nor", 32, 16)});
 	bytes expected = original(nor, 0x1FFF0, 0x10);
 	expected.insert(expected.end(), 0x10, 0xEE);
 	EXPECT_EQ(buf, expected);
@@ -420,7 +420,7 @@ TEST_F(datapath_section, read_at_the_end_of_the_partition_gets_nothing)
 {
 	bytes buf(0x20, 0xEE);
 	EXPECT_EQ(section_read(default_instance, longer_than_its_partition, 0x420000, &buf, 0x20), short_read);
-	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "[drv flash Read] device nor fail, expect 32, read 0")});
+	EXPECT_EQ(harness::log(), log_lines{short_transfer_said(direction::read, "nor", 32, 0)});
 	EXPECT_EQ(buf, bytes(0x20, 0xEE));
 }
 
@@ -436,7 +436,7 @@ TEST_F(datapath_section, read_behind_the_partition_cannot_seek)
 TEST_F(datapath_section, write_over_the_end_of_the_partition_writes_what_fits)
 {
 	EXPECT_EQ(section_write(default_instance, longer_than_its_partition, 0x41FFF0, pattern(0x20, 6), 0x20), short_write);
-	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "[drv flash write] device nor fail, ret = 0x10!")});
+	EXPECT_EQ(harness::log(), log_lines{short_transfer_said(direction::write, "nor", 32, 16)});
 	const bytes written = pattern(0x20, 6);
 	expect_changed(nor, 0x1FFF0, {written.begin(), written.begin() + 0x10});
 }
@@ -444,7 +444,7 @@ TEST_F(datapath_section, write_over_the_end_of_the_partition_writes_what_fits)
 TEST_F(datapath_section, write_at_the_end_of_the_partition_finds_no_room)
 {
 	EXPECT_EQ(section_write(default_instance, longer_than_its_partition, 0x420000, pattern(0x20, 6), 0x20), short_write);
-	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "[drv flash write] device nor fail, ret = 0xffffffffffffffe4!")});
+	EXPECT_EQ(harness::log(), log_lines{short_transfer_said(direction::write, "nor", 32, -28)});
 	expect_unchanged(nor);
 }
 

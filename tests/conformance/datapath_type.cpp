@@ -6,8 +6,6 @@
 namespace conformance {
 namespace {
 
-const log_line bad_argument = own_log(ordinary, "mtd getinfo: input argument are invalid");
-const log_line not_found = own_log(trace, "mtd getinfo: info not found");
 const bytes untouched(8, 0xA5);
 
 uint32_t get_type(harness::argument name, bytes *type)
@@ -78,7 +76,7 @@ TEST_F(datapath_type_alone, of_an_unknown_name_leaves_the_answer_alone)
 	bytes type = untouched;
 	EXPECT_EQ(get_type("absent", &type), no_partition);
 	EXPECT_EQ(type, untouched);
-	EXPECT_EQ(harness::log(), log_lines{not_found});
+	EXPECT_EQ(harness::log(), log_lines{no_mtd_device});
 }
 
 TEST_F(datapath_type_alone, of_a_name_of_31_characters_is_told)
@@ -96,14 +94,14 @@ TEST_P(datapath_type_bad_name, is_refused_before_any_lookup)
 	bytes type = untouched;
 	EXPECT_EQ(get_type(GetParam() ? harness::argument(GetParam()) : harness::argument(nullptr), &type), invalid);
 	EXPECT_EQ(type, untouched);
-	EXPECT_EQ(harness::log(), log_lines{bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_mtd_name});
 	EXPECT_EQ(deeds(), call_list());
 }
 
 TEST_P(datapath_type_bad_name, comes_before_the_missing_answer)
 {
 	EXPECT_EQ(get_type(GetParam() ? harness::argument(GetParam()) : harness::argument(nullptr), nullptr), invalid);
-	EXPECT_EQ(harness::log(), log_lines{bad_argument});
+	EXPECT_EQ(harness::log(), log_lines{bad_mtd_name});
 }
 
 INSTANTIATE_TEST_SUITE_P(that_is, datapath_type_bad_name, testing::Values("", name_of_32, static_cast<const char *>(nullptr)),
@@ -121,7 +119,7 @@ TEST_F(datapath_type, without_an_answer_is_refused_after_the_lookup)
 TEST_F(datapath_type_alone, of_an_unknown_name_without_an_answer_is_not_found)
 {
 	EXPECT_EQ(get_type("absent", nullptr), no_partition);
-	EXPECT_EQ(harness::log(), log_lines{not_found});
+	EXPECT_EQ(harness::log(), log_lines{no_mtd_device});
 }
 
 class datapath_type_lookup : public on_nand, public testing::WithParamInterface<long long> {};
@@ -132,7 +130,7 @@ TEST_P(datapath_type_lookup, that_fails_is_not_found)
 	bytes type = untouched;
 	EXPECT_EQ(get_type("nand", &type), no_partition);
 	EXPECT_EQ(type, untouched);
-	EXPECT_EQ(harness::log(), log_lines{not_found});
+	EXPECT_EQ(harness::log(), log_lines{no_mtd_device});
 	EXPECT_FALSE(called("put_mtd_device"));
 	EXPECT_EQ(get_type("nand", &type), 0u);
 	EXPECT_EQ(u32_at(type, 0), 0u);

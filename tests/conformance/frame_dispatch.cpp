@@ -2,6 +2,7 @@
 //
 // The control device: opening it, finding a command's handler by its whole number, and handing on the handler's code.
 #include <cerrno>
+#include <iterator>
 #include <set>
 #include <thread>
 
@@ -11,7 +12,7 @@ namespace conformance {
 namespace {
 
 // Beside the numbers of the table, which follow one another.
-constexpr uint32_t below_the_table = get_nand_part_info - 1, above_the_table = get_mtd_statistics + 1;
+constexpr uint32_t below_the_table = *std::begin(all_commands) - 1, above_the_table = *std::rbegin(all_commands) + 1;
 
 const log_line not_supported = own_log(ordinary, "Flash cmd not support");
 

@@ -35,10 +35,6 @@ const query part_info = {"part_info",
 
 const auto queries = testing::Values(part_num, is_exist, part_info);
 
-const log_line no_usrdata = own_log(serious, "Failed to get  MTD information.\n");
-const log_line lost_usrdata = own_log(serious, "Failed to get usrdata MTD information.\n");
-const log_line no_part_num = own_log(serious, "Failed to get nand part num, (ret=4294967295)\n");
-
 class on_board_with_usrdata : public on_loaded_module {
 protected:
 	void prepare() override
@@ -199,14 +195,14 @@ TEST_F(ioctl_part_num_without_usrdata, leaves_the_reply_untouched)
 	user_bytes reply(4);
 	EXPECT_EQ(harness::ioctl(get_part_num, reply.address()).code(), failed);
 	EXPECT_EQ(reply.content(), bytes(4, 0xEE));
-	EXPECT_EQ(harness::log(), log_lines{no_usrdata});
+	EXPECT_EQ(harness::log(), log_lines{no_usrdata("")});
 	EXPECT_EQ(deeds(), call_list{"get_mtd_device_nm(\"\")"});
 }
 
 TEST_F(ioctl_part_num_without_usrdata, does_not_look_at_the_address)
 {
 	EXPECT_EQ(harness::ioctl(get_part_num, 0).code(), failed);
-	EXPECT_EQ(harness::log(), log_lines{no_usrdata});
+	EXPECT_EQ(harness::log(), log_lines{no_usrdata("")});
 }
 
 class ioctl_is_exist_without_usrdata : public on_board_without_usrdata {};
@@ -252,7 +248,7 @@ TEST_F(ioctl_part_info_without_usrdata, frees_its_buffer_and_leaves_the_reply_un
 	user_bytes reply(part_info_size);
 	EXPECT_EQ(harness::ioctl(get_nand_part_info, reply.address()).code(), failed);
 	EXPECT_EQ(reply.content(), bytes(part_info_size, 0xEE));
-	EXPECT_EQ(harness::log(), (log_lines{no_usrdata, no_part_num}));
+	EXPECT_EQ(harness::log(), (log_lines{no_usrdata(""), no_part_num}));
 	EXPECT_EQ(deeds(), (call_list{"linux_kzalloc(520)", "get_mtd_device_nm(\"\")", "kfree(-)"}));
 }
 
@@ -265,7 +261,7 @@ TEST_P(ioctl_lost_usrdata, makes_part_num_fail)
 	harness::fail("get_mtd_device_nm", GetParam());
 	user_bytes reply(4);
 	EXPECT_EQ(harness::ioctl(get_part_num, reply.address()).code(), failed);
-	EXPECT_EQ(harness::log(), log_lines{lost_usrdata});
+	EXPECT_EQ(harness::log(), log_lines{no_usrdata("usrdata")});
 	EXPECT_EQ(reply.content(), bytes(4, 0xEE));
 }
 
@@ -282,7 +278,7 @@ TEST_P(ioctl_lost_usrdata, at_the_first_look_up_makes_part_info_fail_with_two_me
 	harness::fail("get_mtd_device_nm", GetParam());
 	user_bytes reply(part_info_size);
 	EXPECT_EQ(harness::ioctl(get_nand_part_info, reply.address()).code(), failed);
-	EXPECT_EQ(harness::log(), (log_lines{lost_usrdata, no_part_num}));
+	EXPECT_EQ(harness::log(), (log_lines{no_usrdata("usrdata"), no_part_num}));
 	EXPECT_EQ(reply.content(), bytes(part_info_size, 0xEE));
 	EXPECT_EQ(call_names().back(), "kfree");
 }
@@ -292,7 +288,7 @@ TEST_P(ioctl_lost_usrdata, at_the_second_look_up_makes_part_info_fail_with_one_m
 	harness::fail("get_mtd_device_nm", GetParam(), 2);
 	user_bytes reply(part_info_size);
 	EXPECT_EQ(harness::ioctl(get_nand_part_info, reply.address()).code(), failed);
-	EXPECT_EQ(harness::log(), log_lines{lost_usrdata});
+	EXPECT_EQ(harness::log(), log_lines{no_usrdata("usrdata")});
 	EXPECT_EQ(reply.content(), bytes(part_info_size, 0xEE));
 	EXPECT_EQ(call_names().back(), "kfree");
 }
@@ -307,7 +303,7 @@ TEST_F(ioctl_usrdata, that_went_away_is_no_part_any_more)
 	harness::remove_mtd(usrdata);
 	user_bytes reply(4);
 	EXPECT_EQ(harness::ioctl(get_part_num, reply.address()).code(), failed);
-	EXPECT_EQ(harness::log(), log_lines{lost_usrdata});
+	EXPECT_EQ(harness::log(), log_lines{no_usrdata("usrdata")});
 }
 
 TEST_F(ioctl_usrdata, that_came_back_larger_is_measured_again)

@@ -195,6 +195,16 @@ inline log_line rows_without_memory(uint64_t size)
 	return common_log(ordinary, "malloc size:" + decimal(size) + " error");
 }
 
+inline log_line variant_unreadable(uint32_t instance, uint32_t bom_value)
+{
+	return common_log(ordinary, "flash mng get xml attr inst_id:" + hexadecimal(instance) + ", bom_value:" + decimal(bom_value));
+}
+
+inline log_line usrdata_not_copied(int code)
+{
+	return common_log(serious, "copy usrdata mtd name failed, ret " + std::to_string(code));
+}
+
 inline const log_line partitions_without_memory = common_log(serious, "flash mtd info malloc fail");
 
 inline log_line partition_listed(uint32_t instance, uint32_t number, const std::string &name, uint32_t size)

@@ -73,6 +73,16 @@ inline uint64_t u64_at(const bytes &record, std::size_t offset)
 inline constexpr const char *name_of_31 = "abcdefghijklmnopqrstuvwxyz01234";
 inline constexpr const char *name_of_32 = "abcdefghijklmnopqrstuvwxyz012345";
 
+// Messages about a name that cannot be one, that no device has, and about a user-data partition that is not there.
+inline const log_line bad_mtd_name = own_log(ordinary, "mtd getinfo: input argument are invalid");
+inline const log_line no_mtd_device = own_log(trace, "mtd getinfo: info not found");
+inline const log_line no_part_num = own_log(serious, "Failed to get nand part num, (ret=4294967295)\n");
+
+inline log_line no_usrdata(const std::string &name)
+{
+	return own_log(serious, "Failed to get " + name + " MTD information.\n");
+}
+
 // A loaded module on the board "transfers"; a case adds the devices that it needs, whose content is known.
 class on_partitions : public on_loaded_module {
 protected:

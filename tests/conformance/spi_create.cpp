@@ -46,7 +46,7 @@ log_line no_room_for_names(uint32_t count)
 class spi_create : public on_spi_board_with_driver {};
 class spi_create_without_driver : public on_spi_board {};
 
-// ---------------------------------------------------------------------------------------------------------------- the whole road
+// ---------------------------------------------------------------------------------------------------------------- all of it
 
 struct created_flash {
 	const char *label;

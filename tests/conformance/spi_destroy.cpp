@@ -139,7 +139,7 @@ TEST_F(spi_destroy, without_memory_for_the_record_fails)
 {
 	harness::fail("linux_kzalloc", 0);
 	EXPECT_EQ(destroy(0x20), failed);
-	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "inst 0x20 flash alloc fail")});
+	EXPECT_EQ(harness::log(), log_lines{record_without_memory(0x20)});
 	EXPECT_FALSE(called("suite_driver_destroy"));
 }
 

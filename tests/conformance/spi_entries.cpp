@@ -127,7 +127,7 @@ TEST_P(spi_entries_count, that_is_unreadable_is_a_failure_of_its_own)
 {
 	harness::fail("xml_get_entry_num", GetParam());
 	EXPECT_EQ(select(0x10, 1), no_entry_count);
-	EXPECT_EQ(harness::log(), log_lines{own_log(serious, "inst 0x10 node spi_flash_info get entry list failed")});
+	EXPECT_EQ(harness::log(), log_lines{entries_unreadable(0x10)});
 	EXPECT_EQ(harness::calls(), (call_list{entry_count(0x10), message(own, serious, "inst %#x node %s get entry list failed")}));
 	EXPECT_EQ(block, bytes(settings_size, untouched));
 }
@@ -138,7 +138,7 @@ INSTANTIATE_TEST_SUITE_P(with_status, spi_entries_count, testing::Values(1u, xml
 TEST_F(spi_entries, of_an_instance_without_the_node_cannot_be_counted)
 {
 	EXPECT_EQ(select(bare_instance, 1), no_entry_count);
-	EXPECT_EQ(harness::log(), log_lines{own_log(serious, "inst 0x39 node spi_flash_info get entry list failed")});
+	EXPECT_EQ(harness::log(), log_lines{entries_unreadable(0x39)});
 }
 
 TEST_F(spi_entries, with_a_count_that_is_not_told_are_none)

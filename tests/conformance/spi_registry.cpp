@@ -142,7 +142,7 @@ TEST_F(spi_registry, without_memory_makes_no_record)
 {
 	harness::fail("linux_kzalloc", 0);
 	EXPECT_EQ(find(0x20), 0u);
-	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "inst 0x20 flash alloc fail")});
+	EXPECT_EQ(harness::log(), log_lines{record_without_memory(0x20)});
 	EXPECT_EQ(steps_and_messages(),
 		  joined({registry_searched, {record_allocated, message(own, ordinary, "inst 0x%x flash alloc fail")}}));
 	EXPECT_EQ(records(), std::vector<uint64_t>());

@@ -139,7 +139,7 @@ TEST_F(spi_search, of_an_unknown_instance_fails)
 TEST_F(spi_search, names_instance_0_as_the_kernel_prints_it)
 {
 	EXPECT_EQ(search(0), failed);
-	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "can not get parent inst id, invalid inst_id 0x0")});
+	EXPECT_EQ(harness::log(), log_lines{no_parent(0)});
 }
 
 TEST_F(spi_search, of_the_default_instance_has_nowhere_else_to_look)
@@ -181,7 +181,7 @@ TEST_F(spi_search, passes_an_unreadable_count_on)
 {
 	harness::fail("xml_get_entry_num", 7);
 	EXPECT_EQ(search(0x20), no_entry_count);
-	EXPECT_EQ(harness::log(), log_lines{own_log(serious, "inst 0x20 node spi_flash_info get entry list failed")});
+	EXPECT_EQ(harness::log(), log_lines{entries_unreadable(0x20)});
 	expect_untouched();
 }
 

@@ -148,7 +148,7 @@ TEST_F(spi_size, without_memory_for_the_record_fails)
 {
 	harness::fail("linux_kzalloc", 0);
 	EXPECT_EQ(get_size(0x20), failed);
-	EXPECT_EQ(harness::log(), log_lines{own_log(ordinary, "inst 0x20 flash alloc fail")});
+	EXPECT_EQ(harness::log(), log_lines{record_without_memory(0x20)});
 }
 
 TEST_F(spi_size, to_nowhere_fails_before_the_instance_is_looked_up)

@@ -52,6 +52,16 @@ inline constexpr uint32_t bare_instance = 0x39, unknown_instance = 0x77;
 
 inline const log_line no_settings = own_log(ordinary, "there is no spi config info, inst_id 0xffffffff");
 
+inline log_line record_without_memory(uint32_t instance)
+{
+	return own_log(ordinary, "inst " + hexadecimal(instance) + " flash alloc fail");
+}
+
+inline log_line entries_unreadable(uint32_t instance)
+{
+	return own_log(serious, "inst " + hexadecimal(instance) + " node spi_flash_info get entry list failed");
+}
+
 inline log_line no_parent(uint32_t instance)
 {
 	return own_log(ordinary, "can not get parent inst id, invalid inst_id " + hexadecimal(instance));
