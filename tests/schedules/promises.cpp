@@ -53,9 +53,12 @@ bool found_hard_lock_taken(const scene &on, const ending &end)
 	return share_an_instance(on) && gave(end, HARD_LOCK_BUSY);
 }
 
+// A hardware lock that cannot be given back then has the last word.
 bool lost_driver(const scene &on, const ending &end)
 {
-	return has(on, "drv_flash_driver_unregister") && gave(end, FLASH_MNG_NO_DRIVER);
+	const bool not_unlocked = on.fails && (gave(end, HARD_LOCK_BAD_OWNER) || gave(end, HARD_LOCK_BAD_VALUE));
+
+	return has(on, "drv_flash_driver_unregister") && (gave(end, FLASH_MNG_NO_DRIVER) || not_unlocked);
 }
 
 // The names are of one create, the partitions of another.
@@ -85,6 +88,13 @@ bool was_killed(const scene &on, const ending &end)
 	return on.last_kills_first && end.codes[0] == FLASH_MNG_INTERRUPTED && end.codes[1] == FLASH_MNG_OK;
 }
 
+// A first use keeps what it could read of the settings, from its own step on; who comes between that and the rest of the call uses them.
+bool used_settings_read_in_part(const scene &on, const ending &)
+{
+	return on.fails && on.fails->function == "xml_get_element_value_u32" && on.found == start::with_driver && share_an_instance(on) &&
+	       (has(on, "drv_flash_create") || has(on, "drv_flash_destroy"));
+}
+
 constexpr open_point points[] = {
 	{"two first uses of an SPI flash made a record each", has_two_records},
 	{"the hardware lock, tried once, was taken", found_hard_lock_taken},
@@ -92,6 +102,7 @@ constexpr open_point points[] = {
 	{"of two creates of one SPI flash, one gave the names, the other one the partitions", names_of_another},
 	{"a search found the record that a destroy makes where there is none", found_passing_record},
 	{"a caller was killed while it waited for sections", was_killed},
+	{"settings that a first use read in part were used by another call before its end", used_settings_read_in_part, true},
 };
 
 } // namespace

@@ -13,6 +13,7 @@ namespace schedules {
 struct open_point {
 	const char *what;
 	bool (*fits)(const scene &on, const ending &end);
+	bool of_failures = false; // only where a call fails
 };
 
 std::span<const open_point> open_points();

@@ -84,6 +84,50 @@ TEST(schedules, every_command_every_export_load_and_unload_are_among_the_operati
 	EXPECT_EQ(subjects[kind::load].size() + subjects[kind::unload].size(), 2u);
 }
 
+// Looks at scenes in which a call fails, and gives what was left open in them.
+std::set<std::string> left_open_by(const std::vector<scene> &failing, const std::function<bool(std::size_t)> &wanted)
+{
+	const std::size_t first = all_scenes().size();
+	std::set<std::string> open;
+	for (std::size_t i = 0; i < failing.size(); ++i) {
+		if (!wanted(i))
+			continue;
+		const result seen = eyes().look_at(failing[i]);
+		EXPECT_TRUE(seen.of.complete) << failing[i].name();
+		for (const finding &one : seen.violations)
+			ADD_FAILURE() << failing[i].name() << ": " << one.what << "\n./dev schedules --replay "
+				      << (first + i) * 1000000 + one.schedule;
+		for (const auto &[what, one] : seen.open)
+			open.insert(what);
+	}
+	return open;
+}
+
+const std::vector<scene> &failing_scenes()
+{
+	static const std::vector<scene> all = eyes().all_failing_scenes();
+	return all;
+}
+
+// One in so many; ./dev schedules --all looks at each.
+TEST(schedules, of_pairs_of_which_a_call_fails_keep_the_promises)
+{
+	constexpr std::size_t one_in = 24;
+	EXPECT_GT(failing_scenes().size(), 6000u);
+	left_open_by(failing_scenes(), [](std::size_t i) { return i % one_in == 0; });
+}
+
+TEST(schedules, of_pairs_of_which_a_call_fails_meet_what_is_left_open_of_those)
+{
+	const auto open = left_open_by(failing_scenes(), [](std::size_t i) {
+		const scene &one = failing_scenes()[i];
+		return one.callers[0]->name() == "drv_flash_get_size(0x21)" && one.callers[1]->name() == "drv_flash_destroy(0x21)" &&
+		       one.fails->function == "xml_get_element_value_u32" && one.found == start::with_driver;
+	});
+	for (const open_point &one : open_points())
+		EXPECT_TRUE(!one.of_failures || open.contains(one.what)) << one.what;
+}
+
 // What nothing needs any more would hide the next one.
 TEST(schedules, all_that_is_left_open_and_every_known_race_is_met)
 {
@@ -92,7 +136,7 @@ TEST(schedules, all_that_is_left_open_and_every_known_race_is_met)
 		for (const auto &[what, one] : seen(index).open)
 			met.insert(what);
 	for (const open_point &one : open_points())
-		EXPECT_TRUE(met.contains(one.what)) << one.what;
+		EXPECT_TRUE(one.of_failures || met.contains(one.what)) << one.what;
 	for (const known_race &one : known_races())
 		EXPECT_TRUE(met.contains(one.why)) << one.why;
 }

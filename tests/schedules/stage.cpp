@@ -403,7 +403,12 @@ std::string scene::name() const
 	std::string all;
 	for (const operation *one : callers)
 		all += (all.empty() ? "" : " | ") + one->name();
-	return all + (last_kills_first ? " | a kill of the first" : "") + " [" + name_of(found) + "]";
+	if (last_kills_first)
+		all += " | a kill of the first";
+	if (fails)
+		all += ", call " + std::to_string(fails->nth) + " of " + fails->function + " fails for caller " +
+		       std::to_string(fails->caller + 1);
+	return all + " [" + name_of(found) + "]";
 }
 
 stage::stage(turns &callers) : turns_(callers)
@@ -447,6 +452,8 @@ void stage::set(const scene &on)
 	operations_ = on.callers.size();
 	for (unsigned i = 0; i < operations_; ++i)
 		turns_.add([this, i, one = on.callers[i]] { answers_[i] = one->run(i); }, on.callers[i]->moves_sections);
+	if (on.fails)
+		turns_.fail(*on.fails);
 	if (on.last_kills_first)
 		turns_.add([this] { turns_.kill(0); });
 }

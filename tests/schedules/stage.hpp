@@ -53,6 +53,7 @@ struct scene {
 	start found;
 	std::vector<const operation *> callers;
 	bool last_kills_first = false; // one more caller: it kills the first one
+	std::optional<failing_call> fails = std::nullopt;
 
 	std::string name() const;
 };

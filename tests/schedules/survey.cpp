@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <numeric>
 
+#include "faults/wrong_results.hpp"
 #include "promises.hpp"
 
 namespace schedules {
@@ -63,14 +64,56 @@ std::set<std::string> survey::one_after_the_other(const scene &on)
 	return all;
 }
 
-void survey::judge_end(const scene &on, const std::set<std::string> &allowed, judgement &made) const
+// A caller may find done what it would have done by the call that fails: another one was halfway through it.
+survey::ends_in_order survey::allowed_ends(const scene &on)
+{
+	scene unharmed = on;
+
+	unharmed.fails.reset();
+	return {one_after_the_other(on), on.fails ? one_after_the_other(unharmed) : std::set<std::string>()};
+}
+
+std::vector<scene> survey::with_a_failure(const scene &of)
+{
+	std::map<std::pair<unsigned, std::string>, unsigned> most;
+	std::vector<scene> made;
+
+	for (const std::vector<unsigned> &order : {std::vector{0u, 1u}, std::vector{1u, 0u}}) {
+		std::map<std::pair<unsigned, std::string>, unsigned> made_calls;
+		run_in_order(of, order);
+		for (const step &one : turns_.steps())
+			if (!one.begins_with.marked && !faults::wrong_results(one.begins_with.what).empty()) {
+				const auto call = std::pair(one.caller, std::string(faults::function_of(one.begins_with.what)));
+				most[call] = std::max(most[call], ++made_calls[call]);
+			}
+	}
+	for (const auto &[call, count] : most)
+		for (unsigned nth = 1; nth <= count; ++nth) {
+			made.push_back(of);
+			made.back().fails = failing_call{call.first, call.second, nth};
+		}
+	return made;
+}
+
+std::vector<scene> survey::all_failing_scenes()
+{
+	std::vector<scene> made;
+
+	for (const scene &one : all_scenes())
+		if (one.callers.size() == 2 && !one.last_kills_first)
+			for (scene &failing : with_a_failure(one))
+				made.push_back(std::move(failing));
+	return made;
+}
+
+void survey::judge_end(const scene &on, const ends_in_order &allowed, judgement &made) const
 {
 	const ending end = stage_.end();
 	bool is_open = false;
 
 	if (const std::string left = stage_.left_over(); !left.empty())
 		made.wrong.push_back("left over: " + left);
-	if (allowed.contains(end.text))
+	if (allowed.all.contains(end.text) || (turns_.may_still_fail() && allowed.without_failure.contains(end.text)))
 		return;
 	for (const open_point &one : open_points())
 		if (one.fits(on, end)) {
@@ -81,7 +124,7 @@ void survey::judge_end(const scene &on, const std::set<std::string> &allowed, ju
 		made.wrong.push_back("an end that no order of whole calls leads to: " + end.text);
 }
 
-survey::judgement survey::judge(const scene &on, const std::set<std::string> &allowed) const
+survey::judgement survey::judge(const scene &on, const ends_in_order &allowed) const
 {
 	judgement made;
 
@@ -105,7 +148,7 @@ survey::judgement survey::judge(const scene &on, const std::set<std::string> &al
 
 result survey::look_at(const scene &on, reduction how, std::uint64_t limit, std::optional<unsigned> preemptions)
 {
-	const std::set<std::string> allowed = one_after_the_other(on);
+	const ends_in_order allowed = allowed_ends(on);
 	result made;
 	explorer all(
 		turns_, [&] { stage_.set(on); },
@@ -130,7 +173,7 @@ result survey::look_at(const scene &on, reduction how, std::uint64_t limit, std:
 
 std::string survey::replay(const scene &on, std::uint64_t schedule)
 {
-	const std::set<std::string> allowed = one_after_the_other(on);
+	const ends_in_order allowed = allowed_ends(on);
 	std::string text;
 	explorer all(
 		turns_, [&] { stage_.set(on); },
@@ -145,7 +188,7 @@ std::string survey::replay(const scene &on, std::uint64_t schedule)
 			for (const std::string &what : found.open)
 				text += "left open: " + what + "\n";
 			text += "ends with: " + stage_.end().text + "\n";
-			for (const std::string &other : allowed)
+			for (const std::string &other : allowed.all)
 				text += "in order:  " + other + "\n";
 			return false;
 		});

@@ -32,6 +32,10 @@ std::vector<scene> all_scenes();
 
 class survey {
 public:
+	// The scene once for each call that can fail and that a caller makes when one comes after the other: with that call failing.
+	std::vector<scene> with_a_failure(const scene &of);
+	// The same for each scene of two callers, in their order.
+	std::vector<scene> all_failing_scenes();
 	// All schedules of a scene, or as many as the limit.
 	result look_at(const scene &on, reduction how = reduction::by_dependence, std::uint64_t limit = UINT64_MAX,
 		       std::optional<unsigned> preemptions = std::nullopt);
@@ -39,6 +43,11 @@ public:
 	std::string replay(const scene &on, std::uint64_t schedule);
 
 private:
+	// The ends of a scene's callers one after the other; where a call is to fail, also those of schedules that do not come to it.
+	struct ends_in_order {
+		std::set<std::string> all, without_failure;
+	};
+	ends_in_order allowed_ends(const scene &on);
 	std::set<std::string> one_after_the_other(const scene &on);
 	std::string run_in_order(const scene &on, const std::vector<unsigned> &order);
 	std::string whole_within(const scene &on, unsigned whole, std::size_t after, bool &is_last);
@@ -46,8 +55,8 @@ private:
 	struct judgement {
 		std::vector<std::string> wrong, open;
 	};
-	judgement judge(const scene &on, const std::set<std::string> &allowed) const;
-	void judge_end(const scene &on, const std::set<std::string> &allowed, judgement &made) const;
+	judgement judge(const scene &on, const ends_in_order &allowed) const;
+	void judge_end(const scene &on, const ends_in_order &allowed, judgement &made) const;
 
 	turns turns_;
 	stage stage_{turns_};

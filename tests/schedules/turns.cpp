@@ -7,6 +7,7 @@
 
 #include "config/flash_config.hpp"
 #include "config/mtd_info.hpp"
+#include "faults/wrong_results.hpp"
 #include "kernel/device.h"
 #include "kernel/spinlock.h"
 #include "spi/driver.hpp"
@@ -79,6 +80,7 @@ void turns::power_on()
 	number_.clear();
 	released_.clear();
 	findings_.clear();
+	failing_.reset();
 	broken_ = false;
 	listed_ = 0;
 	simulation::power_cycle();
@@ -185,6 +187,10 @@ std::optional<long long> turns::at_call(simulation::call which, const std::strin
 	using enum simulation::call;
 	if (!running())
 		return std::nullopt;
+	if (const auto wrong = failure_of(text)) {
+		wait_at({.what = text + " fails"});
+		return wrong;
+	}
 	const bool takes = which == linux_spin_lock || which == linux_mutex_lock || which == down_killable;
 	const auto *const lock = takes ? arguments.begin()->address() : nullptr;
 
@@ -200,6 +206,14 @@ std::optional<long long> turns::at_call(simulation::call which, const std::strin
 	if (takes)
 		take_lock(lock);
 	return std::nullopt;
+}
+
+std::optional<long long> turns::failure_of(const std::string &text)
+{
+	if (!failing_ || failing_->caller != running_ || failing_->function != faults::function_of(text) || --failing_->nth)
+		return std::nullopt;
+	failing_.reset();
+	return faults::wrong_results(text).front();
 }
 
 void turns::take_lock(const void *lock)

@@ -37,6 +37,13 @@ struct pause_point {
 	bool killable = false;
 };
 
+// A call that fails: of one caller, the nth one of a function, counted from 1. It gives the commonest of its wrong results and does nothing.
+struct failing_call {
+	unsigned caller;
+	std::string function;
+	unsigned nth;
+};
+
 struct step {
 	unsigned caller;
 	pause_point begins_with;
@@ -57,6 +64,10 @@ public:
 	void power_on();
 	// Adds a caller; it pauses before its first step. Transfers of sections must follow one another.
 	unsigned add(std::function<void()> work, bool moves_sections = false);
+	// Makes a call of a caller that was added fail, until power-on.
+	void fail(const failing_call &which) { failing_ = which; }
+	// Nothing failed so far, and something would.
+	bool may_still_fail() const { return failing_.has_value(); }
 	// Transfers of this device must follow one another: it is a listed partition.
 	void list(int device) { listed_ |= 1u << device; }
 
@@ -111,6 +122,7 @@ private:
 	void give_memory(void *memory) override;
 	[[noreturn]] void rule_is_broken(const std::string &text) override;
 
+	std::optional<long long> failure_of(const std::string &text);
 	void wait_at(pause_point point);
 	void begin_step(caller &running);
 	void touch_for_call(simulation::call which, const simulation::traced *arguments);
@@ -132,6 +144,7 @@ private:
 	std::vector<unsigned> number_;	  // of each step: which of its caller's it is
 	std::map<address, clock_vector> released_;
 	std::vector<std::string> findings_;
+	std::optional<failing_call> failing_; // so many calls of the function from now
 	unsigned running_ = most_callers;
 	unsigned listed_ = 0; // a bit for each device
 	bool broken_ = false;
