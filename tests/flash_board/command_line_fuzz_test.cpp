@@ -14,11 +14,13 @@
 
 namespace {
 
-const std::vector<std::string> words = {
-	"compile",    "check",	    "simulate",	     "map",	  "explain",	"-",	      "-o",	     "--output",   "--mtd",
-	"--mtdparts", "--json",	    "--format",	     "json",	  "text",	"sarif",      "--strict",    "--force",	   "--bom",
-	"1",	      "4294967296", "--help",	     "--version", "--",		"--markdown", "--mtd=",	     "f:1M(boot)", "-o-",
-	"--output=-", "--bom=-1",   "section-wraps", "-h",	  "--format=x", "a:1M,2M(x",  "section-wrp", "--json=1",   "--strict=0"};
+const std::vector<std::string> words = {"compile",    "check",	    "simulate",	   "map",	 "explain",	   "diff",
+					"report",     "-",	    "-o",	   "--output",	 "--mtd",	   "--mtdparts",
+					"--json",     "--format",   "json",	   "text",	 "sarif",	   "--strict",
+					"--force",    "--bom",	    "1",	   "4294967296", "--help",	   "--version",
+					"--",	      "--markdown", "--mtd=",	   "--new-mtd",	 "--new-mtdparts", "--new-mtd=-",
+					"f:1M(boot)", "-o-",	    "--output=-",  "--bom=-1",	 "section-wraps",  "-h",
+					"--format=x", "a:1M,2M(x",  "section-wrp", "--json=1",	 "--strict=0"};
 
 // Names as they should never be; no file is called so, and each is an absolute path where nothing can be made.
 const std::vector<std::string> names = {"/nowhere/$(touch ran)", "/nowhere/`touch ran`", "/nowhere/a b;c",
@@ -60,7 +62,7 @@ TEST(command_lines, of_any_words_end_well)
 	for (int i = 0; i < 4000; i++) {
 		command_line_input given("");
 		if (random() % 4)
-			given.arguments.push_back(words[random() % 5]);
+			given.arguments.push_back(words[random() % 7]);
 		if (random() % 3)
 			given.arguments.push_back("-");
 		if (random() % 2)

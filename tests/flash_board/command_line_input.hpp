@@ -55,12 +55,16 @@ inline void try_command_line(const command_line_input &given)
 	const auto has = [&](std::string_view word) {
 		return std::find(given.arguments.begin(), given.arguments.end(), word) != given.arguments.end();
 	};
+	// Short flags may stand in one word: -h5 is -h first.
+	const bool asks_for_help =
+		has("--help") || has("--version") ||
+		std::any_of(given.arguments.begin(), given.arguments.end(), [](const std::string &word) { return word.starts_with("-h"); });
 	const auto text = out.str();
 
 	require(status >= 0 && status <= 3, "a status that is not described", given);
 	require(status == 0 || status == 1 || !err.str().empty(), "a failure without a word", given);
 	require(status != 1 || !text.empty() || !err.str().empty(), "a refusal without a word", given);
 	require(status < 2 || text.empty(), "output beside a failure", given);
-	if (has("--json") && !has("--help") && !has("-h") && !has("--version") && status < 2)
+	if (has("--json") && !asks_for_help && status < 2)
 		require(nlohmann::json::accept(text), "JSON that is none", given);
 }

@@ -10,6 +10,7 @@
 #include "large_boards.hpp"
 #include "layout_change.hpp"
 #include "map.hpp"
+#include "page.hpp"
 #include "report.hpp"
 
 namespace {
@@ -71,6 +72,15 @@ void compare_all(const std::string &text, const std::string &next)
 	as_text(before, after, compare({old_board, &layout}, {new_board, &layout}));
 }
 
+void write_page(const std::string &text)
+{
+	const auto layout = read_mtdparts("flash:1M(boot),4M(config),8M(usrdata),-(rootfs)");
+	const source from(text, "b.xml");
+	const findings found;
+
+	as_page({from, found, &layout, "", {}, "", true, ""});
+}
+
 class growth : public testing::TestWithParam<large_boards::kind> {};
 
 TEST_P(growth, is_nearly_linear)
@@ -84,6 +94,7 @@ TEST_P(growth, is_nearly_linear)
 	EXPECT_TRUE(is_nearly_linear([&](const std::string &text) { compare_all(text, shorter); }, GetParam().make(rows / 4),
 				     GetParam().make(2 * rows)))
 		<< "diff";
+	EXPECT_TRUE(is_nearly_linear(write_page, GetParam().make(rows / 4), GetParam().make(2 * rows))) << "report";
 }
 
 INSTANTIATE_TEST_SUITE_P(boards, growth, testing::ValuesIn(large_boards::all()), [](const auto &info) { return info.param.name; });

@@ -383,6 +383,8 @@ class Looks(Page):
         for xml in ("tests/flash_board/map.xml", "board/xml/variants.xml", "board/xml/cards.xml"):
             self.open(xml, "--mtdparts", PARTITIONS, width=390, height=844)
             self.assertLessEqual(browser.ask("document.documentElement.scrollWidth"), 390, xml)
+            self.assertEqual(browser.ask("[...document.querySelectorAll('#bars .scroll')].filter(one => one.scrollWidth > "
+                                         "one.clientWidth).length"), 0, xml)
 
     def test_prints_all_lines_and_nothing_to_press(self):
         self.open("tests/flash_board/map.xml", "--mtdparts", PARTITIONS)
