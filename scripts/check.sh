@@ -310,6 +310,7 @@ check_object() {
 	check sizes "flash_mng.ko: sections and largest frames have the sizes of the list" sizes_on "$root/flash_mng_kernel/sizes.txt"
 	check imports "flash_mng.ko: what it takes from the platform has the checksums of the list" \
 		as_listed "$root/flash_mng_kernel/imports.txt" imports
+	check traces "flash_mng.ko: what tools/trace follows is there" nothing_in unfollowed_names
 }
 
 check_headers() {
@@ -526,7 +527,7 @@ long_lines() {
 	done
 }
 
-checks_of_modules="gates constructors runtime unwinding symbols frames information exports sizes imports strict"
+checks_of_modules="gates constructors runtime unwinding symbols frames information exports sizes imports traces strict"
 checks_of_programs="gates tidy"
 
 # build_for_checks: what the wanted checks look at.

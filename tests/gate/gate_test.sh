@@ -26,6 +26,8 @@ clone=$root
 . "$root/scripts/programs.sh"
 # shellcheck source=scripts/board.sh
 . "$root/scripts/board.sh"
+# shellcheck source=scripts/trace.sh
+. "$root/scripts/trace.sh"
 # shellcheck source=scripts/prove.sh
 . "$root/scripts/prove.sh"
 # shellcheck source=scripts/docs.sh
@@ -85,6 +87,25 @@ compile() {
 	shift
 	aarch64-linux-gnu-g++ -std=c++20 -O1 -fstack-usage "$@" -x c++ -c - -o "$gate_dir/$object_name.o" ||
 		complain "$object_name is not compiled"
+}
+
+# What tools/trace follows, of an object with one function that calls another.
+test_trace_gate() {
+	compile followed <<'SOURCE'
+extern "C" int known();
+extern "C" int use() { return known() + 1; }
+SOURCE
+	flash_object=$gate_dir/followed.o
+	root=$gate_dir/traces
+	build_dir=$gate_dir
+	mkdir -p "$root/tools/trace" "$gate_dir/results"
+	printf 'kprobe:use,\nkretprobe:known\n{\n}\n' >"$root/tools/trace/planted.bt"
+	printf "\tcat <<'FUNCTIONS'\nflash_mng:use name=1\nknown\nFUNCTIONS\n" >"$root/tools/trace/flash-trace"
+	silent unfollowed_names
+	printf "\tcat <<'FUNCTIONS'\nflash_mng:unused name=1\nknown\nFUNCTIONS\n" >"$root/tools/trace/flash-trace"
+	finds 'unused is followed' unfollowed_names
+	echo 'kretprobe:unknown' >>"$root/tools/trace/planted.bt"
+	finds 'unknown is followed' unfollowed_names
 }
 
 test_object_gates() {
@@ -1047,6 +1068,8 @@ test_usage() {
 	refuses case --board one two
 	refuses package --test --test
 	refuses docs foo
+	refuses trace foo
+	refuses trace --no-bpf foo
 	refuses release
 	refuses release foo
 	refuses release 1.0 foo
@@ -1107,6 +1130,7 @@ rm -rf "$gate_dir"
 mkdir -p "$gate_dir"
 use_kernel production
 apart test_object_gates
+apart test_trace_gate
 apart test_frames_gate
 apart test_information_gate
 apart test_strict_gate
