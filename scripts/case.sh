@@ -9,6 +9,7 @@ host:host_tests
 faults:faults_host
 completeness:completeness_host
 powercut:powercut_host
+powercut:powercut_updates
 powercut:powercut_tests
 schedules:schedules_host
 sequences:sequences_host

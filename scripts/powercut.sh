@@ -42,7 +42,7 @@ powercut_command() {
 	whole_numbers powercut "$powercut_seed"
 	hold_clone
 	need_packages "$build_packages"
-	for target in powercut_host powercut_tests powercut_bench flash-board; do
+	for target in powercut_host powercut_updates powercut_tests powercut_bench flash-board; do
 		build_program_target debug "$target"
 	done
 	build_powercut_board
@@ -50,6 +50,8 @@ powercut_command() {
 	"$(preset_dir debug)/tests/powercut/powercut_tests" --gtest_brief=1
 	say "simulated cuts, of the reference platform's flash buffer service"
 	"$(preset_dir debug)/tests/powercut/powercut_host" --gtest_brief=1
+	say "simulated cuts, of updates by flashctl"
+	POWERCUT_ALL=1 "$(preset_dir debug)/tests/powercut/powercut_updates" --gtest_brief=1
 	say "real cuts, of the board, for $powercut_minutes minutes"
 	run_powercut_board "$powercut_minutes" "$powercut_seed"
 }

@@ -37,6 +37,7 @@ host_tests:tests of the host side
 faults_host:every failure of every call
 completeness_host:a case for every message and every code
 powercut_host:power cuts of simulated flash
+powercut_updates:power cuts of updates by flashctl
 powercut_tests:checker of power cuts
 schedules_host:every schedule of two callers
 sequences_host:every sequence of three operations

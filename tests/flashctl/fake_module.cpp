@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -62,6 +63,15 @@ int open_stand_in(int flags)
 	if (!kept_file())
 		return memfd_create("flash_mng", MFD_CLOEXEC);
 	return __real_open((std::string(kept_file()) + ".lock").c_str(), flags | O_CREAT, 0600);
+}
+
+int open_board_file(const std::string &content)
+{
+	const int descriptor = memfd_create("board_file", MFD_CLOEXEC);
+	if (write(descriptor, content.data(), content.size()) != static_cast<ssize_t>(content.size()))
+		std::abort();
+	lseek(descriptor, 0, SEEK_SET);
+	return descriptor;
 }
 
 int claimed(int flags)
@@ -228,6 +238,8 @@ int __wrap_open(const char *path, int flags, ...)
 {
 	if (module().claim_error && std::string_view(path).starts_with("/dev/mtdblock"))
 		return claimed(flags);
+	if (const auto found = module().files.find(path); found != module().files.end())
+		return open_board_file(found->second);
 	if (std::strcmp(path, FLASH_MNG_DEVICE) != 0)
 		return __real_open(path, flags, 0600);
 	if (module().open_error) {

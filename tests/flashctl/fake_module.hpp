@@ -5,7 +5,9 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "simulated_flash.hpp"
@@ -20,8 +22,9 @@ struct fake_module {
 	bool no_file_locks = false;	     // flock() is not implemented
 	std::optional<int> claim_error;	     // open() of a block device; it succeeds on /dev/null when this is 0
 	std::uint32_t reported = 128;	     // devices that the statistics report at most
-	std::vector<unsigned long> commands; // their numbers, in order
-	std::vector<std::uint8_t> record;    // the last record, as it came
+	std::map<std::string, std::string> files = {{flashctl::service_file, "changed-blocks\n"}}; // of the board, by path
+	std::vector<unsigned long> commands;							   // their numbers, in order
+	std::vector<std::uint8_t> record;							   // the last record, as it came
 };
 
 // The one module.

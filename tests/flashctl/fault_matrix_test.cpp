@@ -29,6 +29,7 @@ const std::vector<arguments> scenarios = {
 	{"write", "usrdata", "-", "--verify", "range"},
 	{"write", "usrdata", "-", "--verify", "none"},
 	{"write", "usrdata", "-", "--dry-run"},
+	{"write", "usrdata", "-", "--resume"},
 	{"backup", "NEW"},
 	{"restore", "BACKUP"},
 	{"restore", "BACKUP", "--dry-run"},

@@ -93,6 +93,25 @@ TEST_F(board, bad_blocks_come_from_sysfs)
 	EXPECT_EQ(flash.bad_blocks({3, "rootfs", 4, 0, 0, 0, true}), 0u);
 }
 
+TEST_F(board, a_service_is_known_to_keep_equal_blocks_where_it_says_so)
+{
+	EXPECT_FALSE(flash.keeps_equal_blocks());
+	sysfs.write("usr/share/flash_mng/flash-service", "changed-blocks\n");
+	EXPECT_TRUE(flash.keeps_equal_blocks());
+	sysfs.write("usr/share/flash_mng/flash-service", "whole-partition\n");
+	EXPECT_FALSE(flash.keeps_equal_blocks());
+}
+
+TEST_F(board, the_reference_platform_is_known_to_keep_equal_blocks)
+{
+	sysfs.write("sys/module/log/parameters/printk_level", "2\n");
+	EXPECT_FALSE(flash.keeps_equal_blocks());
+	sysfs.write("sys/module/log/parameters/keep_level", "3\n");
+	EXPECT_TRUE(flash.keeps_equal_blocks());
+	sysfs.write("usr/share/flash_mng/flash-service", "whole-partition\n");
+	EXPECT_FALSE(flash.keeps_equal_blocks()) << "its own word counts";
+}
+
 TEST_F(board, flags_are_those_of_the_device)
 {
 	in_sysfs("mtd1", "config", "nand");

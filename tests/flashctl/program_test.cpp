@@ -323,6 +323,7 @@ TEST_F(programs, examples_of_the_manual_work_in_their_order)
 	const auto examples = examples_of(SOURCE_DIR "/docs/man/flashctl.1");
 	EXPECT_GE(examples.size(), 8u);
 	folder.write("config.img", std::string(100, 'c'));
+	folder.write("update.img", std::string(20000, 'u'));
 	for (const std::string &line : examples) {
 		const ended program = shell(line);
 		const bool needs_log = line.starts_with("flashctl restore"); // on the board it succeeds

@@ -45,6 +45,7 @@ public:
 	partition &part(const std::string &name);
 	std::vector<partition> parts;
 	bool user_data_exists = true;
+	bool equal_blocks_stay = true;		 // a write leaves erase blocks alone that it does not change
 	std::vector<flashctl::device_use> users; // of whichever device
 	std::vector<std::string> log;
 	status lock_answer, write_answer; // unless they are success
@@ -57,6 +58,7 @@ public:
 	std::vector<flashctl::device_use> uses(const flashctl::mtd_device &device) override;
 	std::vector<std::string> load_log() override { return log; }
 	flashctl::platform_table platform_codes() override { return platform; }
+	bool keeps_equal_blocks() override { return equal_blocks_stay; }
 	result<std::vector<flashctl::mtd_device>> devices() override;
 	std::uint32_t bad_blocks(const flashctl::mtd_device &device) override;
 	status read(const std::string &name, std::uint32_t offset, std::span<std::byte> data) override;

@@ -30,7 +30,8 @@ std::string shell(const std::string &commands)
 {
 	const auto ended = guest::run_program({"/bin/busybox", "sh", "-ec",
 					       "rm -rf /tmp/examples; mkdir /tmp/examples; cd /tmp/examples\n"
-					       "printf %100s | tr ' ' c >config.img\n" +
+					       "printf %100s | tr ' ' c >config.img\n"
+					       "printf %20000s | tr ' ' u >update.img\n" +
 						       commands});
 	EXPECT_EQ(ended.exit, 0) << commands << ended.output;
 	return ended.output;

@@ -185,6 +185,28 @@ TEST_F(flashctl_on_board, plans_writes_verifies_and_leaves_out)
 	EXPECT_EQ(harness::mtd_count(listed_).erases, 2u);
 }
 
+TEST_F(flashctl_on_board, writes_an_image_with_its_header_last_and_again)
+{
+	const bytes image = pattern(usable_, 31);
+	const scratch_file file(image);
+	const json refused = flashctl({"write", name_, file.path(), "--last", "64"});
+	expect_ended(refused, 2, "usage");
+	EXPECT_NE(refused["error"]["hint"].get<std::string>().find("--last 16384 is the smallest"), std::string::npos) << refused;
+	expect_ended(flashctl({"write", name_, file.path(), "--last", "16KiB", "--sha256", std::string(64, '0')}), 1, "file");
+	EXPECT_EQ(content(), before_);
+
+	const json written = flashctl({"write", name_, file.path(), "--last", "16KiB"});
+	expect_ended(written, 0, "done");
+	EXPECT_EQ(written["result"]["header_bytes"], 16384);
+	bytes expected = before_;
+	std::copy(image.begin(), image.end(), expected.begin());
+	EXPECT_EQ(content(), expected);
+
+	const json again = flashctl({"write", name_, file.path(), "--last", "16KiB", "--resume"});
+	EXPECT_EQ(again["result"]["action"], "unchanged");
+	EXPECT_EQ(again["result"]["held_blocks"], usable_ / block_);
+}
+
 TEST_F(flashctl_on_board, verifies_and_finds_the_first_difference)
 {
 	bytes other = data_;

@@ -48,6 +48,7 @@ struct cut_point {
 	std::size_t operation; // counted from 0 since the last power-on
 	unsigned int pages_done;
 	tearing next_page;
+	bool operator==(const cut_point &) const = default;
 };
 
 // Thrown by the operation in which the power goes.

@@ -33,9 +33,9 @@ failure usage_failure(const std::string &message, const std::string &hint = "")
 // What the options store before it is looked at as a whole.
 struct words {
 	std::string partition, file, offset, length, output = "-", sha256, verify = "all", instance, name;
-	std::string folder;
+	std::string folder, last;
 	std::vector<std::string> forced, partitions, explained;
-	bool hex = false, dry_run = false, yes = false;
+	bool hex = false, dry_run = false, yes = false, resume = false;
 };
 
 class parser {
@@ -155,6 +155,10 @@ void parser::add_commands()
 	add_range(write);
 	write->add_option("--verify", words_.verify, "what to compare afterwards: all of the partition, the range written, or none")
 		->type_name("all|range|none");
+	write->add_option("--sha256", words_.sha256, "the hash that the data must have; otherwise nothing is written")->type_name("HASH");
+	write->add_option("--last", words_.last, "write so many first bytes, a header, when all the rest is on the flash and verified")
+		->type_name("SIZE");
+	write->add_flag("--resume", words_.resume, "leave out erase blocks that hold the data already, and tell how many");
 	add_plan(write);
 
 	CLI::App *const verify = command("verify", "compare bytes of a partition with a file or a hash", &parser::make_verify);
@@ -262,7 +266,18 @@ std::vector<danger> dangers_of(const std::vector<std::string> &words)
 
 any_request parser::make_write() const
 {
-	return write_request{range(), input(), verification_of(words_.verify), words_.dry_run, words_.yes, dangers_of(words_.forced)};
+	write_request request = {range(), input(), verification_of(words_.verify), words_.dry_run, words_.yes, dangers_of(words_.forced)};
+	request.resume = words_.resume;
+	if (!words_.sha256.empty())
+		request.sha256 = hash_of(words_.sha256);
+	if (!words_.last.empty())
+		request.last = size_of("--last", words_.last);
+	if (request.last == 0u)
+		throw usage_failure("--last 0 is no header", "give the number of its bytes, or leave out --last");
+	if (request.verify == verification::none && (request.last || request.resume))
+		throw usage_failure(std::string("--verify none and ") + (request.last ? "--last" : "--resume") + " exclude each other",
+				    "the flash has to be read for it");
+	return request;
 }
 
 any_request parser::make_backup() const

@@ -26,6 +26,9 @@ struct mtd_device {
 	std::optional<std::uint32_t> usable = {}; // bytes that the module writes, where that is known
 };
 
+// Where a platform says of its flash service that it rewrites "changed-blocks" only.
+inline constexpr char service_file[] = "/usr/share/flash_mng/flash-service";
+
 // What else a write would harm.
 enum class danger : std::uint8_t {
 	mounted, // a file system is mounted from the device
@@ -56,6 +59,10 @@ public:
 
 	// The codes of the board's platform.
 	virtual platform_table platform_codes() = 0;
+
+	// Whether the platform's flash service is known to leave erase blocks alone whose bytes a write does not change. Otherwise each
+	// write may rewrite the whole partition, in any order.
+	virtual bool keeps_equal_blocks() = 0;
 
 	// Keeps other writers of the device out until the program ends, without waiting; several devices are locked one after the other.
 	// EWOULDBLOCK: another flashctl writes. EBUSY: the block device is claimed; the other flashctls are kept out. ENOSYS: the board has

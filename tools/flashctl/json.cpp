@@ -121,7 +121,9 @@ ordered_json tell(const write_outcome &found)
 		{"compared_bytes", found.compared},
 		{"found_sha256", or_null(found.found_sha256)},
 		{"difference", described(found.range_differs)},
-		{"difference_around", described(found.around_differs)}};
+		{"difference_around", described(found.around_differs)},
+		{"header_bytes", or_null(found.header)},
+		{"held_blocks", or_null(found.held_blocks)}};
 }
 
 ordered_json described(const backup_image &image)

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "kernel_flash.hpp"
 
+#include <fcntl.h>
 #include <sys/file.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 
 #include "device_uses.hpp"
@@ -35,10 +36,14 @@ std::optional<std::uint32_t> device_number(const std::string &entry)
 
 std::string first_line(const std::string &path)
 {
-	std::ifstream file(path);
-	std::string line;
-	std::getline(file, line);
-	return line;
+	const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+	if (file < 0)
+		return "";
+	char text[4096]; // as much as an attribute of sysfs has
+	const ssize_t size = ::read(file, text, sizeof(text));
+	::close(file);
+	const std::string_view all(text, static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+	return std::string(all.substr(0, all.find('\n')));
 }
 
 std::uint64_t number_in(const std::string &path)
@@ -112,10 +117,20 @@ platform_table kernel_flash::platform_codes()
 {
 	if (auto shipped = read_platform_table(root_ + "/usr/share/flash_mng/platform-codes"))
 		return std::move(*shipped);
+	return has_reference_platform() ? reference_platform_table() : platform_table{"platform", {}};
+}
+
+bool kernel_flash::has_reference_platform() const
+{
 	std::error_code none;
-	const bool is_reference = std::filesystem::exists(root_ + "/sys/module/log/parameters/printk_level", none) &&
-				  std::filesystem::exists(root_ + "/sys/module/log/parameters/keep_level", none);
-	return is_reference ? reference_platform_table() : platform_table{"platform", {}};
+	return std::filesystem::exists(root_ + "/sys/module/log/parameters/printk_level", none) &&
+	       std::filesystem::exists(root_ + "/sys/module/log/parameters/keep_level", none);
+}
+
+bool kernel_flash::keeps_equal_blocks()
+{
+	const std::string said = first_line(root_ + service_file);
+	return said.empty() ? has_reference_platform() : said == "changed-blocks";
 }
 
 std::optional<mtd_device> kernel_flash::kernel_device(std::uint32_t number) const

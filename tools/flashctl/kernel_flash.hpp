@@ -29,6 +29,9 @@ public:
 	// The table that the platform ships, or the reference platform's where that is loaded; otherwise an empty one.
 	platform_table platform_codes() override;
 
+	// So does the reference platform's; another one's when it says so.
+	bool keeps_equal_blocks() override;
+
 	flash_mng::result<std::vector<mtd_device>> devices() override;
 	std::uint32_t bad_blocks(const mtd_device &device) override;
 	flash_mng::status read(const std::string &name, std::uint32_t offset, std::span<std::byte> data) override;
@@ -39,6 +42,7 @@ public:
 	flash_mng::result<spi_controller_config> find_spi_flash(const std::string &name) override;
 
 private:
+	bool has_reference_platform() const;
 	std::vector<mtd_device> kernel_devices() const;
 	std::optional<mtd_device> kernel_device(std::uint32_t number) const;
 	flash_mng::status mark_listed(std::vector<mtd_device> &devices) const;

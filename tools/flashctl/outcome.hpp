@@ -65,6 +65,8 @@ struct write_outcome {
 	std::optional<std::string> found_sha256; // of the range, read back
 	std::optional<difference> range_differs;
 	std::optional<difference> around_differs;
+	std::optional<std::uint32_t> header = {};      // its bytes, when it was or would be written last
+	std::optional<std::uint32_t> held_blocks = {}; // those of `blocks` that held the data before; of a resumed write only
 	bool equal() const { return !range_differs && !around_differs; }
 };
 

@@ -47,7 +47,10 @@ struct write_request {
 	verification verify = verification::all;
 	bool dry_run = false;
 	bool yes = false;
-	std::vector<danger> forced; // what is known to the person and does not matter
+	std::vector<danger> forced;		// what is known to the person and does not matter
+	std::optional<std::uint32_t> last = {}; // bytes of a header, which is written when all the rest is on the flash
+	bool resume = false;			// erase blocks that hold the data already are left out
+	std::string sha256 = {};		// of the data; empty: not given
 };
 
 struct backup_request {

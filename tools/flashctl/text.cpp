@@ -162,6 +162,18 @@ std::string tell(const verify_outcome &found, const options &options, style styl
 	return text + hashes(found.expected_sha256, found.found_sha256);
 }
 
+std::string words_of_header(const write_outcome &found, const char *done)
+{
+	return found.header ? fmt::format("  header    {} bytes, {} last\n", *found.header, done) : "";
+}
+
+std::string words_of_resuming(const write_outcome &found)
+{
+	return found.held_blocks ? fmt::format("  resumed   {} of {} erase block{} held the data already\n", *found.held_blocks,
+					       found.blocks, found.blocks == 1 ? "" : "s")
+				 : "";
+}
+
 std::string plan_of(const write_outcome &found)
 {
 	std::string text = fmt::format("{}: {} would be written to /dev/mtd{}, in {} erase block{}\n", name_of(found.range),
@@ -169,6 +181,7 @@ std::string plan_of(const write_outcome &found)
 	if (found.changes)
 		text += *found.changes ? fmt::format("  {} of them change{}\n", *found.changes, *found.changes == 1 ? "s" : "")
 				       : "  none of them changes; a write would be left out\n";
+	text += words_of_header(found, "would be written") + words_of_resuming(found);
 	if (!found.range.device.usable)
 		text += "  whether the usable bytes reach that far is known to the module only\n";
 	return text + "  sha256    " + found.sha256 + "\n";
@@ -191,13 +204,14 @@ std::string tell(const write_outcome &found, const options &options, style style
 	if (options.quiet && found.equal())
 		return "";
 	if (found.done == write_outcome::action::unchanged)
-		return fmt::format("{}: {} unchanged: the flash holds this data already\n  sha256    {}\n", name_of(found.range),
-				   place_of(found.range), found.sha256);
+		return fmt::format("{}: {} unchanged: the flash holds this data already\n{}  sha256    {}\n", name_of(found.range),
+				   place_of(found.range), words_of_resuming(found), found.sha256);
 	std::string text = fmt::format("{}: {} written, {}\n", name_of(found.range), place_of(found.range), comparison_of(found, style));
 	if (found.range_differs)
 		text += "  written   " + words_of(*found.range_differs) + "\n";
 	if (found.around_differs)
 		text += "  around    " + words_of(*found.around_differs) + "\n";
+	text += words_of_header(found, "written") + words_of_resuming(found);
 	if (options.verbose && found.changes)
 		text += fmt::format("  changed   {} bytes\n", *found.changes);
 	return text + hashes(found.sha256, found.found_sha256.value_or(found.sha256));

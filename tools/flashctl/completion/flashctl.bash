@@ -25,7 +25,7 @@ _flashctl_plain_words() {
 	local word skip=
 	for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
 		case $skip$word in
-		--offset | --length | --output | -o | --verify | --force | --sha256) skip=value: ;;
+		--offset | --length | --output | -o | --verify | --force | --sha256 | --last) skip=value: ;;
 		--instance | --name | --partition | --device) skip=value: ;;
 		value:=) ;; # of --offset=1, which is three words here
 		value:*) skip= ;;
@@ -39,7 +39,7 @@ _flashctl_options() {
 	local common="--help --json --progress --quiet --verbose --device"
 	case $1 in
 	read) echo "$common --offset --length --output --hex" ;;
-	write) echo "$common --offset --length --verify --dry-run --yes --force" ;;
+	write) echo "$common --offset --length --verify --sha256 --last --resume --dry-run --yes --force" ;;
 	verify) echo "$common --offset --length --sha256" ;;
 	backup) echo "$common --partition" ;;
 	restore) echo "$common --partition --dry-run --yes --force" ;;
@@ -72,7 +72,7 @@ _flashctl() {
 		_flashctl_offer_partitions "$current"
 		return
 		;;
-	--offset | --length | --sha256 | --instance) return ;;
+	--offset | --length | --sha256 | --last | --instance) return ;;
 	esac
 
 	if [[ $current == -* ]]; then
