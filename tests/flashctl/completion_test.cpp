@@ -38,7 +38,7 @@ std::string offered(const std::string &words)
 
 TEST(bash, offers_commands)
 {
-	EXPECT_EQ(offered("''"), "list info read write verify backup restore spi explain");
+	EXPECT_EQ(offered("''"), "list info map read write verify backup restore spi explain");
 	EXPECT_EQ(offered("--json ver"), "verify");
 }
 

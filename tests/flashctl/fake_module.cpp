@@ -13,6 +13,7 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <set>
 #include <string>
 #include <thread>
@@ -72,6 +73,43 @@ int open_board_file(const std::string &content)
 		std::abort();
 	lseek(descriptor, 0, SEEK_SET);
 	return descriptor;
+}
+
+std::map<int, std::string> g_character_devices; // by descriptor: the names of their partitions
+
+// "/dev/mtd2ro", wherever that folder is.
+partition *character_device(std::string_view path)
+{
+	if (!path.ends_with("ro") || path.find("/dev/mtd") == path.npos)
+		return nullptr;
+	for (partition &part : module().flash.parts)
+		if (path.ends_with("/dev/mtd" + std::to_string(part.device.number) + "ro") && !part.blocks.empty())
+			return &part;
+	return nullptr;
+}
+
+int open_character_device(const partition &part)
+{
+	const std::string content(reinterpret_cast<const char *>(part.content.data()), part.content.size());
+	const int descriptor = open_board_file(content);
+	g_character_devices[descriptor] = part.device.name;
+	return descriptor;
+}
+
+int ask_character_device(const partition &part, unsigned long number, void *argument)
+{
+	if (number == ECCGETSTATS && !module().ecc_stats.empty()) {
+		*static_cast<mtd_ecc_stats *>(argument) = module().ecc_stats.front();
+		if (module().ecc_stats.size() > 1)
+			module().ecc_stats.erase(module().ecc_stats.begin());
+		return 0;
+	}
+	if (number == MEMGETBADBLOCK) {
+		const auto block = static_cast<std::size_t>(*static_cast<__kernel_loff_t *>(argument)) / part.device.erase_size;
+		return part.blocks.at(block) == flashctl::block_state::bad;
+	}
+	errno = ENOTTY;
+	return -1;
 }
 
 int claimed(int flags)
@@ -212,10 +250,22 @@ int called(unsigned long number, void *argument)
 
 } // namespace
 
+void fake_module::show_health()
+{
+	for (partition &part : flash.parts) {
+		part.blocks.resize(part.device.size / part.device.erase_size);
+		const std::string folder = "/sys/class/mtd/mtd" + std::to_string(part.device.number) + "/";
+		files[folder + "bad_blocks"] = files[folder + "ecc_failures"] = "0\n";
+		files[folder + "corrected_bits"] = part.device.name == "usrdata" ? "3\n" : "0\n";
+		files[folder + "bitflip_threshold"] = part.device.type == 4 ? "6\n" : "0\n";
+	}
+}
+
 fake_module &module()
 {
 	static fake_module one = [] {
 		fake_module fresh;
+		fresh.show_health();
 		restore(fresh);
 		return fresh;
 	}();
@@ -240,6 +290,8 @@ int __wrap_open(const char *path, int flags, ...)
 		return claimed(flags);
 	if (const auto found = module().files.find(path); found != module().files.end())
 		return open_board_file(found->second);
+	if (const partition *const part = character_device(path))
+		return open_character_device(*part);
 	if (std::strcmp(path, FLASH_MNG_DEVICE) != 0)
 		return __real_open(path, flags, 0600);
 	if (module().open_error) {
@@ -257,5 +309,7 @@ int __wrap_ioctl(int descriptor, unsigned long number, ...)
 	va_start(arguments, number);
 	void *const argument = va_arg(arguments, void *);
 	va_end(arguments);
+	if (const auto found = g_character_devices.find(descriptor); found != g_character_devices.end())
+		return ask_character_device(module().flash.part(found->second), number, argument);
 	return g_descriptors.contains(descriptor) ? called(number, argument) : __real_ioctl(descriptor, number, argument);
 }

@@ -4,6 +4,8 @@
 // them; and the kernel's locks. Programs linked with it keep the content of "usrdata" in the file that FLASHCTL_FAKE_FILE names.
 #pragma once
 
+#include <mtd/mtd-user.h>
+
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -23,8 +25,12 @@ struct fake_module {
 	std::optional<int> claim_error;	     // open() of a block device; it succeeds on /dev/null when this is 0
 	std::uint32_t reported = 128;	     // devices that the statistics report at most
 	std::map<std::string, std::string> files = {{flashctl::service_file, "changed-blocks\n"}}; // of the board, by path
-	std::vector<unsigned long> commands;							   // their numbers, in order
-	std::vector<std::uint8_t> record;							   // the last record, as it came
+	std::vector<mtd_ecc_stats> ecc_stats; // of character devices: an answer for each call; the last one stays
+	std::vector<unsigned long> commands;  // their numbers, in order
+	std::vector<std::uint8_t> record;     // the last record, as it came
+
+	// Character devices, and counters of sysfs.
+	void show_health();
 };
 
 // The one module.

@@ -19,6 +19,8 @@ const std::vector<arguments> scenarios = {
 	{"list"},
 	{"info"},
 	{"info", "usrdata"},
+	{"list", "--health"},
+	{"map", "--scan"},
 	{"spi", "--instance", "5"},
 	{"spi", "--name", "spi_a"},
 	{"read", "usrdata"},
@@ -65,6 +67,8 @@ struct finished_backup {
 struct prepared_host : host {
 	explicit prepared_host(arguments scenario) : line(std::move(scenario))
 	{
+		for (partition &part : flash.parts)
+			part.blocks.resize(part.device.size / part.device.erase_size);
 		const bytes &content = flash.part("usrdata").content;
 		console.input = line.front() == "write" ? bytes(300, std::byte{0x5a}) : bytes(content.begin(), content.begin() + 300);
 		for (std::string &word : line)

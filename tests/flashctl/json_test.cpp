@@ -75,6 +75,38 @@ TEST(json_report, of_info)
 	EXPECT_TRUE(report_of(host, {"info", "nor"})["result"]["user_data"].is_null());
 }
 
+TEST(json_report, of_health)
+{
+	host host;
+	partition &part = host.flash.part("usrdata");
+	part.device.usable = 0x6000;
+	part.counts.bad_blocks = 2;
+	part.counts.corrected_bits = 5;
+	part.counts.ecc_failures = 1;
+	const json list = report_of(host, {"list", "--health"})["result"]["devices"][2]["health"];
+	EXPECT_EQ(list["spare_blocks"], 0);
+	EXPECT_EQ(list["corrected_bits"], 5);
+	EXPECT_TRUE(list["ecc_strength"].is_null());
+	EXPECT_EQ(list["warnings"][0]["kind"], "no_spare_block");
+	EXPECT_EQ(list["warnings"][1]["kind"], "ecc_failures");
+	EXPECT_EQ(report_of(host, {"info", "usrdata"})["result"]["partitions"][0]["health"], list);
+	EXPECT_FALSE(report_of(host, {"list"})["result"]["devices"][2].contains("health"));
+}
+
+TEST(json_report, of_map)
+{
+	using enum flashctl::block_state;
+	host host;
+	host.flash.part("usrdata").blocks = {good, bad, worn, good, unreadable, good, good, bad};
+	const json report = report_of(host, {"map"});
+	EXPECT_EQ(report["result"]["scanned"], false);
+	EXPECT_TRUE(report["result"]["partitions"][0]["blocks"].is_null());
+	EXPECT_EQ(report["result"]["partitions"][2]["blocks"],
+		  json::parse(R"({"count": 8, "bad": [1, 7], "worn": [2], "unreadable": [4]})"));
+	EXPECT_EQ(report_of(host, {"map", "usrdata", "--scan"})["result"]["scanned"], true);
+	EXPECT_EQ(report_of(host, {"map", "--scan"})["status"], "no_module") << "no character device";
+}
+
 TEST(json_report, of_spi_and_explain)
 {
 	host host;

@@ -112,6 +112,42 @@ TEST_F(board, the_reference_platform_is_known_to_keep_equal_blocks)
 	EXPECT_FALSE(flash.keeps_equal_blocks()) << "its own word counts";
 }
 
+TEST_F(board, counts_come_from_sysfs_as_far_as_it_has_them)
+{
+	in_sysfs("mtd2", "usrdata", "nand");
+	sysfs.write("sys/class/mtd/mtd2/corrected_bits", "17\n");
+	sysfs.write("sys/class/mtd/mtd2/ecc_failures", "no number\n");
+	sysfs.write("sys/class/mtd/mtd2/bbt_blocks", "2\n");
+	sysfs.write("sys/class/mtd/mtd2/bitflip_threshold", "6\n");
+	const flashctl::device_counts counts = flash.counts(usrdata);
+	EXPECT_EQ(counts.bad_blocks, 3u);
+	EXPECT_EQ(counts.reserved_blocks, 2u);
+	EXPECT_EQ(counts.corrected_bits, 17u);
+	EXPECT_EQ(counts.ecc_failures, std::nullopt);
+	EXPECT_EQ(counts.bitflip_threshold, 6u);
+	EXPECT_EQ(counts.ecc_strength, std::nullopt);
+}
+
+using states = std::vector<flashctl::block_state>;
+
+TEST_F(board, bad_blocks_by_place_come_from_the_character_device)
+{
+	using enum flashctl::block_state;
+	EXPECT_EQ(flash.blocks(usrdata, false).status().error(), ENOENT);
+	states &there = module().flash.part("usrdata").blocks;
+	there = {good, bad, good, good, good, good, good, bad};
+	EXPECT_EQ(*flash.blocks(usrdata, false), there);
+}
+
+TEST_F(board, a_scan_tells_worn_and_unreadable_blocks_by_the_counters_of_ecc)
+{
+	using enum flashctl::block_state;
+	module().flash.part("usrdata").blocks = {good, bad, good, good, good, good, good, good};
+	module().flash.part("usrdata").content.resize(0x7000); // the last block gives an error
+	module().ecc_stats = {{0, 0, 1, 0}, {2, 0, 1, 0}, {2, 0, 1, 0}, {2, 1, 1, 0}, {2, 1, 1, 0}};
+	EXPECT_EQ(*flash.blocks(usrdata, true), (states{worn, bad, unreadable, good, good, good, good, unreadable}));
+}
+
 TEST_F(board, flags_are_those_of_the_device)
 {
 	in_sysfs("mtd1", "config", "nand");

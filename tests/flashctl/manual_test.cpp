@@ -15,7 +15,7 @@ using namespace flashctl_tests;
 
 namespace {
 
-const std::vector<std::string> commands = {"list", "info", "read", "write", "verify", "backup", "restore", "spi", "explain"};
+const std::vector<std::string> commands = {"list", "info", "map", "read", "write", "verify", "backup", "restore", "spi", "explain"};
 
 std::string help_of(const std::string &command)
 {

@@ -67,12 +67,13 @@ TEST(info, describes_nand_and_user_data)
 	host host;
 	host.flash.part("config").bad = 1;
 	EXPECT_EQ(host.flashctl("info"), 0);
-	EXPECT_EQ(host.console.out, "DEVICE  NAME     TYPE    SIZE       BLOCKS  BAD  PROGRAMS\n"
-				    "mtd0    boot     nand  16 KiB   4 of 4 KiB    0  -\n"
-				    "mtd1    config   nand  16 KiB   4 of 4 KiB    1  read,write\n"
-				    "mtd2    usrdata  nand  32 KiB   8 of 4 KiB    0  read,write\n"
-				    "mtd3    rootfs   nand  64 KiB  16 of 4 KiB    0  -\n"
-				    "user data: 1 NAND partition of 32 KiB\n");
+	EXPECT_EQ(host.console.out,
+		  "DEVICE  NAME     TYPE    SIZE       BLOCKS  BAD  SPARE  CORRECTED  FAILED  THRESHOLD  STATE     PROGRAMS\n"
+		  "mtd0    boot     nand  16 KiB   4 of 4 KiB    0      -          -       -          -  writable  -\n"
+		  "mtd1    config   nand  16 KiB   4 of 4 KiB    1      -          -       -          -  writable  read,write\n"
+		  "mtd2    usrdata  nand  32 KiB   8 of 4 KiB    0      -          -       -          -  writable  read,write\n"
+		  "mtd3    rootfs   nand  64 KiB  16 of 4 KiB    0      -          -       -          -  writable  -\n"
+		  "user data: 1 NAND partition of 32 KiB\n");
 }
 
 TEST(info, of_one_partition_of_any_type)

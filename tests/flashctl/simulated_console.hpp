@@ -22,9 +22,13 @@ public:
 	answer person = answer::yes;
 	bool output_terminal = false, errors_terminal = false;
 	bool output_breaks = false;
+	std::size_t columns = 80;
+	bool utf8 = false;
 
 	bool output_is_terminal() const override { return output_terminal; }
 	bool errors_are_terminal() const override { return errors_terminal; }
+	std::size_t width() const override { return columns; }
+	bool speaks_utf8() const override { return utf8; }
 	void print(std::string_view text) override { out += text; }
 	void complain(std::string_view text) override { err += text; }
 	void show_step(const std::string &text) override { steps.push_back(text); }

@@ -2,6 +2,7 @@
 #include "simulated_flash.hpp"
 
 #include <algorithm>
+#include <cerrno>
 #include <limits>
 
 namespace flashctl_tests {
@@ -104,6 +105,16 @@ std::uint32_t simulated_flash::bad_blocks(const flashctl::mtd_device &device)
 {
 	const partition *const part = find(device.name);
 	return part ? part->bad : 0;
+}
+
+result<std::vector<flashctl::block_state>> simulated_flash::blocks(const flashctl::mtd_device &device, bool)
+{
+	if (const status answer = called("blocks"); !answer.ok())
+		return answer;
+	const partition *const part = find(device.name);
+	if (!part || part->blocks.empty())
+		return status::from_errno(ENOENT);
+	return part->blocks;
 }
 
 status simulated_flash::read(const std::string &name, std::uint32_t offset, std::span<std::byte> data)

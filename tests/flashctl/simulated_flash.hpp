@@ -22,6 +22,8 @@ struct partition {
 	bytes content;
 	std::uint32_t usable; // avail_size of a listed partition
 	std::uint32_t bad = 0;
+	flashctl::device_counts counts = {};
+	std::vector<flashctl::block_state> blocks = {}; // none: where they are cannot be told
 };
 
 class simulated_flash : public flashctl::flash {
@@ -61,6 +63,8 @@ public:
 	bool keeps_equal_blocks() override { return equal_blocks_stay; }
 	result<std::vector<flashctl::mtd_device>> devices() override;
 	std::uint32_t bad_blocks(const flashctl::mtd_device &device) override;
+	flashctl::device_counts counts(const flashctl::mtd_device &device) override { return part(device.name).counts; }
+	result<std::vector<flashctl::block_state>> blocks(const flashctl::mtd_device &device, bool scan) override;
 	status read(const std::string &name, std::uint32_t offset, std::span<std::byte> data) override;
 	status write(const std::string &name, std::uint32_t offset, std::span<const std::byte> data) override;
 	result<bool> has_user_data() override;

@@ -89,6 +89,12 @@ public:
 	flash_mng::result<std::vector<flashctl::mtd_device>> devices() override { return std::vector{device_}; }
 	std::uint32_t bad_blocks(const flashctl::mtd_device &) override { return bad_; }
 
+	flashctl::device_counts counts(const flashctl::mtd_device &) override { return {}; }
+	flash_mng::result<std::vector<flashctl::block_state>> blocks(const flashctl::mtd_device &, bool) override
+	{
+		return std::vector<flashctl::block_state>();
+	}
+
 	// As the module reads and writes a listed partition: from byte 0 to the end of the range; all usable bytes, patched.
 	flash_mng::status read(const std::string &, std::uint32_t offset, std::span<std::byte> data) override
 	{
@@ -124,6 +130,8 @@ public:
 
 	bool output_is_terminal() const override { return false; }
 	bool errors_are_terminal() const override { return false; }
+	std::size_t width() const override { return 80; }
+	bool speaks_utf8() const override { return false; }
 	void print(std::string_view) override {}
 	void complain(std::string_view) override {}
 	void show_step(const std::string &) override {}

@@ -35,7 +35,7 @@ struct words {
 	std::string partition, file, offset, length, output = "-", sha256, verify = "all", instance, name;
 	std::string folder, last;
 	std::vector<std::string> forced, partitions, explained;
-	bool hex = false, dry_run = false, yes = false, resume = false;
+	bool hex = false, dry_run = false, yes = false, resume = false, health = false, scan = false;
 };
 
 class parser {
@@ -51,8 +51,9 @@ private:
 	void add_backup(CLI::App *command);
 	void add_plan(CLI::App *command);
 
-	any_request make_list() const { return list_request{}; }
+	any_request make_list() const { return list_request{words_.health}; }
 	any_request make_info() const { return info_request{words_.partition}; }
+	any_request make_map() const { return map_request{words_.partition, words_.scan}; }
 	any_request make_read() const;
 	any_request make_verify() const;
 	any_request make_write() const;
@@ -138,10 +139,15 @@ void parser::add_plan(CLI::App *command)
 
 void parser::add_commands()
 {
-	command("list", "list the MTD devices of the board", &parser::make_list);
+	command("list", "list the MTD devices of the board", &parser::make_list)
+		->add_flag("--health", words_.health, "their bad blocks, corrected bits and failures instead, and warnings");
 
 	CLI::App *const info = command("info", "describe the NAND partitions and the one for user data", &parser::make_info);
 	add_partition(info, false);
+
+	CLI::App *const map = command("map", "draw the erase blocks of the partitions", &parser::make_map);
+	add_partition(map, false);
+	map->add_flag("--scan", words_.scan, "read every block, to find worn ones");
 
 	CLI::App *const read = command("read", "read bytes of a partition to a file or to standard output", &parser::make_read);
 	add_partition(read);

@@ -30,6 +30,7 @@ struct workplace {
 
 outcome run_command(const list_request &request, workplace &place);
 outcome run_command(const info_request &request, workplace &place);
+outcome run_command(const map_request &request, workplace &place);
 outcome run_command(const read_request &request, workplace &place);
 outcome run_command(const verify_request &request, workplace &place);
 outcome run_command(const write_request &request, workplace &place);

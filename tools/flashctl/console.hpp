@@ -20,6 +20,9 @@ public:
 	virtual bool output_is_terminal() const = 0;
 	virtual bool errors_are_terminal() const = 0;
 
+	virtual std::size_t width() const = 0; // columns of standard output; 80 where that is not known
+	virtual bool speaks_utf8() const = 0;  // whether standard output shows UTF-8, by the environment
+
 	virtual void print(std::string_view text) = 0;	  // standard output, binary data too
 	virtual void complain(std::string_view text) = 0; // standard error
 

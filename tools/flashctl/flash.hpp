@@ -26,6 +26,18 @@ struct mtd_device {
 	std::optional<std::uint32_t> usable = {}; // bytes that the module writes, where that is known
 };
 
+// What the kernel counts of a device since the board was started; nothing where it does not tell.
+struct device_counts {
+	std::optional<std::uint64_t> bad_blocks = {};
+	std::optional<std::uint64_t> reserved_blocks = {}; // of a table of bad blocks; nothing else is stored there
+	std::optional<std::uint64_t> corrected_bits = {};
+	std::optional<std::uint64_t> ecc_failures = {};	     // reads that could not be corrected
+	std::optional<std::uint64_t> bitflip_threshold = {}; // corrected bits of one step of ECC from which on a read is told of
+	std::optional<std::uint64_t> ecc_strength = {};	     // bits that one step can correct
+};
+
+enum class block_state : std::uint8_t { good, worn, unreadable, bad };
+
 // Where a platform says of its flash service that it rewrites "changed-blocks" only.
 inline constexpr char service_file[] = "/usr/share/flash_mng/flash-service";
 
@@ -77,6 +89,12 @@ public:
 
 	// Bad blocks of a device as far as the kernel tells; otherwise 0.
 	virtual std::uint32_t bad_blocks(const mtd_device &device) = 0;
+
+	virtual device_counts counts(const mtd_device &device) = 0;
+
+	// Of each erase block, by its place on the device, bad ones included. Without a scan they are good or bad; a scan reads every
+	// block: one with corrected bits is worn, one that could not be corrected unreadable. A failure is the kernel's.
+	virtual flash_mng::result<std::vector<block_state>> blocks(const mtd_device &device, bool scan) = 0;
 
 	virtual flash_mng::status read(const std::string &name, std::uint32_t offset, std::span<std::byte> data) = 0;
 	virtual flash_mng::status write(const std::string &name, std::uint32_t offset, std::span<const std::byte> data) = 0;

@@ -49,11 +49,26 @@ ordered_json described(const code_words &words)
 		{"source", words.source}, {"meaning", words.meaning},	 {"advice", words.advice}};
 }
 
+ordered_json described(const health_report &health)
+{
+	ordered_json warnings = ordered_json::array();
+	for (const health_warning &warning : health.warnings)
+		warnings.push_back({{"kind", warning.kind}, {"message", warning.words}});
+	return {{"bad_blocks", or_null(health.counts.bad_blocks)},     {"reserved_blocks", or_null(health.counts.reserved_blocks)},
+		{"spare_blocks", or_null(health.spare_blocks)},	       {"corrected_bits", or_null(health.counts.corrected_bits)},
+		{"ecc_failures", or_null(health.counts.ecc_failures)}, {"bitflip_threshold", or_null(health.counts.bitflip_threshold)},
+		{"ecc_strength", or_null(health.counts.ecc_strength)}, {"read_only", health.read_only},
+		{"locks_at_power_on", health.locks_at_power_on},       {"warnings", warnings}};
+}
+
 ordered_json tell(const list_outcome &found)
 {
 	ordered_json devices = ordered_json::array();
-	for (const mtd_device &device : found.devices)
-		devices.push_back(described(device));
+	for (std::size_t i = 0; i < found.devices.size(); ++i) {
+		devices.push_back(described(found.devices[i]));
+		if (!found.health.empty())
+			devices.back()["health"] = described(found.health[i]);
+	}
 	return {{"devices", devices}};
 }
 
@@ -63,11 +78,40 @@ ordered_json tell(const info_outcome &found)
 	for (const partition_info &info : found.partitions) {
 		partitions.push_back(described(info.device));
 		partitions.back()["bad_blocks"] = info.bad_blocks;
+		partitions.back()["health"] = described(info.health);
 	}
 	ordered_json user_data;
 	if (found.user_data)
 		user_data = {{"partitions", found.user_data->partitions}, {"size", found.user_data->size}};
 	return {{"partitions", partitions}, {"user_data", user_data}};
+}
+
+ordered_json blocks_in(const std::vector<block_state> &blocks, block_state wanted)
+{
+	ordered_json places = ordered_json::array();
+	for (std::size_t i = 0; i < blocks.size(); ++i)
+		if (blocks[i] == wanted)
+			places.push_back(i);
+	return places;
+}
+
+ordered_json described(const std::vector<block_state> &blocks)
+{
+	return {{"count", blocks.size()},
+		{"bad", blocks_in(blocks, block_state::bad)},
+		{"worn", blocks_in(blocks, block_state::worn)},
+		{"unreadable", blocks_in(blocks, block_state::unreadable)}};
+}
+
+ordered_json tell(const map_outcome &found)
+{
+	ordered_json partitions = ordered_json::array();
+	for (const mapped_partition &part : found.partitions) {
+		partitions.push_back(described(part.device));
+		partitions.back()["health"] = described(part.health);
+		partitions.back()["blocks"] = part.blocks ? described(*part.blocks) : ordered_json(nullptr);
+	}
+	return {{"scanned", found.scanned}, {"partitions", partitions}};
 }
 
 ordered_json tell(const read_outcome &found)

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "device_blocks.hpp"
 #include "device_uses.hpp"
 #include "module_log.hpp"
 #include "mtd_words.hpp"
@@ -211,6 +212,19 @@ void kernel_flash::add_facts(std::vector<mtd_device> &devices) const
 std::uint32_t kernel_flash::bad_blocks(const mtd_device &device)
 {
 	return static_cast<std::uint32_t>(number_in(mtd_folder_ + "/mtd" + std::to_string(device.number) + "/bad_blocks"));
+}
+
+device_counts kernel_flash::counts(const mtd_device &device)
+{
+	const std::string folder = mtd_folder_ + "/mtd" + std::to_string(device.number) + "/";
+	const auto count = [&folder](const char *name) { return tools::parse_number(first_line(folder + name), UINT64_MAX); };
+	return {count("bad_blocks"),   count("bbt_blocks"),	   count("corrected_bits"),
+		count("ecc_failures"), count("bitflip_threshold"), count("ecc_strength")};
+}
+
+result<std::vector<block_state>> kernel_flash::blocks(const mtd_device &device, bool scan)
+{
+	return blocks_of(root_ + "/dev/mtd" + std::to_string(device.number) + "ro", device, scan);
 }
 
 status kernel_flash::read(const std::string &name, std::uint32_t offset, std::span<std::byte> data)

@@ -34,6 +34,11 @@ public:
 
 	flash_mng::result<std::vector<mtd_device>> devices() override;
 	std::uint32_t bad_blocks(const mtd_device &device) override;
+	device_counts counts(const mtd_device &device) override;
+
+	// From the character device, read only.
+	flash_mng::result<std::vector<block_state>> blocks(const mtd_device &device, bool scan) override;
+
 	flash_mng::status read(const std::string &name, std::uint32_t offset, std::span<std::byte> data) override;
 	flash_mng::status write(const std::string &name, std::uint32_t offset, std::span<const std::byte> data) override;
 	flash_mng::result<bool> has_user_data() override;

@@ -13,6 +13,7 @@
 #include "code_words.hpp"
 #include "failure.hpp"
 #include "flash.hpp"
+#include "health.hpp"
 #include "request.hpp"
 #include "troubleshooting.hpp"
 
@@ -20,16 +21,29 @@ namespace flashctl {
 
 struct list_outcome {
 	std::vector<mtd_device> devices;
+	std::vector<health_report> health = {}; // of each device, or none
 };
 
 struct partition_info {
 	mtd_device device;
 	std::uint32_t bad_blocks;
+	health_report health;
 };
 
 struct info_outcome {
 	std::optional<flash_mng::user_data> user_data;
 	std::vector<partition_info> partitions;
+};
+
+struct mapped_partition {
+	mtd_device device;
+	health_report health;
+	std::optional<std::vector<block_state>> blocks; // nothing: where its bad blocks are cannot be told
+};
+
+struct map_outcome {
+	bool scanned;
+	std::vector<mapped_partition> partitions;
 };
 
 struct range {
@@ -108,7 +122,7 @@ struct explain_outcome {
 	std::vector<explained_message> messages;
 };
 
-using outcome = std::variant<list_outcome, info_outcome, read_outcome, verify_outcome, write_outcome, backup_outcome, restore_outcome,
-			     spi_outcome, explain_outcome>;
+using outcome = std::variant<list_outcome, info_outcome, map_outcome, read_outcome, verify_outcome, write_outcome, backup_outcome,
+			     restore_outcome, spi_outcome, explain_outcome>;
 
 } // namespace flashctl

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
-// list, info, spi, explain: questions that touch no flash content.
+// list, info, map, spi, explain: questions that touch no flash content.
 #include <fmt/format.h>
 
 #include "commands.hpp"
@@ -29,7 +29,7 @@ std::optional<flash_mng::user_data> ask_for_user_data(workplace &place)
 
 partition_info describe(workplace &place, const mtd_device &device)
 {
-	return {device, place.flash.bad_blocks(device)};
+	return {device, place.flash.bad_blocks(device), examine(device, place.flash.counts(device))};
 }
 
 flash_mng::result<spi_controller_config> look_up(const spi_request &request, flash &flash)
@@ -59,10 +59,14 @@ std::vector<explained_message> explain_message(const std::string &line)
 
 } // namespace
 
-outcome run_command(const list_request &, workplace &place)
+outcome run_command(const list_request &request, workplace &place)
 {
 	open_device(place);
-	return list_outcome{all_devices(place)};
+	list_outcome found = {all_devices(place)};
+	if (request.health)
+		for (const mtd_device &device : found.devices)
+			found.health.push_back(examine(device, place.flash.counts(device)));
+	return found;
 }
 
 outcome run_command(const info_request &request, workplace &place)
@@ -78,6 +82,22 @@ outcome run_command(const info_request &request, workplace &place)
 	}
 	found.user_data = ask_for_user_data(place);
 	return found;
+}
+
+outcome run_command(const map_request &request, workplace &place)
+{
+	open_device(place);
+	map_outcome drawn = {request.scan, {}};
+	const auto devices =
+		request.partition.empty() ? all_devices(place) : std::vector<mtd_device>{find_device(place, request.partition)};
+	for (const mtd_device &device : devices) {
+		auto blocks = place.flash.blocks(device, request.scan);
+		if (!blocks && request.scan)
+			throw failed(fmt::format("the blocks of \"{}\" cannot be read", device.name), blocks.status());
+		drawn.partitions.push_back(
+			{device, examine(device, place.flash.counts(device)), blocks ? std::optional(std::move(*blocks)) : std::nullopt});
+	}
+	return drawn;
 }
 
 outcome run_command(const spi_request &request, workplace &place)

@@ -14,10 +14,17 @@
 
 namespace flashctl {
 
-struct list_request {};
+struct list_request {
+	bool health = false;
+};
 
 struct info_request {
 	std::string partition; // empty: the NAND partitions
+};
+
+struct map_request {
+	std::string partition; // empty: all
+	bool scan = false;     // read every block
 };
 
 // A range of a partition. Where no length is asked for, it is the rest of the partition or the size of the data.
@@ -76,8 +83,8 @@ struct explain_request {
 	std::string message; // a line of a log, or words of a message; with neither all codes
 };
 
-using any_request = std::variant<list_request, info_request, read_request, verify_request, write_request, backup_request, restore_request,
-				 spi_request, explain_request>;
+using any_request = std::variant<list_request, info_request, map_request, read_request, verify_request, write_request, backup_request,
+				 restore_request, spi_request, explain_request>;
 
 struct options {
 	bool json = false;

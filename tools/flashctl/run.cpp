@@ -53,7 +53,8 @@ void tell(const std::string &command, const options &options, const ending &end,
 		return;
 	}
 	if (end.found)
-		console.print(text_report(*end.found, options, {!plain && console.output_is_terminal()}));
+		console.print(
+			text_report(*end.found, options, {!plain && console.output_is_terminal(), console.width(), console.speaks_utf8()}));
 	if (end.wrong)
 		console.complain(text_of_failure(command, *end.wrong, {!plain && console.errors_are_terminal()}));
 }

@@ -18,6 +18,7 @@
 #include <mutex>
 
 #include "failure.hpp"
+#include "number.hpp"
 
 namespace flashctl {
 
@@ -29,11 +30,16 @@ struct closer {
 	void operator()(std::FILE *file) const { std::fclose(file); }
 };
 
-// Columns of the terminal behind standard error; a longer line could not be wiped.
-std::size_t columns()
+std::size_t columns_of(int descriptor)
 {
 	winsize size = {};
-	return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col ? size.ws_col : 80;
+	return ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col ? size.ws_col : 80;
+}
+
+// Of the terminal behind standard error; a longer line could not be wiped.
+std::size_t columns()
+{
+	return columns_of(STDERR_FILENO);
 }
 
 // As much of it as fits before the ending; a letter of several bytes stays whole.
@@ -104,6 +110,21 @@ bool terminal::output_is_terminal() const
 bool terminal::errors_are_terminal() const
 {
 	return isatty(STDERR_FILENO) == 1;
+}
+
+std::size_t terminal::width() const
+{
+	const char *const told = std::getenv("COLUMNS");
+	const auto number = told && !output_is_terminal() ? tools::parse_number(told, 1000) : std::nullopt;
+	return number && *number ? static_cast<std::size_t>(*number) : columns_of(STDOUT_FILENO);
+}
+
+bool terminal::speaks_utf8() const
+{
+	for (const char *const name : {"LC_ALL", "LC_CTYPE", "LANG"})
+		if (const char *const value = std::getenv(name); value && *value)
+			return strcasestr(value, "UTF-8") || strcasestr(value, "utf8");
+	return false;
 }
 
 void terminal::print(std::string_view text)

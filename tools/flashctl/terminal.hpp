@@ -13,6 +13,8 @@ class terminal : public console {
 public:
 	bool output_is_terminal() const override;
 	bool errors_are_terminal() const override;
+	std::size_t width() const override;
+	bool speaks_utf8() const override;
 	void print(std::string_view text) override;
 	void complain(std::string_view text) override;
 	void show_step(const std::string &text) override;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <sstream>
 
+#include "map_picture.hpp"
 #include "mtd_words.hpp"
 #include "number.hpp"
 
@@ -104,8 +105,60 @@ std::string hashes(const std::string &expected, const std::string &found)
 				 : "  expected  sha256 " + expected + "\n  found     sha256 " + found + "\n";
 }
 
+std::string count_of(const std::optional<std::uint64_t> &count)
+{
+	return count ? std::to_string(*count) : "-";
+}
+
+std::string count_of_spares(const health_report &health)
+{
+	return health.spare_blocks ? std::to_string(*health.spare_blocks) : "-";
+}
+
+std::string words_of_warnings(const mtd_device &device, const health_report &health, style style)
+{
+	std::string text;
+	for (const health_warning &warning : health.warnings)
+		text += fmt::format("{}: {} {}\n", coloured(red, "warning", style), printable(device.name), warning.words);
+	return text;
+}
+
+std::string words_of_state(const health_report &health)
+{
+	return std::string(health.read_only ? "read-only" : "writable") + (health.locks_at_power_on ? ",locks at power-on" : "");
+}
+
+std::string tell_health(const list_outcome &found, style style)
+{
+	std::vector<row> rows;
+	std::string warnings;
+	for (std::size_t i = 0; i < found.devices.size(); ++i) {
+		const mtd_device &device = found.devices[i];
+		const health_report &health = found.health[i];
+		rows.push_back({fmt::format("mtd{}", device.number), printable(device.name), mtd_type_name(device.type),
+				device.erase_size ? std::to_string(device.size / device.erase_size) : "-",
+				count_of(health.counts.bad_blocks), count_of_spares(health), count_of(health.counts.corrected_bits),
+				count_of(health.counts.ecc_failures), count_of(health.counts.bitflip_threshold), words_of_state(health)});
+		warnings += words_of_warnings(device, health, style);
+	}
+	return table({{"DEVICE", side::left},
+		      {"NAME", side::left},
+		      {"TYPE", side::left},
+		      {"BLOCKS", side::right},
+		      {"BAD", side::right},
+		      {"SPARE", side::right},
+		      {"CORRECTED", side::right},
+		      {"FAILED", side::right},
+		      {"THRESHOLD", side::right},
+		      {"STATE", side::left}},
+		     rows, style) +
+	       warnings;
+}
+
 std::string tell(const list_outcome &found, const options &, style style)
 {
+	if (!found.health.empty())
+		return tell_health(found, style);
 	std::vector<row> rows;
 	for (const mtd_device &device : found.devices)
 		rows.push_back({fmt::format("mtd{}", device.number), printable(device.name), mtd_type_name(device.type),
@@ -128,19 +181,36 @@ std::string tell(const info_outcome &found, const options &, style style)
 	for (const partition_info &info : found.partitions)
 		rows.push_back({fmt::format("mtd{}", info.device.number), printable(info.device.name), mtd_type_name(info.device.type),
 				human_size(info.device.size), words_of_blocks(info), std::to_string(info.bad_blocks),
-				words_of_rights(info.device)});
-	const std::string partitions = table({{"DEVICE", side::left},
-					      {"NAME", side::left},
-					      {"TYPE", side::left},
-					      {"SIZE", side::right},
-					      {"BLOCKS", side::right},
-					      {"BAD", side::right},
-					      {"PROGRAMS", side::left}},
-					     rows, style);
+				count_of_spares(info.health), count_of(info.health.counts.corrected_bits),
+				count_of(info.health.counts.ecc_failures), count_of(info.health.counts.bitflip_threshold),
+				words_of_state(info.health), words_of_rights(info.device)});
+	std::string partitions = table({{"DEVICE", side::left},
+					{"NAME", side::left},
+					{"TYPE", side::left},
+					{"SIZE", side::right},
+					{"BLOCKS", side::right},
+					{"BAD", side::right},
+					{"SPARE", side::right},
+					{"CORRECTED", side::right},
+					{"FAILED", side::right},
+					{"THRESHOLD", side::right},
+					{"STATE", side::left},
+					{"PROGRAMS", side::left}},
+				       rows, style);
+	for (const partition_info &info : found.partitions)
+		partitions += words_of_warnings(info.device, info.health, style);
 	if (!found.user_data)
 		return partitions + "user data: no NAND partition\n";
 	return partitions + fmt::format("user data: {} NAND partition{} of {}\n", found.user_data->partitions,
 					found.user_data->partitions == 1 ? "" : "s", human_size(found.user_data->size));
+}
+
+std::string tell(const map_outcome &found, const options &, style style)
+{
+	std::string text = picture_of(found, {style.width, style.utf8});
+	for (const mapped_partition &part : found.partitions)
+		text += words_of_warnings(part.device, part.health, style);
+	return text;
 }
 
 std::string tell(const read_outcome &found, const options &options, style)

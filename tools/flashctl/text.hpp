@@ -3,6 +3,7 @@
 // Results in words.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "common/printable.hpp"
@@ -15,6 +16,8 @@ using tools::printable;
 
 struct style {
 	bool colours = false;
+	std::size_t width = 80; // columns
+	bool utf8 = false;
 };
 
 // What goes to standard output; empty when the request was to be quiet, and after a read to standard output.

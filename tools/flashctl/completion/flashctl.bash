@@ -38,6 +38,8 @@ _flashctl_plain_words() {
 _flashctl_options() {
 	local common="--help --json --progress --quiet --verbose --device"
 	case $1 in
+	list) echo "$common --health" ;;
+	map) echo "$common --scan" ;;
 	read) echo "$common --offset --length --output --hex" ;;
 	write) echo "$common --offset --length --verify --sha256 --last --resume --dry-run --yes --force" ;;
 	verify) echo "$common --offset --length --sha256" ;;
@@ -78,10 +80,10 @@ _flashctl() {
 	if [[ $current == -* ]]; then
 		mapfile -t COMPREPLY < <(compgen -W "$(_flashctl_options "$command")" -- "$current")
 	elif [ -z "$command" ]; then
-		mapfile -t COMPREPLY < <(compgen -W "list info read write verify backup restore spi explain" -- "$current")
+		mapfile -t COMPREPLY < <(compgen -W "list info map read write verify backup restore spi explain" -- "$current")
 	else
 		case $command:$((${#plain[@]} - 1)) in
-		info:0 | read:0 | write:0 | verify:0)
+		info:0 | map:0 | read:0 | write:0 | verify:0)
 			_flashctl_offer_partitions "$current"
 			;;
 		backup:0 | restore:0) mapfile -t COMPREPLY < <(compgen -d -- "$current") ;;
