@@ -11,10 +11,7 @@
 #include <linux/string.h>
 
 #include "../include/board_file.h"
-
-/* A flattened tree begins with a header, the tree's length in bytes in its second number. */
-#define TREE_HEADER_SIZE 40
-#define TREE_AT_LENGTH 4
+#include "flat_tree.h"
 
 static bool is_board_name(const char *name)
 {
@@ -37,17 +34,12 @@ static u32 header_number(const u8 *file, size_t at)
 	return le32_to_cpup((const __le32 *)(file + at));
 }
 
-static u32 tree_length(const u8 *tree)
-{
-	return be32_to_cpup((const __be32 *)(tree + TREE_AT_LENGTH));
-}
-
 /* fault_of() - what is wrong with a file; NULL for a good one */
 static const char *fault_of(const u8 *file, size_t size)
 {
 	const u8 *tree = file + BOARD_FILE_HEADER_SIZE;
 
-	if (size < BOARD_FILE_HEADER_SIZE + TREE_HEADER_SIZE)
+	if (size < BOARD_FILE_HEADER_SIZE + FLAT_TREE_HEADER_SIZE)
 		return "it is too short";
 	if (memcmp(file, BOARD_FILE_MAGIC, BOARD_FILE_MAGIC_SIZE))
 		return "it is not a compiled board description";
@@ -57,8 +49,10 @@ static const char *fault_of(const u8 *file, size_t size)
 		return "its length is not the one it states";
 	if (header_number(file, BOARD_FILE_AT_CHECKSUM) != checksum(tree, size - BOARD_FILE_HEADER_SIZE))
 		return "its checksum is wrong";
-	if (tree_length(tree) != size - BOARD_FILE_HEADER_SIZE)
+	if (flat_tree_length(tree) != size - BOARD_FILE_HEADER_SIZE)
 		return "the tree in it has another length";
+	if (!flat_tree_is_sound(tree, size - BOARD_FILE_HEADER_SIZE))
+		return "the tree in it is no board";
 	return NULL;
 }
 

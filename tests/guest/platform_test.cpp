@@ -235,4 +235,42 @@ TEST_F(platform, a_damaged_board_file_is_refused_with_its_reason)
 	std::filesystem::remove(file);
 }
 
+// With a checksum that is right, as from another compiler.
+std::string sealed(std::string file)
+{
+	std::uint32_t checksum = ~0u;
+	for (const char byte : file.substr(24)) {
+		checksum ^= static_cast<unsigned char>(byte);
+		for (int bit = 0; bit < 8; ++bit)
+			checksum = checksum >> 1 ^ (checksum & 1 ? 0xEDB88320u : 0);
+	}
+	checksum = ~checksum;
+	for (int i = 0; i < 4; ++i)
+		file[static_cast<std::size_t>(16 + i)] = static_cast<char>(checksum >> 8 * i);
+	return file;
+}
+
+// Linux 5.10 would follow a mark that is none, and a property that leads back to itself.
+TEST_F(platform, a_board_file_whose_tree_is_not_sound_is_refused)
+{
+	const std::string boards = "/lib/firmware/board/", file = boards + "unsound.fbd";
+	const std::string good = guest::read_file(boards + "plain.fbd");
+	constexpr std::size_t tree = 24;
+	const std::size_t structure =
+		tree + static_cast<unsigned char>(good[tree + 10]) * 256u + static_cast<unsigned char>(good[tree + 11]);
+	ASSERT_EQ(sealed(good), good);
+	const std::size_t property = good.find(std::string("\0\0\0\3", 4), structure);
+	std::string rootless = good, endless = good, old = good;
+	rootless[structure + 3] = 2;
+	endless.replace(property + 4, 4, "\xff\xff\xff\xf4");
+	old[tree + 23] = 16;
+	for (const std::string &one : {rootless, endless, old}) {
+		std::ofstream(file, std::ios::binary) << sealed(one);
+		EXPECT_ANY_THROW(guest::write_file(board_selector, "unsound"));
+		EXPECT_NE(guest::kernel_messages("board/unsound.fbd is refused: the tree in it is no board"), "");
+		EXPECT_EQ(guest::read_file(board_selector), "check\n");
+	}
+	std::filesystem::remove(file);
+}
+
 } // namespace
