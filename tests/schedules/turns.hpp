@@ -37,7 +37,7 @@ struct pause_point {
 	bool killable = false;
 };
 
-// A call that fails: of one caller, the nth one of a function, counted from 1. It gives the commonest of its wrong results and does nothing.
+// A call that fails: of one caller, the nth one of a function, counted from 1. It gives its commonest wrong result and does nothing.
 struct failing_call {
 	unsigned caller;
 	std::string function;
