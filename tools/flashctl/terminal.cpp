@@ -115,8 +115,8 @@ bool terminal::errors_are_terminal() const
 std::size_t terminal::width() const
 {
 	const char *const told = std::getenv("COLUMNS");
-	const auto number = told && !output_is_terminal() ? tools::parse_number(told, 1000) : std::nullopt;
-	return number && *number ? static_cast<std::size_t>(*number) : columns_of(STDOUT_FILENO);
+	const std::uint64_t number = told && !output_is_terminal() ? tools::parse_number(told, 1000).value_or(0) : 0;
+	return number ? static_cast<std::size_t>(number) : columns_of(STDOUT_FILENO);
 }
 
 bool terminal::speaks_utf8() const
