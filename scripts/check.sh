@@ -221,7 +221,7 @@ agreed_names() {
 interface_findings() {
 	set -- -Wall -Wextra -fsyntax-only -I "$root/flash_mng_kernel" -I "$root/flash_mng_kernel/include" \
 		"$root/flash_mng_kernel/interface.h"
-	aarch64-linux-gnu-g++ -std=c++20 -x c++ "$@" 2>&1
+	aarch64-linux-gnu-g++ -std=c++20 -D__KERNEL__ -x c++ "$@" 2>&1
 	aarch64-linux-gnu-gcc -x c "$@" 2>&1
 	arm-linux-gnueabihf-gcc -x c "$@" 2>&1
 	agreed_names >"$build_dir/results/agreed"

@@ -14,7 +14,7 @@ build_mcdc() {
 	mkdir -p "$mcdc_dir"
 	for mcdc_source in "$root"/flash_mng_kernel/*/*.cpp; do
 		clang++-19 -std=c++20 -O0 -fno-exceptions -fno-rtti -fno-threadsafe-statics \
-			-fprofile-instr-generate -fcoverage-mapping -fcoverage-mcdc \
+			-fprofile-instr-generate -fcoverage-mapping -fcoverage-mcdc -DFLASH_MNG_HOSTED \
 			-I"$root/flash_mng_kernel" -I"$root/flash_mng_kernel/include" -I"$root/simulation" -c "$mcdc_source" \
 			-o "$mcdc_dir/$(basename "$mcdc_source" .cpp).o" || return 1
 	done

@@ -43,6 +43,11 @@
 #ifndef FLASH_MNG_H
 #define FLASH_MNG_H
 
+/* FLASH_MNG_HOSTED is defined for programs in which Linux is simulated, and for tests. */
+#if !defined(__KERNEL__) && !defined(FLASH_MNG_HOSTED)
+#error "flash_mng.h is for kernel modules; a program includes uapi/flash_mng.h or, in C++, flash_mng/client.hpp"
+#else
+
 #include "flash_mng_types.h"
 #include "uapi/flash_mng.h"
 
@@ -265,5 +270,7 @@ u32 flash_mng_drv_patch_func1(void);
 u32 flash_mng_drv_patch_func2(void);
 
 FLASH_MNG_C_END
+
+#endif
 
 #endif
