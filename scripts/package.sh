@@ -29,9 +29,10 @@ stage_package() {
 		rm changelog.in copyright.in)
 }
 
-# build_staged ARGUMENT...: dpkg-buildpackage on the copy.
+# build_staged ARGUMENT...: dpkg-buildpackage on the copy, with the options that package_options adds.
 build_staged() {
-	(cd "$package_source" && DEB_BUILD_OPTIONS="parallel=$jobs" dpkg-buildpackage --unsigned-source --unsigned-changes "$@")
+	(cd "$package_source" && DEB_BUILD_OPTIONS="parallel=$jobs $package_options" \
+		dpkg-buildpackage --unsigned-source --unsigned-changes "$@")
 }
 
 # For the board: the packages of programs alone, cross-built. Libraries and headers that this machine has for its own architecture only make
@@ -43,10 +44,13 @@ build_board_packages() {
 	build_staged --no-check-builddeps --build=any --host-arch "$debian_architecture" --no-pre-clean
 }
 
-# make_packages [again]: "again" compiles only what changed since the last time, and makes no source package.
+# make_packages [again]: "again" compiles only what changed since the last time, without optimising, and makes no source package: for tests
+# of what is in the packages.
 make_packages() {
 	stage_package "$@" || return 1
+	package_options=
 	if [ "${1-}" = again ]; then
+		package_options=noopt
 		build_staged --build=binary --no-pre-clean || return 1
 	else
 		build_staged || return 1
