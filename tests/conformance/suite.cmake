@@ -5,4 +5,6 @@ file(GLOB conformance_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/conf
 set(conformance_include_dirs ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/tests/conformance ${PROJECT_SOURCE_DIR}/simulation
 	${PROJECT_SOURCE_DIR}/flash_mng_kernel
 	${PROJECT_SOURCE_DIR}/flash_mng_kernel/include)
+# What every case includes, compiled once for all of a program.
+set(conformance_precompiled ${PROJECT_SOURCE_DIR}/tests/conformance/case.hpp)
 set(conformance_boards_dir ${PROJECT_SOURCE_DIR}/tests/conformance/boards)
