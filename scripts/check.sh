@@ -8,6 +8,8 @@ line_limit=140
 
 # Names of checks; none means all.
 wanted_checks=
+# What they run beside: tests, or nothing.
+checks_beside=
 
 # check NAME TEXT COMMAND...: a check passes when the command succeeds; the last line that it then wrote is its figure.
 check() {
@@ -33,7 +35,7 @@ is_wanted() {
 }
 
 check_names() {
-	sed -n 's/^\t\t*check \([a-z_]*\) .*/\1/p' "$root/scripts/check.sh"
+	sed -nE 's/^\t+check(_alone)? ([a-z_]+) .*/\2/p' "$root/scripts/check.sh"
 }
 
 # want_checks NAME...
@@ -48,6 +50,15 @@ are_wanted() {
 		! is_wanted "$asked_check" || return 0
 	done
 	return 1
+}
+
+# check_alone NAME TEXT COMMAND...: a check that takes minutes of processor time, which the tests have no room for.
+check_alone() {
+	if [ "$checks_beside" = tests ]; then
+		skip_check "$2" "takes minutes; ./dev check $1"
+	else
+		check "$@"
+	fi
 }
 
 # skip_check TEXT REASON
@@ -379,16 +390,21 @@ tidy_inputs() {
 	} | hash_of
 }
 
+# tidy_findings NAME CHECKS PATTERN...: of clang-tidy, with these checks of those that .clang-tidy chooses, in our files; the name is that
+# of its results.
 tidy_findings() {
+	tidied_file=$build_dir/results/tidied_$1
+	tidy_checks=$2
+	shift 2
 	tidied=$(tidy_inputs)
-	[ "$(cat "$build_dir/results/tidied" 2>/dev/null)" != "$tidied" ] || return 0
+	[ "$(cat "$tidied_file" 2>/dev/null)" != "$tidied" ] || return 0
 	tidy_status=0
-	(cd "$root" && our_files 'flash_mng_kernel/*.cpp' 'tools/*.cpp' | xargs -P "$jobs" -n 1 clang-tidy -p "$(preset_dir debug)" \
+	(cd "$root" && our_files "$@" | xargs -P "$jobs" -n 1 clang-tidy -p "$(preset_dir debug)" --checks="$tidy_checks" \
 		--quiet --extra-arg=-Wno-unknown-warning-option) >"$log_dir/tidy.log" 2>&1 || tidy_status=$?
 	tidy_text=$(grep -E '(warning|error):' "$log_dir/tidy.log" | sort -u)
 	[ "$tidy_status" -eq 0 ] || [ -n "$tidy_text" ] || tidy_text="clang-tidy ended with $tidy_status: $(tail -n 3 "$log_dir/tidy.log")"
 	if [ -z "$tidy_text" ]; then
-		echo "$tidied" >"$build_dir/results/tidied"
+		echo "$tidied" >"$tidied_file"
 	else
 		printf '%s\n' "$tidy_text"
 	fi
@@ -436,7 +452,7 @@ shell_findings() {
 
 # Names that several functions set: what is counted, what a step and its end share, what the test of the gates points at planted things.
 shared_names="root build_dir log_dir stage_dir flash_object package_files kernel_dir kernel_source kernel_source_id progress_pid mcdc_dir
-	wanted_checks checks_passed checks_failed checks_skipped total_passed total_failed total_skipped"
+	wanted_checks checks_beside checks_passed checks_failed checks_skipped total_passed total_failed total_skipped"
 
 # twice_named_findings SHARED: names that scripts would take from each other, as they are one program for the shell.
 twice_named_findings() {
@@ -528,7 +544,7 @@ long_lines() {
 }
 
 checks_of_modules="gates constructors runtime unwinding symbols frames information exports sizes imports traces strict"
-checks_of_programs="gates tidy"
+checks_of_programs="gates tidy analyzer analyzer_tools"
 
 # build_for_checks: what the wanted checks look at.
 build_for_checks() {
@@ -559,7 +575,11 @@ check_sources() {
 	check strict "C for the kernel: W=1 and sparse" nothing_in strict_findings make_all_modules
 	check style "C for the kernel: style" nothing_in kernel_style_findings
 	check versions "C for the kernel: versions of Linux are asked for in the shims and the lab only" nothing_in other_versions
-	check tidy "C++: clang-tidy" nothing_in tidy_findings
+	check tidy "C++: clang-tidy" nothing_in tidy_findings tidy '-clang-analyzer-*' 'flash_mng_kernel/*.cpp' 'tools/*.cpp'
+	check analyzer "C++ of the module: clang's analyzer" \
+		nothing_in tidy_findings analyzer '-*,clang-analyzer-*' 'flash_mng_kernel/*.cpp'
+	check_alone analyzer_tools "C++ of the tools: clang's analyzer" \
+		nothing_in tidy_findings analyzer_tools '-*,clang-analyzer-*' 'tools/*.cpp'
 	check cppcheck "C++: cppcheck" nothing_in cppcheck_findings flash_mng_kernel/frame flash_mng_kernel/config \
 		flash_mng_kernel/datapath flash_mng_kernel/ioctl flash_mng_kernel/spi tools
 	check format "C++: clang-format" nothing_in format_findings

@@ -775,17 +775,18 @@ int forgets_the_lock()
 SOURCE
 		printf '// %0150d \n' 0
 	} | plant flash_mng_kernel/planted.cpp
-	finds planted.cpp tidy_findings
-	finds planted.cpp tidy_findings
-	finds "variable 'number' is not initialized" tidy_findings
-	finds "requires holding lock 'g_lock'" tidy_findings
-	finds "invalid case style for global variable 'unmarked_global'" tidy_findings
+	finds planted.cpp tidy_findings planted '' 'flash_mng_kernel/*.cpp'
+	finds planted.cpp tidy_findings planted '' 'flash_mng_kernel/*.cpp'
+	finds 'Undefined or garbage value' tidy_findings analysed '-*,clang-analyzer-*' 'flash_mng_kernel/*.cpp'
+	finds "variable 'number' is not initialized" tidy_findings planted '' 'flash_mng_kernel/*.cpp'
+	finds "requires holding lock 'g_lock'" tidy_findings planted '' 'flash_mng_kernel/*.cpp'
+	finds "invalid case style for global variable 'unmarked_global'" tidy_findings planted '' 'flash_mng_kernel/*.cpp'
 	(
 		mkdir -p "$gate_dir/broken"
 		printf '#!/bin/sh\nexit 3\n' >"$gate_dir/broken/clang-tidy"
 		chmod +x "$gate_dir/broken/clang-tidy"
 		PATH=$gate_dir/broken:$PATH
-		finds 'clang-tidy ended with' tidy_findings
+		finds 'clang-tidy ended with' tidy_findings planted '' 'flash_mng_kernel/*.cpp'
 	)
 	finds planted.cpp format_findings
 	finds planted.cpp files_without_licence
