@@ -10,8 +10,8 @@ namespace {
 // What a compiler says of a line, with "failed" behind it when it refuses it.
 std::string said_of(const std::string &line, const std::string &compiler)
 {
-	return tools_tests::output_of("echo '" + line + "' | " + compiler + " -Wall -Wextra -fsyntax-only -I" SOURCE_DIR
-				      "/flash_mng_kernel/include - 2>&1 || echo failed");
+	return tools_tests::output_of("echo '" + line + "' | " + compiler +
+				      " -Wall -Wextra -fsyntax-only -I" SOURCE_DIR "/flash_mng_kernel/include - 2>&1 || echo failed");
 }
 
 constexpr const char *c = "cc -x c -std=c11";
