@@ -196,7 +196,8 @@ bool comes_before(const layout_change &a, const layout_change &b)
 
 std::vector<std::uint32_t> variants_of_both(const board_layout &before, const board_layout &after)
 {
-	const auto first = variants_of(before.of), second = variants_of(after.of);
+	const auto first = variants_of(before.of);
+	auto second = variants_of(after.of);
 	std::set<std::uint32_t> all(first.begin(), first.end());
 
 	if (first.size() == 1 && second.size() == 1)
