@@ -31,7 +31,6 @@
 . "$root/scripts/results.sh"
 
 platform_symbols=$build_dir/kernel/production/reference_platform/Module.symvers
-port_page=$root/docs/your-board.md
 
 # wrong TEXT: says what is wrong, and fails.
 wrong() {

@@ -9,6 +9,8 @@ root=$(CDPATH='' cd -- "$(dirname -- "$0")/../.." && pwd)
 # shellcheck source=tests/packages/built_module.sh
 . "$root/tests/packages/built_module.sh"
 
+port_page=$root/docs/your-board.md
+
 scratch=$build_dir/packages_test/debian
 this_architecture=$(dpkg --print-architecture)
 
