@@ -47,31 +47,6 @@ public:
 
 [[maybe_unused]] const auto *const printing_counts = testing::AddGlobalTestEnvironment(new print_counts);
 
-// All cuts of one operation: before, between and after its pages, and in the middle of each.
-std::vector<cut_point> cuts_of(std::size_t operation, const geometry &shape)
-{
-	std::vector<cut_point> all;
-	for (unsigned int page = 0; page <= shape.pages; ++page) {
-		all.push_back({operation, page, tearing::none});
-		if (page == shape.pages)
-			break;
-		all.push_back({operation, page, tearing::unstable});
-		if (shape.has_ecc)
-			all.push_back({operation, page, tearing::uncorrectable});
-	}
-	return all;
-}
-
-std::vector<cut_point> all_cuts(const std::vector<operation> &operations, const geometry &shape)
-{
-	std::vector<cut_point> all;
-	for (std::size_t i = 0; i < operations.size(); ++i) {
-		const auto cuts = cuts_of(i, shape);
-		all.insert(all.end(), cuts.begin(), cuts.end());
-	}
-	return all;
-}
-
 class power_cuts : public testing::TestWithParam<scenario> {
 protected:
 	power_cuts() : flash(GetParam().shape) { prepare(GetParam(), flash); }
@@ -296,7 +271,7 @@ TEST_P(power_cuts, leave_old_new_or_erased_in_the_block_in_flight_and_a_repeated
 {
 	const auto before = flash.now();
 
-	for (const auto &cut : all_cuts(expected_operations(before), one.shape)) {
+	for (const auto &cut : cuts_of(expected_operations(before).size(), one.shape)) {
 		torn_once.clear();
 		flash.set(before);
 		cut_update(cut);
@@ -313,14 +288,14 @@ TEST_P(power_cuts_twice, in_the_repeated_update_too)
 {
 	const auto before = flash.now();
 
-	for (const auto &cut : all_cuts(expected_operations(before), one.shape)) {
+	for (const auto &cut : cuts_of(expected_operations(before).size(), one.shape)) {
 		torn_once.clear();
 		flash.set(before);
 		cut_update(cut);
 		STOP_AT_FAILURE(cut);
 		const auto after_first = flash.now();
 		const auto torn_first = torn_once;
-		for (const auto &second : all_cuts(expected_operations(after_first), one.shape)) {
+		for (const auto &second : cuts_of(expected_operations(after_first).size(), one.shape)) {
 			torn_once = torn_first;
 			flash.set(after_first);
 			cut_update(second);

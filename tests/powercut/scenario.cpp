@@ -77,6 +77,21 @@ std::vector<scenario> large_scenarios()
 	return all;
 }
 
+std::vector<cut_point> cuts_of(std::size_t operations, const geometry &shape)
+{
+	std::vector<cut_point> all;
+	for (std::size_t operation = 0; operation < operations; ++operation)
+		for (unsigned int page = 0; page <= shape.pages; ++page) {
+			all.push_back({operation, page, tearing::none});
+			if (page == shape.pages)
+				break;
+			all.push_back({operation, page, tearing::unstable});
+			if (shape.has_ecc)
+				all.push_back({operation, page, tearing::uncorrectable});
+		}
+	return all;
+}
+
 std::ostream &operator<<(std::ostream &out, const scenario &one)
 {
 	return out << one.name;

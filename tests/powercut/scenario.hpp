@@ -30,6 +30,9 @@ struct scenario {
 std::vector<scenario> small_scenarios();
 std::vector<scenario> large_scenarios();
 
+// All cuts of so many operations: before, between and after the pages of each, and in the middle of each page.
+std::vector<cut_point> cuts_of(std::size_t operations, const geometry &shape);
+
 std::ostream &operator<<(std::ostream &out, const scenario &one);
 
 // The good blocks of a scenario, in order.

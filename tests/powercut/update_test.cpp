@@ -18,6 +18,7 @@
 #include "failure.hpp"
 #include "platform/flash_buffer.h"
 #include "platform_status.h"
+#include "scenario.hpp"
 #include "strict_flash.hpp"
 
 namespace powercut {
@@ -221,21 +222,6 @@ struct print_counts : testing::Environment {
 };
 
 [[maybe_unused]] const auto *const printing_counts = testing::AddGlobalTestEnvironment(new print_counts);
-
-std::vector<cut_point> cuts_of(std::size_t operations, const geometry &shape)
-{
-	std::vector<cut_point> all;
-	for (std::size_t operation = 0; operation < operations; ++operation)
-		for (unsigned int page = 0; page <= shape.pages; ++page) {
-			all.push_back({operation, page, tearing::none});
-			if (page == shape.pages)
-				break;
-			all.push_back({operation, page, tearing::unstable});
-			if (shape.has_ecc)
-				all.push_back({operation, page, tearing::uncorrectable});
-		}
-	return all;
-}
 
 class update_cuts : public testing::TestWithParam<update> {
 protected:
