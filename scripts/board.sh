@@ -46,12 +46,13 @@ copy_modules() {
 	copy_linux_modules
 }
 
-# copy_linux_modules: those of the kernel itself; one of Debian (scripts/matrix.sh) has others.
+# copy_linux_modules: those of the kernel itself, JFFS2 for cases about flash that is mounted; one of Debian (scripts/matrix.sh) has others.
 copy_linux_modules() {
 	if [ -n "${stock_files-}" ]; then
 		copy_stock_modules
 	else
-		cp "$kernel_dir/drivers/mtd/nand/raw/nandsim.ko" "$kernel_dir/drivers/mtd/devices/mtdram.ko" "$initramfs_root/lib/modules/"
+		cp "$kernel_dir/drivers/mtd/nand/raw/nandsim.ko" "$kernel_dir/drivers/mtd/devices/mtdram.ko" \
+			"$kernel_dir/fs/jffs2/jffs2.ko" "$initramfs_root/lib/modules/"
 	fi
 }
 
@@ -100,7 +101,6 @@ make_initramfs() {
 	if [ "$1" = full ]; then
 		copy_modules reference_platform examples/foreign_platform flash_mng_kernel board/demo/client tests/guest/lab \
 			tests/guest/platform_check || return 1
-		cp "$kernel_dir/fs/jffs2/jffs2.ko" "$initramfs_root/lib/modules/" || return 1
 		copy_programs bin demo tests || return 1
 		make_agreement_boards || return 1
 		shim_functions >"$initramfs_root/tests/shims" || return 1

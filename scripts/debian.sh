@@ -16,14 +16,15 @@ machine_codename() {
 	sed -n 's/^VERSION_CODENAME=//p' /etc/os-release
 }
 
-# write_sources FILE CODENAME: one-line sources of that release, its security updates included; sid has none of its own.
+# write_sources FILE CODENAME: one-line sources of that release, its security updates included; sid has none of its own, and those of a
+# CODENAME-release are left out.
 write_sources() {
 	main_archive=$(machine_archive "$(machine_codename)")
 	security_archive=$(machine_archive "$(machine_codename)-security")
-	[ "$2" != sid ] || security_archive=
+	case $2 in sid | *-release) security_archive= ;; esac
 	[ -n "$main_archive" ] || die "no Debian archive among this machine's package sources (apt-get indextargets)"
 	{
-		echo "deb [signed-by=$apt_keyring] $main_archive $2 main"
+		echo "deb [signed-by=$apt_keyring] $main_archive ${2%-release} main"
 		[ -z "$security_archive" ] || echo "deb [signed-by=$apt_keyring] $security_archive $2-security main"
 	} >"$1"
 }

@@ -4,9 +4,10 @@
 # Header packages of Debian's own kernels: prepared trees that modules are built against without building the kernel. They are unpacked in
 # the cache folder, one tree per kernel and version of its packages; nothing is installed.
 
-# release_of KERNEL: the Debian release that has this kernel, as flash_mng_kernel/KERNELS says.
+# release_of KERNEL: the Debian release that has this kernel, as flash_mng_kernel/KERNELS says. Of Debian 11 the archive has the kernels of
+# the release itself, and no longer those of its security updates.
 release_of() {
-	awk -v kernel="$1" '$1 == kernel { print $2 }' "$root/flash_mng_kernel/KERNELS"
+	awk -v kernel="$1" '$1 == kernel { print $2 }' "$root/flash_mng_kernel/KERNELS" | sed 's/^bullseye$/bullseye-release/'
 }
 
 # supported_kernels: one per line, the oldest first.
@@ -19,20 +20,25 @@ needed_package() {
 	sed 's/([^)]*)//g' "$package_files/needs" | tr -d ' ' | sed 's/[,|]/\n/g' | grep -m 1 -xE "$1"
 }
 
-# use_headers KERNEL: sets headers_dir, a tree for builds of modules, headers_release, what "uname -r" says on that kernel, and
-# headers_path, where the programs are that such a build calls: the compiler that the kernel was built by among them.
+# use_headers KERNEL[-FLAVOUR]: sets headers_dir, a tree for builds of modules, headers_release, what "uname -r" says on that kernel, and
+# headers_path, where the programs are that such a build calls: the compiler that the kernel was built by among them. Flavours are those
+# of Debian's packages: arm64, which is taken where none is named, rt-arm64, arm64-16k.
 use_headers() {
-	headers_suite=$(release_of "$1")
-	[ -n "$headers_suite" ] || die "Linux $1 is not among $(supported_kernels | xargs), the kernels that flash_mng is made for"
+	headers_kernel=${1%%-*}
+	headers_flavour=arm64
+	[ "$headers_kernel" = "$1" ] || headers_flavour=${1#*-}
+	headers_suite=$(release_of "$headers_kernel")
+	[ -n "$headers_suite" ] ||
+		die "Linux $headers_kernel is not among $(supported_kernels | xargs), the kernels that flash_mng is made for"
 	headers_machine=$(dpkg --print-architecture)
-	fetch_package "$headers_suite" arm64 linux-headers-arm64
-	headers_package=$(needed_package 'linux-headers-[0-9].*-arm64')
+	fetch_package "$headers_suite" arm64 "linux-headers-$headers_flavour"
+	headers_package=$(needed_package "linux-headers-[0-9].*-$headers_flavour")
 	headers_release=${headers_package#linux-headers-}
 	fetch_package "$headers_suite" arm64 "$headers_package"
 	headers_files=$package_files/files
 	headers_tools=$(needed_package 'linux-kbuild-.*')
 	headers_compiler=$(sed -n 's/^CC = .*gcc-//p' "$headers_files/usr/src/$headers_package/.kernelvariables")
-	headers_common=$(needed_package 'linux-headers-.*-common')
+	headers_common=$(needed_package 'linux-headers-.*-common(-rt)?')
 	fetch_package "$headers_suite" arm64 "$headers_common"
 	headers_common=$package_files/files
 	fetch_closure "$headers_suite" "$headers_machine" "$headers_tools"
@@ -61,15 +67,22 @@ make_headers_tree() {
 	for headers_part in "$headers_common" "$headers_tools_files" ${headers_compiler_files:+"$headers_compiler_files"}; do
 		cp -alf "$headers_part/." "$headers_root" || return 1
 	done
+	# Debian 11 has its C library in /lib.
+	[ ! -d "$headers_root/lib" ] || cp -alf "$headers_root/lib/." "$headers_root/usr/lib" || return 1
 	cp -a "$headers_files/usr/src/." "$headers_root/usr/src" || return 1
 	sed -i "s,/usr/src/,$headers_root/usr/src/,g" "$headers_dir/Makefile"
 	[ -z "$headers_compiler_files" ] || start_by_own_libraries
 }
 
-# Programs of another release than this machine's run with that release's libraries.
+# Programs of another release than this machine's run with that release's libraries; those of an old one with this machine's C library:
+# before glibc 2.33 a program that is started in this way is not told its own name, by which some find others.
 start_by_own_libraries() {
 	headers_libraries=$headers_root/usr/lib/$(gcc -dumpmachine)
 	headers_loader=$(find "$headers_libraries" -name 'ld-linux-*.so.*')
+	if ! "$headers_loader" --help 2>&1 | grep -q argv0; then
+		headers_loader=$(ldd /bin/sh | grep -o '/.*/ld-linux-[^ ]*')
+		headers_libraries=/usr/lib/$(gcc -dumpmachine):$headers_libraries
+	fi
 	find "$headers_root/usr" -type f -perm -u+x ! -name '*.so*' ! -path '*/usr/src/*' | while IFS= read -r headers_program; do
 		[ "$(head -c 4 "$headers_program" | tail -c 3)" = ELF ] || continue
 		mv "$headers_program" "$headers_program.elf"

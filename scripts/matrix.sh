@@ -1,13 +1,27 @@
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 # shellcheck shell=sh
 #
-# ./dev matrix: the suite on each kernel that flash_mng is made for. 5.10 is the board's own, configured here; the others are Debian's
-# binary kernels as they come, with modules built against their header packages.
+# ./dev matrix: the suite, load cycles and the tour on each kernel that flash_mng is made for. 5.10 is the board's own, configured here; the
+# others are Debian's binary kernels as they come, with modules built against their header packages.
+
+# Beside those of flash_mng_kernel/KERNELS, other flavours of Debian's: of Debian 11, whose compiler is GCC 10; preemptible everywhere
+# (PREEMPT_RT); with pages of 16 KiB.
+matrix_flavours="5.10-arm64 5.10-rt-arm64 6.1-rt-arm64 6.12-rt-arm64 6.12-arm64-16k"
+
+matrix_kernels() {
+	{
+		supported_kernels
+		printf '%s\n' "$matrix_flavours" | tr ' ' '\n'
+	} | sort -V
+}
 
 # What Debian has in modules and the board needs before anything else: its reports' ports, and MTD.
 stock_first_modules="virtio_mmio virtio_console mtd mtdblock"
+# What cases load and remove themselves.
+stock_file_system=jffs2
 
-# use_stock KERNEL: as use_kernel and use_stage, for Debian's kernel. Sets stock_image, and stock_files, the folder with its modules.
+# use_stock KERNEL[-FLAVOUR]: as use_kernel and use_stage, for Debian's kernel. Sets stock_image, and stock_files, the folder with its
+# modules.
 use_stock() {
 	use_headers_stage "$1"
 	fetch_package "$headers_suite" arm64 "linux-image-$headers_release"
@@ -21,25 +35,28 @@ use_stock() {
 	stock_files=$package_files/files
 }
 
-# copy_stock_modules: of Debian's modules those that are needed first, with what they need, and the order in which they load. What is no
-# module of this kernel is part of it.
+# stock_loading_order MODULE...: the files of these modules of Debian and of those that they need, in their order. What is no module of
+# this kernel is part of it.
+stock_loading_order() {
+	for stock_module in "$@"; do
+		[ -z "$(find "$stock_root" -name "$stock_module.ko")" ] ||
+			modprobe -d "$stock_root" -S "$headers_release" --show-depends "$stock_module" || return 1
+	done | awk '$1 == "insmod" && !seen[$2]++ { print $2 }'
+}
+
+# copy_stock_modules: of Debian's modules those that the board and its cases need, and the order of those that are loaded first.
 copy_stock_modules() {
 	stock_root=$initramfs_root.linux
 	stock_modules=$stock_root/lib/modules/$headers_release
 	rm -rf "$stock_root"
-	mkdir -p "$stock_modules/kernel/drivers"
-	stock_drivers=$(find "$stock_files" -type d -path "*/lib/modules/$headers_release/kernel/drivers")
-	cp -R "$stock_drivers/mtd" "$stock_drivers/virtio" "$stock_drivers/char" "$stock_modules/kernel/drivers" || return 1
+	mkdir -p "$stock_modules/kernel"
+	stock_kernel=$(find "$stock_files" -type d -path "*/lib/modules/$headers_release/kernel")
+	(cd "$stock_kernel" && cp -R --parents drivers/mtd drivers/virtio drivers/char fs/jffs2 "$stock_modules/kernel") || return 1
 	find "$stock_root" -name '*.ko.xz' -exec xz -d {} + && depmod -b "$stock_root" "$headers_release" || return 1
-	for stock_module in $stock_first_modules; do
-		[ -z "$(find "$stock_root" -name "$stock_module.ko")" ] ||
-			modprobe -d "$stock_root" -S "$headers_release" --show-depends "$stock_module" || return 1
-	done | awk '$1 == "insmod" && !seen[$2]++ { print $2 }' >"$stock_root/first"
-	: >"$initramfs_root/lib/modules/first"
-	while IFS= read -r stock_module; do
-		cp "$stock_module" "$initramfs_root/lib/modules/" || return 1
-		basename "$stock_module" .ko >>"$initramfs_root/lib/modules/first"
-	done <"$stock_root/first"
+	# shellcheck disable=SC2086 # a list of names
+	stock_loading_order $stock_first_modules $stock_file_system >"$stock_root/all" || return 1
+	xargs cp -t "$initramfs_root/lib/modules/" <"$stock_root/all" &&
+		sed 's,.*/,,; s,\.ko$,,' "$stock_root/all" | grep -vxF "$stock_file_system" >"$initramfs_root/lib/modules/first"
 }
 
 build_stock() {
@@ -57,8 +74,11 @@ run_stock() {
 	name_initramfs "stock-$1" full
 	stock_output=$2
 	stock_task=$3
+	stock_processor=cortex-a57
+	# The board's own processor has pages of 4 KiB and 64 KiB only.
+	case $1 in *-16k) stock_processor=cortex-a76 ;; esac
 	shift 3
-	"$root/board/run" --machine "$machine" --kernel "$stock_image" --initramfs "$initramfs" \
+	"$root/board/run" --machine "$machine" --processor "$stock_processor" --kernel "$stock_image" --initramfs "$initramfs" \
 		--task "$stock_task" --output "$stock_output" "$@" --append "nokaslr maxcpus=1"
 }
 
@@ -86,29 +106,32 @@ skip_reasons() {
 		sort -rn | sed 's/^ *\([0-9]*\) \(.*\)/\1: \2/' | paste -s -d ';' - | sed 's/;/; /g'
 }
 
-# run_row KERNEL NAME COMPILER COMMAND...: runs the suite and the load cycles by the command; leaves the row of the table. A report of the
-# kernel, and cycles that failed, are failures too.
+# run_row KERNEL NAME COMPILER COMMAND...: runs the suite, the load cycles and the tour by the command; leaves the row of the table. A
+# report of the kernel, and cycles or a tour that failed, are failures too.
 run_row() {
-	row_begin="| $1 | $2 | $3"
+	row_begin="| $1 | $2 | $3 | \`$(modinfo -F vermagic "$stage_dir/flash_mng_kernel/flash_mng.ko" | sed 's/ *$//')\`"
 	row_file=$(matrix_row "$1")
 	row_folder=$build_dir/board/matrix-$1
 	row_title="Linux $1"
 	shift 3
 	row_failed=0
 	try_step "suite on $row_title" "matrix_suite" "$@" "$row_folder" suite --time-limit "$matrix_limit" || true
-	try_step "load cycles on $row_title" "matrix_cycles" "$@" "$row_folder-cycles" cycles --time-limit "$matrix_limit" || row_failed=1
+	for row_task in cycles demo; do
+		try_step "$row_task on $row_title" "matrix_$row_task" "$@" "$row_folder-$row_task" "$row_task" \
+			--time-limit "$matrix_limit" || row_failed=$((row_failed + 1))
+	done
 	row_report=$row_folder/results/conformance.xml
 	if [ ! -s "$row_report" ]; then
 		echo "$row_begin | – | – | the suite did not come to its end |" >"$row_file"
 		return 1
 	fi
-	for row_console in "$row_folder" "$row_folder-cycles"; do
+	for row_console in "$row_folder" "$row_folder-cycles" "$row_folder-demo"; do
 		row_failed=$((row_failed + $(awk -f "$root/scripts/console_reports.awk" "$row_console/console.log" | wc -l)))
 	done
 	# shellcheck disable=SC2046 # three numbers
 	set -- $(awk -f "$root/scripts/results.awk" "$row_report" | head -n 1)
 	row_failed=$((row_failed + $2))
-	echo "$row_begin | $1 | $row_failed | $3$([ "$3" -eq 0 ] || echo "; $(skip_reasons "$row_report")") |" >"$row_file"
+	echo "$row_begin | $1 | $row_failed | $3$([ "$3" -eq 0 ] || echo " ($(skip_reasons "$row_report"))") |" >"$row_file"
 	[ "$row_failed" -eq 0 ]
 }
 
@@ -131,14 +154,14 @@ matrix_kernel() (
 		build_stock "$1"
 		run_row "$1" "Debian's $headers_release" "gcc $headers_compiler" run_stock "$1"
 	else
-		echo "| $1 | Debian's | – | – | – | not run: $(why_no_headers "$1") |" >"$(matrix_row "$1")"
+		echo "| $1 | Debian's | – | – | – | – | not run: $(why_no_headers "$1") |" >"$(matrix_row "$1")"
 	fi
 )
 
 # matrix_command [KERNEL]: all of them, or that one.
 matrix_command() {
 	at_most 1 matrix "$@"
-	known_words matrix supported_kernels "$@"
+	known_words matrix matrix_kernels "$@"
 	hold_clone
 	need_packages "$build_packages" "$host_packages" "$check_packages"
 	say "A kernel takes 10 to 20 minutes on two cores, and its packages up to 900 MiB of $cache_dir, once."
@@ -147,11 +170,11 @@ matrix_command() {
 	build_program_preset guest
 	mkdir -p "$build_dir/results"
 	matrix_result=0
-	for matrix_each in ${1:-$(supported_kernels)}; do
+	for matrix_each in ${1:-$(matrix_kernels)}; do
 		rm -f "$(matrix_row "$matrix_each")"
 		matrix_kernel "$matrix_each" || matrix_result=1
 		[ ! -s "$(matrix_row "$matrix_each")" ] || keep_row "$matrix_each"
 	done
-	grep '^| ' "$matrix_page" | grep -vE '^\| (-|[A-Z][a-z]+ into)'
+	sed -n '/^| Linux |/,/^$/p' "$matrix_page"
 	return "$matrix_result"
 }
