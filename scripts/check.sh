@@ -80,7 +80,7 @@ nothing_in() {
 our_files() {
 	for pattern in "$@"; do
 		if [ ! -e "$root/.git" ]; then
-			(cd "$root" && find . -path ./build -prune -o -type f -path "./$pattern" -printf '%P\n')
+			(cd "$root" && find . -path ./build -prune -o -xtype f -path "./$pattern" -printf '%P\n')
 			continue
 		fi
 		git -C "$root" ls-files --cached --others --exclude-standard "$pattern" | while IFS= read -r our_file; do
@@ -155,7 +155,8 @@ expect_info() {
 }
 
 module_information() {
-	expect_info license "Dual BSD/GPL" && expect_info name flash_mng && expect_info parm "" || return 1
+	expect_info license "Dual BSD/GPL" && expect_info name flash_mng && expect_info parm "" &&
+		expect_info version "$(cat "$root/VERSION")" || return 1
 	case $(modinfo -F vermagic "$flash_object") in
 	*"SMP preempt mod_unload modversions aarch64"*) ;;
 	*)
@@ -315,7 +316,7 @@ check_object() {
 	check unwinding "flash_mng.ko: no unwind tables" nothing_in unwind_tables
 	check symbols "flash_mng.ko: undefined symbols are on the list" symbols_on "$root/flash_mng_kernel/allowed_symbols.txt"
 	check frames "flash_mng.ko: frames of at most $frame_limit bytes" frames_measured
-	check information "flash_mng.ko: licence, no parameters, version magic" module_information
+	check information "flash_mng.ko: licence, version, no parameters, version magic" module_information
 	check exports "flash_mng.ko: exports and their checksums are those of the list" \
 		as_listed "$root/flash_mng_kernel/exports.txt" exports
 	check sizes "flash_mng.ko: sections and largest frames have the sizes of the list" sizes_on "$root/flash_mng_kernel/sizes.txt"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include <linux/module.h>
+#include <linux/stringify.h>
 
 #include "kernel/device.h"
 
@@ -19,3 +20,4 @@ module_exit(flash_mng_exit);
 MODULE_DESCRIPTION("Flash manager of the board");
 MODULE_AUTHOR("The flash_mng developers");
 MODULE_LICENSE("Dual BSD/GPL");
+MODULE_VERSION(__stringify(FLASH_MNG_VERSION));

@@ -181,15 +181,20 @@ with_information() {
 test_information_gate() {
 	dual_licence='license=Dual BSD/GPL'
 	magic='vermagic=5.10.1 SMP preempt mod_unload modversions aarch64'
-	with_information "$dual_licence" name=flash_mng "$magic"
+	this_version=version=$(cat "$clone/VERSION")
+	with_information "$dual_licence" name=flash_mng "$this_version" "$magic"
 	passes module_information
-	with_information license=GPL name=flash_mng "$magic"
+	with_information license=GPL name=flash_mng "$this_version" "$magic"
 	fails module_information
-	with_information "$dual_licence" name=other "$magic"
+	with_information "$dual_licence" name=other "$this_version" "$magic"
 	fails module_information
-	with_information "$dual_licence" name=flash_mng "$magic" parm=debug:level
+	with_information "$dual_licence" name=flash_mng "$magic"
 	fails module_information
-	with_information "$dual_licence" name=flash_mng 'vermagic=5.10.1 mod_unload aarch64'
+	with_information "$dual_licence" name=flash_mng "$this_version.1" "$magic"
+	fails module_information
+	with_information "$dual_licence" name=flash_mng "$this_version" "$magic" parm=debug:level
+	fails module_information
+	with_information "$dual_licence" name=flash_mng "$this_version" 'vermagic=5.10.1 mod_unload aarch64'
 	fails module_information
 }
 
@@ -1041,7 +1046,7 @@ accepts() {
 # A ./dev that cannot do any work and has nothing to remove but its own folder.
 test_usage() {
 	mkdir -p "$gate_dir/few_programs" cache/flash_mng build
-	cp -R "$clone/dev" "$clone/VERSION" "$clone/scripts" .
+	cp -R -H "$clone/dev" "$clone/VERSION" "$clone/scripts" .
 	export XDG_CACHE_HOME="$PWD/cache"
 	for program in awk cat date dirname flock grep mkdir nproc rm sed sort touch; do
 		ln -sf "$(command -v "$program")" "$gate_dir/few_programs"

@@ -105,7 +105,7 @@ yocto_fetch() {
 		fetched=${fetched#file://}
 		fetched=${fetched%%;*}
 		mkdir -p "$unpack_dir/$(dirname "$fetched")"
-		cp -R "$root/$fetched" "$unpack_dir/$fetched" || return 1
+		cp -R -H "$root/$fetched" "$unpack_dir/$fetched" || return 1
 	done
 	yocto_source=$(recipe_path "$(recipe_value "$1" S)")
 	[ -d "$yocto_source" ] || wrong "S is $yocto_source"

@@ -224,14 +224,14 @@ test_bill() {
 	bill_is 'which is not there' sed -i '0,/SPDXRef-File-7"/s//SPDXRef-File-77777"/'
 	bill_is 'no compiler' sed -i 's/"g++"/"none"/'
 	bill_is 'no kernel' sed -i 's/"linux"/"none"/'
-	bill_is 'is not in the bill' sed -i 's,"./VERSION","./NOVERSION",'
+	bill_is 'is not in the bill' sed -i 's,"./CHANGELOG.md","./NOCHANGELOG.md",'
 	bill_is 'reuse says of' sed -i '0,/"GPL-2.0-only"$/s//"MIT"/'
 	bill_is 'time of creation' sed -i 's/"created": ".*"/"created": "today"/'
 	bill_is 'absolute address' sed -i 's,"documentNamespace": "https,"documentNamespace": "#,'
 	bill_is 'verification code' sed -i 's/"packageVerificationCodeValue": "./&0/'
 }
 
-for release_test in test_refusals test_same_bytes test_verify test_without_git test_bill; do
+for release_test in test_refusals test_same_bytes test_reproduce test_verify test_without_git test_bill; do
 	"$release_test"
 done
 [ ! -e "$release_scratch/failed" ] && echo "what is refused, what is made, what is found; a bill of $(cat "$release_scratch/figure")"
