@@ -67,6 +67,13 @@ package_findings() {
 }
 
 package_command() {
+	if [ "${1-}" = --reproduce ]; then
+		at_most 1 package "$@"
+		hold_clone
+		need_packages "$build_packages" "$package_packages"
+		reproduce_packages
+		return
+	fi
 	package_tests=no
 	! has_option --test package "$@" || package_tests=yes
 	hold_clone

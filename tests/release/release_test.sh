@@ -121,6 +121,24 @@ test_same_bytes() {
 	cp -a "$made" "$release_scratch/given"
 }
 
+# Two builds by two people: equal, and different for each thing that tells one from the other.
+test_reproduce() {
+	make_clone again
+	succeeds again reproduce_packages
+	for twice_made in flash_mng-1.2.tar.gz stand-in.deb board.ko board-debug.ko; do
+		grep -q "  $twice_made\$" "$release_scratch/output" || release_wrong "$twice_made is not built twice"
+	done
+	# shellcheck disable=SC2016 # commands of the build
+	for left in pwd umask 'echo "$HOME"' 'echo "$USER"' 'echo "$LC_ALL"' 'date +%Z'; do
+		rm -rf "$release_scratch/telling"
+		make_clone telling
+		echo "$left" >"$release_scratch/telling/left"
+		commit telling
+		declines 'the two are not the same' telling reproduce_packages
+		grep -q 'stand-in.deb' "$release_scratch/output" || release_wrong "it does not say that stand-in.deb differs"
+	done
+}
+
 # spoil COMMAND...: a copy of the release in which the command, run in its folder, changed something.
 spoil() {
 	rm -rf "$release_scratch/spoiled"
