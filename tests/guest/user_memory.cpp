@@ -2,6 +2,7 @@
 //
 // Memory of this process that ends at the end of its mapping, with a page behind it that nobody may touch.
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -14,7 +15,7 @@
 
 namespace {
 
-constexpr std::size_t page_size = 4096;
+const std::size_t page_size = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
 
 struct mapping {
 	void *start;
