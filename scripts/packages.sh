@@ -11,7 +11,7 @@ build_packages="gcc g++ libc6-dev make bc bison flex perl libelf-dev libssl-dev 
 host_packages="gcc-arm-linux-gnueabihf libc6-dev-armhf-cross"
 check_packages="git universal-ctags clang-tidy clang-format cppcheck shellcheck sparse kmod mandoc zsh rsync reuse python3
 	python3-license-expression lava-common pandoc"
-test_packages="libxml2-utils gcovr"
+test_packages="clang llvm libclang-rt-dev libxml2-utils"
 prove_packages="z3"
 clang_packages="clang-19 llvm-19 libclang-rt-19-dev"
 twin_packages="qemu-system-x86 seabios"

@@ -1,8 +1,11 @@
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 # shellcheck shell=sh
 #
-# The programs: host tools and tests, programs of the board. CMake presets: debug release asan tsan coverage (host), guest (static,
+# The programs: host tools and tests, programs of the board. CMake presets: debug release asan tsan fuzz (host), guest (static,
 # AArch64), twin (static, x86_64).
+
+# The preset that the host's tools are of. The tests have flash-board already, with sanitizers.
+: "${host_preset:=debug}"
 
 # preset_dir PRESET
 preset_dir() {

@@ -152,7 +152,7 @@ private:
 };
 
 // `count` bytes that tell their position: byte i is a mix of i and the seed. Optimised in every build: the cases make megabytes of it.
-__attribute__((optimize("O2"))) inline bytes pattern(std::size_t count, uint32_t seed = 1)
+inline bytes pattern(std::size_t count, uint32_t seed = 1)
 {
 	bytes made(count);
 	uint8_t *const out = made.data();

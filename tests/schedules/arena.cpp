@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#if defined(__SANITIZE_ADDRESS__)
+#ifdef SCHEDULES_ADDRESS_SANITIZER
 #include <sanitizer/asan_interface.h>
 #else
 #define ASAN_POISON_MEMORY_REGION(start, size) ((void)(start), (void)(size))

@@ -6,7 +6,7 @@
 
 #include <cstdlib>
 
-#if defined(__SANITIZE_ADDRESS__)
+#ifdef SCHEDULES_ADDRESS_SANITIZER
 #include <dlfcn.h>
 #include <sanitizer/common_interface_defs.h>
 #endif
@@ -23,7 +23,7 @@ using exchange = int(ucontext_t *, const ucontext_t *);
 // The C library's own: the address sanitizer stands before it with a warning for those who do not tell it of their stacks.
 exchange *own_swapcontext()
 {
-#if defined(__SANITIZE_ADDRESS__)
+#ifdef SCHEDULES_ADDRESS_SANITIZER
 	if (void *library = dlopen("libc.so.6", RTLD_LAZY | RTLD_NOLOAD))
 		return reinterpret_cast<exchange *>(dlsym(library, "swapcontext"));
 #endif
@@ -37,19 +37,19 @@ class stack_change {
 public:
 	stack_change([[maybe_unused]] const void *bottom, [[maybe_unused]] std::size_t size)
 	{
-#if defined(__SANITIZE_ADDRESS__)
+#ifdef SCHEDULES_ADDRESS_SANITIZER
 		__sanitizer_start_switch_fiber(&fake_stack_, bottom, size);
 #endif
 	}
 	void came_back()
 	{
-#if defined(__SANITIZE_ADDRESS__)
+#ifdef SCHEDULES_ADDRESS_SANITIZER
 		__sanitizer_finish_switch_fiber(fake_stack_, nullptr, nullptr);
 #endif
 	}
 	static void arrived([[maybe_unused]] const void **bottom, [[maybe_unused]] std::size_t *size)
 	{
-#if defined(__SANITIZE_ADDRESS__)
+#ifdef SCHEDULES_ADDRESS_SANITIZER
 		__sanitizer_finish_switch_fiber(nullptr, bottom, size);
 #endif
 	}

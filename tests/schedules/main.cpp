@@ -20,11 +20,12 @@ constexpr std::uint64_t limit_of_a_scene = numbers_of_a_scene;
 // What was planted in this program's module; its first violation is enough.
 #ifdef SCHEDULES_PLANTED
 constexpr const char *planted = SCHEDULES_PLANTED;
-constexpr std::uint64_t first_number = SCHEDULES_PLANTED_NUMBER * numbers_of_a_program;
+constexpr unsigned number_of_program = SCHEDULES_PLANTED_NUMBER;
 #else
 constexpr const char *planted = nullptr;
-constexpr std::uint64_t first_number = 0;
+constexpr unsigned number_of_program = 0;
 #endif
+constexpr std::uint64_t first_number = number_of_program * numbers_of_a_program;
 
 std::uint64_t number_of(std::size_t scene, std::uint64_t schedule)
 {

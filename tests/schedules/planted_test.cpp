@@ -8,6 +8,9 @@
 #include <array>
 #include <cstdio>
 #include <filesystem>
+#include <regex>
+
+using namespace std::string_literals;
 
 namespace {
 
@@ -30,7 +33,7 @@ told run(const std::string &planted, const std::string &arguments)
 
 struct planted_bug {
 	const char *name;
-	const char *found; // the violation
+	const char *found; // how the violation begins, a regular expression
 };
 
 class planted : public testing::TestWithParam<planted_bug> {};
@@ -40,23 +43,20 @@ TEST_P(planted, is_found_and_seen_again)
 	const auto [name, expected] = GetParam();
 	const told all = run(name, "");
 	EXPECT_EQ(all.status, 1) << all.text;
-	const auto at = all.text.find(std::string("\n  ") + expected);
-	ASSERT_NE(at, all.text.npos) << all.text;
-	const std::string before_number = "--replay ";
-	const auto number = all.text.find(before_number, at);
-	ASSERT_NE(number, all.text.npos) << all.text;
-	const told again =
-		run(name, before_number + all.text.substr(number + before_number.size(), all.text.find('\n', number) - number - 9));
+	std::smatch seen;
+	ASSERT_TRUE(std::regex_search(all.text, seen, std::regex("\n  "s + expected + ".*\n.*(--replay [0-9]+)"))) << all.text;
+	const told again = run(name, seen[1]);
 	EXPECT_EQ(again.status, 0) << again.text;
-	EXPECT_NE(again.text.find(std::string("WRONG: ") + expected), again.text.npos) << again.text;
+	EXPECT_TRUE(std::regex_search(again.text, std::regex("WRONG: "s + expected))) << again.text;
 }
 
+// A compiler may hook the store of `references += n` alone, or the load before it too.
 constexpr planted_bug bugs[] = {
 	{"count_before_entries", "nothing orders two accesses of memory of the module"},
 	{"listed_partition_unlocked", "nothing orders two accesses of a listed partition"},
 	{"lock_left_out", "nothing orders two accesses of memory of the module"},
-	{"reference_dropped_early", "broken rule: a load from"},
-	{"search_and_reference_apart", "broken rule: a load from"},
+	{"reference_dropped_early", "broken rule: a load from .* freed"},
+	{"search_and_reference_apart", "broken rule: a (?:load from|store to) .* freed"},
 	{"sections_taken_twice", "deadlock: nobody can go on"},
 };
 

@@ -296,10 +296,10 @@ void add_transfers(std::vector<operation> &all)
 		}));
 	}
 	for (const auto &[what, id, offset] : {std::tuple("1", 1u, transfer_offset), std::tuple("2", 2u, 0x1000 + transfer_offset)}) {
-		all.push_back(of_section("drv_flash_read", what, [=](memory &own) {
+		all.push_back(of_section("drv_flash_read", what, [id = id, offset = offset](memory &own) {
 			return drv_flash_read(0xffffffff, id, offset, own.buffer.data(), transfer_length);
 		}));
-		all.push_back(of_section("drv_flash_write", what, [=](memory &own) {
+		all.push_back(of_section("drv_flash_write", what, [id = id, offset = offset](memory &own) {
 			return drv_flash_write(0xffffffff, id, offset, own.buffer.data(), transfer_length);
 		}));
 	}
@@ -315,11 +315,11 @@ void add_flashes(std::vector<operation> &all)
 	}));
 	for (const auto &[what, inst_id] : {std::pair("0x20", plain_flash), std::pair("0x21", locked_flash)}) {
 		all.push_back(of_flash(
-			"drv_flash_get_size", what, 8, [=](memory &own) { return drv_flash_get_size(inst_id, 0, own.buffer.data()); },
-			inst_id));
+			"drv_flash_get_size", what, 8,
+			[inst_id = inst_id](memory &own) { return drv_flash_get_size(inst_id, 0, own.buffer.data()); }, inst_id));
 		all.push_back(creation(what, inst_id));
 		all.push_back(of_flash(
-			"drv_flash_destroy", what, 0, [=](memory &) { return drv_flash_destroy(inst_id); }, inst_id));
+			"drv_flash_destroy", what, 0, [inst_id = inst_id](memory &) { return drv_flash_destroy(inst_id); }, inst_id));
 	}
 }
 

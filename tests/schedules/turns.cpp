@@ -103,7 +103,7 @@ unsigned turns::add(std::function<void()> work, bool moves_sections)
 	one.wrote = false;
 	one.killed = false;
 	one.given_up = false;
-	one.line.start([this, &one, work = std::move(work)] {
+	one.line.start([&one, work = std::move(work)] {
 		try {
 			if (!one.given_up)
 				work();

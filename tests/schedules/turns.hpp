@@ -50,7 +50,6 @@ struct step {
 	footprint touched;
 	address held_before; // a lock
 	bool killed;	     // the caller, while it waited
-	bool operator==(const step &) const = default;
 };
 
 class turns final : private simulation::call_scheduler {
