@@ -74,8 +74,8 @@ build_bench() {
 	build_kernel production
 	build_modules production
 	run_step "build the modules that measure" bench_client make_bench_client
-	build_program_target debug flash-board
-	build_program_target debug bench_report
+	build_program_target "$host_preset" flash-board
+	build_program_target "$host_preset" bench_report
 	build_program_target guest bench
 	use_busybox
 	fetch_package "$(machine_codename)" arm64 mtd-utils
@@ -123,7 +123,7 @@ module_sizes() {
 
 # Writes all that is said of the figures. The committed ones are those of the gate's run: what went before a call changes it a little.
 report_bench() {
-	report_program=$(preset_dir debug)/bench/bench_report
+	report_program=$(preset_dir "$host_preset")/bench/bench_report
 	{ cat "$(figures_of bench-1)" && module_sizes; } >"$build_dir/bench/figures.tsv" || return 1
 	"$report_program" report "$build_dir/bench/figures.tsv" "$build_dir/board/bench-trace-run" "$(bench_versions)" "$root/bench" \
 		"$build_dir/bench/figures.json" "$root/docs" || return 1
@@ -155,7 +155,7 @@ count_gate() {
 		tail -n 20 "$log_dir/bench_gate.log"
 		return 1
 	}
-	"$(preset_dir debug)/bench/bench_report" gate "$(figures_of bench-gate)" "$root/bench/figures.txt"
+	"$(preset_dir "$host_preset")/bench/bench_report" gate "$(figures_of bench-gate)" "$root/bench/figures.txt"
 }
 
 # test_bench: for ./dev test.

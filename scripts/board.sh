@@ -21,13 +21,13 @@ compile_board_files() {
 
 # make_agreement_boards: boards made up on the host, and what flash-board simulate says about each.
 make_agreement_boards() {
-	"$(preset_dir debug)/tests/flash_board/agreement_boards" "$initramfs_root/lib/firmware/board/conformance/agreement" \
+	"$(preset_dir "$host_preset")/tests/flash_board/agreement_boards" "$initramfs_root/lib/firmware/board/conformance/agreement" \
 		"$initramfs_root/tests/agreement"
 }
 
 # compile_board XML FILE [OPTION]
 compile_board() {
-	"$(preset_dir debug)/tools/flash-board/flash-board" compile ${3:+"$3"} "$1" -o "$2"
+	"$(preset_dir "$host_preset")/tools/flash-board/flash-board" compile ${3:+"$3"} "$1" -o "$2"
 }
 
 # compile_boards_of FOLDER FIRMWARE [OPTION]: the XML files of a folder of the clone.
@@ -118,7 +118,7 @@ build_initramfs() {
 	use_stage "$1"
 	use_busybox
 	name_initramfs "$1" "$2"
-	[ "$2" = demo ] || build_program_target debug agreement_boards
+	[ "$2" = demo ] || build_program_target "$host_preset" agreement_boards
 	run_step "build the initramfs ($1, $2)" "initramfs_$1_$2" make_initramfs "$2"
 }
 

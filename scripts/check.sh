@@ -545,7 +545,7 @@ long_lines() {
 }
 
 checks_of_modules="gates constructors runtime unwinding symbols frames information exports sizes imports traces strict"
-checks_of_programs="gates tidy analyzer analyzer_tools"
+checks_of_programs="gates tidy tidy_tools analyzer analyzer_tools"
 
 # build_for_checks: what the wanted checks look at.
 build_for_checks() {
@@ -581,7 +581,8 @@ check_sources() {
 	check strict "C for the kernel: W=1 and sparse" nothing_in strict_findings make_all_modules
 	check style "C for the kernel: style" nothing_in kernel_style_findings
 	check versions "C for the kernel: versions of Linux are asked for in the shims and the lab only" nothing_in other_versions
-	check tidy "C++: clang-tidy" nothing_in tidy_findings tidy '-clang-analyzer-*' 'flash_mng_kernel/*.cpp' 'tools/*.cpp'
+	check tidy "C++ of the module: clang-tidy" nothing_in tidy_findings tidy '-clang-analyzer-*' 'flash_mng_kernel/*.cpp'
+	check_alone tidy_tools "C++ of the tools: clang-tidy" nothing_in tidy_findings tidy_tools '-clang-analyzer-*' 'tools/*.cpp'
 	check analyzer "C++ of the module: clang's analyzer" \
 		nothing_in tidy_findings analyzer '-*,clang-analyzer-*' 'flash_mng_kernel/*.cpp'
 	check_alone analyzer_tools "C++ of the tools: clang's analyzer" \

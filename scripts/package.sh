@@ -44,14 +44,16 @@ build_board_packages() {
 	build_staged --no-check-builddeps --build=any --host-arch "$debian_architecture" --no-pre-clean
 }
 
-# make_packages [again]: "again" compiles only what changed since the last time, without optimising, and makes no source package: for tests
+# make_packages [again]: "again" compiles only what changed since the last time, as fast as it goes, and makes no source package: for tests
 # of what is in the packages.
 make_packages() {
 	stage_package "$@" || return 1
 	package_options=
 	if [ "${1-}" = again ]; then
-		package_options=noopt
+		package_options="noopt noautodbgsym"
+		export CC=clang CXX=clang++ DEB_CFLAGS_APPEND=-g0 DEB_CXXFLAGS_APPEND=-g0
 		build_staged --build=binary --no-pre-clean || return 1
+		unset CC CXX
 	else
 		build_staged || return 1
 	fi

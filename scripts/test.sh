@@ -3,8 +3,6 @@
 #
 # ./dev test [--host]: the suite on the host and on the board.
 
-line_coverage=100
-branch_coverage=100
 # Seconds of processor time of the emulator, and ten times as many of time.
 suite_time_limit=1200
 short_time_limit=600
@@ -87,20 +85,34 @@ test_host_threads() {
 	count_step "the cases with several threads ended well" ended_well "$threads_status"
 }
 
+# measure_coverage PROGRAM PROFILE: of the module, without what its headers bring for programs.
 measure_coverage() {
-	gcovr --root "$root" --filter "$root/flash_mng_kernel/" --exclude-throw-branches --html-details "$build_dir/coverage.html" \
-		--txt "$build_dir/coverage.txt" --json-summary "$build_dir/coverage.json" --print-summary \
-		--fail-under-line "$line_coverage" --fail-under-branch "$branch_coverage" "$(preset_dir asan)" >"$log_dir/gcovr.log" 2>&1
+	llvm-profdata merge "$2" -o "$2.data" || return 1
+	set -- "$1" "-instr-profile=$2.data" -ignore-filename-regex=/uapi/ "$root/flash_mng_kernel"
+	llvm-cov report "$@" >"$build_dir/coverage.txt" &&
+		llvm-cov show -format=html -show-branches=count "-output-dir=$build_dir/coverage" "$@"
 }
 
+# coverage_is_whole <REPORT
+coverage_is_whole() {
+	awk '
+		$1 == "Filename" { known = /Lines +Missed Lines +Cover +Branches +Missed Branches +Cover$/ }
+		$1 == "TOTAL" {
+			printf "lines %s, branches %s\n", $10, $13
+			whole = known && $8 > 0 && $9 == 0 && $11 > 0 && $12 == 0
+		}
+		END { exit !whole }'
+}
+
+# coverage_text PROGRAM PROFILE
 coverage_text() {
 	rm -f "$build_dir/coverage.txt"
-	coverage_status=0
-	measure_coverage || coverage_status=$?
-	sed -n 's/^\(lines\|branches\): \([0-9.]*%\).*/\1 \2/p' "$log_dir/gcovr.log" | paste -s -d , -
-	[ "$coverage_status" -eq 0 ] || {
-		echo "at least $line_coverage% of the lines and $branch_coverage% of the branches have to run"
-		tail -n 15 "$log_dir/gcovr.log"
+	measure_coverage "$@" 2>"$log_dir/llvm_cov.log" || {
+		tail -n 15 "$log_dir/llvm_cov.log"
+		return 1
+	}
+	coverage_is_whole <"$build_dir/coverage.txt" || {
+		echo "all lines and all branches have to run; $build_dir/coverage/index.html shows which do not"
 		cat "$build_dir/coverage.txt"
 		return 1
 	}
@@ -108,17 +120,19 @@ coverage_text() {
 
 test_coverage() {
 	build_program_target asan coverage_host
-	find "$(preset_dir asan)" -name '*.gcda' -delete
+	coverage_program=$(preset_dir asan)/tests/host/coverage_host
+	coverage_profile=$(preset_dir asan)/results/coverage_host.profile
+	rm -f "$coverage_profile"
 	cases_status=0
 	coverage_limit=$(preset_dir asan)/results/coverage_host.limit
 	try_step "run the cases on a core that counts" coverage_host env ASAN_OPTIONS="$asan_options" \
-		"$root/tests/limited" "$coverage_limit" "$(preset_dir asan)/tests/host/coverage_host" --gtest_brief=1 || {
+		LLVM_PROFILE_FILE="$coverage_profile" "$root/tests/limited" "$coverage_limit" "$coverage_program" --gtest_brief=1 || {
 		cases_status=$?
 		show_step
 	}
 	[ ! -s "$coverage_limit" ] || note_limit coverage_host
 	count_step "the cases on a core that counts ended well" ended_well "$cases_status"
-	count_step "coverage of the module's C++" coverage_text
+	count_step "coverage of the module's C++" coverage_text "$coverage_program" "$coverage_profile"
 }
 
 console_is_clean() {
@@ -159,7 +173,15 @@ run_lane_3() {
 	run_task debug-leftovers debug full leftovers "$short_time_limit"
 }
 
-# The boards, and beside them the checks, which fill the cores while boards wait.
+# Beside the boards, whose cores wait at times. It leaves its counts as a process of its own does, and so do the checks.
+test_rest() {
+	total_passed=0 total_failed=0 total_skipped=0
+	count_program packages_test "$root/tests/packages/packages_test.sh"
+	test_package_build
+	test_bench
+	end_program rest
+}
+
 run_boards() {
 	run_lane_1 &
 	first_lane=$!
@@ -168,6 +190,7 @@ run_boards() {
 	run_lane_3 &
 	third_lane=$!
 	(checks_beside=tests && run_checks) >"$log_dir/checks.log" 2>&1 || true
+	(test_rest) >"$log_dir/rest.log" 2>&1 || true
 	wait "$first_lane" "$second_lane" "$third_lane"
 }
 
@@ -209,7 +232,8 @@ board_runs="production-suite debug-suite-1 debug-suite-2 production-cycles produ
 	debug-leftovers debug-concurrency debug-fuzz"
 
 test_board() {
-	build_program_target debug flash-board
+	build_program_target "$host_preset" flash-board
+	configure_programs debug
 	build_program_preset guest
 	for test_flavour in production debug; do
 		build_kernel "$test_flavour"
@@ -224,8 +248,8 @@ test_board() {
 	for test_run in $board_runs; do
 		rm -rf "$build_dir/board/$test_run-run"
 	done
-	rm -f "$build_dir/results/checks"
-	try_step "suite, load cycles, leftovers, several callers and fuzzed calls; checks" boards run_boards
+	rm -f "$build_dir/results/checks" "$build_dir/results/rest"
+	try_step "suite, load cycles, leftovers, several callers, fuzzed calls; checks, packages, speed" boards run_boards
 	for test_run in production-suite debug-suite-1 debug-suite-2; do
 		count_report "conformance on the board, $test_run" "$build_dir/board/$test_run-run/results/conformance.xml"
 	done
@@ -236,10 +260,10 @@ test_board() {
 	count_step "the module's C in the debug kernel" shims_ran "$build_dir"/board/debug-suite-*-run/results/shims
 }
 
-# add_checks: shows and adds up what run_checks found beside the boards.
-add_checks() {
-	cat "$log_dir/checks.log"
-	add_counts checks
+# add_beside NAME: shows and adds up what ran beside the boards.
+add_beside() {
+	cat "$log_dir/$1.log"
+	add_counts "$1"
 }
 
 test_host() {
@@ -250,14 +274,13 @@ test_host() {
 }
 
 run_tests() {
+	export host_preset=asan
 	forget_limits
 	test_host
 	say "on the board"
 	test_board
-	count_program packages_test "$root/tests/packages/packages_test.sh"
-	test_package_build
-	test_bench
-	add_checks
+	add_beside rest
+	add_beside checks
 	show_total
 }
 

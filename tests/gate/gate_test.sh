@@ -689,13 +689,13 @@ test_condition_gate() {
 	fails mcdc_text
 }
 
-# gcovr itself, on a function that runs in part.
+# The compiler itself, on a function that runs in part.
 test_coverage_gate() {
 	root=$gate_dir/covered
-	build_dir=$gate_dir/covered/build
-	log_dir=$gate_dir/covered/build/logs
-	covered=$build_dir/host/asan
-	mkdir -p "$root/flash_mng_kernel" "$covered" "$log_dir"
+	build_dir=$root/build
+	log_dir=$build_dir/logs
+	covered=$build_dir/part
+	mkdir -p "$root/flash_mng_kernel" "$log_dir"
 	cat >"$root/flash_mng_kernel/part.cpp" <<'SOURCE'
 int choose(int value)
 {
@@ -703,17 +703,29 @@ int choose(int value)
 }
 int main(int count, char **)
 {
-	return choose(count) + (count > 1 ? choose(0) : 0) > 9;
+	int sum = 0;
+	for (int i = 0; i < count; ++i)
+		sum += choose(i);
+	return sum > 9;
 }
 SOURCE
-	fails coverage_text
-	(cd "$covered" && g++ -O0 --coverage "$root/flash_mng_kernel/part.cpp" -o part)
-	fails coverage_text
-	"$covered/part"
-	fails coverage_text
-	"$covered/part" more
-	passes coverage_text
-	finds 'lines 100.0%,branches 100.0%' coverage_text
+	fails coverage_text "$covered" "$covered.profile"
+	clang++ -O0 -fprofile-instr-generate -fcoverage-mapping "$root/flash_mng_kernel/part.cpp" -o "$covered"
+	fails coverage_text "$covered" "$covered.profile"
+	LLVM_PROFILE_FILE="$covered.profile" "$covered"
+	fails coverage_text "$covered" "$covered.profile"
+	LLVM_PROFILE_FILE="$covered.profile" "$covered" more
+	passes coverage_text "$covered" "$covered.profile"
+	finds 'lines 100.00%, branches 100.00%' coverage_text "$covered" "$covered.profile"
+
+	columns='Filename Regions Missed Regions Cover Functions Missed Functions Executed'
+	columns="$columns Lines Missed Lines Cover Branches Missed Branches Cover"
+	printf '%s\nTOTAL 9 0 100%% 9 0 100%% 9999 1 100.00%% 8 0 100.00%%\n' "$columns" >"$gate_dir/covered.txt"
+	fails coverage_is_whole <"$gate_dir/covered.txt"
+	printf '%s\nTOTAL 9 0 100%% 9 0 100%% 9999 0 100.00%% 0 0 -\n' "$columns" >"$gate_dir/covered.txt"
+	fails coverage_is_whole <"$gate_dir/covered.txt"
+	printf '%s\nTOTAL 9 0 100%% 9 0 100%% 9999 0 100.00%%\n' "${columns% Branches*}" >"$gate_dir/covered.txt"
+	fails coverage_is_whole <"$gate_dir/covered.txt"
 }
 
 # apart TEST...: in a subshell, so that it may set what it likes; it has to come to its end.
@@ -728,8 +740,8 @@ apart() {
 
 # bench_report as ./dev test calls it.
 test_figures_gate() {
-	(build_program_target debug bench_report) >"$gate_dir/bench_report.log" 2>&1
-	gate_program=$(preset_dir debug)/bench/bench_report
+	(build_program_target "$host_preset" bench_report) >"$gate_dir/bench_report.log" 2>&1
+	gate_program=$(preset_dir "$host_preset")/bench/bench_report
 	printf '# figures\ncommands\topen\t1\tcommand\t1000\n' >"$gate_dir/committed"
 	for counted in 1020 900 10; do
 		printf 'commands\topen\t1\tcommand\tflash_mng\tinstructions\t%s\n' "$counted" >"$gate_dir/figures.tsv"
