@@ -11,6 +11,7 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -40,13 +41,38 @@ const char *kept_file()
 	return std::getenv("FLASHCTL_FAKE_FILE");
 }
 
+// A folder that has a file for each of some listed partitions of NOR flash, by their names.
+const char *kept_folder()
+{
+	return std::getenv("FLASHCTL_FAKE_FOLDER");
+}
+
+std::string content_of(const std::string &file)
+{
+	std::ifstream stream(file, std::ios::binary);
+	return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+void add_kept_partitions(fake_module &fresh)
+{
+	if (!kept_folder())
+		return;
+	std::set<std::filesystem::path> found;
+	for (const auto &entry : std::filesystem::directory_iterator(kept_folder()))
+		found.insert(entry.path());
+	for (const auto &file : found) {
+		const std::string content = content_of(file);
+		const auto size = static_cast<std::uint32_t>(content.size()), number = static_cast<std::uint32_t>(fresh.flash.parts.size());
+		fresh.flash.parts.push_back({{number, file.filename(), 3, size, 0x1000, 0x400, true}, data_of(content), size});
+	}
+}
+
 void restore(fake_module &fresh)
 {
 	const char *const file = kept_file();
 	if (!file)
 		return;
-	std::ifstream stream(file, std::ios::binary);
-	const std::string kept{std::istreambuf_iterator<char>(stream), {}};
+	const std::string kept = content_of(file);
 	bytes &content = fresh.flash.part("usrdata").content;
 	if (kept.size() == content.size())
 		std::memcpy(content.data(), kept.data(), kept.size());
@@ -54,6 +80,11 @@ void restore(fake_module &fresh)
 
 void keep(const fake_module &changed)
 {
+	for (const partition &part : changed.flash.parts) {
+		const std::string file = kept_folder() ? std::string(kept_folder()) + "/" + part.device.name : "";
+		if (!file.empty() && std::filesystem::exists(file))
+			flashctl::write_file(file, part.content);
+	}
 	if (kept_file())
 		flashctl::write_file(kept_file(), const_cast<fake_module &>(changed).flash.part("usrdata").content);
 }
@@ -265,6 +296,7 @@ fake_module &module()
 {
 	static fake_module one = [] {
 		fake_module fresh;
+		add_kept_partitions(fresh);
 		fresh.show_health();
 		restore(fresh);
 		return fresh;

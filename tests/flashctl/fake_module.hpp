@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 //
 // The module's control device in this process: open() of /dev/flash_mng and ioctl() on it, with records and results as the kernel carries
-// them; and the kernel's locks. Programs linked with it keep the content of "usrdata" in the file that FLASHCTL_FAKE_FILE names.
+// them; and the kernel's locks. Programs linked with it keep the content of "usrdata" in the file that FLASHCTL_FAKE_FILE names. For
+// each file in the folder that FLASHCTL_FAKE_FOLDER names there is a listed partition of NOR flash, which is kept there.
 #pragma once
 
 #include <mtd/mtd-user.h>
