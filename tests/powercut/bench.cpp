@@ -1,129 +1,20 @@
 // SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #include "bench.hpp"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <csignal>
 #include <cstring>
-#include <fstream>
 #include <stdexcept>
 
 #include "client/plan.h"
 #include "nor_check.hpp"
+#include "running_board.hpp"
 
 namespace powercut {
 
 namespace {
 
-using clock = std::chrono::steady_clock;
+using clock = running_board::clock;
 
 constexpr std::uint32_t moment_of_cut = 0xfffffe00u; // a number of the hash that no byte and no plan uses
-
-std::vector<std::uint8_t> read_image(const std::string &path)
-{
-	std::ifstream file(path, std::ios::binary);
-	std::vector<std::uint8_t> image(POWERCUT_FLASH_SIZE);
-	if (!file.read(reinterpret_cast<char *>(image.data()), static_cast<std::streamsize>(image.size())))
-		throw std::runtime_error("cannot read " + path);
-	return image;
-}
-
-void write_image(const std::string &path, const std::vector<std::uint8_t> &image)
-{
-	std::ofstream file(path, std::ios::binary | std::ios::trunc);
-	file.write(reinterpret_cast<const char *>(image.data()), static_cast<std::streamsize>(image.size()));
-	if (!file.flush())
-		throw std::runtime_error("cannot write " + path);
-}
-
-// A board that runs; it is killed at the latest when this goes.
-class running_board {
-public:
-	explicit running_board(const std::vector<std::string> &command)
-	{
-		int ends[2];
-		if (pipe2(ends, O_CLOEXEC))
-			throw std::runtime_error("no pipe");
-		pid_ = fork();
-		if (pid_ == 0)
-			become(command, ends[1]);
-		close(ends[1]);
-		output_ = ends[0];
-	}
-	running_board(const running_board &) = delete;
-	running_board &operator=(const running_board &) = delete;
-	~running_board()
-	{
-		cut_power();
-		close(output_);
-	}
-
-	// Reads what the board says until a line has the text, the time is over, or the board ends. Gives whether the line came.
-	bool listen(const char *text, clock::time_point until)
-	{
-		while (!contains(text)) {
-			const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(until - clock::now()).count();
-			pollfd ready{output_, POLLIN, 0};
-			if (left <= 0 || poll(&ready, 1, static_cast<int>(left)) <= 0 || !take())
-				break;
-		}
-		return contains(text);
-	}
-
-	void cut_power()
-	{
-		if (pid_ > 0) {
-			kill(pid_, SIGKILL);
-			waitpid(pid_, nullptr, 0);
-		}
-		pid_ = -1;
-	}
-
-	// All that the board said; after a cut too.
-	const std::string &everything()
-	{
-		while (take())
-			;
-		return said_;
-	}
-	const std::string &said() const { return said_; }
-
-private:
-	[[noreturn]] static void become(const std::vector<std::string> &command, int output)
-	{
-		std::vector<char *> arguments;
-		for (const auto &word : command)
-			arguments.push_back(const_cast<char *>(word.c_str()));
-		arguments.push_back(nullptr);
-		prctl(PR_SET_PDEATHSIG, SIGKILL);
-		const int nothing = open("/dev/null", O_RDWR);
-		dup2(nothing, STDIN_FILENO);
-		dup2(output, STDOUT_FILENO);
-		dup2(output, STDERR_FILENO);
-		execvp(arguments[0], arguments.data());
-		_exit(127);
-	}
-
-	bool contains(const char *text) const { return said_.find(text) != std::string::npos; }
-
-	bool take()
-	{
-		char part[4096];
-		const auto size = read(output_, part, sizeof(part));
-		if (size > 0)
-			said_.append(part, static_cast<std::size_t>(size));
-		return size > 0;
-	}
-
-	pid_t pid_;
-	int output_;
-	std::string said_;
-};
 
 // The last generation reported in a whole line, or `none`.
 std::uint32_t last_report(const std::string &said, std::uint32_t none)
@@ -199,7 +90,7 @@ std::optional<std::string> run_bench(const bench_options &options, bench_counts 
 	write_image(options.nor, expected);
 	while (counts.cuts < options.most_cuts && clock::now() < end) {
 		const auto reported = run_and_cut(options, first, counts.cuts);
-		auto found = read_image(options.nor);
+		auto found = read_image(options.nor, POWERCUT_FLASH_SIZE);
 		const auto verdict = check_nor(expected, found, {options.seed, first, reported});
 		counts.generations += reported - (first - 1);
 		counts.repeated += was_begun && reported >= first;

@@ -2,7 +2,7 @@
 //
 // flashctl write --last, its own sources, on the reference platform's flash buffer service, its own sources too, with the power cut at and
 // inside of every erase and every program operation. Afterwards the flash holds an old whole image, an invalid header or a new whole image,
-// and never a valid header over a torn rest.
+// and never a valid header over a torn rest. Then the same for an image that goes to one of two slots, the choice of the slot behind it.
 //
 // Of the cuts on flash with large blocks, and of those in the update that is repeated after a cut, a part is tried; all of them where
 // POWERCUT_ALL is set.
@@ -151,6 +151,46 @@ private:
 	const bytes &image_;
 };
 
+// Blocks with such a page become erased, as by flash_erase; the module refuses every write of the partition until then.
+bool erase_uncorrectable_blocks(strict_flash &flash, const geometry &shape)
+{
+	strict_flash::state state = flash.now();
+	bool found = false;
+	for (unsigned int page = 0; page < state.torn.size(); ++page) {
+		if (state.torn[page] != tearing::uncorrectable)
+			continue;
+		found = true;
+		const unsigned int first = page / shape.pages * shape.pages;
+		std::fill_n(state.content.begin() + first * shape.page_size, shape.block_size(), std::uint8_t{0xff});
+		for (unsigned int i = first; i < first + shape.pages; ++i) {
+			state.programmed[i] = false;
+			state.torn[i] = tearing::none;
+		}
+	}
+	flash.set(state);
+	return found;
+}
+
+// Writes a part of the partition. The exit status.
+int write_range(board_flash &board, const bytes &data, std::uint32_t offset, std::optional<std::uint32_t> header, bool resume)
+{
+	image_console console(data);
+	const flashctl::options options;
+	flashctl::workplace place = {board, console, options};
+	flashctl::write_request request;
+	request.range = {"image", offset, std::nullopt};
+	request.input = "-";
+	request.verify = flashctl::verification::range;
+	request.last = header;
+	request.resume = resume;
+	try {
+		const auto done = run_command(request, place);
+		return std::get<flashctl::write_outcome>(done).equal() ? 0 : 7;
+	} catch (const flashctl::failure &wrong) {
+		return static_cast<int>(wrong.exit);
+	}
+}
+
 // ---- updates
 
 struct update {
@@ -203,7 +243,7 @@ std::vector<update> large_updates()
 enum class remains { old_whole, invalid_header, new_whole, torn_under_valid_header };
 
 struct counts {
-	std::size_t single = 0, repeated = 0, unreadable = 0, unstable = 0;
+	std::size_t single = 0, repeated = 0, unreadable = 0, unstable = 0, slots = 0;
 	std::array<std::size_t, 4> left = {};
 };
 
@@ -215,9 +255,9 @@ struct print_counts : testing::Environment {
 		std::printf(
 			"%zu cuts of updates, %zu more in repeated ones: %zu left the old image, %zu an invalid header, %zu the new "
 			"image, %zu a valid header over a torn rest (plain writes, on purpose); %zu an uncorrectable page, %zu one that "
-			"was read right once\n",
+			"was read right once; %zu cuts of installations in two slots\n",
 			g_counts.single, g_counts.repeated, g_counts.left[0], g_counts.left[1], g_counts.left[2], g_counts.left[3],
-			g_counts.unreadable, g_counts.unstable);
+			g_counts.unreadable, g_counts.unstable, g_counts.slots);
 	}
 };
 
@@ -255,22 +295,8 @@ protected:
 	// The exit status.
 	int write(bool header_last, bool resume)
 	{
-		image_console console(new_image);
-		const flashctl::options options;
-		flashctl::workplace place = {board, console, options};
-		flashctl::write_request request;
-		request.range = {"image", one.offset, std::nullopt};
-		request.input = "-";
-		request.verify = flashctl::verification::range;
-		if (header_last)
-			request.last = one.header;
-		request.resume = resume;
-		try {
-			const auto done = run_command(request, place);
-			return std::get<flashctl::write_outcome>(done).equal() ? 0 : 7;
-		} catch (const flashctl::failure &wrong) {
-			return static_cast<int>(wrong.exit);
-		}
+		const auto header = header_last ? std::optional(one.header) : std::nullopt;
+		return write_range(board, new_image, one.offset, header, resume);
 	}
 
 	// Whether the power went on the way.
@@ -304,27 +330,6 @@ protected:
 		return seen;
 	}
 
-	// Blocks with such a page become erased, as by flash_erase; the module refuses every write of the partition until then.
-	bool erase_uncorrectable_blocks()
-	{
-		strict_flash::state state = flash.now();
-		const unsigned int pages = one.shape.pages;
-		bool found = false;
-		for (unsigned int page = 0; page < state.torn.size(); ++page) {
-			if (state.torn[page] != tearing::uncorrectable)
-				continue;
-			found = true;
-			const unsigned int first = page / pages * pages;
-			std::fill_n(state.content.begin() + first * one.shape.page_size, one.shape.block_size(), std::uint8_t{0xff});
-			for (unsigned int i = first; i < first + pages; ++i) {
-				state.programmed[i] = false;
-				state.torn[i] = tearing::none;
-			}
-		}
-		flash.set(state);
-		return found;
-	}
-
 	void expect_repeated_update_completes()
 	{
 		int exit = write(true, true);
@@ -333,7 +338,7 @@ protected:
 			++g_counts.unstable;
 			exit = write(true, true);
 		}
-		if (exit != 0 && look() != remains::torn_under_valid_header && erase_uncorrectable_blocks()) {
+		if (exit != 0 && look() != remains::torn_under_valid_header && erase_uncorrectable_blocks(flash, one.shape)) {
 			++g_counts.unreadable;
 			exit = write(true, true);
 		}
@@ -428,7 +433,7 @@ TEST_P(update_cuts_twice, leave_none_in_the_repeated_update_either)
 	for (const auto &first : cuts_of(operations_of_update(true, false), one.shape)) {
 		flash.set(before);
 		write_until(first, true, false);
-		erase_uncorrectable_blocks();
+		erase_uncorrectable_blocks(flash, one.shape);
 		const auto after_first = flash.now();
 		for (const auto &second : cuts_of(operations_of_update(true, true), one.shape)) {
 			if (number++ % step)
@@ -446,6 +451,147 @@ TEST_P(update_cuts_twice, leave_none_in_the_repeated_update_either)
 		flash.set(before);
 	}
 }
+
+// ---- two slots: the image goes to the one that is not the choice; when it is whole there, a record of the choice follows
+
+struct slot_board {
+	std::string name;
+	geometry shape;
+};
+
+std::ostream &operator<<(std::ostream &out, const slot_board &one)
+{
+	return out << one.name;
+}
+
+// Slots 0 and 1 have four erase blocks each; the records of the choice one each, behind them. A record: its sum, a number, a slot.
+class slot_cuts : public testing::TestWithParam<slot_board> {
+protected:
+	slot_cuts() : flash(one.shape), board(one.shape, 0, 10 * block)
+	{
+		bytes held(10 * block, 0x2a);
+		std::ranges::copy(old_image, held.begin());
+		std::ranges::copy(record(1, 0), held.begin() + 8 * block);
+		if (plat_mtd_update_buf(path, 0, held.data(), held.size()) != 0)
+			throw std::runtime_error("the flash cannot be prepared");
+		flash.power_on();
+	}
+
+	static bytes record(std::uint32_t number, std::uint32_t slot)
+	{
+		const std::uint32_t words[] = {number, slot};
+		bytes all(12);
+		std::memcpy(all.data() + 4, words, sizeof(words));
+		const std::uint32_t sum = sum_of(std::span(all).subspan(4));
+		std::memcpy(all.data(), &sum, sizeof(sum));
+		return all;
+	}
+
+	// The number of a record, 0 where there is none, and its slot.
+	std::pair<std::uint32_t, std::uint32_t> record_at(std::uint32_t place) const
+	{
+		bytes found(12);
+		if (plat_mtd_read_buf(path, (8 + place) * block, found.data(), found.size()) || !is_valid(found))
+			return {0, 0};
+		return {number_at(found, 4), number_at(found, 8)};
+	}
+
+	std::uint32_t choice() const { return std::max(record_at(0), record_at(1)).second; }
+
+	bool is_whole(std::uint32_t slot, const bytes &image) const
+	{
+		bytes found(image.size());
+		return plat_mtd_read_buf(path, slot * 4 * block, found.data(), found.size()) == 0 && found == image;
+	}
+
+	// As flash-slot does it.
+	int install()
+	{
+		const std::uint32_t slot = 1;
+		if (choice() == slot)
+			return 0;
+		if (const int exit = write_range(board, new_image, slot * 4 * block, block, false))
+			return exit;
+		if (!is_whole(slot, new_image))
+			return 7;
+		const std::uint32_t older = record_at(0) < record_at(1) ? 0 : 1;
+		const std::uint32_t latest = std::max(record_at(0), record_at(1)).first;
+		return write_range(board, record(latest + 1, slot), (8 + older) * block, std::nullopt, false);
+	}
+
+	// The other order: the choice, then its slot.
+	int install_wrongly()
+	{
+		write_range(board, record(2, 1), 9 * block, std::nullopt, false);
+		return write_range(board, new_image, 4 * block, block, false);
+	}
+
+	bool starts_a_whole_slot() const { return choice() ? is_whole(1, new_image) : is_whole(0, old_image); }
+
+	std::size_t operations()
+	{
+		flash.power_on();
+		EXPECT_EQ(install(), 0);
+		return flash.operations().size();
+	}
+
+	const slot_board &one = GetParam();
+	const std::uint32_t block = one.shape.block_size();
+	const bytes old_image = make_image(3 * block + 5, block, 1), new_image = make_image(3 * block + block / 3, block, 2);
+	strict_flash flash;
+	board_flash board;
+};
+
+TEST_P(slot_cuts, leave_a_whole_slot_as_the_choice)
+{
+	const auto before = flash.now();
+	std::array<std::size_t, 2> chosen = {};
+
+	for (const auto &cut : cuts_of(operations(), one.shape)) {
+		flash.set(before);
+		flash.power_on(cut);
+		EXPECT_THROW(install(), power_cut);
+		flash.power_on();
+		++chosen.at(choice());
+		ASSERT_TRUE(starts_a_whole_slot()) << "cut in operation " << cut.operation << " after " << cut.pages_done << " pages";
+		++g_counts.slots;
+		int exit = install();
+		for (int attempt = 0; exit != 0 && attempt < 2; ++attempt) { // a page that is read right once, or not at all
+			ASSERT_TRUE(starts_a_whole_slot());
+			erase_uncorrectable_blocks(flash, one.shape);
+			exit = install();
+		}
+		ASSERT_EQ(exit, 0);
+		ASSERT_EQ(choice(), 1u);
+		ASSERT_TRUE(starts_a_whole_slot());
+	}
+	EXPECT_GT(chosen[0], 0u);
+	EXPECT_GT(chosen[1], 0u) << "of a record that was programmed to its end";
+}
+
+// The judge, and what the order is for.
+TEST_P(slot_cuts, of_an_installation_that_chooses_first_leave_none)
+{
+	const auto before = flash.now();
+	std::size_t none = 0;
+
+	for (const auto &cut : cuts_of(operations(), one.shape)) {
+		flash.set(before);
+		flash.power_on(cut);
+		try {
+			install_wrongly();
+		} catch (const power_cut &) {
+		}
+		flash.power_on();
+		none += !starts_a_whole_slot();
+	}
+	EXPECT_GT(none, 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(of, slot_cuts,
+			 testing::Values(slot_board{"nand", {.page_size = 16, .pages = 4, .blocks = 10, .has_ecc = true}},
+					 slot_board{"nor", {.page_size = 1, .pages = 16, .blocks = 10, .has_ecc = false}}),
+			 [](const auto &row) { return row.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(small, update_cuts, testing::ValuesIn(small_updates()), name_of);
 INSTANTIATE_TEST_SUITE_P(large, update_cuts, testing::ValuesIn(large_updates()), name_of);
