@@ -71,6 +71,7 @@ kernel_fragments() {
 	case $1 in
 	production) fragments="board aarch64" ;;
 	debug) fragments="board aarch64 debug kcov" ;;
+	updates) fragments="board aarch64 updates" ;;
 	twin) fragments="board x86_64 debug twin" ;;
 	twin-kcsan) fragments="board x86_64 twin-kcsan" ;;
 	esac

@@ -17,6 +17,7 @@ clang_packages="clang-19 llvm-19 libclang-rt-19-dev"
 twin_packages="qemu-system-x86 seabios"
 package_packages="git kmod dpkg-dev debhelper dh-dkms dkms fakeroot lintian man-db qemu-user"
 
+updates_packages="qemu-user squashfs-tools openssl cpio"
 docs_packages="python3 pandoc mandoc"
 browser_packages="python3 chromium"
 release_packages="git python3 pandoc mandoc"
