@@ -2,8 +2,9 @@
 //
 // The documents: each example is run, compiled or checked, or says why not, and each link leads to a file.
 //
-// The examples of a document run one after the other in one folder. It has board.xml, the demo board; config.img, some bytes; and
-// "ssh board" for what a board's /proc/mtd would show. flashctl works on the module that its own tests have.
+// The examples of a document run one after the other in one folder. It has board.xml, the demo board; config.img, some bytes; "ssh board"
+// for what a board's /proc/mtd would show; and updates, packages/updates. flashctl works on the module that its own tests have; where
+// flash-slot is the subject, the board has slots for it.
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
@@ -74,8 +75,12 @@ struct ended {
 // The folder in which the examples of a document run.
 class host {
 public:
-	host()
+	explicit host(bool has_slots = false) : folder_of_slots_(has_slots ? "tools/slots" : "")
 	{
+		if (has_slots)
+			for (const std::string part : {"slot_a", "slot_b", "boot_choice"})
+				folder_.write(folder_of_slots_ + "/" + part, std::string(0x6000, '\xff'));
+		files::create_directory_symlink(repository + "/packages/updates", folder_.path("updates"));
 		folder_.write("board.xml", content_of("board/xml/plain.xml"));
 		folder_.write("config.img", std::string(100, 'c'));
 		folder_.write("tools/ssh", "#!/bin/sh\ncat " + repository + "/tests/flash_board/partitions.mtd\n");
@@ -87,7 +92,8 @@ public:
 	{
 		folder_.write("tools/commands", commands);
 		const std::string line = "cd " + folder_.path() + " && PATH=" + folder_.path("tools") +
-					 ":" FLASH_BOARD_DIR ":" FLASHCTL_DIR + ":$PATH FLASHCTL_FAKE_FILE=" + folder_.path("tools/flash") +
+					 ":" FLASH_BOARD_DIR ":" FLASHCTL_DIR + ":" + repository +
+					 "/packages/updates:$PATH FLASHCTL_FAKE_FILE=" + folder_.path("tools/flash") + with_slots() +
 					 " sh -e tools/commands 2>&1";
 		std::FILE *const pipe = popen(line.c_str(), "r");
 		ended program = {0, ""};
@@ -101,7 +107,10 @@ public:
 	void save(const std::string &name, const std::string &text) const { folder_.write(name, text); }
 
 private:
+	std::string with_slots() const { return folder_of_slots_.empty() ? "" : " FLASHCTL_FAKE_FOLDER=" + folder_.path(folder_of_slots_); }
+
 	scratch folder_;
+	std::string folder_of_slots_;
 };
 
 void expect_runs(const host &place, const std::string &commands)
@@ -156,7 +165,7 @@ TEST_P(document, says_of_each_example_whether_it_is_run)
 
 TEST_P(document, has_examples_that_work)
 {
-	const host place;
+	const host place(content_of(GetParam()).find("flash-slot") != std::string::npos);
 	ended last = {0, ""};
 	std::string previous;
 	std::map<int, std::string> printed;
