@@ -66,7 +66,7 @@ packaged() {
 # What CMake installs and no package takes ends the build of the packages; this is what CMake may have forgotten.
 nothing_is_forgotten() {
 	for kept_file in $(cd "$root" && our_files 'docs/man/*' 'client/examples/*' 'client/include/*' 'flash_mng_kernel/include/*' \
-		'*.schema.json' 'board/schema/*'); do
+		'*.schema.json' 'board/schema/*' 'packages/updates/*'); do
 		packaged "$(basename "$kept_file")" || return 1
 	done
 	for kept_file in $(cd "$root" && our_files 'tools/*/completion/*'); do
