@@ -5,7 +5,7 @@
 # AArch64), twin (static, x86_64).
 
 # The preset that the host's tools are of. The tests have flash-board already, with sanitizers.
-: "${host_preset:=debug}"
+host_preset=debug
 
 # preset_dir PRESET
 preset_dir() {

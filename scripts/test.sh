@@ -274,7 +274,7 @@ test_host() {
 }
 
 run_tests() {
-	export host_preset=asan
+	host_preset=asan
 	forget_limits
 	test_host
 	say "on the board"
