@@ -143,6 +143,12 @@ TEST_F(slots, are_written_with_the_header_last)
 		<< folder.content("calls");
 }
 
+TEST_F(slots, are_looked_at_after_a_write_that_was_reported_and_did_nothing)
+{
+	folder.write("updates/flashctl", "#!/bin/sh\ncase \"$*\" in *write*) exit 0 ;; esac\nexec " PROGRAMS_DIR "/flashctl \"$@\"\n");
+	expect_refused("chmod +x updates/flashctl; flash-slot install slot_b v2.img", 7, "slot_b has no valid header");
+}
+
 TEST_F(slots, with_a_changed_image_or_header_are_not_whole)
 {
 	spoil("flash/slot_a", block);
@@ -163,8 +169,26 @@ TEST_F(slots, refuse_what_cannot_be_installed)
 		       "the image is not in slot_b; the loader starts slot_a");
 	expect_refused("head -c 15000 /dev/zero >c; flash-slot image v3 c >v3.img; flash-slot install slot_b v3.img", 2,
 		       "has more bytes than");
+	expect_refused("flash-slot install slot_b v2.img ''", 2, "--sha256 is empty");
+	expect_refused("cp v2.img v3.img; echo more >>v3.img; flash-slot install slot_b v3.img", 7, "the image in v3.img is not whole");
 	expect_refused("head -c 4100 v2.img >v3.img; flash-slot install slot_b v3.img", 7, "the image in v3.img is not whole");
 	expect_refused("head -c 4000 v2.img >v3.img; flash-slot install slot_b v3.img", 7, "the image in v3.img is not whole");
+}
+
+// Its sums are right, and what it says of its length is not.
+TEST_F(slots, refuse_a_header_that_lies_about_the_length)
+{
+	for (const std::string length : {"2", "4", "0x3", "03", "99999999999999999999"}) {
+		const std::string words = "v3 " + length + " " + sum("one");
+		folder.write("v3.img", filled_block("image " + words + " " + sum(words) + "\n") + "one");
+		expect_refused("flash-slot install slot_b v3.img", 7, "v3.img");
+	}
+}
+
+TEST_F(slots, of_any_version_are_told)
+{
+	expect_says("printf two >c; flash-slot image -n c >v3.img; flash-slot install slot_b ./v3.img; flash-slot check slot_b",
+		    "slot_b has version -n, whole\n-n\n");
 }
 
 TEST_F(slots, refuse_wrong_words_and_configurations)
