@@ -392,6 +392,27 @@ class Looks(Page):
         self.assertEqual(browser.ask("getComputedStyle(document.getElementById('search')).display"), "none")
         self.assertEqual(browser.ask("getComputedStyle(document.getElementById('source')).maxHeight"), "none")
 
+    def test_prints_on_light_paper_from_a_dark_screen(self):
+        self.open("tests/flash_board/map.xml", "--mtdparts", PARTITIONS)
+        light = browser.ask("getComputedStyle(document.querySelector('.block.section')).backgroundColor")
+        browser.screen(1000, 1400, dark=True, media="print")
+        self.assertEqual(browser.ask("getComputedStyle(document.querySelector('.block.section')).backgroundColor"), light)
+
+    def test_draws_the_map_as_wide_as_the_paper(self):
+        """Paper has its width after the last script has run."""
+        self.open("board/xml/plain.xml", "--mtdparts", PARTITIONS)
+        ends = browser.ask("""(() => {
+            const lanes = document.getElementById('lanes'), ends = [];
+            for (const width of ['1000px', '500px']) {
+                lanes.style.width = width;
+                ends.push([...document.querySelectorAll('.block.partition')].map(one => (one.offsetLeft + one.offsetWidth) /
+                    lanes.clientWidth).pop());
+            }
+            return ends;
+        })()""")
+        self.assertAlmostEqual(ends[0], 1, places=2)
+        self.assertAlmostEqual(*ends, places=2)
+
     def test_has_names_and_order_for_a_screen_reader(self):
         self.open("tests/flash_board/map.xml", "--mtdparts", PARTITIONS)
         nameless = browser.ask("""[...document.querySelectorAll('button, select, input, [role=region], [role=group], section')]

@@ -7,6 +7,11 @@ function view_width() {
 	return Math.max(1, by_id("lanes").clientWidth);
 }
 
+// Of that width, which is another one on paper, where nothing is drawn anew.
+function share(pixels) {
+	return (100 * pixels) / view_width() + "%";
+}
+
 function clamp_view() {
 	const length = view.axis.length;
 	const size = Math.min(length, Math.max(Math.min(least_view, length), view.to - view.from));
@@ -117,8 +122,8 @@ function block_button(block, lane) {
 		width > 26 && block.parts[0].kind !== "shared" ? element("span", { class: "label" }, words) : "",
 		width > 190 && only && only.span && only.kind !== "usable" ? element("span", { class: "address" }, hex(address)) : "",
 	);
-	made.style.left = block.left + "px";
-	made.style.width = Math.max(narrow, width) + "px";
+	made.style.left = share(block.left);
+	made.style.width = share(Math.max(narrow, width));
 	made.addEventListener("focus", () => focus_block(block));
 	made.addEventListener("pointerenter", () => show_details(block));
 	made.addEventListener("click", () => focus_block(block));
@@ -191,14 +196,14 @@ function draw_ruler(scale) {
 	for (let at = Math.ceil(view.from / step) * step; at <= view.to; at += step) {
 		const left = (at - view.from) * scale;
 		const mark = element("span", { class: "tick" }, left < view_width() - 9 * hex(at).length ? hex(at) : "");
-		mark.style.left = left + "px";
+		mark.style.left = share(left);
 		marks.push(mark);
 	}
 	if (scale >= 18)
 		for (let at = Math.ceil(view.from); at <= view.to; at++) {
 			const mark = element("span", { class: "byte" }, (at % 256).toString(16).toUpperCase().padStart(2, "0"));
-			mark.style.left = (at - view.from) * scale + "px";
-			mark.style.width = scale + "px";
+			mark.style.left = share((at - view.from) * scale);
+			mark.style.width = share(scale);
 			marks.push(mark);
 		}
 	fill("ruler", marks);
@@ -211,8 +216,8 @@ function draw_ruler(scale) {
 function place_of_mark(scale) {
 	if (view.mark === null || view.mark + 1 <= view.from || view.mark >= view.to) return [];
 	const mark = element("div", { class: "mark", "aria-hidden": "true" });
-	mark.style.left = (view.mark - view.from) * scale + "px";
-	mark.style.width = scale + "px";
+	mark.style.left = share((view.mark - view.from) * scale);
+	mark.style.width = share(scale);
 	return [mark];
 }
 
