@@ -451,9 +451,10 @@ shell_findings() {
 	done
 }
 
-# Names that several functions set: what is counted, what a step and its end share, what the test of the gates points at planted things.
+# Names that several functions set: what is counted, what a step and its end share, what the test of the gates points at planted things,
+# the preset that a command has already.
 shared_names="root build_dir log_dir stage_dir flash_object package_files kernel_dir kernel_source kernel_source_id progress_pid mcdc_dir
-	wanted_checks checks_beside checks_passed checks_failed checks_skipped total_passed total_failed total_skipped"
+	host_preset wanted_checks checks_beside checks_passed checks_failed checks_skipped total_passed total_failed total_skipped"
 
 # twice_named_findings SHARED: names that scripts would take from each other, as they are one program for the shell.
 twice_named_findings() {
@@ -620,7 +621,8 @@ run_checks() {
 	! are_wanted $checks_of_modules style || use_kernel production
 	use_stage production
 	say "checks"
-	check gates "the checks find what they look for" "$root/tests/gate/gate_test.sh"
+	# shellcheck disable=SC2154 # it is set in scripts/programs.sh
+	check gates "the checks find what they look for" "$root/tests/gate/gate_test.sh" "$host_preset"
 	check dev "./dev: at the same time, ended half-way, without room or network" "$root/tests/dev/dev_test.sh"
 	check release "./dev release: what it refuses, makes and finds" "$root/tests/release/release_test.sh"
 	check_object

@@ -174,12 +174,11 @@ run_lane_3() {
 }
 
 # Beside the boards, whose cores wait at times. It leaves its counts as a process of its own does, and so do the checks.
-test_rest() {
+test_packages_beside() {
 	total_passed=0 total_failed=0 total_skipped=0
 	count_program packages_test "$root/tests/packages/packages_test.sh"
 	test_package_build
-	test_bench
-	end_program rest
+	end_program packages
 }
 
 run_boards() {
@@ -189,9 +188,10 @@ run_boards() {
 	second_lane=$!
 	run_lane_3 &
 	third_lane=$!
+	(test_packages_beside) >"$log_dir/packages.log" 2>&1 &
+	packages_lane=$!
 	(checks_beside=tests && run_checks) >"$log_dir/checks.log" 2>&1 || true
-	(test_rest) >"$log_dir/rest.log" 2>&1 || true
-	wait "$first_lane" "$second_lane" "$third_lane"
+	wait "$first_lane" "$second_lane" "$third_lane" "$packages_lane" || true
 }
 
 task_succeeded() {
@@ -248,8 +248,8 @@ test_board() {
 	for test_run in $board_runs; do
 		rm -rf "$build_dir/board/$test_run-run"
 	done
-	rm -f "$build_dir/results/checks" "$build_dir/results/rest"
-	try_step "suite, load cycles, leftovers, several callers, fuzzed calls; checks, packages, speed" boards run_boards
+	rm -f "$build_dir/results/checks" "$build_dir/results/packages"
+	try_step "suite, load cycles, leftovers, several callers, fuzzed calls; checks, packages" boards run_boards
 	for test_run in production-suite debug-suite-1 debug-suite-2; do
 		count_report "conformance on the board, $test_run" "$build_dir/board/$test_run-run/results/conformance.xml"
 	done
@@ -279,7 +279,8 @@ run_tests() {
 	test_host
 	say "on the board"
 	test_board
-	add_beside rest
+	add_beside packages
+	test_bench
 	add_beside checks
 	show_total
 }

@@ -20,7 +20,7 @@ make_torture_initramfs() {
 
 # build_torture_board FLAVOUR: a kernel that notices mistakes with the programs of tests/torture; run_board has them as "torture".
 build_torture_board() {
-	build_program_target debug flash-board
+	build_program_target "$host_preset" flash-board
 	use_kernel "$1"
 	build_program_target "$program_preset" torture_programs
 	build_kernel "$1"

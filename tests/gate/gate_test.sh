@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 #
 # Tests of the gates themselves, a program of its own: each inspection is shown an object or a text with the fault that it exists for, and
-# must find it; and one without, and must be silent. It needs the production kernel and a configured preset debug.
+# must find it; and one without, and must be silent. It needs the production kernel and a configured preset debug. Its argument is the
+# preset that the host's tools are of.
 # shellcheck disable=SC2030,SC2031 # each test is run apart, with names of its own
 
 set -u
@@ -47,6 +48,7 @@ clone=$root
 # shellcheck source=scripts/mcdc.sh
 . "$root/scripts/mcdc.sh"
 
+host_preset=${1-$host_preset}
 gate_dir=$build_dir/gate
 complaints=$gate_dir/complaints
 
