@@ -66,11 +66,21 @@ void write_with_it(const std::string &letter_path)
 	expect(again.exit == 0 && has(again, "unchanged"), "the second time it sees that there is nothing to write");
 }
 
+// What the tour asked for before and was refused, and how the flash is.
+void ask_it()
+{
+	const ending explained = type("flashctl explain 'mtd total write: memcpy offset 1048568 len 16 fail 0x22' | head -n 3");
+	expect(has(explained, "A write is beyond the usable bytes."), "it knows each line of the log; this one is of the refusal above");
+	std::puts("");
+	const ending map = type(std::string("flashctl map ") + partition);
+	expect(map.exit == 0 && has(map, " ########........"), "the usable megabyte is in eight of 64 erase blocks; none is bad");
+}
+
 } // namespace
 
 void use_the_tool(const std::string &letter)
 {
-	chapter("The same for people: flashctl lists, writes, reads back what it wrote, and explains");
+	chapter("The same for people: flashctl lists, writes, reads back what it wrote, explains, and draws");
 	const ending list = type("flashctl list");
 	expect(list.exit == 0 && has(list, partition), "the table has names; nobody needs to know numbers");
 	std::puts("");
@@ -78,6 +88,8 @@ void use_the_tool(const std::string &letter)
 	std::puts("");
 	const ending refused = type("flashctl write boot " + letter + " --yes");
 	expect(refused.exit == unsupported && has(refused, "NOT_LISTED"), "refused with exit status 9 and the module's code in words");
+	std::puts("");
+	ask_it();
 	skip_log();
 }
 

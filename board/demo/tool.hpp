@@ -7,7 +7,7 @@
 
 namespace tour {
 
-// Lists, writes, is told what it must not; `letter` is the path of what is written.
+// Lists, writes, is told what it must not, asks what a line means and how the flash is; `letter` is the path of what is written.
 void use_the_tool(const std::string &letter);
 
 } // namespace tour
