@@ -4,16 +4,15 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "harness.hpp"
 #include "lab_device.hpp"
+#include "simulated_nand.hpp"
 
 namespace {
 
@@ -29,26 +28,6 @@ void run_group(const std::string &group)
 	ASSERT_EQ(error, 0) << guest::kernel_messages("platform_check: ");
 	EXPECT_EQ(guest::remove_module("platform_check"), 0);
 }
-
-// Debian's kernels have none.
-#define SKIP_WITHOUT_NANDSIM()                                                                                                             \
-	if (!guest::file_exists(guest::module_file("nandsim")))                                                                            \
-	GTEST_SKIP() << "this kernel has no simulated NAND flash (CONFIG_MTD_NAND_NANDSIM)"
-
-// Simulated NAND flash for the time of a test.
-class simulated_nand {
-public:
-	explicit simulated_nand(const std::string &faults = "")
-	{
-		const std::string chip = "first_id_byte=0x20 second_id_byte=0xaa third_id_byte=0x00 fourth_id_byte=0x15 ";
-		const int error = guest::insert_module(guest::module_file("nandsim"), chip + faults);
-		if (error)
-			throw std::runtime_error(std::string("nandsim does not load: ") + std::strerror(error));
-	}
-	~simulated_nand() { EXPECT_EQ(guest::remove_module("nandsim"), 0); }
-	simulated_nand(const simulated_nand &) = delete;
-	simulated_nand &operator=(const simulated_nand &) = delete;
-};
 
 class platform : public testing::Test {
 protected:
@@ -81,14 +60,14 @@ TEST_F(platform, instances_and_hardware_locks)
 TEST_F(platform, flash_buffer_skips_bad_blocks)
 {
 	SKIP_WITHOUT_NANDSIM();
-	simulated_nand nand;
+	const guest::simulated_nand nand;
 	run_group("good_flash");
 }
 
 TEST_F(platform, flash_buffer_reports_worn_flash)
 {
 	SKIP_WITHOUT_NANDSIM();
-	simulated_nand nand("gravepages=2691:1 weakblocks=44:1 weakpages=2880:1");
+	const guest::simulated_nand nand("gravepages=2691:1 weakblocks=44:1 weakpages=2880:1");
 	run_group("worn_flash");
 }
 
@@ -102,7 +81,7 @@ TEST_F(platform, flash_buffer_judges_each_answer_of_mtd)
 TEST_F(platform, flash_buffer_accepts_corrected_bits)
 {
 	SKIP_WITHOUT_NANDSIM();
-	simulated_nand nand("bitflips=1");
+	const guest::simulated_nand nand("bitflips=1");
 	run_group("flipping_flash");
 }
 
