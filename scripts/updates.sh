@@ -152,10 +152,12 @@ run_update_cases() {
 		--append "$updates_partitions updates.stack=$1 updates.action=cases"
 }
 
-# run_update_cuts STACK CUTS SEED
+# run_update_cuts STACK CUTS SEED: "flashctl" is no stack but flashctl write --last alone.
 run_update_cuts() {
+	updates_single=
+	[ "$1" != flashctl ] || updates_single=--single
 	updates_nor=$build_dir/board/updates-nor-$1.img
-	"$(preset_dir debug)/tests/powercut/slots_bench" --cuts "$2" --seed "$3" --nor "$updates_nor" -- \
+	"$(preset_dir debug)/tests/powercut/slots_bench" $updates_single --cuts "$2" --seed "$3" --nor "$updates_nor" -- \
 		"$root/board/run" --kernel "$kernel_dir/$kernel_image" --initramfs "$initramfs" --task updates \
 		--output "$build_dir/board/updates-cuts-$1" --nor "$updates_nor" --interactive \
 		--append "$updates_partitions updates.stack=$1"
@@ -178,7 +180,7 @@ build_updates_board() {
 	run_step "build the initramfs (updates)" initramfs_updates make_updates_initramfs
 }
 
-# updates_command [CUTS [SEED]]: so many with each stack, and with flash-slot alone.
+# updates_command [CUTS [SEED]]: so many with each stack, with flash-slot alone, and with flashctl alone.
 updates_command() {
 	at_most 2 updates "$@"
 	updates_cuts=${1-34}
@@ -194,7 +196,7 @@ updates_command() {
 		run_update_cases "$updates_stack" >"$log_dir/updates_$updates_stack.log" 2>&1 || updates_result=1
 		grep -E '^(not )?ok: ' "$build_dir/board/updates-$updates_stack/terminal.log" || updates_result=1
 	done
-	for updates_stack in rauc swupdate flash_slot; do
+	for updates_stack in rauc swupdate flash_slot flashctl; do
 		say "$updates_stack: real power cuts"
 		run_update_cuts "$updates_stack" "$updates_cuts" "$updates_seed" || updates_result=1
 	done

@@ -110,4 +110,20 @@ slots_verdict check_slots(flash_view flash, std::uint64_t reported)
 	return verdict;
 }
 
+slots_verdict check_single(flash_view flash, std::uint64_t reported)
+{
+	slots_verdict verdict;
+	const auto content = look_at_slot(flash, 0);
+	verdict.number = reported;
+	if (content.state == slot_state::torn)
+		verdict.findings.push_back("a valid header over a torn image");
+	if (content.state == slot_state::no_header)
+		verdict.left = slots_left::no_image;
+	else if (content.version == version_of(reported + 1))
+		verdict.left = slots_left::new_image;
+	else if (content.version != version_of(reported))
+		verdict.findings.push_back("version " + content.version + " after " + std::to_string(reported) + " installations");
+	return verdict;
+}
+
 } // namespace powercut

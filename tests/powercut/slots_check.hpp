@@ -57,4 +57,7 @@ struct slots_verdict {
 // check_slots() - @reported: the number of the last installation that the board reported.
 slots_verdict check_slots(flash_view flash, std::uint64_t reported);
 
+// check_single() - the same of a board that writes each image over the one before, in slot_a; nothing is the choice.
+slots_verdict check_single(flash_view flash, std::uint64_t reported);
+
 } // namespace powercut

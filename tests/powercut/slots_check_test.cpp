@@ -136,4 +136,23 @@ TEST_F(slots, without_a_choice_or_with_a_wrong_one_are_found)
 	EXPECT_EQ(finding(4), "no slot is the choice");
 }
 
+// Of one slot: version 3 is its content.
+TEST_F(slots, alone_may_have_the_old_image_the_new_one_or_no_header)
+{
+	EXPECT_EQ(check_single(flash, 3).left, slots_left::old_image);
+	EXPECT_EQ(check_single(flash, 2).left, slots_left::new_image);
+	flash[0] = 0xff;
+	EXPECT_EQ(check_single(flash, 3).left, slots_left::no_image);
+	EXPECT_EQ(check_single(flash, 3).number, 3u);
+	for (const std::uint64_t reported : {2u, 3u})
+		EXPECT_EQ(check_single(flash, reported).findings, std::vector<std::string>());
+}
+
+TEST_F(slots, alone_with_a_torn_image_or_another_one_are_found)
+{
+	EXPECT_EQ(check_single(flash, 4).findings, std::vector<std::string>{"version 3 after 4 installations"});
+	flash[slot_header] ^= 1;
+	EXPECT_EQ(check_single(flash, 3).findings, std::vector<std::string>{"a valid header over a torn image"});
+}
+
 } // namespace
