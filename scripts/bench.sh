@@ -104,7 +104,7 @@ traced_addresses() {
 
 # What the figures depend on.
 bench_versions() {
-	printf 'Linux %s (%s), %s, mtd-utils %s, %s.' "$(make -s -C "$kernel_source" kernelversion)" "Debian's linux-source-5.10" \
+	printf 'Linux %s (%s), %s, mtd-utils %s, %s.' "$(source_release)" "Debian's linux-source-$kernel_version" \
 		"$(aarch64-linux-gnu-g++ --version | head -n 1)" "$(cat "$mtd_utils/version")" \
 		"$(qemu-system-aarch64 --version | head -n 1)"
 }

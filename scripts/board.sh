@@ -43,7 +43,30 @@ copy_modules() {
 	for folder in "$@"; do
 		find "$stage_dir/$folder" -name '*.ko' -exec cp {} "$initramfs_root/lib/modules/" \; || return 1
 	done
-	copy_linux_modules
+	copy_linux_modules || return 1
+	! grep -qsxF CONFIG_MODULE_SIG_FORCE=y "$kernel_dir/.config" || sign_modules
+}
+
+# sign_module FILE KEY CERTIFICATE
+sign_module() {
+	"$kernel_dir/scripts/sign-file" sha256 "$2" "$3" "$1"
+}
+
+# sign_modules: those of the board, by the key that the kernel's build made for itself. In /lib/refused is flash_mng as a kernel that wants
+# signatures must not load it: without one, signed by a stranger, and with a bit changed since.
+sign_modules() {
+	board_key=$kernel_dir/certs/signing_key
+	refused_modules=$initramfs_root/lib/refused
+	mkdir -p "$refused_modules" && cp "$initramfs_root/lib/modules/flash_mng.ko" "$refused_modules/unsigned.ko" || return 1
+	for board_module in "$initramfs_root"/lib/modules/*.ko; do
+		sign_module "$board_module" "$board_key.pem" "$board_key.x509" || return 1
+	done
+	openssl req -new -x509 -newkey rsa:4096 -nodes -days 1 -subj "/CN=a stranger/" -keyout "$initramfs_root.key" \
+		-outform DER -out "$initramfs_root.x509" &&
+		cp "$refused_modules/unsigned.ko" "$refused_modules/strange.ko" &&
+		sign_module "$refused_modules/strange.ko" "$initramfs_root.key" "$initramfs_root.x509" &&
+		cp "$initramfs_root/lib/modules/flash_mng.ko" "$refused_modules/changed.ko" &&
+		change_byte "$refused_modules/changed.ko" 4096
 }
 
 # copy_linux_modules: those of the kernel itself, JFFS2 for cases about flash that is mounted; one of Debian (scripts/matrix.sh) has others.
@@ -155,8 +178,8 @@ run_board() {
 	board_task=$3
 	shift 3
 	board_status=0
-	"$root/board/run" --machine "$machine" --kernel "$board_image" --initramfs "$board_initramfs" --task "$board_task" "$@" ||
-		board_status=$?
+	"$root/board/run" --machine "$machine" --processor "$board_processor" --kernel "$board_image" --initramfs "$board_initramfs" \
+		--task "$board_task" "$@" || board_status=$?
 	[ "$board_status" -ne 100 ] || note_limit "the board's task $board_task"
 	return "$board_status"
 }

@@ -4,10 +4,15 @@
 # Header packages of Debian's own kernels: prepared trees that modules are built against without building the kernel. They are unpacked in
 # the cache folder, one tree per kernel and version of its packages; nothing is installed.
 
-# release_of KERNEL: the Debian release that has this kernel, as flash_mng_kernel/KERNELS says. Of Debian 11 the archive has the kernels of
-# the release itself, and no longer those of its security updates.
+# suite_of KERNEL: the Debian release that has this kernel, as flash_mng_kernel/KERNELS says.
+suite_of() {
+	awk -v kernel="$1" '$1 == kernel { print $2 }' "$root/flash_mng_kernel/KERNELS"
+}
+
+# release_of KERNEL: the one whose binary packages are taken. Of Debian 11 the archive has the kernels of the release itself, and no longer
+# those of its security updates.
 release_of() {
-	awk -v kernel="$1" '$1 == kernel { print $2 }' "$root/flash_mng_kernel/KERNELS" | sed 's/^bullseye$/bullseye-release/'
+	suite_of "$1" | sed 's/^bullseye$/bullseye-release/'
 }
 
 # supported_kernels: one per line, the oldest first.

@@ -4,51 +4,82 @@
 # The kernels of the virtual board: source, configuration, build. They are kept outside of the clone, one folder per combination of
 # source, compiler and configuration, so that clones share them and ./dev clean does not cost a kernel build.
 
-# use_machine FLAVOUR: sets machine, what the kernel's build and Debian call it, and the preset of its programs.
+# use_machine FLAVOUR: sets machine, what the kernel's build and Debian call it, the compiler of the kernel and of all modules, the
+# processor that the board then has, and the preset of its programs.
 use_machine() {
+	machine=aarch64
+	kernel_compiler=aarch64-linux-gnu-gcc
+	kernel_make_arguments="ARCH=arm64 CROSS_COMPILE=aarch64-linux-gnu-"
+	kernel_image=arch/arm64/boot/Image
+	debian_architecture=arm64
+	program_preset=guest
+	board_processor=cortex-a57
 	case $1 in
 	twin*)
 		machine=x86_64
+		kernel_compiler=x86_64-linux-gnu-gcc
 		kernel_make_arguments="ARCH=x86_64 CROSS_COMPILE=x86_64-linux-gnu-"
 		kernel_image=arch/x86/boot/bzImage
 		debian_architecture=amd64
 		program_preset=twin
 		;;
-	*)
-		machine=aarch64
-		kernel_make_arguments="ARCH=arm64 CROSS_COMPILE=aarch64-linux-gnu-"
-		kernel_image=arch/arm64/boot/Image
-		debian_architecture=arm64
-		program_preset=guest
+	*-hardened)
+		kernel_compiler=clang-19
+		kernel_make_arguments="$kernel_make_arguments LLVM=-19"
+		# With pointer authentication and branch targets, the former by a cipher that is quick to emulate.
+		board_processor=max,pauth-impdef=on
 		;;
 	esac
 }
 
-# find_kernel_source: sets kernel_source (a tree) and kernel_source_id (what it is).
+# named_version FLAVOUR: the version of Linux in its name, as in 6.12-debug; nothing where it names none.
+named_version() {
+	case $1 in
+	[0-9]*) echo "${1%%-*}" ;;
+	esac
+}
+
+# find_kernel_source [VERSION]: sets kernel_source (a tree), kernel_source_id (what it is) and kernel_version (of the tree, such as 6.12):
+# Debian's of that version; without one what KERNEL_SOURCE names, otherwise Debian's of the first version that flash_mng is made for.
 find_kernel_source() {
-	[ -z "${kernel_source-}" ] || return 0
-	if [ -z "${KERNEL_SOURCE-}" ]; then
-		use_debian_kernel_source
+	[ "${found_version-none}" != "${1-}" ] || return 0
+	if [ -n "${1-}" ]; then
+		use_debian_kernel_source "$1"
+	elif [ -z "${KERNEL_SOURCE-}" ]; then
+		use_debian_kernel_source "$(supported_kernels | head -n 1)"
 	elif [ -d "$KERNEL_SOURCE" ]; then
 		kernel_source=$(CDPATH='' cd -- "$KERNEL_SOURCE" && pwd)
-		kernel_source_id="tree $kernel_source $(make -s -C "$kernel_source" kernelversion)"
+		kernel_source_id="tree $kernel_source $(source_release)"
 	elif [ -f "$KERNEL_SOURCE" ]; then
 		kernel_source_id="tarball $(hash_of <"$KERNEL_SOURCE")"
 		unpack_kernel_source "$KERNEL_SOURCE"
 	else
-		die "KERNEL_SOURCE=$KERNEL_SOURCE is neither a folder nor a file; give a Linux 5.10 source tree or tarball"
+		die "KERNEL_SOURCE=$KERNEL_SOURCE is neither a folder nor a file; give a source tree or tarball of Linux" \
+			"$(supported_kernels | xargs)"
 	fi
-	[ -f "$kernel_source/Kbuild" ] || die "$kernel_source is not a Linux source tree"
-	case $(make -s -C "$kernel_source" kernelversion) in
-	5.10*) ;;
-	*) die "$kernel_source is Linux $(make -s -C "$kernel_source" kernelversion); 5.10 is needed" ;;
-	esac
+	check_kernel_source
+	found_version=${1-}
 }
 
+# source_release: of the tree, such as 6.12.117; of a folder that is none, nothing.
+source_release() {
+	make -s -C "$kernel_source" kernelversion 2>/dev/null || true
+}
+
+check_kernel_source() {
+	[ -f "$kernel_source/init/main.c" ] || die "$kernel_source is not a Linux source tree"
+	kernel_version=$(source_release | cut -d . -f 1,2)
+	supported_kernels | grep -qxF "$kernel_version" ||
+		die "$kernel_source is Linux $(source_release); flash_mng is made for $(supported_kernels | xargs)"
+	[ ! -e "$kernel_source/.config" ] ||
+		die "a kernel was configured in $kernel_source itself: 'make mrproper' there, since it is built elsewhere"
+}
+
+# use_debian_kernel_source VERSION
 use_debian_kernel_source() {
-	fetch_package bullseye "$(dpkg --print-architecture)" linux-source-5.10
+	fetch_package "$(suite_of "$1")" "$(dpkg --print-architecture)" "linux-source-$1"
 	kernel_source_id="debian $(cat "$package_files/version")"
-	unpack_kernel_source "$package_files/files/usr/src/linux-source-5.10.tar.xz"
+	unpack_kernel_source "$package_files/files/usr/src/linux-source-$1.tar.xz"
 }
 
 # unpack_kernel_source TARBALL: sets kernel_source; the tree is unpacked once per kernel_source_id.
@@ -66,17 +97,22 @@ unpack_kernel_source_locked() {
 	touch "$kernel_source/.complete"
 }
 
-# kernel_fragments FLAVOUR: the configuration, later lines win.
+# kernel_fragments FLAVOUR: the configuration, later lines win. What a version of Linux wants beside a fragment stands in a file of its own.
 kernel_fragments() {
 	case $1 in
-	production) fragments="board aarch64" ;;
+	production | *-board) fragments="board aarch64" ;;
 	debug) fragments="board aarch64 debug kcov" ;;
+	*-debug) fragments="board aarch64 debug" ;;
+	*-64k) fragments="board aarch64 64k" ;;
+	*-signed) fragments="board aarch64 signed" ;;
+	*-hardened) fragments="board aarch64 signed hardened" ;;
 	updates) fragments="board aarch64 updates" ;;
 	twin) fragments="board x86_64 debug twin" ;;
 	twin-kcsan) fragments="board x86_64 twin-kcsan" ;;
 	esac
 	for fragment in $fragments; do
 		cat "$root/board/kernel/$fragment.config"
+		[ ! -f "$root/board/kernel/$fragment-$kernel_version.config" ] || cat "$root/board/kernel/$fragment-$kernel_version.config"
 	done
 }
 
@@ -121,11 +157,11 @@ configure_kernel() {
 # use_kernel FLAVOUR: sets kernel_source and kernel_dir, the build folder of that kernel, and its machine. A folder is found by its key; the
 # name in front is for people.
 use_kernel() {
-	find_kernel_source
+	find_kernel_source "$(named_version "$1")"
 	use_machine "$1"
 	kernel_key=$({
 		echo "$kernel_source_id"
-		"$machine-linux-gnu-gcc" --version | head -n 1
+		"$kernel_compiler" --version | head -n 1
 		merged_fragments "$1"
 	} | hash_of)
 	kernel_dir=$cache_dir/kernels/$1-$kernel_key

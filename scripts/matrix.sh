@@ -1,18 +1,31 @@
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 # shellcheck shell=sh
 #
-# ./dev matrix: the suite, load cycles and the tour on each kernel that flash_mng is made for. 5.10 is the board's own, configured here; the
-# others are Debian's binary kernels as they come, with modules built against their header packages.
+# ./dev matrix: the suite, load cycles and the tour on each kernel that flash_mng is made for. Of 5.10 and 6.12 there are kernels of the
+# board's own, configured and built here; the others are Debian's binary kernels as they come, with modules built against their header
+# packages.
 
 # Beside those of flash_mng_kernel/KERNELS, other flavours of Debian's: of Debian 11, whose compiler is GCC 10; preemptible everywhere
 # (PREEMPT_RT); with pages of 16 KiB.
 matrix_flavours="5.10-arm64 5.10-rt-arm64 6.1-rt-arm64 6.12-rt-arm64 6.12-arm64-16k"
 
+# Of the board: that loads signed modules only; as for 5.10; with KASAN, lockdep and kmemleak; with pages of 64 KiB; built by clang with
+# what Linux has to defend itself.
+matrix_own="5.10-signed 6.12-board 6.12-debug 6.12-64k 6.12-hardened"
+
 matrix_kernels() {
 	{
 		supported_kernels
-		printf '%s\n' "$matrix_flavours" | tr ' ' '\n'
+		printf '%s\n' "$matrix_flavours $matrix_own" | tr ' ' '\n'
 	} | sort -V
+}
+
+# own_flavour KERNEL: the flavour of the board's kernels that it is; nothing for those of Debian.
+own_flavour() {
+	case " $matrix_own " in
+	*" $1 "*) echo "$1" ;;
+	*) [ "$1" != "$(supported_kernels | head -n 1)" ] || echo production ;;
+	esac
 }
 
 # What Debian has in modules and the board needs before anything else: its reports' ports, and MTD.
@@ -82,12 +95,18 @@ run_stock() {
 		--task "$stock_task" --output "$stock_output" "$@" --append "nokaslr maxcpus=1"
 }
 
-# run_own FOLDER TASK OPTION...: the same on the board's own kernel.
+# run_own FLAVOUR FOLDER TASK OPTION...: the same on a kernel of the board's own.
 run_own() {
-	own_output=$1
-	own_task=$2
-	shift 2
-	run_board production full "$own_task" --output "$own_output" "$@" --append maxcpus=1
+	own_kernel=$1
+	own_output=$2
+	own_task=$3
+	shift 3
+	run_board "$own_kernel" full "$own_task" --output "$own_output" "$@" --append maxcpus=1
+}
+
+# compiler_text: the one that the kernel in use is built by.
+compiler_text() {
+	"$kernel_compiler" --version | sed -nE '1s/.*(gcc|clang).*[ )]([0-9]+)\.[0-9.]+.*/\1 \2/p'
 }
 
 # ---- the table
@@ -113,10 +132,12 @@ run_row() {
 	row_file=$(matrix_row "$1")
 	row_folder=$build_dir/board/matrix-$1
 	row_title="Linux $1"
+	row_tasks="cycles demo"
+	case $1 in *-signed | *-hardened) row_tasks="$row_tasks signatures" ;; esac
 	shift 3
 	row_failed=0
 	try_step "suite on $row_title" "matrix_suite" "$@" "$row_folder" suite --time-limit "$matrix_limit" || true
-	for row_task in cycles demo; do
+	for row_task in $row_tasks; do
 		try_step "$row_task on $row_title" "matrix_$row_task" "$@" "$row_folder-$row_task" "$row_task" \
 			--time-limit "$matrix_limit" || row_failed=$((row_failed + 1))
 	done
@@ -125,8 +146,9 @@ run_row() {
 		echo "$row_begin | – | – | the suite did not come to its end |" >"$row_file"
 		return 1
 	fi
-	for row_console in "$row_folder" "$row_folder-cycles" "$row_folder-demo"; do
-		row_failed=$((row_failed + $(awk -f "$root/scripts/console_reports.awk" "$row_console/console.log" | wc -l)))
+	for row_task in '' $row_tasks; do
+		row_console=$row_folder${row_task:+-$row_task}/console.log
+		row_failed=$((row_failed + $(awk -f "$root/scripts/console_reports.awk" "$row_console" | wc -l)))
 	done
 	# shellcheck disable=SC2046 # three numbers
 	set -- $(awk -f "$root/scripts/results.awk" "$row_report" | head -n 1)
@@ -144,12 +166,13 @@ keep_row() {
 
 # matrix_kernel KERNEL: in a subshell, as each kernel has tools of its own.
 matrix_kernel() (
-	if [ "$1" = "$(supported_kernels | head -n 1)" ]; then
-		build_kernel production
-		build_modules production
-		build_lab production
-		build_initramfs production full
-		run_row "$1" "$(make -s -C "$kernel_source" kernelversion), the board's" "gcc $(aarch64-linux-gnu-gcc -dumpversion)" run_own
+	matrix_flavour=$(own_flavour "$1")
+	if [ -n "$matrix_flavour" ]; then
+		build_kernel "$matrix_flavour"
+		build_modules "$matrix_flavour"
+		build_lab "$matrix_flavour"
+		build_initramfs "$matrix_flavour" full
+		run_row "$1" "$(source_release), the board's" "$(compiler_text)" run_own "$matrix_flavour"
 	elif headers_fetched "$1"; then
 		build_stock "$1"
 		run_row "$1" "Debian's $headers_release" "gcc $headers_compiler" run_stock "$1"
@@ -164,6 +187,11 @@ matrix_command() {
 	known_words matrix matrix_kernels "$@"
 	hold_clone
 	need_packages "$build_packages" "$host_packages" "$check_packages"
+	case ${1:-6.12-hardened} in
+	*-signed) need_packages openssl ;;
+	*-hardened) need_packages "$hardened_packages" ;;
+	esac
+	unset KERNEL_SOURCE
 	say "A kernel takes 10 to 20 minutes on two cores, and its packages up to 900 MiB of $cache_dir, once."
 	build_program_target debug flash-board
 	build_program_target debug agreement_boards

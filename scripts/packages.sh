@@ -14,6 +14,7 @@ check_packages="git universal-ctags clang-tidy clang-format cppcheck shellcheck 
 test_packages="clang llvm libclang-rt-dev libxml2-utils"
 prove_packages="z3"
 clang_packages="clang-19 llvm-19 libclang-rt-19-dev"
+hardened_packages="clang-19 llvm-19 lld-19 openssl"
 twin_packages="qemu-system-x86 seabios"
 package_packages="git kmod dpkg-dev debhelper dh-dkms dkms fakeroot lintian man-db qemu-user"
 

@@ -130,7 +130,7 @@ begin_case() {
 }
 
 reached() {
-	grep -qx "$1" "$STAND_IN_PLACES"
+	grep -qsx "$1" "$STAND_IN_PLACES"
 }
 
 # reached_times PLACE
@@ -393,6 +393,37 @@ fails_for_itself() {
 	! grep -q 'disk is full\|archive' "$dev_scratch/first.output" || dev_wrong "blames the machine"
 }
 
+# ---- sources of a kernel that are none
+
+# refuses_source NAME TEXT: KERNEL_SOURCE is that file or folder of the scratch; one sentence says what is wrong with it.
+refuses_source() {
+	begin_case "a kernel source that $2"
+	KERNEL_SOURCE=$dev_scratch/$1 start source clone ./dev demo
+	ends_with 1 "$(pid_of source)"
+	output_has source "dev: "
+	output_has source "$2"
+	! reached kernel || dev_wrong "a kernel was built of it"
+}
+
+wrong_sources() {
+	refuses_source nothing "is neither a folder nor a file; give a source tree or tarball of Linux 5.10 6.1 6.12 7.2"
+	mkdir "$dev_scratch/tree"
+	refuses_source tree "is not a Linux source tree"
+	mkdir "$dev_scratch/tree/init"
+	touch "$dev_scratch/tree/init/main.c"
+	for unknown_version in 5.4.302 6.6.1 7.3.0-rc1; do
+		STAND_IN_VERSION=$unknown_version refuses_source tree \
+			"is Linux $unknown_version; flash_mng is made for 5.10 6.1 6.12 7.2"
+	done
+	touch "$dev_scratch/tree/.config"
+	refuses_source tree "itself: 'make mrproper' there"
+	rm "$dev_scratch/tree/.config"
+	begin_case "a kernel source of another version"
+	KERNEL_SOURCE=$dev_scratch/tree STAND_IN_VERSION=6.12.1 start source clone ./dev demo
+	ends_with 0 "$(pid_of source)"
+	grep -h EXPERT "$XDG_CACHE_HOME"/flash_mng/kernels/*/.config | grep -qx CONFIG_EXPERT=y || dev_wrong "not configured for 6.12"
+}
+
 # ---- functions as steps
 
 # A command that fails within a step or a check does not end it: what finds nothing is no failure.
@@ -556,5 +587,6 @@ else
 fi
 lacks update "Err: Could not resolve 'archive.invalid'" "a package archive cannot be reached: Could not resolve" "Acquire::http::Proxy"
 fails_for_itself
+wrong_sources
 echo "$(wc -l <"$dev_scratch/cases") cases"
 [ ! -e "$dev_scratch/failures" ]
