@@ -198,7 +198,7 @@ void allow(std::string_view text)
 	guest::write_file("/dev/kmsg", "flash_mng_test: allow " + std::string(text) + "\n");
 }
 
-// What cases call reports of 5.10, and what newer kernels say instead.
+// What cases call reports of 5.10, and what newer kernels say instead; those without CONFIG_DEBUG_BUGVERBOSE name no file.
 struct words_of_kernels {
 	std::string_view text;
 	std::string_view newer;
@@ -206,6 +206,8 @@ struct words_of_kernels {
 
 constexpr words_of_kernels report_words[] = {
 	{"vmalloc: allocation failure", "mm/vmalloc.c:"},
+	{"vmalloc: allocation failure", "at __vmalloc_node_range"},
+	{"drivers/mtd/mtdcore.c:", "at mtd_read"},
 	{"at linux_copy_to_user", " linux_copy_to_user+"},
 	{"at linux_copy_from_user", " linux_copy_from_user+"},
 };
