@@ -31,7 +31,11 @@ static int prepare(const struct call_argument *argument, u64 *value)
 	return *value ? 0 : -EINVAL;
 }
 
-static int call_function(struct lab_call *call, function_type function)
+/* The function has a type of its own, which kernels with CONFIG_CFI_CLANG compare with that of the call. */
+#ifndef __nocfi
+#define __nocfi
+#endif
+static __nocfi int call_function(struct lab_call *call, function_type function)
 {
 	u64 value[LAB_ARGUMENTS] = { 0 };
 	int error = 0;
