@@ -95,7 +95,7 @@ TEST(command_line, help_and_version_are_no_request)
 {
 	EXPECT_FALSE(parse_command_line({"--help"}).request);
 	EXPECT_FALSE(parse_command_line({"read", "--help"}).request);
-	EXPECT_EQ(parse_command_line({"--version"}).text, "flashctl 1.0\n");
+	EXPECT_EQ(parse_command_line({"--version"}).text, "flashctl " VERSION "\n");
 }
 
 struct refused_line {

@@ -46,7 +46,7 @@ TEST_F(installation, of_the_client_is_found_by_cmake)
 	install("client");
 	folder.write("program.cpp", program);
 	folder.write("CMakeLists.txt", "cmake_minimum_required(VERSION 3.20)\nproject(user LANGUAGES CXX)\n"
-				       "find_package(flash_mng_client 1.0 REQUIRED)\nadd_executable(program program.cpp)\n"
+				       "find_package(flash_mng_client " VERSION " REQUIRED)\nadd_executable(program program.cpp)\n"
 				       "target_link_libraries(program PRIVATE flash_mng::client)\n");
 	run("cmake -S . -B build -DCMAKE_PREFIX_PATH=$PWD/prefix && cmake --build build && ./build/program");
 }
