@@ -80,6 +80,14 @@ build_stock() {
 	run_step "build the initramfs for it" "initramfs_stock_$1" make_initramfs full
 }
 
+# processor_for KERNEL: the board's own, where that has pages of the kernel's size; it has those of 4 KiB and of 64 KiB.
+processor_for() {
+	case $1 in
+	*-16k) echo cortex-a76 ;;
+	*) echo cortex-a57 ;;
+	esac
+}
+
 # run_stock KERNEL FOLDER TASK OPTION...: the task's status. The lab follows calls of modules that are near the kernel, where they are
 # without a random layout.
 run_stock() {
@@ -87,9 +95,7 @@ run_stock() {
 	name_initramfs "stock-$1" full
 	stock_output=$2
 	stock_task=$3
-	stock_processor=cortex-a57
-	# The board's own processor has pages of 4 KiB and 64 KiB only.
-	case $1 in *-16k) stock_processor=cortex-a76 ;; esac
+	stock_processor=$(processor_for "$1")
 	shift 3
 	"$root/board/run" --machine "$machine" --processor "$stock_processor" --kernel "$stock_image" --initramfs "$initramfs" \
 		--task "$stock_task" --output "$stock_output" "$@" --append "nokaslr maxcpus=1"

@@ -1,9 +1,17 @@
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 # shellcheck shell=sh
 #
-# ./dev trace: the programs of tools/trace on one of Debian's own kernels, which have what they need; the board's kernel has no tracing.
+# ./dev trace: the programs of tools/trace, and perf, on one of Debian's own kernels, which have what they need; the board's kernel has
+# no tracing.
 
-traced_kernel=6.1
+# traced_kernels: Debian's own of ./dev matrix, one per line.
+# shellcheck disable=SC2154 # of scripts/matrix.sh
+traced_kernels() {
+	{
+		supported_kernels | sed 1d
+		printf '%s\n' "$matrix_flavours" | tr ' ' '\n'
+	} | sort -V
+}
 
 # followed_names: the functions that the programs of tools/trace follow.
 followed_names() {
@@ -18,28 +26,40 @@ unfollowed_names() {
 		sed 's/$/ is followed by tools\/trace, and is no function of flash_mng.ko nor called by it/'
 }
 
-copy_bpftrace() {
-	fetch_closure "$(machine_codename)" arm64 bpftrace
-	mkdir -p "$initramfs_root/lib" "$initramfs_root/usr/bin" &&
-		cp "$package_files/files/usr/bin/bpftrace" "$initramfs_root/usr/bin/" &&
-		cp -P "$package_files"/files/lib/aarch64-linux-gnu/*.so* "$package_files"/files/usr/lib/aarch64-linux-gnu/*.so* \
-			"$initramfs_root/lib/" &&
-		cp -L "$package_files/files/lib/ld-linux-aarch64.so.1" "$initramfs_root/lib/"
+# copy_tracers: bpftrace and perf of this machine's release, for the board's machine.
+copy_tracers() {
+	for tracer in bpftrace linux-perf; do
+		fetch_closure "$(machine_codename)" arm64 "$tracer"
+		copy_with_libraries "$package_files/files" "${tracer#linux-}" || return 1
+	done
 }
 
-# make_trace_initramfs yes|no: with bpftrace or without.
+# perf_recipes: the commands of docs/tracing.md for perf.
+# shellcheck disable=SC2016 # marks of a block
+perf_recipes() {
+	sed -n '/^## perf$/,/^## /p' "$root/docs/tracing.md" | sed -n '/^```sh$/,/^```$/p' | sed '/^```/d'
+}
+
+# make_trace_initramfs yes|no: with bpftrace and perf or without.
 make_trace_initramfs() {
 	begin_initramfs && compile_boards_of tests/trace board || return 1
 	mv "$initramfs_root/lib/firmware/board/board.fbd" "$initramfs_root/lib/firmware/board/trace.fbd"
 	copy_modules reference_platform flash_mng_kernel board/demo/client && copy_programs bin || return 1
-	cp -R "$root/tools/trace" "$initramfs_root/trace" || return 1
-	[ "$1" = no ] || copy_bpftrace || return 1
+	cp -R "$root/tools/trace" "$initramfs_root/trace" && perf_recipes >"$initramfs_root/trace/perf" || return 1
+	[ "$1" = no ] || copy_tracers || return 1
 	pack_initramfs
 }
 
+# trace_command [--no-bpf] [KERNEL]
 trace_command() {
 	trace_with_bpf=yes
-	! has_option --no-bpf trace "$@" || trace_with_bpf=no
+	if [ "${1-}" = --no-bpf ]; then
+		trace_with_bpf=no
+		shift
+	fi
+	at_most 1 trace "$@"
+	known_words trace traced_kernels "$@"
+	traced_kernel=${1-6.1}
 	hold_clone
 	need_packages "$build_packages" "$host_packages" "$check_packages"
 	build_program_target debug flash-board
@@ -54,6 +74,6 @@ trace_command() {
 
 # shellcheck disable=SC2154 # of use_stock
 run_traced() {
-	"$root/board/run" --machine "$machine" --kernel "$stock_image" --initramfs "$initramfs" --task trace \
-		--output "$build_dir/board/trace" --time-limit 1800
+	"$root/board/run" --machine "$machine" --processor "$(processor_for "$traced_kernel")" --kernel "$stock_image" \
+		--initramfs "$initramfs" --task trace --output "$build_dir/board/trace-$traced_kernel" --time-limit 1800
 }

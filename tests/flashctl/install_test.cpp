@@ -59,4 +59,14 @@ TEST_F(installation, of_the_tool_has_manual_completions_and_schema)
 	    "test -s prefix/share/flashctl/flashctl.schema.json");
 }
 
+TEST_F(installation, of_the_tool_has_the_programs_that_trace)
+{
+	install("flashctl");
+	run("test -s prefix/share/man/man1/flash-trace.1 && for name in transfers waits callers; do test -s "
+	    "prefix/share/flash_mng/trace/$name.bt; done && ! test -e prefix/share/flash_mng/trace/flash-trace");
+	run("prefix/bin/flash-trace --help >help && grep -qx '  --raw  .*' help");
+	for (const char *const words : {"", "--raw", "--help=1", "-x", "10 20", "''"})
+		run("prefix/bin/flash-trace " + std::string(words) + " >out 2>err; test $? -eq 2 && ! test -s out && cmp err help");
+}
+
 } // namespace

@@ -66,7 +66,7 @@ packaged() {
 # What CMake installs and no package takes ends the build of the packages; this is what CMake may have forgotten.
 nothing_is_forgotten() {
 	for kept_file in $(cd "$root" && our_files 'docs/man/*' 'client/examples/*' 'client/include/*' 'flash_mng_kernel/include/*' \
-		'*.schema.json' 'board/schema/*' 'packages/updates/*'); do
+		'*.schema.json' 'board/schema/*' 'packages/updates/*' 'tools/trace/*'); do
 		packaged "$(basename "$kept_file")" || return 1
 	done
 	for kept_file in $(cd "$root" && our_files 'tools/*/completion/*'); do
@@ -105,7 +105,8 @@ tools_are_used() {
 	"$scratch/usr/bin/flashctl" explain 0x811B04AA | grep -q FLASH_MNG_NO_BUFFER || return 1
 	"$scratch/usr/bin/flash-board" check "$root/board/xml/plain.xml" || return 1
 	"$scratch/usr/bin/flash-board" simulate "$root/board/xml/plain.xml" | grep -qx 'flash_mng loads' || return 1
-	for page in 1/flashctl 1/flash-board 4/flash_mng 5/flash_mng-board 7/flash_mng; do
+	"$scratch/usr/bin/flash-trace" --help | grep -q '^usage: flash-trace' || return 1
+	for page in 1/flashctl 1/flash-trace 1/flash-board 4/flash_mng 5/flash_mng-board 7/flash_mng; do
 		man --manpath="$scratch/usr/share/man" --path "${page%/*}" "${page#*/}" || return 1
 	done
 	bash -n "$scratch/usr/share/bash-completion/completions/flashctl" || return 1

@@ -25,4 +25,4 @@ S = "${WORKDIR}/source"
 
 EXTRA_OECMAKE = "-DFLASH_MNG_TESTS=OFF -DFLASH_MNG_WERROR=OFF -DNETTLE_LIBRARY=${STAGING_LIBDIR}/libnettle.so"
 
-FILES:${PN} += "${datadir}/flashctl ${datadir}/bash-completion ${datadir}/zsh"
+FILES:${PN} += "${datadir}/flashctl ${datadir}/flash_mng ${datadir}/bash-completion ${datadir}/zsh"
