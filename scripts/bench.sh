@@ -1,8 +1,10 @@
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 # shellcheck shell=sh
 #
-# ./dev bench: counts instructions on the virtual board, and draws the figures. Its gate in ./dev test counts a few of them.
+# ./dev bench [KERNEL]: counts instructions on the virtual board, and draws the figures. Its gate in ./dev test counts a few of them.
 
+# The kernel that is counted on.
+bench_flavour=production
 bench_time_limit=1800
 bench_tools="mtdinfo nanddump flash_erase nandwrite"
 bench_libraries=/usr/aarch64-linux-gnu/lib
@@ -71,8 +73,8 @@ make_bench_initramfs() {
 
 # build_bench: everything that a run needs.
 build_bench() {
-	build_kernel production
-	build_modules production
+	build_kernel "$bench_flavour"
+	build_modules "$bench_flavour"
 	run_step "build the modules that measure" bench_client make_bench_client
 	build_program_target "$host_preset" flash-board
 	build_program_target "$host_preset" bench_report
@@ -80,7 +82,7 @@ build_bench() {
 	use_busybox
 	fetch_package "$(machine_codename)" arm64 mtd-utils
 	mtd_utils=$package_files
-	name_initramfs production bench
+	name_initramfs "$bench_flavour" bench
 	mkdir -p "$build_dir/bench"
 	run_step "build the initramfs (bench)" initramfs_bench make_bench_initramfs
 }
@@ -90,7 +92,7 @@ run_bench() {
 	bench_mode=$1
 	bench_run=$2
 	shift 2
-	run_board production bench bench --output "$build_dir/board/$bench_run-run" --time-limit "$bench_time_limit" \
+	run_board "$bench_flavour" bench bench --output "$build_dir/board/$bench_run-run" --time-limit "$bench_time_limit" \
 		--append "quiet bench.mode=$bench_mode" "$@"
 }
 
@@ -141,12 +143,53 @@ renew_figures() {
 	report_bench
 }
 
+# ---- another kernel
+
+# What else is counted on: that version's kernel with the board's configuration.
+bench_kernels() {
+	echo 6.12
+}
+
+# other_section KERNEL: what is said of it, and its figures beside the committed ones; fails when flash_mng's own part is over its limits.
+other_section() {
+	printf '## On Linux %s\n\n' "$1"
+	printf '%s\n' "The rows of \`bench/figures.txt\`, counted by \`./dev bench $1\` on a kernel of the same configuration. The command" \
+		"fails when what runs inside the module is over the limits above. The rest is Linux's, which moves the bytes." '' \
+		"$(bench_versions)" ''
+	"$(preset_dir "$host_preset")/bench/bench_report" beside "$(figures_of bench-other)" "$build_dir/board/bench-other-trace-run" \
+		"$root/bench/figures.txt"
+}
+
+# write_other KERNEL: its section, the last of the page.
+write_other() {
+	other_section "$1" >"$build_dir/bench/section" || return 1
+	cp "$build_dir/bench/section" "$root/bench/linux-$1.txt" &&
+		sed "/^## On Linux $1\$/,\$d" "$root/docs/performance.md" >"$build_dir/bench/page" &&
+		cat "$build_dir/bench/page" "$build_dir/bench/section" >"$root/docs/performance.md"
+}
+
+# bench_other KERNEL: in a subshell, as another kernel than the board's is counted on.
+bench_other() (
+	bench_flavour=$1-board
+	build_bench
+	run_step "count on Linux $1" bench_other run_bench gate bench-other --icount
+	run_step "trace what runs inside the module" bench_other_trace run_bench trace bench-other-trace --icount \
+		--trace "$(traced_addresses bench-other)"
+	run_step "compare" bench_beside write_other "$1"
+	say "docs/performance.md and bench/linux-$1.txt are written"
+)
+
 bench_command() {
-	at_most 0 bench "$@"
+	at_most 1 bench "$@"
+	known_words bench bench_kernels "$@"
 	hold_clone
 	need_packages "$build_packages"
-	renew_figures
-	say "figures: $build_dir/bench/figures.json; docs/performance.md, its charts and bench/figures.txt are written"
+	if [ $# -gt 0 ]; then
+		bench_other "$1"
+	else
+		renew_figures
+		say "figures: $build_dir/bench/figures.json; docs/performance.md, its charts and bench/figures.txt are written"
+	fi
 }
 
 # count_gate: compares the figures of bench/figures.txt with those of now.

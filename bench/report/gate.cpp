@@ -5,6 +5,8 @@
 #include <ostream>
 #include <sstream>
 
+#include "tables.hpp"
+
 namespace bench {
 
 namespace {
@@ -30,11 +32,24 @@ committed_figure figure_of(const std::string &line)
 	return {line.substr(0, tab), std::stoull(line.substr(tab + 1))};
 }
 
+const row *row_now(const std::vector<row> &rows, const std::string &key)
+{
+	const auto found = std::find_if(rows.begin(), rows.end(), [&](const row &of) { return of.key == key; });
+	return found == rows.end() ? nullptr : &*found;
+}
+
 // Instructions through flash_mng now, or 0.
 std::uint64_t now(const std::vector<row> &rows, const std::string &key)
 {
-	const auto found = std::find_if(rows.begin(), rows.end(), [&](const row &of) { return of.key == key; });
-	return found == rows.end() ? 0 : found->module().instructions;
+	const row *const found = row_now(rows, key);
+	return found ? found->module().instructions : 0;
+}
+
+void write_beside(std::ostream &out, const row &of, std::uint64_t committed)
+{
+	const double ratio = static_cast<double>(of.module().instructions) / static_cast<double>(committed);
+	out << "| " << heading(of.area) << ": " << of.subject << " | " << size_text(of) << " | " << number_text(committed) << " | "
+	    << number_text(of.module().instructions) << " | " << fixed(ratio, 2) << " | " << own_text(of) << " |\n";
 }
 
 std::string complaint(const committed_figure &figure, std::uint64_t instructions)
@@ -75,6 +90,24 @@ unsigned write_gate(std::ostream &out, const std::vector<row> &rows, const std::
 		out << "; " << shrunk << " shrunk by more than 10 %: ./dev renew figures";
 	out << "\n";
 	return failures;
+}
+
+unsigned write_beside(std::ostream &out, const std::vector<row> &rows, const std::string &committed)
+{
+	unsigned over = 0;
+	std::ifstream file = opened(committed);
+	out << "| What | Size | Linux 5.10 | here | Ratio | Inside the module |\n|---|---:|---:|---:|---:|---:|\n";
+	for (std::string line; std::getline(file, line);) {
+		if (!is_figure(line))
+			continue;
+		const committed_figure figure = figure_of(line);
+		const row *const of = row_now(rows, figure.key);
+		if (!of)
+			fail("not counted: " + figure.key);
+		write_beside(out, *of, figure.instructions);
+		over += !own_limit(*of).kept;
+	}
+	return over;
 }
 
 void renew(const std::vector<row> &rows, const std::string &committed)

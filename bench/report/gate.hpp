@@ -15,6 +15,10 @@ namespace bench {
 // have shrunk so much that they should be renewed.
 unsigned write_gate(std::ostream &out, const std::vector<row> &rows, const std::string &committed);
 
+// A table of the committed figures beside those of another kernel; the number of those that do not keep the limit of flash_mng's own
+// instructions, which are marked.
+unsigned write_beside(std::ostream &out, const std::vector<row> &rows, const std::string &committed);
+
 // Puts the figures as they are now into the file, whose lines otherwise stay as they are.
 void renew(const std::vector<row> &rows, const std::string &committed);
 

@@ -3,6 +3,7 @@
 // bench_report: what the figures of the board say.
 //
 //   bench_report report FIGURES TRACED_RUN VERSIONS SOURCES JSON DOCS	the table on the terminal; JSON, a document and charts in files
+//   bench_report beside FIGURES TRACED_RUN COMMITTED		another kernel's figures; status 1 when flash_mng's own are over their limit
 //   bench_report gate FIGURES COMMITTED				status 1 when a figure has grown
 //   bench_report renew FIGURES COMMITTED				puts new figures in place of the committed ones
 #include <algorithm>
@@ -36,6 +37,8 @@ void write_document(std::ostream &out, const std::string &sources, const std::ve
 			write_slopes(out, rows);
 		else if (line == "@versions@")
 			out << versions << "\n";
+		else if (line == "@other@")
+			out << opened(sources + "/linux-6.12.txt").rdbuf();
 		else
 			out << line << "\n";
 	}
@@ -63,14 +66,27 @@ void write_charts(const std::vector<row> &rows, const std::string &folder)
 		    false);
 }
 
+void add_shares(std::vector<row> &rows, const std::map<std::string, share> &shares)
+{
+	for (row &of : rows)
+		if (const auto found = shares.find(of.key); found != shares.end())
+			of.own = &found->second;
+}
+
+int beside(char **words)
+{
+	std::vector<row> rows = read_figures(words[0]);
+	const std::map<std::string, share> shares = read_shares(words[1]);
+	add_shares(rows, shares);
+	return write_beside(std::cout, rows, words[2]) ? 1 : 0;
+}
+
 int report(char **words)
 {
 	std::vector<row> rows = read_figures(words[0]);
 	std::stable_sort(rows.begin(), rows.end(), [](const row &a, const row &b) { return a.area < b.area; });
 	const std::map<std::string, share> shares = read_shares(words[1]);
-	for (row &of : rows)
-		if (const auto found = shares.find(of.key); found != shares.end())
-			of.own = &found->second;
+	add_shares(rows, shares);
 	std::ofstream json = created(words[4]);
 	write_json(json, rows, words[2]);
 	std::ostringstream document; // whole before it takes the place of the one that is there
@@ -88,6 +104,8 @@ int main(int count, char **words)
 	const std::string what = count > 1 ? words[1] : "";
 	if (what == "report" && count == 8)
 		return report(words + 2);
+	if (what == "beside" && count == 5)
+		return beside(words + 2);
 	if (what == "gate" && count == 4)
 		return bench::write_gate(std::cout, bench::read_figures(words[2]), words[3]) ? 1 : 0;
 	if (what == "renew" && count == 4) {
@@ -95,6 +113,7 @@ int main(int count, char **words)
 		return 0;
 	}
 	std::cerr << "usage: bench_report report FIGURES TRACED_RUN VERSIONS SOURCES JSON DOCS\n"
+		     "       bench_report beside FIGURES TRACED_RUN COMMITTED\n"
 		     "       bench_report gate|renew FIGURES COMMITTED\n";
 	return 2;
 }

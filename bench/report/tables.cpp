@@ -20,15 +20,6 @@ double own_part(const row &of)
 	return static_cast<double>(of.own->instructions) / static_cast<double>(of.module().instructions);
 }
 
-std::string own_text(const row &of)
-{
-	if (!of.own)
-		return "";
-	const std::string copies = of.own->copies ? " + " + number_text(of.own->copies) : "";
-	const std::string text = number_text(of.own->instructions) + copies + " (" + fixed(100 * own_part(of), 2) + " %)";
-	return own_limit(of).kept ? text : text + " over " + own_limit(of).text;
-}
-
 std::string peers_text(const row &of)
 {
 	std::string text;
@@ -136,6 +127,15 @@ limit own_limit(const row &of)
 	if (of.unit == "bytes" || of.size == 1)
 		return {"300", of.own->instructions <= small_share};
 	return {};
+}
+
+std::string own_text(const row &of)
+{
+	if (!of.own)
+		return "";
+	const std::string copies = of.own->copies ? " + " + number_text(of.own->copies) : "";
+	const std::string text = number_text(of.own->instructions) + copies + " (" + fixed(100 * own_part(of), 2) + " %)";
+	return own_limit(of).kept ? text : text + " over " + own_limit(of).text;
 }
 
 void write_aim(std::ostream &out, const std::vector<row> &rows)

@@ -18,6 +18,9 @@ struct limit {
 };
 limit own_limit(const row &of);
 
+// Those instructions and their part of all, and the limit that they are over; nothing where they were not traced.
+std::string own_text(const row &of);
+
 // In how many rows it is kept.
 void write_aim(std::ostream &out, const std::vector<row> &rows);
 
