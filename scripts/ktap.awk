@@ -12,10 +12,11 @@ function attribute(name, position, rest) {
 	return substr(rest, 1, index(rest, "\"") - 1)
 }
 
-# The first line of a text of XML, behind the place in a source that it begins with.
-function first_line(text) {
+# A text of XML, behind the place in a source that it begins with.
+function plain_text(text) {
 	sub(/^[^ &]*:[0-9]+&#x0[Aa];/, "", text)
-	sub(/&#x0?[AaDd];.*/, "", text)
+	gsub(/&#x0?[Dd];/, "", text)
+	gsub(/&#x0?[Aa];/, "\n", text)
 	gsub(/&lt;/, "<", text)
 	gsub(/&gt;/, ">", text)
 	gsub(/&quot;/, "\"", text)
@@ -25,13 +26,18 @@ function first_line(text) {
 	return text
 }
 
+function first_line(text) {
+	sub(/\n.*/, "", text)
+	return text
+}
+
 # A name has no "#", behind which a directive would be looked for.
 function plain(text) {
 	gsub(/#/, "", text)
 	return text
 }
 
-function add_case(suite, name, ok, directive, note) {
+function add_case(suite, name, ok, directive, note, notes, note_lines, at) {
 	if (!(suite in cases)) {
 		suites[++suite_count] = suite
 		cases[suite] = failed[suite] = 0
@@ -39,8 +45,9 @@ function add_case(suite, name, ok, directive, note) {
 	cases[suite]++
 	if (!ok)
 		failed[suite]++
-	if (note != "")
-		lines[suite] = lines[suite] "    # " name ": " note "\n"
+	note_lines = split(note, notes, "\n")
+	for (at = 1; at <= note_lines; at++)
+		lines[suite] = lines[suite] "    # " name ": " notes[at] "\n"
 	lines[suite] = lines[suite] "    " (ok ? "ok " : "not ok ") cases[suite] " - " name directive "\n"
 	reported++
 }
@@ -79,10 +86,10 @@ FNR == 1 {
 	trouble = reason = ""
 	left_out = attribute("result") != "completed"
 }
-/^ *<skipped/ { reason = first_line(attribute("message")) }
+/^ *<skipped/ { reason = first_line(plain_text(attribute("message"))) }
 /^ *<(failure|error)[ >]/ {
 	if (!bad)
-		trouble = first_line(attribute("message"))
+		trouble = plain_text(attribute("message"))
 	bad = 1
 }
 /^ *<\/(testcase|testsuite)>/ { finish_case() }

@@ -520,6 +520,7 @@ TAP version 14
     not ok 2 - fails
     ok 3 - passes
     # failstoo: 1 < 0
+    # failstoo: more
     not ok 4 - failstoo
 not ok 1 - first/frame_load
     # Subtest: first/worlds/config_tables
