@@ -153,8 +153,9 @@ bench_kernels() {
 # other_section KERNEL: what is said of it, and its figures beside the committed ones; fails when flash_mng's own part is over its limits.
 other_section() {
 	printf '## On Linux %s\n\n' "$1"
-	printf '%s\n' "The rows of \`bench/figures.txt\`, counted by \`./dev bench $1\` on a kernel of the same configuration. The command" \
-		"fails when what runs inside the module is over the limits above. The rest is Linux's, which moves the bytes." '' \
+	printf '%s\n' "The rows of \`bench/figures.txt\`, counted by \`./dev bench $1\` on a kernel of the same configuration." \
+		"The command fails when what runs inside the module is over the limits above." \
+		"The rest is Linux's, which moves the bytes." '' \
 		"$(bench_versions)" ''
 	"$(preset_dir "$host_preset")/bench/bench_report" beside "$(figures_of bench-other)" "$build_dir/board/bench-other-trace-run" \
 		"$root/bench/figures.txt"

@@ -150,6 +150,7 @@ compiles_for() {
 
 # headers_fetched KERNEL: whether they are here or could be fetched; a failure is not the end of the command.
 headers_fetched() {
+	make_folder "$log_dir"
 	(use_headers "$1") >"$log_dir/headers_fetched-$1.log" 2>&1
 }
 
