@@ -44,19 +44,18 @@ build_board_packages() {
 	build_staged --no-check-builddeps --build=any --host-arch "$debian_architecture" --no-pre-clean
 }
 
-# make_packages [again]: "again" compiles only what changed since the last time, as fast as it goes, and makes no source package: for tests
-# of what is in the packages.
+# make_packages [again]: "again" compiles only what changed since the last time, as fast as it goes, and makes neither a source package nor
+# packages for the board: for tests of what is in the packages.
 make_packages() {
 	stage_package "$@" || return 1
 	package_options=
 	if [ "${1-}" = again ]; then
 		package_options="noopt noautodbgsym"
-		export CC=clang CXX=clang++ DEB_CFLAGS_APPEND=-g0 DEB_CXXFLAGS_APPEND=-g0
-		build_staged --build=binary --no-pre-clean || return 1
-		unset CC CXX
-	else
-		build_staged || return 1
+		(export CC=clang CXX=clang++ DEB_CFLAGS_APPEND=-g0 DEB_CXXFLAGS_APPEND=-g0
+			build_staged --build=binary --no-pre-clean)
+		return
 	fi
+	build_staged || return 1
 	# debhelper takes what it did for one architecture as done.
 	rm -rf "$package_source/debian/.debhelper" "$package_source/debian/tmp" "$package_source/debian/debhelper-build-stamp"
 	(build_board_packages)
@@ -100,6 +99,6 @@ test_built_packages() {
 	build_kernel production
 	build_modules production
 	count_program packages_test "$root/tests/packages/packages_test.sh" all
-	count_program debian_test "$root/tests/packages/debian_test.sh"
+	count_program debian_test "$root/tests/packages/debian_test.sh" all
 	show_total || exit 1
 }

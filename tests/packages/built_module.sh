@@ -38,6 +38,16 @@ wrong() {
 	return 1
 }
 
+# count_long_step "all"|"" TEXT COMMAND...: without "all" it is left out.
+count_long_step() {
+	if [ "$1" = all ]; then
+		shift
+		count_step "$@"
+	else
+		leave_out "$2" "takes minutes; ./dev package --test"
+	fi
+}
+
 kernel_release() {
 	cat "$kernel_dir/include/config/kernel.release"
 }

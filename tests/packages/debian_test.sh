@@ -217,7 +217,7 @@ count_step "Debian packages: their dependencies exist; packages to install" depe
 count_step "Debian packages: install" install_packages_there
 count_step "Debian packages: nothing is forgotten; files" nothing_is_forgotten
 count_step "flash-mng-tools: used" tools_are_used
-count_step "flash-mng-tools: for the board" board_package_is_used
+count_long_step "${1-}" "flash-mng-tools: for the board" board_package_is_used
 count_step "flash-mng-tools: installed and purged by apt" apt_installs
 count_step "libflash-mng-dev: examples through pkg-config" headers_are_used
 count_step "libflash-mng-dev: through CMake" cmake_finds_the_headers

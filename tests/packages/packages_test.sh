@@ -441,7 +441,7 @@ count_step "KERNELS: a refusal ends the build, and nothing else" refusal_ends_th
 count_step "packages: loading order of the samples" loading_order
 count_step "packages: the Yocto layer" yocto_parses
 count_step "packages: the tools configured as Yocto does" yocto_tools_configure
-[ "${1-}" != all ] || count_step "packages: the tools built as Yocto does" yocto_tools_build
+count_long_step "${1-}" "packages: the tools built as Yocto does" yocto_tools_build
 count_step "packages: the Buildroot tree" buildroot_parses
 count_step "packages: the module built as Buildroot does" buildroot_builds
 count_step "packages: the module built as Yocto does" yocto_builds
