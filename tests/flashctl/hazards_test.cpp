@@ -300,7 +300,7 @@ TEST_F(any_command_line, ends_with_a_documented_status_and_an_untouched_flash)
 	const bytes before = host.flash.part("usrdata").content, config = host.flash.part("config").content;
 	std::ptrdiff_t backups = 0, restores = 0, files = files_in(".");
 	std::size_t succeeded = 0;
-	for (int i = 0; i < 10000; ++i) {
+	for (int i = 0; i < 20000; ++i) {
 		const auto line = any_line(random);
 		if (std::ranges::find(line, "-o") != line.end())
 			continue;
