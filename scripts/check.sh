@@ -560,21 +560,29 @@ build_for_checks() {
 	! are_wanted $checks_of_programs || configure_programs debug
 }
 
-# Debian's kernel that was built by the oldest compiler which has enough of C++20, GCC 10.
-oldest_compiled=5.10-arm64
+# Debian's kernels that were built by the oldest compiler which has enough of C++20, GCC 10, and with the real-time patches that 5.10 needs.
+compiled_alone="5.10-arm64 5.10-rt-arm64"
 
-# The other kernels' header packages are fetched once. A machine that cannot reach them any more still checks all the rest.
+# check_kernel KERNEL: its header packages are fetched once. A machine that cannot reach them any more still checks all the rest.
+check_kernel() {
+	if headers_fetched "$1"; then
+		check kernels "Linux $1 of Debian: all modules compile, W=1" compiles_for "$1"
+	else
+		skip_check "Linux $1 of Debian" "its header packages cannot be fetched ($(why_no_headers "$1"))"
+	fi
+}
+
 check_kernels() {
 	is_wanted kernels || return 0
-	for other_kernel in $oldest_compiled $(supported_kernels | sed 1d); do
-		if [ "$other_kernel" = "$oldest_compiled" ] && [ "$checks_beside" = tests ]; then
+	for other_kernel in $compiled_alone; do
+		if [ "$checks_beside" = tests ]; then
 			skip_check "Linux $other_kernel of Debian" "takes half a minute; ./dev check kernels"
-		elif headers_fetched "$other_kernel"; then
-			check kernels "Linux $other_kernel of Debian: all modules compile, W=1" compiles_for "$other_kernel"
 		else
-			skip_check "Linux $other_kernel of Debian" \
-				"its header packages cannot be fetched ($(why_no_headers "$other_kernel"))"
+			check_kernel "$other_kernel"
 		fi
+	done
+	for other_kernel in $(supported_kernels | sed 1d); do
+		check_kernel "$other_kernel"
 	done
 }
 

@@ -21,6 +21,16 @@ void linux_mutex_lock(struct mutex *lock)
 	mutex_lock(lock);
 }
 
+/* A macro where the real-time patches of 5.10 are. */
+#ifdef mutex_unlock
+#undef mutex_unlock
+void mutex_unlock(struct mutex *lock);
+void mutex_unlock(struct mutex *lock)
+{
+	_mutex_unlock(lock);
+}
+#endif
+
 void linux_semaphore_init(struct semaphore *semaphore, int count)
 {
 	sema_init(semaphore, count);
