@@ -26,7 +26,8 @@ stage_package() {
 	mv "$package_source/packages/debian" "$package_source/debian"
 	(cd "$package_source/debian" && sed -e "s/@VERSION@/$(package_version)/" -e "s/@DATE@/$(date -u -R -d "@$(source_date)")/" \
 		changelog.in >changelog && sed 's/^$/./; s/^/ /' ../LICENSES/BSD-3-Clause.txt | cat copyright.in - >copyright &&
-		rm changelog.in copyright.in)
+		rm changelog.in copyright.in) || return 1
+	chmod -R u=rwX,go=rX "$package_source" # whatever umask its maker has
 }
 
 # build_staged ARGUMENT...: dpkg-buildpackage on the copy, with the options that package_options adds.
