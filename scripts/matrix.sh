@@ -1,17 +1,16 @@
 # SPDX-License-Identifier: BSD-3-Clause OR GPL-2.0-only
 # shellcheck shell=sh
 #
-# ./dev matrix: the suite, load cycles and the tour on each kernel that flash_mng is made for. Of 5.10 and 6.12 there are kernels of the
-# board's own, configured and built here; the others are Debian's binary kernels as they come, with modules built against their header
-# packages.
+# ./dev matrix: the suite, load cycles and the tour on each kernel that flash_mng is made for. There are kernels of the board's own,
+# configured and built here; the others are Debian's binary kernels as they come, with modules built against their header packages.
 
 # Beside those of flash_mng_kernel/KERNELS, other flavours of Debian's: of Debian 11, whose compiler is GCC 10; preemptible everywhere
 # (PREEMPT_RT); with pages of 16 KiB.
 matrix_flavours="5.10-arm64 5.10-rt-arm64 6.1-rt-arm64 6.12-rt-arm64 6.12-arm64-16k"
 
-# Of the board: that loads signed modules only; as for 5.10; with KASAN, lockdep and kmemleak; with pages of 64 KiB; built by clang with
-# what Linux has to defend itself.
-matrix_own="5.10-signed 6.12-board 6.12-debug 6.12-64k 6.12-hardened"
+# Of the board: that loads signed modules only; as for 5.10; with KASAN, lockdep and kmemleak; with pages of 64 KiB;
+# built by clang with what Linux has to defend itself.
+matrix_own="5.10-signed 6.1-board 6.12-board 6.12-debug 6.12-64k 6.12-hardened"
 
 matrix_kernels() {
 	{
