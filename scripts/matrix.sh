@@ -8,9 +8,9 @@
 # (PREEMPT_RT); with pages of 16 KiB.
 matrix_flavours="5.10-arm64 5.10-rt-arm64 6.1-rt-arm64 6.12-rt-arm64 6.12-arm64-16k"
 
-# Of the board: that loads signed modules only; as for 5.10; with KASAN, lockdep and kmemleak; with pages of 64 KiB;
-# built by clang with what Linux has to defend itself.
-matrix_own="5.10-signed 6.1-board 6.12-board 6.12-debug 6.12-64k 6.12-hardened"
+# Of the board: that loads signed modules only; as for 5.10, of other versions; with KASAN, lockdep and kmemleak; with pages of
+# 64 KiB; built by clang with what Linux has to defend itself.
+matrix_own="5.10-signed 6.1-board 6.12-board 7.2-board 6.12-debug 6.12-64k 6.12-hardened"
 
 matrix_kernels() {
 	{
