@@ -8,8 +8,7 @@ suite_time_limit=1200
 short_time_limit=600
 short_fuzz_seconds=20
 
-# Twelve callers of an allocation are kept: thirty take a sixth of the time of cases that allocate much.
-asan_options=detect_leaks=1:allocator_may_return_null=1:malloc_context_size=12
+asan_options=detect_leaks=1:allocator_may_return_null=1
 
 # ended_well STATUS: of test programs. Their reports are written before they end: leaks are found behind that.
 ended_well() {
